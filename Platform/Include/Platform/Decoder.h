@@ -1,0 +1,169 @@
+#pragma once
+
+#include <Platform/Coding.h>
+#include <Platform/Error.h>
+#include <Platform/Export.h>
+#include <Platform/Object.h>
+
+#include <cstddef>
+#include <expected>
+#include <type_traits>
+
+namespace Platform {
+
+class Decoder;
+
+/// A place in a document. What it holds is its reader's business.
+struct Place {
+  const void* document;
+  std::size_t index;
+};
+
+/// What a `Decoder` asks of the reader behind it. A read that fails throws what the decoder that
+/// started the reading catches.
+class PELLIX_EXPORT DocumentReader {
+ public:
+  struct Elements {
+    Place begin;
+    Place end;
+    std::size_t count;
+  };
+
+  /// The value of a key of the object at a place; the first, if the key stands there twice.
+  [[nodiscard]] virtual Place member(const Decoder& at, std::string_view key) const = 0;
+  [[nodiscard]] virtual Elements elements(const Decoder& at) const = 0;
+  /// The place behind an element.
+  [[nodiscard]] virtual Place next(Place element) const = 0;
+  [[nodiscard]] virtual std::int64_t integer(const Decoder& at) const = 0;
+  [[nodiscard]] virtual double real(const Decoder& at) const = 0;
+  [[nodiscard]] virtual bool boolean(const Decoder& at) const = 0;
+  [[nodiscard]] virtual std::string string(const Decoder& at) const = 0;
+
+ protected:
+  ~DocumentReader() = default;
+};
+
+/// What a record is decoded from: one value of a document. It is handed to the record's decoding
+/// constructor and borrowed for its duration. A read that fails throws out of that constructor, so
+/// that no partly filled record is ever seen; the decoder that was asked turns it into an `Error`.
+class PELLIX_EXPORT Decoder {
+ public:
+  Decoder(const DocumentReader& reader, Place root) : reader_(&reader), place_(root) {}
+
+  /// Reads every field of a key table, in its order. Each key is required.
+  template <class Fields, class... Members>
+  [[nodiscard]] Fields decode(const std::tuple<Key<Fields, Members>...>& keys) const {
+    Fields fields{};
+    std::apply(
+        [&](const auto&... key) {
+          ((fields.*key.member = read<std::remove_reference_t<decltype(fields.*key.member)>>(key.name)),
+           ...);
+        },
+        keys);
+    return fields;
+  }
+
+  /// Reads the value of a required key of this object.
+  template <class T>
+  [[nodiscard]] T read(std::string_view key) const {
+    return nested(key).value<T>();
+  }
+
+  /// The value of a required key of this object. It refers to this decoder.
+  [[nodiscard]] Decoder nested(std::string_view key) const {
+    return {*this, reader_->member(*this, key), key, 0};
+  }
+
+  /// Reads this value: a number, a boolean, a text, a list, or a record with a decoding constructor.
+  template <class T>
+  [[nodiscard]] T value() const {
+    return Reading<T>::value(*this);
+  }
+
+  [[nodiscard]] Place place() const { return place_; }
+
+  /// How to get here from the top of the document, as in `articles[1].title`; empty at the top.
+  [[nodiscard]] std::string codingPath() const;
+
+ private:
+  template <class T>
+  struct Reading {
+    static T value(const Decoder& at) { return T(at); }
+  };
+
+  Decoder(const Decoder& parent, Place place, std::string_view key, std::size_t index)
+      : reader_(parent.reader_), place_(place), parent_(&parent), key_(key), index_(index) {}
+
+  const DocumentReader* reader_;
+  Place place_;
+  const Decoder* parent_ = nullptr;
+  std::string_view key_;  // empty data: an element of a list
+  std::size_t index_ = 0;
+};
+
+template <>
+struct Decoder::Reading<std::int64_t> {
+  static std::int64_t value(const Decoder& at) { return at.reader_->integer(at); }
+};
+
+template <>
+struct Decoder::Reading<double> {
+  static double value(const Decoder& at) { return at.reader_->real(at); }
+};
+
+template <>
+struct Decoder::Reading<bool> {
+  static bool value(const Decoder& at) { return at.reader_->boolean(at); }
+};
+
+template <>
+struct Decoder::Reading<std::string> {
+  static std::string value(const Decoder& at) { return at.reader_->string(at); }
+};
+
+template <class T>
+struct Decoder::Reading<std::shared_ptr<const T>> {
+  static std::shared_ptr<const T> value(const Decoder& at) {
+    return std::make_shared<const T>(at);
+  }
+};
+
+template <class T>
+struct Decoder::Reading<std::vector<T>> {
+  static std::vector<T> value(const Decoder& at) {
+    const auto elements = at.reader_->elements(at);
+    std::vector<T> list;
+    list.reserve(elements.count);
+    Place place = elements.begin;
+    for (std::size_t index = 0; place.index != elements.end.index; ++index) {
+      list.push_back(Decoder(at, place, {}, index).template value<T>());
+      place = at.reader_->next(place);
+    }
+    return list;
+  }
+};
+
+/// What decoding a `T` yields: a shared record for a class of objects, else the value itself.
+template <class T>
+using Decoded = std::conditional_t<std::derived_from<T, Object>, std::shared_ptr<const T>, T>;
+
+/// The decoding half of a decoder for one format. `Format::read` runs the given constructor over a
+/// document and returns what went wrong.
+template <class Format>
+class DecoderFor {
+ public:
+  template <class T>
+  [[nodiscard]] std::expected<Decoded<T>, Error> decode(std::string_view data) const {
+    std::optional<Decoded<T>> result;
+    auto failure = Format::read(data, &result, [](void* to, const Decoder& from) {
+      static_cast<std::optional<Decoded<T>>*>(to)->emplace(from.value<Decoded<T>>());
+    });
+    if (failure) return std::unexpected(*std::move(failure));
+    return *std::move(result);
+  }
+
+ protected:
+  using Make = void (*)(void* result, const Decoder& decoder);
+};
+
+}  // namespace Platform

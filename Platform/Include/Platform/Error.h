@@ -1,0 +1,43 @@
+#pragma once
+
+#include <Platform/Export.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <variant>
+
+namespace Platform {
+
+/// The user-info key under which an error keeps a sentence for people.
+PELLIX_EXPORT extern const char NSLocalizedDescriptionKey[];
+
+/// Why an operation failed: a value that is copied freely and compared by content.
+class PELLIX_EXPORT Error {
+ public:
+  using Value = std::variant<std::string, std::int64_t>;
+  using UserInfo = std::map<std::string, Value, std::less<>>;
+
+  Error(std::string domain, std::int64_t code, UserInfo userInfo = {});
+
+  /// Who made the error; together with `code` it says which error this is.
+  [[nodiscard]] const std::string& domain() const { return domain_; }
+  [[nodiscard]] std::int64_t code() const { return code_; }
+  [[nodiscard]] const UserInfo& userInfo() const { return userInfo_; }
+
+  /// One line for people: the text under `NSLocalizedDescriptionKey`, or `DOMAIN (CODE)` without
+  /// it. Control characters, line breaks included, are replaced by blanks.
+  [[nodiscard]] std::string localizedDescription() const;
+
+  /// One line for logs: domain, code and text.
+  [[nodiscard]] std::string description() const;
+
+  friend bool operator==(const Error&, const Error&) = default;
+
+ private:
+  std::string domain_;
+  std::int64_t code_;
+  UserInfo userInfo_;
+};
+
+}  // namespace Platform

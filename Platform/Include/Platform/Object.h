@@ -1,0 +1,29 @@
+#pragma once
+
+#include <Platform/Export.h>
+
+#include <cstddef>
+
+namespace Platform {
+
+/// The root class of everything that is handed out by reference.
+///
+/// Ownership: objects are held by `std::shared_ptr<const T>` and never change once made.
+/// Thread safety: all members may be called from any thread.
+class PELLIX_EXPORT Object {
+ public:
+  virtual ~Object();
+
+  /// Whether `other` (null allowed) says the same as this object. The root class compares identity.
+  [[nodiscard]] virtual bool isEqual(const Object* other) const;
+
+  /// Goes by identity, also where `isEqual` does not: equal records need not hash alike.
+  [[nodiscard]] virtual std::size_t hash() const;
+
+ protected:
+  Object() = default;
+  Object(const Object&) = default;
+  Object& operator=(const Object&) = default;
+};
+
+}  // namespace Platform

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <Platform/Export.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Platform {
+
+/// An address in the grammar of RFC 3986, kept as the text it was made from.
+class PELLIX_EXPORT URL {
+ public:
+  /// Nothing if `text` is empty, does not follow the grammar or names a port above 65535. A
+  /// relative reference is in the grammar; it has an empty scheme and host.
+  [[nodiscard]] static std::optional<URL> parse(std::string text);
+
+  [[nodiscard]] const std::string& string() const { return text_; }
+  /// In lower case.
+  [[nodiscard]] const std::string& scheme() const { return scheme_; }
+  /// In lower case, an IPv6 address without its brackets.
+  [[nodiscard]] const std::string& host() const { return host_; }
+  [[nodiscard]] bool hasUserInfo() const { return hasUserInfo_; }
+  [[nodiscard]] bool hasQuery() const { return hasQuery_; }
+  [[nodiscard]] bool hasFragment() const { return hasFragment_; }
+
+  /// Whether the host can only be this machine: `localhost`, 127.0.0.0/8 or ::1.
+  [[nodiscard]] bool isLoopback() const;
+
+  friend bool operator==(const URL& a, const URL& b) { return a.text_ == b.text_; }
+
+ private:
+  URL() = default;
+
+  std::string text_;
+  std::string scheme_;
+  std::string host_;
+  bool isIPv4_ = false;
+  bool hasUserInfo_ = false;
+  bool hasQuery_ = false;
+  bool hasFragment_ = false;
+};
+
+}  // namespace Platform

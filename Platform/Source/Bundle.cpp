@@ -1,0 +1,135 @@
+#include <Platform/Bundle.h>
+#include <Platform/File.h>
+
+#include <charconv>
+#include <cinttypes>
+#include <cstdio>
+#include <fstream>
+#include <mutex>
+#include <system_error>
+#include <utility>
+
+#include "Tree.h"
+
+namespace Platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+// From the directory of a program or library (bin, lib or lib/ARCHITECTURE) to the resources.
+constexpr std::string_view installedLayouts[] = {"../share/PellixProvidersSDK",
+                                                 "../../share/PellixProvidersSDK"};
+
+/// The file that holds the code or data at `address`. The dynamic linker's own answer may be
+/// relative to a working directory of the past; the kernel's never is.
+fs::path imageContaining(const void* address) {
+  const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+  std::ifstream maps("/proc/self/maps");
+  for (std::string line; std::getline(maps, line);) {
+    std::uintptr_t begin = 0;
+    std::uintptr_t end = 0;
+    const char* last = line.data() + line.size();
+    const auto dash = std::from_chars(line.data(), last, begin, 16).ptr;
+    if (dash == last || std::from_chars(dash + 1, last, end, 16).ec != std::errc{}) continue;
+    if (wanted < begin || end <= wanted) continue;
+    const auto path = line.find('/');
+    return path == line.npos ? fs::path() : fs::path(line.substr(path));
+  }
+  return {};
+}
+
+fs::path resourceDirectory(const fs::path& image) {
+  std::error_code ignored;
+  for (const auto layout : installedLayouts) {
+    auto directory = image.parent_path() / layout;
+    if (!image.empty() && fs::is_directory(directory, ignored)) {
+      return directory.lexically_normal();
+    }
+  }
+  return PLATFORM_BUILD_RESOURCES;
+}
+
+InfoValue infoValue(const Tree& tree, const Tree::Node& node) {
+  const auto text = tree.textOf(node);
+  switch (node.kind) {
+    case Tree::Kind::string:
+      return std::string(text);
+    case Tree::Kind::boolean:
+      return text == "true";
+    case Tree::Kind::number:
+      if (const auto integer = exactInteger(text)) return *integer;
+      if (const auto real = nearestDouble(text)) return *real;
+      return {};
+    default:
+      return {};
+  }
+}
+
+struct Known {
+  std::mutex mutex;
+  std::optional<fs::path> hostDirectory;
+  std::map<fs::path, const Bundle> bundles;  // by directory
+  std::map<const void*, const Bundle*> byAddress;  // asked for at every request
+};
+
+Known& known() {
+  static auto& known = *new Known;  // leaked: requests may be made while the process ends
+  return known;
+}
+
+}  // namespace
+
+Bundle::Bundle(fs::path directory) : directory_(std::move(directory)) {
+  const auto file = readFile(directory_ / "Info.plist");
+  if (!file) return;
+  try {
+    const Tree tree = parsePropertyList(*file);
+    if (tree.nodes.front().kind != Tree::Kind::object) return;
+    for (std::uint32_t key = 1; key < tree.nodes.front().next;) {
+      const auto& value = tree.nodes[key + 1];
+      info_.try_emplace(tree.stringOf(tree.nodes[key]), infoValue(tree, value));
+      key = value.next;
+    }
+  } catch (const DecodingFailure&) {
+    info_.clear();  // a dictionary that can't be read is as good as none
+  }
+}
+
+const Bundle& Bundle::containing(const void* address) {
+  auto& found = known();
+  const std::lock_guard lock(found.mutex);
+  auto& bundle = found.byAddress[address];
+  if (!bundle) {
+    const auto directory =
+        found.hostDirectory ? *found.hostDirectory : resourceDirectory(imageContaining(address));
+    auto entry = found.bundles.find(directory);
+    if (entry == found.bundles.end()) {
+      entry = found.bundles.emplace(directory, Bundle(directory)).first;
+    }
+    bundle = &entry->second;
+  }
+  return *bundle;
+}
+
+void Bundle::setResourceDirectory(fs::path directory) {
+  auto& found = known();
+  const std::lock_guard lock(found.mutex);
+  found.hostDirectory = fs::absolute(directory);
+  found.byAddress.clear();
+}
+
+std::optional<fs::path> Bundle::pathForResource(std::string_view name,
+                                                std::string_view extension) const {
+  auto path = directory_ / (std::string(name) + "." + std::string(extension));
+  std::error_code ignored;
+  if (!fs::exists(path, ignored)) return std::nullopt;
+  return path;
+}
+
+std::optional<InfoValue> Bundle::objectForInfoDictionaryKey(std::string_view key) const {
+  const auto entry = info_.find(key);
+  if (entry == info_.end()) return std::nullopt;
+  return entry->second;
+}
+
+}  // namespace Platform

@@ -1,0 +1,13 @@
+#include <Platform/Decoder.h>
+
+namespace Platform {
+
+std::string Decoder::codingPath() const {
+  if (!parent_) return {};
+  std::string path = parent_->codingPath();
+  if (!key_.data()) return path + "[" + std::to_string(index_) + "]";
+  if (!path.empty()) path += '.';
+  return path += key_;
+}
+
+}  // namespace Platform

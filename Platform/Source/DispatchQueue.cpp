@@ -1,0 +1,116 @@
+#include <Platform/DispatchQueue.h>
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <utility>
+
+namespace Platform {
+
+using Hook = std::shared_ptr<const std::function<void()>>;
+
+struct DispatchQueue::State {
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::deque<Task> tasks;
+  bool stopped = false;
+  Hook hook;
+};
+
+namespace {
+
+/// Calls a hook on leaving a scope, by return or by exception, if tasks are left behind.
+template <class State>
+class WakeIfAnyAreLeft {
+ public:
+  explicit WakeIfAnyAreLeft(State& state) : state_(state) {}
+  WakeIfAnyAreLeft(const WakeIfAnyAreLeft&) = delete;
+  WakeIfAnyAreLeft& operator=(const WakeIfAnyAreLeft&) = delete;
+  ~WakeIfAnyAreLeft() {
+    Hook hook;
+    {
+      const std::lock_guard lock(state_.mutex);
+      if (!state_.tasks.empty()) hook = state_.hook;
+    }
+    if (hook) (*hook)();
+  }
+
+ private:
+  State& state_;
+};
+
+}  // namespace
+
+DispatchQueue::DispatchQueue() : state_(std::make_unique<State>()) {}
+DispatchQueue::~DispatchQueue() = default;
+
+DispatchQueue& DispatchQueue::main() {
+  static auto& queue = *new DispatchQueue;  // leaked: other threads may post while the process ends
+  return queue;
+}
+
+void DispatchQueue::post(Task task) {
+  Hook hook;
+  {
+    const std::lock_guard lock(state_->mutex);
+    if (state_->tasks.empty()) hook = state_->hook;
+    state_->tasks.push_back(std::move(task));
+  }
+  state_->changed.notify_one();
+  if (hook) (*hook)();
+}
+
+void DispatchQueue::run() {
+  while (true) {
+    Task task;
+    {
+      std::unique_lock lock(state_->mutex);
+      state_->changed.wait(lock, [&] { return state_->stopped || !state_->tasks.empty(); });
+      if (std::exchange(state_->stopped, false)) return;
+      task = std::move(state_->tasks.front());
+      state_->tasks.pop_front();
+    }
+    task();
+  }
+}
+
+void DispatchQueue::runPending() {
+  const WakeIfAnyAreLeft wake(*state_);
+  std::size_t count = 0;
+  {
+    const std::lock_guard lock(state_->mutex);
+    count = state_->tasks.size();
+  }
+  for (; count > 0; --count) {
+    Task task;
+    {
+      const std::lock_guard lock(state_->mutex);
+      if (state_->tasks.empty()) return;  // a task ran the queue itself
+      task = std::move(state_->tasks.front());
+      state_->tasks.pop_front();
+    }
+    task();
+  }
+}
+
+void DispatchQueue::stop() {
+  {
+    const std::lock_guard lock(state_->mutex);
+    state_->stopped = true;
+  }
+  state_->changed.notify_all();
+}
+
+void DispatchQueue::setWakeHook(std::function<void()> hook) {
+  Hook added = hook ? std::make_shared<const std::function<void()>>(std::move(hook)) : nullptr;
+  Hook removed = added;  // let go of outside the lock
+  bool wake = false;
+  {
+    const std::lock_guard lock(state_->mutex);
+    std::swap(state_->hook, removed);
+    wake = added && !state_->tasks.empty();
+  }
+  if (wake) (*added)();
+}
+
+}  // namespace Platform

@@ -1,0 +1,107 @@
+#include <Platform/JSONEncoder.h>
+
+#include <simdjson.h>
+
+#include <charconv>
+#include <cmath>
+#include <exception>
+#include <utility>
+
+namespace Platform {
+
+const char EncodingErrorDomain[] = "Platform.EncodingError";
+
+namespace {
+
+struct EncodingFailure : std::exception {
+  explicit EncodingFailure(Error why) : error(std::move(why)) {}
+  Error error;
+};
+
+[[noreturn]] void fail(EncodingErrorCode code, std::string_view key, std::string_view why) {
+  std::string text = "Encoding failed: the value of \"" + std::string(key) + "\" ";
+  text += why;
+  throw EncodingFailure(Error(EncodingErrorDomain, std::to_underlying(code),
+                              {{NSLocalizedDescriptionKey, std::move(text)}}));
+}
+
+template <class Number>
+void append(Data& text, Number value) {
+  char digits[32];  // enough for any 64-bit integer and any shortest double
+  const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+  text.append(digits, end);
+}
+
+bool needsEscape(char c) { return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\'; }
+
+void appendEscaped(Data& text, char c) {
+  constexpr std::string_view special = "\"\\\b\f\n\r\t";
+  constexpr std::string_view letters = "\"\\bfnrt";
+  text += '\\';
+  if (const auto at = special.find(c); at != special.npos) {
+    text += letters[at];
+  } else {
+    constexpr std::string_view hex = "0123456789abcdef";
+    text += "u00";
+    text += hex[static_cast<unsigned char>(c) >> 4];
+    text += hex[static_cast<unsigned char>(c) & 0xF];
+  }
+}
+
+void appendQuoted(Data& text, std::string_view value) {
+  text += '"';
+  auto plain = value.begin();
+  for (auto at = plain; at != value.end(); ++at) {
+    if (!needsEscape(*at)) continue;
+    text.append(plain, at);
+    appendEscaped(text, *at);
+    plain = at + 1;
+  }
+  text.append(plain, value.end());
+  text += '"';
+}
+
+}  // namespace
+
+void Encoder::write(std::int64_t value) { append(text_, value); }
+
+void Encoder::write(double value) {
+  if (!std::isfinite(value)) fail(EncodingErrorCode::invalidNumber, key_, "is not finite.");
+  append(text_, value);
+}
+
+void Encoder::write(bool value) { text_ += value ? "true" : "false"; }
+
+void Encoder::write(const std::string& value) {
+  if (!simdjson::validate_utf8(value.data(), value.size())) {
+    fail(EncodingErrorCode::invalidText, key_, "is not valid UTF-8.");
+  }
+  appendQuoted(text_, value);
+}
+
+void Encoder::open(char bracket) { text_ += bracket; }
+
+void Encoder::close(char bracket) { text_ += bracket; }
+
+void Encoder::separate() {
+  const char last = text_.back();
+  if (last != '{' && last != '[') text_ += ',';
+}
+
+void Encoder::name(std::string_view key) {
+  key_ = key;
+  appendQuoted(text_, key);
+  text_ += ':';
+}
+
+std::expected<Data, Error> JSONEncoder::run(const void* record, Write write) {
+  try {
+    Encoder encoder;
+    write(record, encoder);
+    return std::move(encoder.text_);
+  } catch (const EncodingFailure& failure) {
+    return std::unexpected(failure.error);
+  }
+}
+
+}  // namespace Platform

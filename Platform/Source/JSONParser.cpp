@@ -1,0 +1,235 @@
+#include <simdjson.h>
+#include <utf8proc.h>
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+#include "Tree.h"
+
+namespace Platform {
+namespace {
+
+bool isDigit(char c) { return '0' <= c && c <= '9'; }
+
+bool isHexDigit(char c) {
+  return isDigit(c) || ('a' <= c && c <= 'f') || ('A' <= c && c <= 'F');
+}
+
+/// The grammar of RFC 8259, without recursion: depth costs memory in the tree alone.
+class Parser {
+ public:
+  explicit Parser(std::string_view document) : text_(document) { tree_.text = document; }
+
+  Tree parse() {
+    checkEncoding();
+    if (text_.starts_with("\xEF\xBB\xBF")) at_ = 3;
+    for (State state = State::value;;) {
+      skipSpace();
+      switch (state) {
+        case State::elementOrEnd:
+          if (take(']')) {
+            tree_.close();
+            state = State::afterValue;
+            break;
+          }
+          [[fallthrough]];
+        case State::value:
+          state = readValue();
+          break;
+        case State::keyOrEnd:
+          if (take('}')) {
+            tree_.close();
+            state = State::afterValue;
+            break;
+          }
+          [[fallthrough]];
+        case State::key:
+          if (peek() != '"') fail("a key is missing");
+          readString();
+          skipSpace();
+          if (!take(':')) fail("a colon is missing");
+          state = State::value;
+          break;
+        case State::afterValue:
+          if (tree_.innermost == Tree::none) {
+            if (at_ < text_.size()) fail("there is more behind the document");
+            return std::move(tree_);
+          }
+          state = readSeparator();
+          break;
+      }
+    }
+  }
+
+ private:
+  enum class State { value, elementOrEnd, key, keyOrEnd, afterValue };
+
+  void checkEncoding() const {
+    // Positions are kept in 32 bits.
+    if (text_.size() >= Tree::none) failAsCorrupted("the document is too large", {});
+    if (simdjson::validate_utf8(text_.data(), text_.size())) return;
+    Position position;
+    while (position.byte < text_.size()) {
+      utf8proc_int32_t c = 0;
+      const auto length = utf8proc_iterate(
+          reinterpret_cast<const utf8proc_uint8_t*>(text_.data()) + position.byte,
+          static_cast<utf8proc_ssize_t>(text_.size() - position.byte), &c);
+      if (length <= 0) break;
+      position.line += c == '\n';
+      position.byte += static_cast<std::uint32_t>(length);
+    }
+    failAsCorrupted("the text is not UTF-8", position);
+  }
+
+  State readValue() {
+    switch (peek()) {
+      case '{':
+        tree_.open(Tree::Kind::object, position());
+        ++at_;
+        return State::keyOrEnd;
+      case '[':
+        tree_.open(Tree::Kind::array, position());
+        ++at_;
+        return State::elementOrEnd;
+      case '"':
+        readString();
+        return State::afterValue;
+      case 't':
+        return readWord("true", Tree::Kind::boolean);
+      case 'f':
+        return readWord("false", Tree::Kind::boolean);
+      case 'n':
+        return readWord("null", Tree::Kind::null);
+      default:
+        readNumber();
+        return State::afterValue;
+    }
+  }
+
+  State readSeparator() {
+    const bool inObject = tree_.nodes[tree_.innermost].kind == Tree::Kind::object;
+    if (take(',')) return inObject ? State::key : State::value;
+    if (!take(inObject ? '}' : ']')) {
+      fail(inObject ? "a comma or a closing brace is missing"
+                    : "a comma or a closing bracket is missing");
+    }
+    tree_.close();
+    return State::afterValue;
+  }
+
+  State readWord(std::string_view word, Tree::Kind kind) {
+    if (!text_.substr(at_).starts_with(word)) fail("a value is missing");
+    add(kind, at_, at_ + word.size());
+    at_ += word.size();
+    return State::afterValue;
+  }
+
+  void readNumber() {
+    const auto begin = at_;
+    take('-');
+    if (!take('0') && !skipDigits()) fail("a value is missing");
+    if (take('.') && !skipDigits()) fail("a number has no digits behind its point");
+    if (take('e') || take('E')) {
+      if (!take('+')) take('-');
+      if (!skipDigits()) fail("a number has no digits in its exponent");
+    }
+    add(Tree::Kind::number, begin, at_);
+  }
+
+  void readString() {
+    const auto begin = ++at_;
+    bool isEscaped = false;
+    while (true) {
+      if (at_ == text_.size()) fail("a string does not end");
+      const char c = text_[at_];
+      if (c == '"') break;
+      if (static_cast<unsigned char>(c) < 0x20) fail("a string holds a control character");
+      if (c == '\\') {
+        isEscaped = true;
+        skipEscape();
+      } else {
+        ++at_;
+      }
+    }
+    add(Tree::Kind::string, begin, at_, isEscaped);
+    ++at_;
+  }
+
+  void skipEscape() {
+    constexpr std::string_view simple = "\"\\/bfnrt";
+    ++at_;
+    if (at_ < text_.size() && simple.find(text_[at_]) != simple.npos) {
+      ++at_;
+      return;
+    }
+    const auto high = codeUnit();
+    if (high < 0xD800 || 0xDFFF < high) return;
+    const bool isPair = high < 0xDC00 && take('\\');
+    const auto low = isPair ? codeUnit() : 0;
+    if (low < 0xDC00 || 0xDFFF < low) fail("a string holds half a surrogate pair");
+  }
+
+  unsigned codeUnit() {
+    if (!take('u')) fail("a string holds an unknown escape");
+    const auto digits = text_.substr(at_, 4);
+    if (digits.size() < 4 || !std::ranges::all_of(digits, isHexDigit)) {
+      fail("a string holds an unknown escape");
+    }
+    at_ += 4;
+    unsigned unit = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), unit, 16);
+    return unit;
+  }
+
+  void add(Tree::Kind kind, std::size_t begin, std::size_t end, bool isEscaped = false) {
+    tree_.add({.position = {static_cast<std::uint32_t>(begin), line_},
+               .textBegin = static_cast<std::uint32_t>(begin),
+               .textEnd = static_cast<std::uint32_t>(end),
+               .kind = kind,
+               .isEscaped = isEscaped});
+  }
+
+  [[nodiscard]] char peek() const { return at_ < text_.size() ? text_[at_] : '\0'; }
+
+  bool take(char c) {
+    if (at_ == text_.size() || text_[at_] != c) return false;
+    ++at_;
+    return true;
+  }
+
+  bool skipDigits() {
+    const auto begin = at_;
+    while (isDigit(peek())) ++at_;
+    return at_ > begin;
+  }
+
+  // Line breaks stand between tokens only, so they are counted here and nowhere else.
+  void skipSpace() {
+    for (; at_ < text_.size(); ++at_) {
+      const char c = text_[at_];
+      if (c == '\n') {
+        ++line_;
+      } else if (c != ' ' && c != '\t' && c != '\r') {
+        return;
+      }
+    }
+  }
+
+  [[nodiscard]] Position position() const { return {static_cast<std::uint32_t>(at_), line_}; }
+
+  [[noreturn]] void fail(std::string_view what) const {
+    failAsCorrupted(at_ < text_.size() ? what : "the document ends early", position());
+  }
+
+  std::string_view text_;
+  std::size_t at_ = 0;
+  std::uint32_t line_ = 1;
+  Tree tree_;
+};
+
+}  // namespace
+
+Tree parseJSON(std::string_view document) { return Parser(document).parse(); }
+
+}  // namespace Platform

@@ -1,0 +1,13 @@
+#include <Platform/Object.h>
+
+#include <functional>
+
+namespace Platform {
+
+Object::~Object() = default;
+
+bool Object::isEqual(const Object* other) const { return this == other; }
+
+std::size_t Object::hash() const { return std::hash<const Object*>{}(this); }
+
+}  // namespace Platform

@@ -1,0 +1,18 @@
+#include <Platform/PropertyListDecoder.h>
+
+#include "Tree.h"
+
+namespace Platform {
+
+std::optional<Error> PropertyListDecoder::read(std::string_view data, void* result, Make make) {
+  try {
+    const Tree tree = parsePropertyList(data);
+    const TreeReader reader(tree);
+    make(result, Decoder(reader, reader.root()));
+    return std::nullopt;
+  } catch (const DecodingFailure& failure) {
+    return failure.error;
+  }
+}
+
+}  // namespace Platform

@@ -1,0 +1,61 @@
+#include <Platform/URLResponse.h>
+
+#include <algorithm>
+
+namespace Platform {
+namespace {
+
+char lowerCase(char c) { return 'A' <= c && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+bool sameName(std::string_view a, std::string_view b) {
+  return std::ranges::equal(a, b, {}, lowerCase, lowerCase);
+}
+
+bool nameLess(std::string_view a, std::string_view b) {
+  return std::ranges::lexicographical_compare(a, b, {}, lowerCase, lowerCase);
+}
+
+constexpr auto nameOf = &HTTPURLResponse::HeaderFields::value_type::first;
+
+}  // namespace
+
+URLResponse::URLResponse(std::string url) : url_(std::move(url)) {}
+URLResponse::~URLResponse() = default;
+
+bool URLResponse::isEqual(const Object* other) const {
+  const auto* that = dynamic_cast<const URLResponse*>(other);
+  return that && typeid(*that) == typeid(*this) && url_ == that->url_;
+}
+
+HTTPURLResponse::HTTPURLResponse(std::string url, int statusCode, HeaderFields headerFields)
+    : URLResponse(std::move(url)), statusCode_(statusCode), headerFields_(std::move(headerFields)) {
+  std::ranges::stable_sort(headerFields_, nameLess, nameOf);
+  auto kept = headerFields_.begin();
+  for (auto field = kept; field != headerFields_.end(); ++field) {
+    if (field == kept) continue;
+    if (sameName(field->first, kept->first)) {
+      kept->second += ", " + field->second;
+    } else if (++kept != field) {
+      *kept = std::move(*field);
+    }
+  }
+  if (!headerFields_.empty()) headerFields_.erase(kept + 1, headerFields_.end());
+}
+
+HTTPURLResponse::~HTTPURLResponse() = default;
+
+std::optional<std::string_view> HTTPURLResponse::valueForHeaderField(std::string_view name) const {
+  const auto field = std::ranges::lower_bound(headerFields_, name, nameLess, nameOf);
+  if (field == headerFields_.end() || !sameName(field->first, name)) return std::nullopt;
+  return field->second;
+}
+
+bool HTTPURLResponse::isEqual(const Object* other) const {
+  const auto* that = dynamic_cast<const HTTPURLResponse*>(other);
+  return that && url() == that->url() && statusCode_ == that->statusCode_ &&
+         std::ranges::equal(headerFields_, that->headerFields_, [](const auto& a, const auto& b) {
+           return sameName(a.first, b.first) && a.second == b.second;
+         });
+}
+
+}  // namespace Platform
