@@ -1,0 +1,17 @@
+#pragma once
+
+#include <Platform/Export.h>
+
+#include <cstdint>
+
+namespace PellixProvidersSDK {
+
+/// The domain of the errors for HTTP statuses outside 200..299; the code is the status.
+PELLIX_EXPORT extern const char PellixErrorDomain[];
+
+/// The domain and the code of the error that says that the feature is disabled for the account. Its
+/// user info is empty.
+PELLIX_EXPORT extern const char PellixDisabledErrorDomain[];
+inline constexpr std::int64_t PellixDisabledErrorCode = 1006;
+
+}  // namespace PellixProvidersSDK

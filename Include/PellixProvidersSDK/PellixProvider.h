@@ -1,0 +1,59 @@
+#pragma once
+
+#include <Platform/Object.h>
+#include <PellixProvidersSDK/PellixProviderProtocol.h>
+
+#include <memory>
+#include <string>
+
+namespace PellixProvidersSDK {
+
+/// The library's operations for one account. A host gets it from `Pellix::instance()->provider()`.
+///
+/// Thread safety: any thread; operations are independent of each other.
+///
+/// Ownership: operations under way do not keep the provider alive. If it goes, they end silently.
+///
+/// Threads of callbacks: results come on the main queue, which the host runs
+/// (`Platform::DispatchQueue::main`). The error that says that the feature is disabled comes on the
+/// core's worker thread, or within the call when all that it takes is at hand.
+///
+/// Errors that any operation may give:
+///  - domain "QV_Pellix_Disabled", code 1006, no user info: the feature is disabled for the account;
+///  - domain `PellixErrorDomain`, the status as code: an HTTP status outside 200..299, with its text
+///    and an entry "status_code";
+///  - those of the request service, such as `QuorvelCoreSDK::CoreErrorDomain`, unchanged.
+///
+/// Silent endings of any operation: no core instance; the endpoint table lacks the operation; the
+/// account's address and the endpoint's template make no URL; the body can't be encoded (a line is
+/// printed on standard output then); neither a response nor an error came.
+class PELLIX_EXPORT PellixProvider final : public Platform::Object,
+                                           public PellixProviderProtocol,
+                                           public std::enable_shared_from_this<PellixProvider> {
+ public:
+  /// Stops the process: providers are made by `Pellix::initialize`.
+  [[noreturn]] PellixProvider();
+
+  /// For the library itself, which alone knows what a `Wiring` is.
+  struct Wiring;
+  explicit PellixProvider(Wiring wiring);
+
+  ~PellixProvider() override;
+
+  /// Asks for articles that may answer `query`, a person's question in UTF-8, sent as it is.
+  ///
+  /// Besides the errors above, a reply that can't be decoded gives the decoder's error
+  /// (`Platform::DecodingErrorDomain`). Besides the silent endings above, a success without a body
+  /// is one.
+  void getDeflectionForQuery(std::string query,
+                             ResultCallback<DeflectionResponse> callback) override;
+
+  /// The same with the other kind of callback.
+  void getDeflectionForQuery(std::string query, OptionalsCallback<DeflectionResponse> callback);
+
+ private:
+  struct Steps;
+  const std::unique_ptr<const Wiring> wiring_;
+};
+
+}  // namespace PellixProvidersSDK

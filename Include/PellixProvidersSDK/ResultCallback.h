@@ -1,0 +1,35 @@
+#pragma once
+
+#include <Platform/Error.h>
+
+#include <expected>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace PellixProvidersSDK {
+
+/// A record, or why there is none.
+template <class T>
+using Result = std::expected<std::shared_ptr<const T>, Platform::Error>;
+
+/// How an operation reports its result.
+///
+/// Calls: at most once. Several documented situations end an operation without a call.
+/// Release: every operation ends by letting go of its callback and of what that captured, whether it
+/// was called or not, unless the process ends first. So a host that needs to know about a silent
+/// ending captures something whose destruction tells: a guard, or a promise held by a shared pointer.
+/// Thread: as each operation says.
+/// An empty callback is accepted, and the operation runs all the same.
+template <class T>
+using ResultCallback = std::function<void(Result<T>)>;
+
+/// The same with two arguments: (record, nothing) for success and (null, error) for failure.
+///
+/// Lambdas (generic ones too), functions and bound functions pick the right overload by the number
+/// of their parameters. Ambiguous are `nullptr` and variadic generic lambdas: name the type then.
+template <class T>
+using OptionalsCallback =
+    std::function<void(std::shared_ptr<const T>, std::optional<Platform::Error>)>;
+
+}  // namespace PellixProvidersSDK

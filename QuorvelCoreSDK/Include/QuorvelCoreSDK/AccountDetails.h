@@ -1,0 +1,36 @@
+#pragma once
+
+#include <Platform/Export.h>
+
+#include <memory>
+#include <string>
+
+namespace QuorvelCoreSDK {
+
+class Session;
+
+/// The account and the application that asks on its behalf: a value.
+///
+/// The details that a core instance hands out also know that instance's transport and token, so that
+/// a request can never carry one account's token to another's address.
+class PELLIX_EXPORT AccountDetails {
+ public:
+  AccountDetails(std::string accountUrl, std::string applicationId, std::string clientId);
+
+  /// The account's base address. Those that a core instance hands out do not end in a slash.
+  [[nodiscard]] const std::string& accountUrl() const { return accountUrl_; }
+  [[nodiscard]] const std::string& applicationId() const { return applicationId_; }
+  [[nodiscard]] const std::string& clientId() const { return clientId_; }
+
+ private:
+  friend class Quorvel;
+  friend class ProviderService;
+  friend class KeptDocument;
+
+  std::string accountUrl_;
+  std::string applicationId_;
+  std::string clientId_;
+  std::shared_ptr<Session> session_;  // null unless handed out by a core instance
+};
+
+}  // namespace QuorvelCoreSDK

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QuorvelCoreSDK/SettingsProvider.h>
+#include <QuorvelCoreSDK/Transport.h>
+
+#include <chrono>
+#include <filesystem>
+
+namespace QuorvelCoreSDK {
+
+/// Gives the bearer token for one request, or nothing if there is none. Called on any thread, also
+/// on several at once; it should answer quickly and must not throw.
+using TokenSupplier = std::function<std::optional<std::string>()>;
+
+/// How the default transport reaches the network.
+struct NetworkConfiguration {
+  /// The proxy's address; empty: what the environment says (`https_proxy`, `no_proxy` and so on).
+  /// Requests to loopback never go through a proxy that only the environment names.
+  std::string proxy;
+  /// Whether to pay no attention to what the environment says of proxies.
+  bool ignoreEnvironment = false;
+  /// A file of trusted certificates in PEM; empty: the system's.
+  std::filesystem::path certificateAuthorities;
+  /// How long a connection may take to be made.
+  std::chrono::milliseconds connectLimit{10'000};
+  /// How long a request may take in all.
+  std::chrono::milliseconds limit{30'000};
+  /// How many bytes a reply's body may have.
+  std::size_t largestReply = std::size_t{16} << 20;
+};
+
+/// What a host may choose when it sets up the core.
+struct Configuration {
+  /// Supplies the token of the requests that need one.
+  TokenSupplier token;
+  /// How long the account's settings are kept before they are fetched anew.
+  /// The same goes for the knowledge base's.
+  std::chrono::milliseconds settingsTimeToLive{300'000};
+  NetworkConfiguration network;
+  /// Replaces the default transport; shared with the core instance.
+  std::shared_ptr<Transport> transport;
+  /// Replaces the default settings service; shared with the core instance.
+  std::shared_ptr<SettingsProvider> settings;
+};
+
+}  // namespace QuorvelCoreSDK

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <Platform/Data.h>
+#include <Platform/DispatchQueue.h>
+#include <Platform/Error.h>
+#include <Platform/URL.h>
+#include <Platform/URLResponse.h>
+#include <QuorvelCoreSDK/AccountDetails.h>
+#include <QuorvelCoreSDK/ClientHeaders.h>
+#include <QuorvelCoreSDK/HttpMethod.h>
+#include <QuorvelCoreSDK/Reporter.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace QuorvelCoreSDK {
+
+/// One request to an account's services: a value that can be kept, copied and performed.
+///
+/// There are no retries and no redirects. Requests have the limits of the core's configuration.
+class PELLIX_EXPORT ProviderService {
+ public:
+  /// Body bytes or nothing, response or null, error or nothing. Zero bytes come as nothing.
+  using Callback =
+      std::function<void(std::optional<Platform::Data>, std::shared_ptr<const Platform::URLResponse>,
+                         std::optional<Platform::Error>)>;
+
+  struct Parameters {
+    /// As handed out by a core instance.
+    AccountDetails environment;
+    /// The full address: https, or http to loopback.
+    Platform::URL urlComponent;
+    /// Whether the core's bearer token is sent. If there is none then, nothing is sent at all.
+    bool requiresAuth = false;
+    HttpMethod httpMethod = HttpMethod::get;
+    /// Never null.
+    std::shared_ptr<const ClientHeaders> clientHeaders;
+    /// JSON; nothing: no body.
+    std::optional<Platform::Data> body;
+    /// Where the callback runs, borrowed until then; null: on the transport's thread.
+    Platform::DispatchQueue* dispatchQueue = nullptr;
+    Reporter reporter = Reporter::none;
+    CachingDelegate* cachingDelegate = nullptr;
+  };
+
+  explicit ProviderService(Parameters parameters);
+
+  /// Sends the request. `callback` runs once, never within this call, and is let go of right after.
+  /// Thread safety: any thread.
+  void perform(Callback callback) const;
+
+ private:
+  Parameters parameters_;
+};
+
+}  // namespace QuorvelCoreSDK

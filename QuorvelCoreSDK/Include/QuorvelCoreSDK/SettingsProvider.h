@@ -1,0 +1,59 @@
+#pragma once
+
+#include <Platform/JSONDecoder.h>
+#include <Platform/Object.h>
+
+#include <concepts>
+#include <functional>
+#include <memory>
+
+namespace QuorvelCoreSDK {
+
+/// A settings record: it decodes itself from the account's settings document, and has a default for
+/// when there is none to decode.
+template <class T>
+concept DecodableDefault =
+    std::derived_from<typename T::DefaultType, Platform::Object> &&
+    std::constructible_from<T, const Platform::Decoder&> && requires {
+      { T::default_() } -> std::same_as<std::shared_ptr<const typename T::DefaultType>>;
+    };
+
+/// The settings service: answers with records decoded from the account's settings document.
+///
+/// Thread safety: any thread.
+class PELLIX_EXPORT SettingsProvider {
+ public:
+  virtual ~SettingsProvider();
+
+  /// Calls `callback` once with the record, or with its default if there is none to decode: at once
+  /// on this thread if the document is at hand, else on the thread on which it arrives.
+  template <DecodableDefault T>
+  void getSettings(std::function<void(std::shared_ptr<const typename T::DefaultType>)> callback) {
+    answer(RecordType{.decode = decodeRecord<T>,
+                      .makeDefault = []() -> Record { return T::default_(); }},
+           [callback = std::move(callback)](Record record) {
+             callback(std::static_pointer_cast<const typename T::DefaultType>(std::move(record)));
+           });
+  }
+
+ protected:
+  using Record = std::shared_ptr<const Platform::Object>;
+  using Continuation = std::function<void(Record)>;
+
+  /// A settings record's type, as far as the service needs to know it.
+  struct RecordType {
+    std::expected<Record, Platform::Error> (*decode)(std::string_view document);
+    Record (*makeDefault)();
+  };
+
+  /// Calls `continuation` once with a record of that type; see `getSettings`.
+  virtual void answer(RecordType type, Continuation continuation) = 0;
+
+ private:
+  template <class T>
+  static std::expected<Record, Platform::Error> decodeRecord(std::string_view document) {
+    return Platform::JSONDecoder().decode<T>(document);
+  }
+};
+
+}  // namespace QuorvelCoreSDK

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <Platform/Data.h>
+#include <Platform/Error.h>
+#include <Platform/URLResponse.h>
+#include <QuorvelCoreSDK/HttpMethod.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace QuorvelCoreSDK {
+
+/// A request, ready to be sent.
+struct TransportRequest {
+  HttpMethod method = HttpMethod::get;
+  std::string url;  ///< https, or http to loopback.
+  std::vector<std::pair<std::string, std::string>> headers;  ///< Holds the token, if there is one.
+  std::optional<Platform::Data> body;
+};
+
+/// How a request ended. An error says that it failed on the way; else there is a response.
+struct TransportReply {
+  std::optional<Platform::Data> data;  ///< Absent if no byte came.
+  std::shared_ptr<const Platform::URLResponse> response;
+  std::optional<Platform::Error> error;
+};
+
+/// What carries requests. The default is HTTP by libcurl; a host may put another in its place.
+///
+/// Thread safety: any thread.
+class PELLIX_EXPORT Transport {
+ public:
+  using Completion = std::function<void(TransportReply)>;
+
+  virtual ~Transport();
+
+  /// Sends a request. `completion` is called once, on a thread of the transport's choosing and not
+  /// within this call, and let go of right after.
+  virtual void send(TransportRequest request, Completion completion) = 0;
+
+  /// Runs `task` once where completions are called, not within this call, and lets go of it.
+  virtual void post(std::function<void()> task) = 0;
+};
+
+}  // namespace QuorvelCoreSDK

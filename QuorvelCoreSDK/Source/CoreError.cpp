@@ -1,0 +1,50 @@
+#include <QuorvelCoreSDK/CoreError.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace QuorvelCoreSDK {
+
+const char CoreErrorDomain[] = "com.quorvel.core";
+
+namespace {
+
+struct Sentence {
+  CoreErrorCode code;
+  std::string_view text;
+};
+
+constexpr auto sentences = std::to_array<Sentence>({
+    {CoreErrorCode::invalidAccountUrl,
+     "The account address must be an absolute URL without user, query or fragment."},
+    {CoreErrorCode::insecureUrl, "The address must use https; http is for loopback alone."},
+    {CoreErrorCode::missingToken, "The request needs a bearer token, and there is none."},
+    {CoreErrorCode::invalidHeader, "The token or a header holds characters that can't be sent."},
+    {CoreErrorCode::notInitialized, "The account details do not come from a core instance."},
+    {CoreErrorCode::cannotResolveHost, "The server's name could not be resolved."},
+    {CoreErrorCode::cannotResolveProxy, "The proxy's name could not be resolved."},
+    {CoreErrorCode::cannotConnect, "The server could not be reached."},
+    {CoreErrorCode::timedOut, "The server did not answer in time."},
+    {CoreErrorCode::untrustedCertificate, "The server's certificate is not trusted."},
+    {CoreErrorCode::secureConnectionFailed, "A secure connection could not be set up."},
+    {CoreErrorCode::unreadableCertificateStore, "The trusted certificates could not be read."},
+    {CoreErrorCode::connectionLost, "The connection was lost before the reply was complete."},
+    {CoreErrorCode::malformedReply, "The server's reply is not proper HTTP."},
+    {CoreErrorCode::replyTooLarge, "The server's reply is too large."},
+    {CoreErrorCode::proxyFailed, "The proxy did not pass the request on."},
+    {CoreErrorCode::transportFailed, "The request failed."},
+});
+
+}  // namespace
+
+Platform::Error makeCoreError(CoreErrorCode code, std::string_view detail) {
+  const auto sentence = std::ranges::find(sentences, code, &Sentence::code);
+  std::string text(sentence == sentences.end() ? std::string_view() : sentence->text);
+  if (!detail.empty()) text.append(" (").append(detail).append(")");
+  return {CoreErrorDomain,
+          std::to_underlying(code),
+          {{Platform::NSLocalizedDescriptionKey, std::move(text)}}};
+}
+
+}  // namespace QuorvelCoreSDK

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QuorvelCoreSDK/ClientHeaders.h>
+
+#include <memory>
+
+namespace QuorvelCoreSDK {
+
+/// How the core presents itself in requests of its own.
+[[nodiscard]] std::shared_ptr<const ClientHeaders> coreHeaders();
+
+}  // namespace QuorvelCoreSDK

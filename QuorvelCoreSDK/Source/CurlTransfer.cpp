@@ -1,0 +1,185 @@
+#include "CurlTransfer.h"
+
+#include <Platform/URL.h>
+#include <QuorvelCoreSDK/CoreError.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <new>
+#include <string_view>
+
+namespace QuorvelCoreSDK {
+namespace {
+
+constexpr std::size_t largestHeaders = std::size_t{256} << 10;  // bytes, of all fields together
+
+const char* nameOf(HttpMethod method) {
+  switch (method) {
+    case HttpMethod::post:
+      return "POST";
+    case HttpMethod::put:
+      return "PUT";
+    case HttpMethod::delete_:
+      return "DELETE";
+    case HttpMethod::get:
+      break;
+  }
+  return "GET";
+}
+
+struct Meaning {
+  CURLcode result;
+  CoreErrorCode code;
+};
+
+constexpr auto meanings = std::to_array<Meaning>({
+    {CURLE_COULDNT_RESOLVE_HOST, CoreErrorCode::cannotResolveHost},
+    {CURLE_COULDNT_RESOLVE_PROXY, CoreErrorCode::cannotResolveProxy},
+    {CURLE_COULDNT_CONNECT, CoreErrorCode::cannotConnect},
+    {CURLE_OPERATION_TIMEDOUT, CoreErrorCode::timedOut},
+    {CURLE_PEER_FAILED_VERIFICATION, CoreErrorCode::untrustedCertificate},
+    {CURLE_SSL_ISSUER_ERROR, CoreErrorCode::untrustedCertificate},
+    {CURLE_SSL_CONNECT_ERROR, CoreErrorCode::secureConnectionFailed},
+    {CURLE_SSL_CIPHER, CoreErrorCode::secureConnectionFailed},
+    {CURLE_SSL_CACERT_BADFILE, CoreErrorCode::unreadableCertificateStore},
+    {CURLE_GOT_NOTHING, CoreErrorCode::connectionLost},
+    {CURLE_SEND_ERROR, CoreErrorCode::connectionLost},
+    {CURLE_RECV_ERROR, CoreErrorCode::connectionLost},
+    {CURLE_PARTIAL_FILE, CoreErrorCode::connectionLost},
+    {CURLE_HTTP2, CoreErrorCode::malformedReply},
+    {CURLE_HTTP2_STREAM, CoreErrorCode::connectionLost},
+    {CURLE_WEIRD_SERVER_REPLY, CoreErrorCode::malformedReply},
+    {CURLE_UNSUPPORTED_PROTOCOL, CoreErrorCode::malformedReply},
+    {CURLE_BAD_CONTENT_ENCODING, CoreErrorCode::malformedReply},
+    {CURLE_PROXY, CoreErrorCode::proxyFailed},
+});
+
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view blanks = " \t\r\n";
+  const auto begin = text.find_first_not_of(blanks);
+  if (begin == text.npos) return {};
+  return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
+}
+
+}  // namespace
+
+CurlTransfer::CurlTransfer(TransportRequest request, Transport::Completion completion,
+                           std::shared_ptr<const NetworkConfiguration> configuration)
+    : request_(std::move(request)),
+      completion_(std::move(completion)),
+      configuration_(std::move(configuration)),
+      deadline_(Clock::now() + configuration_->limit) {}
+
+void CurlTransfer::prepare(CURL* easy) {
+  const auto set = [easy](CURLoption option, auto value) { curl_easy_setopt(easy, option, value); };
+  const auto& network = *configuration_;
+
+  set(CURLOPT_PRIVATE, this);
+  set(CURLOPT_URL, request_.url.c_str());
+  set(CURLOPT_NOSIGNAL, 1L);
+  set(CURLOPT_PROTOCOLS_STR, "http,https");
+  set(CURLOPT_FOLLOWLOCATION, 0L);
+  set(CURLOPT_ERRORBUFFER, detail_);
+
+  // A request that has waited for its turn has that much less time left; zero would mean no limit.
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());
+  set(CURLOPT_TIMEOUT_MS, static_cast<long>(std::max<std::int64_t>(1, left.count())));
+  set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(network.connectLimit.count()));
+
+  set(CURLOPT_SSL_VERIFYPEER, 1L);
+  set(CURLOPT_SSL_VERIFYHOST, 2L);
+  if (!network.certificateAuthorities.empty()) {
+    set(CURLOPT_CAINFO, network.certificateAuthorities.c_str());
+    set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+  }
+  set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+  set(CURLOPT_PIPEWAIT, 1L);
+
+  const auto url = Platform::URL::parse(request_.url);
+  if (!network.proxy.empty()) {
+    set(CURLOPT_PROXY, network.proxy.c_str());
+    set(CURLOPT_NOPROXY, "");
+  } else if (network.ignoreEnvironment || (url && url->isLoopback())) {
+    set(CURLOPT_PROXY, "");
+  }
+
+  if (request_.body) {
+    set(CURLOPT_POSTFIELDS, request_.body->data());
+    set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request_.body->size()));
+  }
+  set(CURLOPT_CUSTOMREQUEST, nameOf(request_.method));
+
+  const auto addHeader = [this](const std::string& line) {
+    auto* const longer = curl_slist_append(headers_.get(), line.c_str());
+    if (!longer) throw std::bad_alloc();
+    static_cast<void>(headers_.release());
+    headers_.reset(longer);
+  };
+  for (const auto& [name, value] : request_.headers) {
+    // An empty value is written with a semicolon; with a colon it would remove the header.
+    addHeader(value.empty() ? name + ";" : name + ": " + value);
+  }
+  addHeader("Expect:");  // large questions go out without asking first
+  set(CURLOPT_HTTPHEADER, headers_.get());
+  set(CURLOPT_HEADEROPT, static_cast<long>(CURLHEADER_SEPARATE));  // a proxy sees none of them
+
+  set(CURLOPT_HEADERFUNCTION, takeHeader);
+  set(CURLOPT_HEADERDATA, this);
+  set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+  set(CURLOPT_WRITEFUNCTION, takeBody);
+  set(CURLOPT_WRITEDATA, this);
+}
+
+std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t count, void* self) {
+  auto& transfer = *static_cast<CurlTransfer*>(self);
+  const std::string_view line(data, size * count);
+  transfer.headerBytes_ += line.size();
+  if (transfer.headerBytes_ > largestHeaders) {
+    transfer.isTooLarge_ = true;
+    return CURL_WRITEFUNC_ERROR;
+  }
+  if (line.starts_with("HTTP/")) {  // an interim response may have come before
+    transfer.responseHeaders_.clear();
+    transfer.status_ = 0;
+    if (const auto blank = line.find(' '); blank != line.npos) {
+      std::from_chars(line.data() + blank + 1, line.data() + line.size(), transfer.status_);
+    }
+  } else if (const auto colon = line.find(':'); colon != line.npos) {
+    transfer.responseHeaders_.emplace_back(line.substr(0, colon), trimmed(line.substr(colon + 1)));
+  }
+  return size * count;
+}
+
+std::size_t CurlTransfer::takeBody(char* data, std::size_t size, std::size_t count, void* self) {
+  auto& transfer = *static_cast<CurlTransfer*>(self);
+  if (size * count > transfer.configuration_->largestReply - transfer.body_.size()) {
+    transfer.isTooLarge_ = true;
+    return CURL_WRITEFUNC_ERROR;
+  }
+  transfer.body_.append(data, size * count);
+  return size * count;
+}
+
+Platform::Error CurlTransfer::errorFor(CURLcode result) const {
+  if (isTooLarge_) return makeCoreError(CoreErrorCode::replyTooLarge);
+  const auto meaning = std::ranges::find(meanings, result, &Meaning::result);
+  return makeCoreError(
+      meaning == meanings.end() ? CoreErrorCode::transportFailed : meaning->code,
+      detail_[0] ? static_cast<const char*>(detail_) : curl_easy_strerror(result));
+}
+
+void CurlTransfer::finish(CURLcode result) {
+  TransportReply reply;
+  if (result == CURLE_OK) {
+    reply.response = std::make_shared<const Platform::HTTPURLResponse>(
+        std::move(request_.url), status_, std::move(responseHeaders_));
+    if (!body_.empty()) reply.data = std::move(body_);
+  } else {
+    reply.error = errorFor(result);
+  }
+  const auto completion = std::exchange(completion_, nullptr);
+  completion(std::move(reply));
+}
+
+}  // namespace QuorvelCoreSDK

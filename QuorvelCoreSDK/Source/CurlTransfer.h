@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QuorvelCoreSDK/Configuration.h>
+#include <curl/curl.h>
+
+namespace QuorvelCoreSDK {
+
+/// One request on its way through libcurl. Used on the worker thread only, once made.
+class CurlTransfer {
+ public:
+  CurlTransfer(TransportRequest request, Transport::Completion completion,
+               std::shared_ptr<const NetworkConfiguration> configuration);
+  CurlTransfer(const CurlTransfer&) = delete;
+  CurlTransfer& operator=(const CurlTransfer&) = delete;
+
+  /// Sets every option of `easy`, which is fresh or reset. It refers to this transfer then.
+  void prepare(CURL* easy);
+
+  /// Calls the completion with how `easy` ended, and lets go of it.
+  void finish(CURLcode result);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  struct FreeList {
+    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+  };
+
+  static std::size_t takeHeader(char* data, std::size_t size, std::size_t count, void* self);
+  static std::size_t takeBody(char* data, std::size_t size, std::size_t count, void* self);
+
+  [[nodiscard]] Platform::Error errorFor(CURLcode result) const;
+
+  TransportRequest request_;
+  Transport::Completion completion_;
+  const std::shared_ptr<const NetworkConfiguration> configuration_;
+  const Clock::time_point deadline_;
+
+  std::unique_ptr<curl_slist, FreeList> headers_;
+  char detail_[CURL_ERROR_SIZE] = "";
+  int status_ = 0;
+  Platform::HTTPURLResponse::HeaderFields responseHeaders_;
+  std::size_t headerBytes_ = 0;
+  Platform::Data body_;
+  bool isTooLarge_ = false;
+};
+
+}  // namespace QuorvelCoreSDK

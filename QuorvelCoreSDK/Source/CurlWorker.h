@@ -1,0 +1,58 @@
+#pragma once
+
+#include <atomic>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "CurlTransfer.h"
+
+namespace QuorvelCoreSDK {
+
+/// The one thread that runs every transfer of the process.
+///
+/// It starts when it is first needed and is stopped by an exit handler, which cleans up nothing and
+/// runs no code of the host: whatever was under way simply does not end. The object itself is never
+/// destroyed, so any order of teardown is safe.
+class CurlWorker {
+ public:
+  [[nodiscard]] static CurlWorker& shared();
+
+  void add(std::unique_ptr<CurlTransfer> transfer);
+  void post(std::function<void()> task);
+
+ private:
+  struct Free {
+    void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
+  };
+  using Easy = std::unique_ptr<CURL, Free>;
+
+  CurlWorker();
+  static void stopAtExit();
+
+  template <class Item>
+  void enqueue(std::vector<Item>& queue, Item item);
+  void run();
+  [[nodiscard]] bool hasWork();
+  void startWaiting();
+  void finishDone();
+  void runTasks();
+  [[nodiscard]] Easy takeEasy();
+
+  const int process_;
+  CURLM* const multi_;
+  std::atomic<bool> stopping_ = false;
+
+  std::mutex mutex_;  // guards these three
+  std::vector<std::unique_ptr<CurlTransfer>> added_;
+  std::vector<std::function<void()>> tasks_;
+  std::thread thread_;
+
+  // The rest belongs to the thread.
+  std::deque<std::unique_ptr<CurlTransfer>> waiting_;
+  std::size_t running_ = 0;
+  std::vector<Easy> spare_;
+};
+
+}  // namespace QuorvelCoreSDK

@@ -1,0 +1,97 @@
+#include <Platform/JSONDecoder.h>
+#include <QuorvelCoreSDK/CoreError.h>
+#include <QuorvelCoreSDK/CoreLogger.h>
+#include <QuorvelCoreSDK/KeptDocument.h>
+#include <QuorvelCoreSDK/ProviderService.h>
+
+#include <utility>
+
+#include "Session.h"
+
+namespace QuorvelCoreSDK {
+namespace {
+
+/// Decodes from anything that is well formed.
+struct WellFormed {
+  explicit WellFormed(const Platform::Decoder&) {}
+};
+
+std::expected<Platform::Data, Platform::Error> documentOf(
+    std::optional<Platform::Data> data, const Platform::URLResponse* response,
+    std::optional<Platform::Error> error) {
+  if (error) return std::unexpected(*std::move(error));
+  const auto* http = dynamic_cast<const Platform::HTTPURLResponse*>(response);
+  const int status = http ? http->statusCode() : 0;
+  if (status < 200 || 299 < status) {
+    return std::unexpected(
+        makeCoreError(CoreErrorCode::transportFailed,
+                      "status " + std::to_string(status) + " " +
+                          Platform::HTTPURLResponse::localizedStringForStatusCode(status)));
+  }
+  auto document = std::move(data).value_or(Platform::Data());
+  if (auto checked = Platform::JSONDecoder().decode<WellFormed>(document); !checked) {
+    return std::unexpected(std::move(checked).error());
+  }
+  return document;
+}
+
+}  // namespace
+
+KeptDocument::KeptDocument(Parameters parameters) : parameters_(std::move(parameters)) {}
+
+void KeptDocument::get(Callback callback) {
+  Document document;
+  bool isFirst = false;
+  {
+    const std::lock_guard lock(mutex_);
+    if (document_ && Clock::now() < freshUntil_) {
+      document = document_;
+    } else {
+      isFirst = waiting_.empty();
+      waiting_.push_back(std::exchange(callback, nullptr));
+    }
+  }
+  if (isFirst) fetch();
+  if (!document) return;
+  if (parameters_.delivery == Delivery::atOnce) {
+    callback(std::move(document));
+  } else {
+    parameters_.environment.session_->transport().post(
+        [callback = std::exchange(callback, nullptr), document = std::move(document)] {
+          callback(document);
+        });
+  }
+}
+
+void KeptDocument::fetch() {
+  const auto& account = parameters_.environment;
+  const ProviderService service(
+      {.environment = account,
+       .urlComponent = Platform::URL::parse(account.accountUrl() + parameters_.path).value(),
+       .clientHeaders = parameters_.clientHeaders});
+  service.perform([self = shared_from_this()](auto data, auto response, auto error) {
+    self->finish(documentOf(std::move(data), response.get(), std::move(error)));
+  });
+}
+
+void KeptDocument::finish(std::expected<Platform::Data, Platform::Error> fetched) {
+  Document document;
+  std::vector<Callback> waiting;
+  {
+    const std::lock_guard lock(mutex_);
+    if (fetched) {
+      document_ = std::make_shared<const Platform::Data>(*std::move(fetched));
+      freshUntil_ = Clock::now() + parameters_.environment.session_->timeToLive();
+    }
+    document = document_;
+    std::swap(waiting, waiting_);
+  }
+  if (!fetched) {
+    CoreLogger::warn(parameters_.name + " could not be fetched; " +
+                     (document ? "the last ones are" : "the default is") + " used instead. " +
+                     fetched.error().description());
+  }
+  for (auto& callback : waiting) std::exchange(callback, nullptr)(document);
+}
+
+}  // namespace QuorvelCoreSDK

@@ -1,0 +1,110 @@
+#include <QuorvelCoreSDK/CoreError.h>
+#include <QuorvelCoreSDK/ProviderService.h>
+
+#include <algorithm>
+#include <expected>
+#include <string_view>
+#include <utility>
+
+#include "Session.h"
+
+namespace QuorvelCoreSDK {
+namespace {
+
+using Parameters = ProviderService::Parameters;
+
+bool isSecure(const Platform::URL& url) {
+  return url.scheme() == "https" || (url.scheme() == "http" && url.isLoopback());
+}
+
+/// RFC 9110, section 5.6.2.
+bool isHeaderName(std::string_view name) {
+  return !name.empty() && std::ranges::all_of(name, [](char c) {
+    constexpr std::string_view others = "!#$%&'*+-.^_`|~";
+    return ('0' <= c && c <= '9') || ('a' <= c && c <= 'z') || ('A' <= c && c <= 'Z') ||
+           others.find(c) != others.npos;
+  });
+}
+
+/// Whether a value can't break out of its header: RFC 9110, section 5.5.
+bool isHeaderValue(std::string_view value) {
+  return std::ranges::none_of(value, [](char c) {
+    return (static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7F;
+  });
+}
+
+std::expected<TransportRequest, Platform::Error> makeRequest(const Parameters& parameters,
+                                                             const Session& session) {
+  const auto& url = parameters.urlComponent;
+  if (!isSecure(url)) return std::unexpected(makeCoreError(CoreErrorCode::insecureUrl));
+
+  TransportRequest request{
+      .method = parameters.httpMethod, .url = url.string(), .headers = {}, .body = parameters.body};
+  auto& headers = request.headers;
+  headers.reserve(8);
+  if (parameters.requiresAuth) {
+    const auto token = session.token();
+    if (!token || token->empty()) {
+      return std::unexpected(makeCoreError(CoreErrorCode::missingToken));
+    }
+    headers.emplace_back("Authorization", "Bearer " + *token);
+  }
+  headers.emplace_back("Accept", "application/json");
+  if (request.body) headers.emplace_back("Content-Type", "application/json; charset=utf-8");
+  headers.emplace_back("X-Quorvel-Client", parameters.clientHeaders->client());
+  headers.emplace_back("X-Quorvel-Client-Version", parameters.clientHeaders->version());
+  for (auto& header : parameters.clientHeaders->aditionalHeaders()) headers.push_back(header);
+
+  for (const auto& [name, value] : headers) {
+    if (!isHeaderName(name) || !isHeaderValue(value)) {
+      return std::unexpected(makeCoreError(CoreErrorCode::invalidHeader));
+    }
+  }
+  return request;
+}
+
+void deliver(ProviderService::Callback callback, Platform::DispatchQueue* queue,
+             TransportReply reply) {
+  if (reply.data && reply.data->empty()) reply.data.reset();
+  if (!queue) {
+    callback(std::move(reply.data), std::move(reply.response), std::move(reply.error));
+    return;
+  }
+  queue->post([callback = std::move(callback), reply = std::move(reply)]() mutable {
+    callback(std::move(reply.data), std::move(reply.response), std::move(reply.error));
+  });
+}
+
+}  // namespace
+
+ClientHeaders::~ClientHeaders() = default;
+Transport::~Transport() = default;
+
+ProviderService::ProviderService(Parameters parameters) : parameters_(std::move(parameters)) {}
+
+void ProviderService::perform(Callback callback) const {
+  const auto& session = parameters_.environment.session_;
+  auto* const queue = parameters_.dispatchQueue;
+  if (!session) {
+    // Without a transport there is no thread but the queue's.
+    auto& anyQueue = queue ? *queue : Platform::DispatchQueue::main();
+    deliver(std::move(callback), &anyQueue,
+            {.error = makeCoreError(CoreErrorCode::notInitialized)});
+    return;
+  }
+  auto request = makeRequest(parameters_, *session);
+  if (!request) {
+    session->transport().post([callback = std::move(callback), queue,
+                               error = std::move(request.error())]() mutable {
+      deliver(std::move(callback), queue, {.error = std::move(error)});
+    });
+    return;
+  }
+  session->transport().send(*std::move(request),
+                            [callback = std::move(callback), queue,
+                             underWay = Session::begin(session)](TransportReply reply) mutable {
+                              deliver(std::move(callback), queue, std::move(reply));
+                            });
+}
+
+}  // namespace QuorvelCoreSDK

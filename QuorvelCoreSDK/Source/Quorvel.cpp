@@ -1,0 +1,103 @@
+#include <QuorvelCoreSDK/CoreError.h>
+#include <QuorvelCoreSDK/Quorvel.h>
+
+#include <Platform/URL.h>
+
+#include <mutex>
+#include <utility>
+
+#include "CurlTransport.h"
+#include "Session.h"
+#include "SettingsService.h"
+#include "SharedInstance.h"
+
+namespace QuorvelCoreSDK {
+
+struct Quorvel::Parts {
+  std::shared_ptr<Session> session;
+  AccountDetails accountDetails;
+  ProviderModule providerModule;
+};
+
+namespace {
+
+struct Shared {
+  std::mutex mutex;
+  std::shared_ptr<Quorvel> instance;
+};
+
+Shared& shared() {
+  static auto& slot = *new Shared;  // leaked: other threads may ask while the process ends
+  return slot;
+}
+
+/// Why an account's address can't be served, or nothing.
+std::optional<CoreErrorCode> faultOf(const std::optional<Platform::URL>& url) {
+  if (!url || url->scheme().empty() || url->host().empty() || url->hasUserInfo() ||
+      url->hasQuery() || url->hasFragment()) {
+    return CoreErrorCode::invalidAccountUrl;
+  }
+  if (url->scheme() == "https" || (url->scheme() == "http" && url->isLoopback())) return {};
+  return CoreErrorCode::insecureUrl;
+}
+
+}  // namespace
+
+AccountDetails::AccountDetails(std::string accountUrl, std::string applicationId,
+                               std::string clientId)
+    : accountUrl_(std::move(accountUrl)),
+      applicationId_(std::move(applicationId)),
+      clientId_(std::move(clientId)) {}
+
+Quorvel::Quorvel(Parts parts) : parts_(std::make_unique<const Parts>(std::move(parts))) {}
+Quorvel::~Quorvel() = default;
+
+std::expected<std::shared_ptr<Quorvel>, Platform::Error> Quorvel::initialize(
+    AccountDetails accountDetails, Configuration configuration) {
+  auto& address = accountDetails.accountUrl_;
+  while (address.ends_with('/')) address.pop_back();
+  if (const auto fault = faultOf(Platform::URL::parse(address))) {
+    return std::unexpected(makeCoreError(*fault));
+  }
+
+  auto transport = configuration.transport
+                       ? std::move(configuration.transport)
+                       : std::make_shared<CurlTransport>(std::move(configuration.network));
+  auto session = std::make_shared<Session>(std::move(transport), std::move(configuration.token),
+                                           configuration.settingsTimeToLive);
+  accountDetails.session_ = session;
+  auto settings = configuration.settings
+                      ? std::move(configuration.settings)
+                      : std::make_shared<SettingsService>(accountDetails);
+  std::shared_ptr<Quorvel> instance(new Quorvel(Parts{.session = std::move(session),
+                                                      .accountDetails = std::move(accountDetails),
+                                                      .providerModule =
+                                                          ProviderModule(std::move(settings))}));
+  setSharedInstance(instance);
+  return instance;
+}
+
+std::shared_ptr<Quorvel> Quorvel::instance() {
+  auto& slot = shared();
+  const std::lock_guard lock(slot.mutex);
+  return slot.instance;
+}
+
+void setSharedInstance(std::shared_ptr<Quorvel> instance) {
+  auto& slot = shared();
+  const std::lock_guard lock(slot.mutex);
+  std::swap(slot.instance, instance);  // the earlier one goes after the lock does
+}
+
+const AccountDetails& Quorvel::accountDetails() const { return parts_->accountDetails; }
+const ProviderModule& Quorvel::providerModule() const { return parts_->providerModule; }
+
+bool Quorvel::waitUntilIdle(std::chrono::milliseconds limit) const {
+  return parts_->session->waitUntilIdle(limit);
+}
+
+void Quorvel::post(std::function<void()> task) const {
+  parts_->session->transport().post(std::move(task));
+}
+
+}  // namespace QuorvelCoreSDK

@@ -1,0 +1,23 @@
+#include "Session.h"
+
+namespace QuorvelCoreSDK {
+
+std::shared_ptr<void> Session::begin(const std::shared_ptr<Session>& session) {
+  {
+    const std::lock_guard lock(session->mutex_);
+    ++session->underWay_;
+  }
+  return {nullptr, [session](void*) { session->end(); }};
+}
+
+void Session::end() {
+  const std::lock_guard lock(mutex_);
+  if (--underWay_ == 0) idle_.notify_all();
+}
+
+bool Session::waitUntilIdle(std::chrono::milliseconds limit) {
+  std::unique_lock lock(mutex_);
+  return idle_.wait_for(lock, limit, [&] { return underWay_ == 0; });
+}
+
+}  // namespace QuorvelCoreSDK

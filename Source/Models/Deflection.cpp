@@ -1,0 +1,24 @@
+#include <PellixProvidersSDK/Deflection.h>
+
+namespace PellixProvidersSDK {
+
+using Platform::Key;
+
+struct Deflection::Keys {
+  static constexpr std::tuple table{
+      Key{"id", &Fields::deflectionID},
+      Key{"auth_token", &Fields::authToken},
+  };
+};
+
+Deflection::Deflection(const Platform::Decoder& decoder) : fields_(decoder.decode(Keys::table)) {}
+Deflection::~Deflection() = default;
+
+void Deflection::encode(Platform::Encoder& encoder) const { encoder.encode(fields_, Keys::table); }
+
+bool Deflection::isEqual(const Platform::Object* other) const {
+  const auto* that = dynamic_cast<const Deflection*>(other);
+  return that && Platform::sameFields(fields_, that->fields_, Keys::table);
+}
+
+}  // namespace PellixProvidersSDK

@@ -1,0 +1,28 @@
+#include <PellixProvidersSDK/DeflectionResponse.h>
+
+namespace PellixProvidersSDK {
+
+using Platform::Key;
+
+struct DeflectionResponse::Keys {
+  static constexpr std::tuple table{
+      Key{"deflection", &Fields::deflection},
+      Key{"deflection_articles", &Fields::deflectionArticles},
+      Key{"interaction_access_token", &Fields::interactionAccessToken},
+  };
+};
+
+DeflectionResponse::DeflectionResponse(const Platform::Decoder& decoder)
+    : fields_(decoder.decode(Keys::table)) {}
+DeflectionResponse::~DeflectionResponse() = default;
+
+void DeflectionResponse::encode(Platform::Encoder& encoder) const {
+  encoder.encode(fields_, Keys::table);
+}
+
+bool DeflectionResponse::isEqual(const Platform::Object* other) const {
+  const auto* that = dynamic_cast<const DeflectionResponse*>(other);
+  return that && Platform::sameFields(fields_, that->fields_, Keys::table);
+}
+
+}  // namespace PellixProvidersSDK

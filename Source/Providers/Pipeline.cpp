@@ -1,0 +1,83 @@
+#include "Providers/Pipeline.h"
+
+#include <Platform/FormatTemplate.h>
+#include <PellixProvidersSDK/PellixError.h>
+#include <PellixProvidersSDK/PellixSettingsProvider.h>
+#include <QuorvelCoreSDK/CoreLogger.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "LibraryVersion.h"
+#include "PellixHeaders.h"
+#include "Resources/EndpointsReader.h"
+
+namespace PellixProvidersSDK {
+
+const char PellixErrorDomain[] = "com.pellix.providers";
+const char PellixDisabledErrorDomain[] = "QV_Pellix_Disabled";
+
+namespace {
+
+constexpr char anchor = 0;  // stands for the provider's class where its bundle is looked for
+
+}  // namespace
+
+void checkEnabled(std::function<void(bool)> callback) {
+  PellixSettingsProvider::getSettings(
+      [callback = std::move(callback)](const std::shared_ptr<const PellixSettings>& settings) {
+        callback(settings && settings->enabled());
+      });
+}
+
+Platform::Error disabledError() {
+  QuorvelCoreSDK::CoreLogger::warn("Pellix is disabled at account level.");
+  return {PellixDisabledErrorDomain, PellixDisabledErrorCode};
+}
+
+const PellixEndpoint* findEndpoint(std::string_view name) {
+  const auto* const reader = EndpointsReader::shared();
+  if (!reader) return nullptr;
+  const auto& endpoints = reader->endpoints();
+  const auto found = std::ranges::find(endpoints, name, &PellixEndpoint::name);
+  return found == endpoints.end() ? nullptr : &*found;
+}
+
+std::optional<QuorvelCoreSDK::ProviderService> makeProviderService(
+    const QuorvelCoreSDK::Quorvel* quorvel, std::optional<Platform::Data> body,
+    const PellixEndpoint& endpoint) {
+  if (!quorvel) return std::nullopt;
+  const auto& accountUrl = quorvel->accountDetails().accountUrl();
+  auto address = Platform::formatTemplate(endpoint.urlString(), accountUrl);
+  auto url = address ? Platform::URL::parse(*std::move(address)) : std::nullopt;
+  if (!url) return std::nullopt;
+  if (!body) return std::nullopt;
+  return QuorvelCoreSDK::ProviderService({
+      .environment = quorvel->accountDetails(),
+      .urlComponent = *std::move(url),
+      .requiresAuth = true,
+      .httpMethod = endpoint.httpMethod(),
+      .clientHeaders = std::make_shared<const PellixHeaders>("Pellix", libraryVersion(&anchor),
+                                                             std::map<std::string, std::string>()),
+      .body = std::move(body),
+      .dispatchQueue = &Platform::DispatchQueue::main(),
+      .reporter = QuorvelCoreSDK::Reporter::none,
+      .cachingDelegate = nullptr,
+  });
+}
+
+std::optional<Platform::Error> errorFor(const Platform::URLResponse* response,
+                                        std::optional<Platform::Error> error) {
+  if (error) return error;
+  const auto* http = dynamic_cast<const Platform::HTTPURLResponse*>(response);
+  if (!http) return std::nullopt;
+  const int status = http->statusCode();
+  if (200 <= status && status < 300) return std::nullopt;
+  return Platform::Error(
+      PellixErrorDomain, status,
+      {{Platform::NSLocalizedDescriptionKey,
+        Platform::HTTPURLResponse::localizedStringForStatusCode(status)},
+       {"status_code", "HTTP Error: " + std::to_string(status)}});
+}
+
+}  // namespace PellixProvidersSDK

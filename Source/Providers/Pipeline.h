@@ -1,0 +1,47 @@
+#pragma once
+
+#include <Platform/Error.h>
+#include <Platform/JSONEncoder.h>
+#include <Platform/URLResponse.h>
+#include <QuorvelCoreSDK/ProviderService.h>
+#include <QuorvelCoreSDK/Quorvel.h>
+
+#include <functional>
+#include <optional>
+#include <string_view>
+
+#include "PrintError.h"
+#include "Resources/PellixEndpoint.h"
+
+/// The steps that all of the provider's operations share.
+namespace PellixProvidersSDK {
+
+/// Asks the settings whether the feature is enabled for the account. Without a core instance,
+/// `callback` is never called.
+void checkEnabled(std::function<void(bool)> callback);
+
+/// Logs that the feature is disabled, and makes the error that says so.
+[[nodiscard]] Platform::Error disabledError();
+
+/// The first endpoint of that exact name, or null. It lives as long as the process.
+[[nodiscard]] const PellixEndpoint* findEndpoint(std::string_view name);
+
+/// A body's JSON. If it can't be encoded, prints why and gives nothing.
+template <class Body>
+[[nodiscard]] std::optional<Platform::Data> encodeBody(const Body& body) {
+  auto encoded = Platform::JSONEncoder().encode(body);
+  if (encoded) return *std::move(encoded);
+  printError(encoded.error());
+  return std::nullopt;
+}
+
+/// The request for an endpoint, or nothing: without a core instance, an address or a body.
+[[nodiscard]] std::optional<QuorvelCoreSDK::ProviderService> makeProviderService(
+    const QuorvelCoreSDK::Quorvel* quorvel, std::optional<Platform::Data> body,
+    const PellixEndpoint& endpoint);
+
+/// The error that a request's outcome amounts to, or nothing.
+[[nodiscard]] std::optional<Platform::Error> errorFor(const Platform::URLResponse* response,
+                                                      std::optional<Platform::Error> error);
+
+}  // namespace PellixProvidersSDK

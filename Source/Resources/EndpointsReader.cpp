@@ -1,0 +1,39 @@
+#include "Resources/EndpointsReader.h"
+
+#include <Platform/Bundle.h>
+#include <Platform/File.h>
+#include <Platform/PropertyListDecoder.h>
+
+#include "PrintError.h"
+
+namespace PellixProvidersSDK {
+namespace {
+
+constexpr char anchor = 0;  // stands for the class where its bundle is looked for
+
+}  // namespace
+
+std::unique_ptr<const EndpointsReader> EndpointsReader::make() {
+  auto reader = std::make_unique<EndpointsReader>();
+  const auto path = Platform::Bundle::containing(&anchor).pathForResource("Endpoints", "plist");
+  if (!path) return nullptr;
+  const auto data = Platform::readFile(*path);
+  if (!data) {
+    printError(data.error());
+    return reader;
+  }
+  auto decoded = Platform::PropertyListDecoder().decode<std::vector<PellixEndpoint>>(*data);
+  if (decoded) {
+    reader->endpoints_ = *std::move(decoded);
+  } else {
+    printError(decoded.error());
+  }
+  return reader;
+}
+
+const EndpointsReader* EndpointsReader::shared() {
+  static const EndpointsReader* const reader = make().release();  // never reloaded, never freed
+  return reader;
+}
+
+}  // namespace PellixProvidersSDK

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <Platform/Export.h>
+
+#include <cstdint>
+
+namespace VeltraneProvidersSDK {
+
+/// The domain of this library's own errors.
+PELLIX_EXPORT extern const char VeltraneErrorDomain[];
+
+/// The codes of that domain.
+enum class VeltraneErrorCode : std::int64_t {
+  missingArticleId = 1,  ///< No article is named.
+  notInitialized = 2,    ///< Neither this library nor the core has an instance.
+  refused = 3,           ///< The knowledge base answered with another status than success.
+};
+
+}  // namespace VeltraneProvidersSDK

@@ -1,0 +1,70 @@
+#include "KnowledgeBase.h"
+
+#include <Platform/DispatchQueue.h>
+#include <QuorvelCoreSDK/ProviderService.h>
+#include <VeltraneProvidersSDK/Veltrane.h>
+
+#include <utility>
+
+namespace VeltraneProvidersSDK {
+
+const char VeltraneErrorDomain[] = "com.veltrane.providers";
+
+namespace {
+
+class VeltraneHeaders final : public QuorvelCoreSDK::ClientHeaders {
+ public:
+  [[nodiscard]] std::string client() const override { return "Veltrane"; }
+  [[nodiscard]] std::string version() const override { return VELTRANE_VERSION; }
+  [[nodiscard]] std::map<std::string, std::string> aditionalHeaders() const override { return {}; }
+};
+
+Reply replyOf(std::optional<Platform::Data> data, const Platform::URLResponse* response,
+              std::optional<Platform::Error> error) {
+  if (error) return std::unexpected(*std::move(error));
+  const auto* http = dynamic_cast<const Platform::HTTPURLResponse*>(response);
+  const int status = http ? http->statusCode() : 0;
+  if (status < 200 || 299 < status) {
+    return std::unexpected(makeVeltraneError(
+        VeltraneErrorCode::refused,
+        "The knowledge base answered with status " + std::to_string(status) + " " +
+            Platform::HTTPURLResponse::localizedStringForStatusCode(status) + "."));
+  }
+  return std::move(data).value_or(Platform::Data());
+}
+
+}  // namespace
+
+std::shared_ptr<const QuorvelCoreSDK::ClientHeaders> veltraneHeaders() {
+  return std::make_shared<const VeltraneHeaders>();
+}
+
+Platform::Error makeVeltraneError(VeltraneErrorCode code, std::string text) {
+  return {VeltraneErrorDomain,
+          std::to_underlying(code),
+          {{Platform::NSLocalizedDescriptionKey, std::move(text)}}};
+}
+
+void postToKnowledgeBase(std::string_view path, std::function<void(Reply)> callback) {
+  const auto veltrane = Veltrane::instance();
+  if (!veltrane) {
+    // Only a core instance has a thread of its own to answer on.
+    Platform::DispatchQueue::main().post([callback = std::move(callback)] {
+      callback(std::unexpected(makeVeltraneError(VeltraneErrorCode::notInitialized,
+                                                 "The knowledge base is not set up.")));
+    });
+    return;
+  }
+  const auto& account = veltrane->quorvel()->accountDetails();
+  const QuorvelCoreSDK::ProviderService service(
+      {.environment = account,
+       .urlComponent = Platform::URL::parse(account.accountUrl() + std::string(path)).value(),
+       .requiresAuth = true,
+       .httpMethod = QuorvelCoreSDK::HttpMethod::post,
+       .clientHeaders = veltraneHeaders()});
+  service.perform([callback = std::move(callback)](auto data, auto response, auto error) {
+    callback(replyOf(std::move(data), response.get(), std::move(error)));
+  });
+}
+
+}  // namespace VeltraneProvidersSDK

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <Platform/Data.h>
+#include <Platform/Error.h>
+#include <QuorvelCoreSDK/ClientHeaders.h>
+#include <VeltraneProvidersSDK/VeltraneError.h>
+
+#include <expected>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace VeltraneProvidersSDK {
+
+/// How this library presents itself in its requests.
+[[nodiscard]] std::shared_ptr<const QuorvelCoreSDK::ClientHeaders> veltraneHeaders();
+
+[[nodiscard]] Platform::Error makeVeltraneError(VeltraneErrorCode code, std::string text);
+
+/// The body of a reply with a status in 200..299, or why there is none.
+using Reply = std::expected<Platform::Data, Platform::Error>;
+
+/// Posts to the knowledge base, with authentication. Answers once, on the worker thread, or on the
+/// main queue without a shared instance, and never within this call.
+void postToKnowledgeBase(std::string_view path, std::function<void(Reply)> callback);
+
+}  // namespace VeltraneProvidersSDK

@@ -1,0 +1,10 @@
+#include <VeltraneProvidersSDK/LumenoSettings.h>
+
+namespace VeltraneProvidersSDK {
+
+LumenoSettings::LumenoSettings(const Platform::Decoder& decoder)
+    : locale_(decoder.read<std::string>("locale")) {}
+
+LumenoSettings::~LumenoSettings() = default;
+
+}  // namespace VeltraneProvidersSDK

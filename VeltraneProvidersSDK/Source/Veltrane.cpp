@@ -1,0 +1,87 @@
+#include <Platform/FatalError.h>
+#include <QuorvelCoreSDK/KeptDocument.h>
+#include <QuorvelCoreSDK/ServicePaths.h>
+#include <VeltraneProvidersSDK/Veltrane.h>
+
+#include <mutex>
+#include <utility>
+
+#include "KnowledgeBase.h"
+#include "SharedInstance.h"
+
+namespace VeltraneProvidersSDK {
+
+struct Veltrane::State {
+  const std::shared_ptr<QuorvelCoreSDK::Quorvel> quorvel;
+  const std::shared_ptr<QuorvelCoreSDK::KeptDocument> settings;
+  mutable std::mutex mutex;
+  std::optional<std::string> localeOverride;
+};
+
+namespace {
+
+using QuorvelCoreSDK::KeptDocument;
+
+struct Shared {
+  std::mutex mutex;
+  std::shared_ptr<Veltrane> instance;
+};
+
+Shared& shared() {
+  static auto& slot = *new Shared;  // leaked: other threads may ask while the process ends
+  return slot;
+}
+
+std::shared_ptr<KeptDocument> keptSettings(const QuorvelCoreSDK::Quorvel& quorvel) {
+  // Posted, so that what follows runs where the next request starts, and never within the call.
+  return std::make_shared<KeptDocument>(
+      KeptDocument::Parameters{.environment = quorvel.accountDetails(),
+                               .path = std::string(QuorvelCoreSDK::ServicePaths::knowledgeSettings),
+                               .name = "The knowledge base's settings",
+                               .clientHeaders = veltraneHeaders(),
+                               .delivery = KeptDocument::Delivery::posted});
+}
+
+}  // namespace
+
+Veltrane::Veltrane(const std::shared_ptr<QuorvelCoreSDK::Quorvel>& quorvel)
+    : state_(new State{.quorvel = quorvel, .settings = keptSettings(*quorvel)}) {}
+Veltrane::~Veltrane() = default;
+
+std::shared_ptr<Veltrane> Veltrane::initialize(
+    const std::shared_ptr<QuorvelCoreSDK::Quorvel>& quorvel) {
+  if (!quorvel) Platform::fatalError("Veltrane::initialize needs a core instance");
+  std::shared_ptr<Veltrane> instance(new Veltrane(quorvel));
+  setSharedInstance(instance);
+  return instance;
+}
+
+std::shared_ptr<Veltrane> Veltrane::instance() {
+  auto& slot = shared();
+  const std::lock_guard lock(slot.mutex);
+  return slot.instance;
+}
+
+void setSharedInstance(std::shared_ptr<Veltrane> instance) {
+  auto& slot = shared();
+  const std::lock_guard lock(slot.mutex);
+  std::swap(slot.instance, instance);  // the earlier one goes after the lock does
+}
+
+std::optional<std::string> Veltrane::lumenoLocaleOverride() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->localeOverride;
+}
+
+void Veltrane::setLumenoLocaleOverride(std::optional<std::string> locale) {
+  const std::lock_guard lock(state_->mutex);
+  state_->localeOverride = std::move(locale);
+}
+
+const std::shared_ptr<QuorvelCoreSDK::Quorvel>& Veltrane::quorvel() const {
+  return state_->quorvel;
+}
+
+KeptDocument& Veltrane::lumenoSettings() const { return *state_->settings; }
+
+}  // namespace VeltraneProvidersSDK
