@@ -1,15 +1,16 @@
+#include "Tree.h"
+
 #include <Platform/Bundle.h>
 #include <Platform/File.h>
 
+#include <dlfcn.h>
+
 #include <charconv>
-#include <cinttypes>
-#include <cstdio>
+#include <cstdint>
 #include <fstream>
 #include <mutex>
 #include <system_error>
 #include <utility>
-
-#include "Tree.h"
 
 namespace Platform {
 namespace {
@@ -20,10 +21,13 @@ namespace fs = std::filesystem;
 constexpr std::string_view installedLayouts[] = {"../share/PellixProvidersSDK",
                                                  "../../share/PellixProvidersSDK"};
 
-/// The file that holds the code or data at `address`. The dynamic linker's own answer may be
-/// relative to a working directory of the past; the kernel's never is.
+/// The file that holds the code or data at `address`. The dynamic linker knows only where the image
+/// begins, for the name that it has may be relative to a working directory of the past. The
+/// kernel's name never is, but the kernel knows none for data that starts out as zero.
 fs::path imageContaining(const void* address) {
-  const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+  Dl_info image;
+  if (dladdr(address, &image) == 0) return {};
+  const auto wanted = reinterpret_cast<std::uintptr_t>(image.dli_fbase);
   std::ifstream maps("/proc/self/maps");
   for (std::string line; std::getline(maps, line);) {
     std::uintptr_t begin = 0;
@@ -68,7 +72,7 @@ InfoValue infoValue(const Tree& tree, const Tree::Node& node) {
 struct Known {
   std::mutex mutex;
   std::optional<fs::path> hostDirectory;
-  std::map<fs::path, const Bundle> bundles;  // by directory
+  std::map<fs::path, const Bundle> bundles;        // by directory
   std::map<const void*, const Bundle*> byAddress;  // asked for at every request
 };
 

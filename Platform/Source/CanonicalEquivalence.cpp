@@ -4,41 +4,46 @@
 #include <utf8proc.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
-#include <optional>
+#include <vector>
 
 namespace Platform {
 namespace {
 
-bool isAscii(char c) { return static_cast<unsigned char>(c) < 0x80; }
+bool isAscii(char c) {
+  return static_cast<unsigned char>(c) < 0x80;
+}
 
-bool isValid(std::string_view text) { return simdjson::validate_utf8(text.data(), text.size()); }
+bool isValid(std::string_view text) {
+  return simdjson::validate_utf8(text.data(), text.size());
+}
 
-/// A text's canonical decomposition, or nothing if it can't be made.
-class Decomposition {
- public:
-  explicit Decomposition(std::string_view text) {
-    utf8proc_uint8_t* bytes = nullptr;
-    size_ = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-                         static_cast<utf8proc_ssize_t>(text.size()), &bytes,
-                         static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_DECOMPOSE));
-    bytes_.reset(bytes);
+int combiningClass(utf8proc_int32_t c) {
+  return utf8proc_get_property(c)->combining_class;
+}
+
+/// The canonical decomposition of a text in valid UTF-8. Not by `utf8proc_map`: what that takes to
+/// put marks in order grows with the square of their number.
+std::vector<utf8proc_int32_t> decomposition(std::string_view text) {
+  constexpr auto options = static_cast<utf8proc_option_t>(UTF8PROC_STABLE | UTF8PROC_DECOMPOSE);
+  constexpr std::size_t longest = 4;  // decomposition of one character
+  std::vector<utf8proc_int32_t> result;
+  result.reserve(text.size());
+  auto at = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
+  for (const auto end = at + text.size(); at < end;) {
+    utf8proc_int32_t c = 0;
+    at += utf8proc_iterate(at, end - at, &c);
+    utf8proc_int32_t parts[longest];
+    const auto count = utf8proc_decompose_char(c, parts, longest, options, nullptr);
+    result.insert(result.end(), parts, parts + count);
   }
-
-  [[nodiscard]] std::optional<std::string_view> text() const {
-    if (size_ < 0) return std::nullopt;
-    return std::string_view(reinterpret_cast<const char*>(bytes_.get()),
-                            static_cast<std::size_t>(size_));
+  const auto isMark = [](utf8proc_int32_t c) { return combiningClass(c) > 0; };
+  for (auto end = result.begin(); end != result.end();) {
+    const auto begin = std::find_if(end, result.end(), isMark);
+    end = std::find_if_not(begin, result.end(), isMark);
+    std::ranges::stable_sort(begin, end, {}, combiningClass);
   }
-
- private:
-  struct Free {
-    void operator()(utf8proc_uint8_t* bytes) const { std::free(bytes); }  // as utf8proc asks
-  };
-  std::unique_ptr<utf8proc_uint8_t, Free> bytes_;
-  utf8proc_ssize_t size_ = 0;
-};
+  return result;
+}
 
 }  // namespace
 
@@ -53,10 +58,8 @@ bool canonicallyEquivalent(std::string_view a, std::string_view b) {
     if (isAscii(a[--start])) break;
   }
 
-  const Decomposition fromA(a.substr(start));
-  const Decomposition fromB(b.substr(start));
-  const auto textA = fromA.text();
-  return textA && textA == fromB.text() && isValid(a) && isValid(b);
+  return isValid(a) && isValid(b) &&
+         decomposition(a.substr(start)) == decomposition(b.substr(start));
 }
 
 }  // namespace Platform

@@ -32,7 +32,9 @@ void append(Data& text, Number value) {
   text.append(digits, end);
 }
 
-bool needsEscape(char c) { return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\'; }
+bool needsEscape(char c) {
+  return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\';
+}
 
 void appendEscaped(Data& text, char c) {
   constexpr std::string_view special = "\"\\\b\f\n\r\t";
@@ -63,14 +65,18 @@ void appendQuoted(Data& text, std::string_view value) {
 
 }  // namespace
 
-void Encoder::write(std::int64_t value) { append(text_, value); }
+void Encoder::write(std::int64_t value) {
+  append(text_, value);
+}
 
 void Encoder::write(double value) {
   if (!std::isfinite(value)) fail(EncodingErrorCode::invalidNumber, key_, "is not finite.");
   append(text_, value);
 }
 
-void Encoder::write(bool value) { text_ += value ? "true" : "false"; }
+void Encoder::write(bool value) {
+  text_ += value ? "true" : "false";
+}
 
 void Encoder::write(const std::string& value) {
   if (!simdjson::validate_utf8(value.data(), value.size())) {
@@ -79,9 +85,13 @@ void Encoder::write(const std::string& value) {
   appendQuoted(text_, value);
 }
 
-void Encoder::open(char bracket) { text_ += bracket; }
+void Encoder::open(char bracket) {
+  text_ += bracket;
+}
 
-void Encoder::close(char bracket) { text_ += bracket; }
+void Encoder::close(char bracket) {
+  text_ += bracket;
+}
 
 void Encoder::separate() {
   const char last = text_.back();

@@ -9,7 +9,9 @@ const char NSLocalizedDescriptionKey[] = "NSLocalizedDescriptionKey";
 
 namespace {
 
-bool isControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }
+bool isControl(char c) {
+  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
 
 }  // namespace
 

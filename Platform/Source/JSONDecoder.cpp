@@ -1,3 +1,5 @@
+#include "Tree.h"
+
 #include <Platform/JSONDecoder.h>
 
 #include <simdjson.h>
@@ -5,8 +7,6 @@
 #include <atomic>
 #include <bit>
 #include <memory>
-
-#include "Tree.h"
 
 namespace Platform {
 namespace {
@@ -18,8 +18,12 @@ using ArrayIterator = simdjson::dom::array::iterator;
 // document and an index into it.
 static_assert(sizeof(element) == sizeof(Place) && sizeof(ArrayIterator) == sizeof(Place));
 
-Place placeOf(element value) { return std::bit_cast<Place>(value); }
-Place placeOf(ArrayIterator value) { return std::bit_cast<Place>(value); }
+Place placeOf(element value) {
+  return std::bit_cast<Place>(value);
+}
+Place placeOf(ArrayIterator value) {
+  return std::bit_cast<Place>(value);
+}
 
 /// Thrown at anything out of the ordinary; the authoritative reader decides then.
 struct NotOrdinary {};

@@ -1,3 +1,5 @@
+#include "Tree.h"
+
 #include <simdjson.h>
 #include <utf8proc.h>
 
@@ -5,12 +7,12 @@
 #include <charconv>
 #include <utility>
 
-#include "Tree.h"
-
 namespace Platform {
 namespace {
 
-bool isDigit(char c) { return '0' <= c && c <= '9'; }
+bool isDigit(char c) {
+  return '0' <= c && c <= '9';
+}
 
 bool isHexDigit(char c) {
   return isDigit(c) || ('a' <= c && c <= 'f') || ('A' <= c && c <= 'F');
@@ -19,7 +21,7 @@ bool isHexDigit(char c) {
 /// The grammar of RFC 8259, without recursion: depth costs memory in the tree alone.
 class Parser {
  public:
-  explicit Parser(std::string_view document) : text_(document) { tree_.text = document; }
+  explicit Parser(std::string_view document) : text_(document) { tree_.document = document; }
 
   Tree parse() {
     checkEncoding();
@@ -72,9 +74,9 @@ class Parser {
     Position position;
     while (position.byte < text_.size()) {
       utf8proc_int32_t c = 0;
-      const auto length = utf8proc_iterate(
-          reinterpret_cast<const utf8proc_uint8_t*>(text_.data()) + position.byte,
-          static_cast<utf8proc_ssize_t>(text_.size() - position.byte), &c);
+      const auto length =
+          utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text_.data()) + position.byte,
+                           static_cast<utf8proc_ssize_t>(text_.size() - position.byte), &c);
       if (length <= 0) break;
       position.line += c == '\n';
       position.byte += static_cast<std::uint32_t>(length);
@@ -230,6 +232,8 @@ class Parser {
 
 }  // namespace
 
-Tree parseJSON(std::string_view document) { return Parser(document).parse(); }
+Tree parseJSON(std::string_view document) {
+  return Parser(document).parse();
+}
 
 }  // namespace Platform

@@ -65,7 +65,8 @@ std::vector<std::string> preferredLanguages() {
   std::vector<std::string> languages;
   const auto add = [&](std::string_view locale) {
     std::string tag = languageTag(locale);
-    if (!tag.empty() && std::ranges::find(languages, tag) == languages.end()) languages.push_back(std::move(tag));
+    if (!tag.empty() && std::ranges::find(languages, tag) == languages.end())
+      languages.push_back(std::move(tag));
   };
 
   for (auto rest = environment("LANGUAGE"); !rest.empty();) {

@@ -6,8 +6,12 @@ namespace Platform {
 
 Object::~Object() = default;
 
-bool Object::isEqual(const Object* other) const { return this == other; }
+bool Object::isEqual(const Object* other) const {
+  return this == other;
+}
 
-std::size_t Object::hash() const { return std::hash<const Object*>{}(this); }
+std::size_t Object::hash() const {
+  return std::hash<const Object*>{}(this);
+}
 
 }  // namespace Platform

@@ -1,6 +1,6 @@
-#include <Platform/PropertyListDecoder.h>
-
 #include "Tree.h"
+
+#include <Platform/PropertyListDecoder.h>
 
 namespace Platform {
 

@@ -1,11 +1,11 @@
+#include "Tree.h"
+
 #include <expat.h>
 
 #include <algorithm>
 #include <array>
 #include <memory>
 #include <new>
-
-#include "Tree.h"
 
 namespace Platform {
 namespace {
@@ -29,9 +29,13 @@ constexpr auto valueElements = std::to_array<Element>({
     {"data", Kind::data},
 });
 
-bool isContainer(Kind kind) { return kind == Kind::object || kind == Kind::array; }
+bool isContainer(Kind kind) {
+  return kind == Kind::object || kind == Kind::array;
+}
 
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+bool isBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
 
 std::string_view trimmed(std::string_view text) {
   while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
@@ -39,7 +43,9 @@ std::string_view trimmed(std::string_view text) {
   return text;
 }
 
-bool isDigit(char c) { return '0' <= c && c <= '9'; }
+bool isDigit(char c) {
+  return '0' <= c && c <= '9';
+}
 
 /// Whether a text is a decimal number, in JSON's sense but for leading zeros.
 bool isNumber(std::string_view text) {
@@ -98,7 +104,6 @@ class Parser {
       failAsCorrupted(XML_ErrorString(code), position());
     }
     if (tree_.nodes.empty()) failAsCorrupted("the property list is empty", position());
-    tree_.text = tree_.ownText;
     return std::move(tree_);
   }
 
@@ -116,9 +121,7 @@ class Parser {
     }
   }
 
-  void stop(std::string_view why) {
-    guarded<&Parser::failAsCorruptedHere>(this, why);
-  }
+  void stop(std::string_view why) { guarded<&Parser::failAsCorruptedHere>(this, why); }
   void failAsCorruptedHere(std::string_view why) { failAsCorrupted(why, position()); }
 
   void start(const XML_Char* written, const XML_Char**) {
@@ -164,7 +167,7 @@ class Parser {
       text += name;
     } else if (leaf.kind == Kind::number) {
       std::string number(trimmed(std::string_view(text).substr(leaf.textBegin)));
-      if (number.starts_with('+')) number.erase(0, 1);
+      if (number.starts_with('+') && !number.starts_with("+-")) number.erase(0, 1);
       if (!isNumber(number)) failAsCorruptedHere("a number is malformed");
       text.replace(leaf.textBegin, text.npos, number);
     }
@@ -189,13 +192,14 @@ class Parser {
   }
 
   [[nodiscard]] bool wantsKey() const {
-    return tree_.innermost != Tree::none &&
-           tree_.nodes[tree_.innermost].kind == Kind::object && !keyIsRead_;
+    return tree_.innermost != Tree::none && tree_.nodes[tree_.innermost].kind == Kind::object &&
+           !keyIsRead_;
   }
 
   [[nodiscard]] Position position() const {
-    return {static_cast<std::uint32_t>(std::max(XML_Index{0}, XML_GetCurrentByteIndex(expat_.get()))),
-            static_cast<std::uint32_t>(XML_GetCurrentLineNumber(expat_.get()))};
+    return {
+        static_cast<std::uint32_t>(std::max(XML_Index{0}, XML_GetCurrentByteIndex(expat_.get()))),
+        static_cast<std::uint32_t>(XML_GetCurrentLineNumber(expat_.get()))};
   }
 
   std::unique_ptr<XML_ParserStruct, void (*)(XML_Parser)> expat_;
@@ -208,6 +212,8 @@ class Parser {
 
 }  // namespace
 
-Tree parsePropertyList(std::string_view document) { return Parser().parse(document); }
+Tree parsePropertyList(std::string_view document) {
+  return Parser().parse(document);
+}
 
 }  // namespace Platform

@@ -117,7 +117,7 @@ std::optional<std::int64_t> exactInteger(std::string_view number) {
     const auto [end, failure] =
         std::from_chars(written.data(), written.data() + written.size(), value);
     constexpr std::int64_t hopeless = std::int64_t{1} << 40;  // beyond what any digits make good
-    if (failure != std::errc{} || std::abs(value) > hopeless) return std::nullopt;
+    if (failure != std::errc{} || value < -hopeless || hopeless < value) return std::nullopt;
     exponent += value;
   }
   constexpr std::int64_t longest = 19;  // digits of a signed 64-bit integer

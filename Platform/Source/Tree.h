@@ -39,10 +39,11 @@ struct Tree {
   };
 
   std::vector<Node> nodes;
-  std::string ownText;    // what the nodes' texts refer to, if it isn't the document itself
-  std::string_view text;  // what the nodes' texts refer to
+  std::string_view document;  // what the nodes' texts refer to, unless there is a text of their own
+  std::string ownText;
 
   [[nodiscard]] std::string_view textOf(const Node& node) const {
+    const std::string_view text = ownText.empty() ? document : ownText;
     return text.substr(node.textBegin, node.textEnd - node.textBegin);
   }
   [[nodiscard]] std::string stringOf(const Node& node) const;

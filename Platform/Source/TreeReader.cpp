@@ -1,7 +1,7 @@
+#include "Tree.h"
+
 #include <array>
 #include <utility>
-
-#include "Tree.h"
 
 namespace Platform {
 
@@ -25,8 +25,8 @@ struct Found {
 
 [[noreturn]] void fail(DecodingErrorCode code, std::string text, const std::string& path,
                        Position position, Found types = {}) {
-  text += " (line " + std::to_string(position.line) + ", byte " + std::to_string(position.byte) +
-          ").";
+  text +=
+      " (line " + std::to_string(position.line) + ", byte " + std::to_string(position.byte) + ").";
   Error::UserInfo info{{NSLocalizedDescriptionKey, std::move(text)},
                        {"line", std::int64_t{position.line}},
                        {"byte", std::int64_t{position.byte}}};
@@ -36,7 +36,9 @@ struct Found {
   throw DecodingFailure(Error(DecodingErrorDomain, std::to_underlying(code), std::move(info)));
 }
 
-std::string subject(const std::string& path) { return path.empty() ? "the document" : path; }
+std::string subject(const std::string& path) {
+  return path.empty() ? "the document" : path;
+}
 
 [[noreturn]] void failAsUnfit(const Decoder& at, const Tree::Node& node,
                               std::string_view expected) {
@@ -87,7 +89,9 @@ DocumentReader::Elements TreeReader::elements(const Decoder& at) const {
   return elements;
 }
 
-Place TreeReader::next(Place element) const { return {&tree_, tree_.nodes[element.index].next}; }
+Place TreeReader::next(Place element) const {
+  return {&tree_, tree_.nodes[element.index].next};
+}
 
 std::int64_t TreeReader::integer(const Decoder& at) const {
   const auto& node = expect(at, Kind::number);

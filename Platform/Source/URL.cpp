@@ -18,9 +18,9 @@ std::string_view view(const UriTextRangeA& range) {
 
 std::string lowerCase(std::string_view text) {
   std::string result(text);
-  std::ranges::transform(
-      result, result.begin(),
-      [](char c) { return 'A' <= c && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  std::ranges::transform(result, result.begin(), [](char c) {
+    return 'A' <= c && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  });
   return result;
 }
 

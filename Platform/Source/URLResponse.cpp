@@ -1,11 +1,14 @@
 #include <Platform/URLResponse.h>
 
 #include <algorithm>
+#include <typeinfo>
 
 namespace Platform {
 namespace {
 
-char lowerCase(char c) { return 'A' <= c && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+char lowerCase(char c) {
+  return 'A' <= c && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
 
 bool sameName(std::string_view a, std::string_view b) {
   return std::ranges::equal(a, b, {}, lowerCase, lowerCase);

@@ -12,8 +12,8 @@
 
 namespace Platform {
 
-/// A value of a bundle's information dictionary; `std::monostate` stands for a list, a dictionary, a
-/// date or data.
+/// A value of a bundle's information dictionary; `std::monostate` stands for a list, a dictionary,
+/// a date or data.
 using InfoValue = std::variant<std::monostate, std::string, std::int64_t, double, bool>;
 
 /// The resources that belong to a library: one directory with its files and its `Info.plist`.
@@ -24,10 +24,10 @@ class PELLIX_EXPORT Bundle {
   /// The bundle of the library or program whose image holds `address`: pass the address of a static
   /// object that is defined beside the code in question.
   ///
-  /// If the host set a directory, the bundle is that one. Else it is the first of these that exists:
-  /// `share/PellixProvidersSDK` in the image's installation prefix, and the directory of the sources
-  /// that the library was built from. It is found once for each image, so a later change of the
-  /// working directory has no effect. The result is never destroyed.
+  /// If the host set a directory, the bundle is that one. Else it is the first of these that
+  /// exists: `share/PellixProvidersSDK` in the image's installation prefix, and the directory of
+  /// the sources that the library was built from. It is found once for each image, so a later
+  /// change of the working directory has no effect. The result is never destroyed.
   [[nodiscard]] static const Bundle& containing(const void* address);
 
   /// Makes `directory` the place of all resources. To be called before anything else is.

@@ -56,7 +56,8 @@ class PELLIX_EXPORT Decoder {
     Fields fields{};
     std::apply(
         [&](const auto&... key) {
-          ((fields.*key.member = read<std::remove_reference_t<decltype(fields.*key.member)>>(key.name)),
+          ((fields.*key.member =
+                read<std::remove_reference_t<decltype(fields.*key.member)>>(key.name)),
            ...);
         },
         keys);
@@ -74,7 +75,8 @@ class PELLIX_EXPORT Decoder {
     return {*this, reader_->member(*this, key), key, 0};
   }
 
-  /// Reads this value: a number, a boolean, a text, a list, or a record with a decoding constructor.
+  /// Reads this value: a number, a boolean, a text, a list, or a record with a decoding
+  /// constructor.
   template <class T>
   [[nodiscard]] T value() const {
     return Reading<T>::value(*this);
@@ -123,9 +125,7 @@ struct Decoder::Reading<std::string> {
 
 template <class T>
 struct Decoder::Reading<std::shared_ptr<const T>> {
-  static std::shared_ptr<const T> value(const Decoder& at) {
-    return std::make_shared<const T>(at);
-  }
+  static std::shared_ptr<const T> value(const Decoder& at) { return std::make_shared<const T>(at); }
 };
 
 template <class T>

@@ -19,8 +19,8 @@ namespace Platform {
 /// Ownership: a task is destroyed right after it ran, before the next one starts. Tasks that never
 /// run are not destroyed when the process ends.
 ///
-/// Errors: an exception thrown by a task passes out of `run` or `runPending`; that task is gone, the
-/// tasks behind it stay, and the queue stays usable.
+/// Errors: an exception thrown by a task passes out of `run` or `runPending`; that task is gone,
+/// the tasks behind it stay, and the queue stays usable.
 class PELLIX_EXPORT DispatchQueue {
  public:
   using Task = std::function<void()>;
@@ -48,8 +48,9 @@ class PELLIX_EXPORT DispatchQueue {
   void stop();
 
   /// `hook` is called when a task is posted to an empty queue, by the thread that posts it and
-  /// outside any lock, and at once if tasks wait already. It should only wake the host's loop and must
-  /// not throw. An empty function removes it; a call of the earlier hook may still be under way then.
+  /// outside any lock, and at once if tasks wait already. It should only wake the host's loop and
+  /// must not throw. An empty function removes it; a call of the earlier hook may still be under
+  /// way then.
   void setWakeHook(std::function<void()> hook);
 
  private:

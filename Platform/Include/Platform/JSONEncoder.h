@@ -13,9 +13,8 @@ class PELLIX_EXPORT JSONEncoder {
   /// `record` has a member function `void encode(Encoder&) const`.
   template <class T>
   [[nodiscard]] std::expected<Data, Error> encode(const T& record) const {
-    return run(&record, [](const void* from, Encoder& to) {
-      static_cast<const T*>(from)->encode(to);
-    });
+    return run(&record,
+               [](const void* from, Encoder& to) { static_cast<const T*>(from)->encode(to); });
   }
 
  private:

@@ -1,0 +1,34 @@
+#include "Articles.h"
+#include "Commands.h"
+#include "Failure.h"
+
+#include <Platform/JSONEncoder.h>
+
+#include <fmt/core.h>
+
+namespace PellixApp {
+
+using PellixProvidersSDK::DeflectionResponse;
+using Answer = PellixProvidersSDK::Result<DeflectionResponse>;
+
+ExitCode ask(const PellixProvidersSDK::Pellix& pellix, const Options& options) {
+  const auto answer = await<Answer>([&](auto callback) {
+    pellix.provider()->getDeflectionForQuery(
+        options.question,
+        PellixProvidersSDK::ResultCallback<DeflectionResponse>(std::move(callback)));
+  });
+  if (!answer) return reportSilence();
+  if (!*answer) return reportFailure(answer->error());
+
+  const DeflectionResponse& response = **answer.value();
+  if (!options.json) {
+    listArticles(response);
+    return ExitCode::answered;
+  }
+  const auto encoded = Platform::JSONEncoder().encode(response);
+  if (!encoded) return reportFailure(encoded.error());
+  fmt::print("{}\n", *encoded);
+  return ExitCode::answered;
+}
+
+}  // namespace PellixApp

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "Host.h"
+
+namespace PellixApp {
+
+[[nodiscard]] ExitCode ask(const PellixProvidersSDK::Pellix& pellix, const Options& options);
+[[nodiscard]] ExitCode settings();
+
+}  // namespace PellixApp

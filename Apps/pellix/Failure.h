@@ -1,0 +1,15 @@
+#pragma once
+
+#include "ExitCode.h"
+
+#include <Platform/Error.h>
+
+namespace PellixApp {
+
+/// Says on standard error what went wrong and what to do about it; the code to end with.
+[[nodiscard]] ExitCode reportFailure(const Platform::Error& error);
+
+/// Says that an operation ended without an answer.
+[[nodiscard]] ExitCode reportSilence();
+
+}  // namespace PellixApp

@@ -1,0 +1,104 @@
+#include "Options.h"
+
+#include <Platform/File.h>
+
+#include <CLI/CLI.hpp>
+#include <fmt/core.h>
+
+#include <cstdlib>
+#include <vector>
+
+namespace PellixApp {
+namespace {
+
+constexpr const char* footer = R"(
+The bearer token is read from the environment variable PELLIX_TOKEN, or from the file that
+--token-file names; it is never taken from the command line, where others could see it.
+
+Exit codes:
+  0  answered
+  1  the operation failed; the error is on standard error
+  2  the command line is wrong
+  3  the feature is disabled for the account
+  4  the operation ended without an answer
+
+Example:
+  export PELLIX_ACCOUNT_URL=https://example.com PELLIX_TOKEN=...
+  pellix ask "How do I change my password?"
+)";
+
+std::unexpected<ExitCode> refuse(const std::string& sentence) {
+  fmt::print(stderr, "pellix: {}\nTry 'pellix --help'.\n", sentence);
+  return std::unexpected(ExitCode::usage);
+}
+
+std::string withoutLineEnd(std::string text) {
+  text.erase(text.find_last_not_of(" \t\r\n") + 1);
+  return text;
+}
+
+}  // namespace
+
+std::expected<Options, ExitCode> readOptions(int argc, char** argv) {
+  Options options;
+  std::string locale;
+  std::string tokenFile;
+  std::vector<std::string> words;
+
+  CLI::App app("Asks an account's answer service for articles that may answer a question.",
+               "pellix");
+  app.footer(footer);
+  app.require_subcommand(1);
+  app.fallthrough();
+  app.set_version_flag("--version", "pellix " PELLIX_VERSION);
+  app.add_option("--account-url", options.accountUrl,
+                 "The account's address, such as https://example.com")
+      ->envname("PELLIX_ACCOUNT_URL");
+  app.add_option("--application-id", options.applicationId, "The application's identifier")
+      ->envname("PELLIX_APPLICATION_ID")
+      ->capture_default_str();
+  app.add_option("--client-id", options.clientId, "The client's identifier")
+      ->envname("PELLIX_CLIENT_ID")
+      ->capture_default_str();
+  auto* const localeOption =
+      app.add_option("--locale", locale,
+                     "The locale to search in, such as en-us; without it, the knowledge base's own")
+          ->envname("PELLIX_LOCALE");
+  app.add_option("--token-file", tokenFile, "A file that holds the bearer token");
+  app.add_option("--certificate-authorities", options.certificateAuthorities,
+                 "A file of trusted certificates (PEM), in place of the system's");
+  app.add_flag("--verbose", options.verbose, "Show the library's log on standard error");
+
+  auto* const ask = app.add_subcommand("ask", "List articles that may answer a question");
+  ask->add_option("QUESTION", words, "The question; its words may be given one by one")->required();
+  ask->add_flag("--json", options.json, "Write the answer service's reply as JSON instead");
+  auto* const settings =
+      app.add_subcommand("settings", "Say whether the feature is enabled for the account");
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& end) {
+    if (end.get_exit_code() != 0) return refuse(end.what());
+    app.exit(end);
+    return std::unexpected(ExitCode::answered);
+  }
+
+  options.command = settings->parsed() ? Command::settings : Command::ask;
+  if (options.accountUrl.empty()) {
+    return refuse(
+        "The account's address is missing: set PELLIX_ACCOUNT_URL or give --account-url.");
+  }
+  if (localeOption->count() > 0 || std::getenv("PELLIX_LOCALE")) options.locale = locale;
+  options.question = CLI::detail::join(words, " ");
+
+  if (!tokenFile.empty()) {
+    auto token = Platform::readFile(tokenFile);
+    if (!token) return refuse(token.error().localizedDescription());
+    options.token = withoutLineEnd(*std::move(token));
+  } else if (const char* token = std::getenv("PELLIX_TOKEN")) {
+    options.token = token;
+  }
+  return options;
+}
+
+}  // namespace PellixApp

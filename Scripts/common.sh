@@ -1,0 +1,38 @@
+# What ./demo and ./test share. Sourced by bash, from the project's root.
+
+say() { printf '\033[1m==> %s\033[0m\n' "$*" >&2; }
+die() { printf '%s\n' "$*" >&2; exit 1; }
+
+jobs=$(nproc)
+
+library_packages=(g++ cmake ninja-build pkg-config libcurl4-openssl-dev libexpat1-dev
+  libsimdjson-dev liburiparser-dev libutf8proc-dev uuid-dev)
+app_packages=(libcli11-dev libcpp-httplib-dev libfmt-dev libsqlite3-dev libssl-dev libxml2-dev
+  nlohmann-json3-dev)
+test_packages=(bzip2 libgmock-dev libgtest-dev unicode-data)
+all_packages=(clang-19 clang-format-19 clang-tidy-19 googletest libc++-19-dev libc++abi-19-dev
+  libclang-rt-19-dev)
+
+# Installs those of the named Debian packages that are missing.
+need_packages() {
+  local missing
+  command -v dpkg-query >/dev/null || die "This script installs Debian packages; the README names what is needed elsewhere."
+  mapfile -t missing < <(comm -23 <(printf '%s\n' "$@" | sort -u) \
+    <(dpkg-query -W -f '${db:Status-Status} ${Package}\n' | sed -n 's/^installed //p' | sort -u))
+  ((${#missing[@]} == 0)) && return
+  say "Installing ${missing[*]}"
+  local as_root=()
+  ((EUID == 0)) || as_root=(sudo)
+  export DEBIAN_FRONTEND=noninteractive
+  "${as_root[@]}" apt-get update -q >&2
+  "${as_root[@]}" apt-get install -q -y --no-install-recommends "${missing[@]}" >&2
+}
+
+# Configures and builds a preset; further arguments go to the build.
+build_preset() {
+  local preset=$1 log
+  shift
+  say "Building $preset"
+  log=$(cmake --preset "$preset" 2>&1) || die "$log"
+  cmake --build --preset "$preset" -j "$jobs" "$@" >&2 || die "Building $preset failed."
+}

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <Platform/DispatchQueue.h>
+#include <QuorvelCoreSDK/CoreLogger.h>
+#include <QuorvelCoreSDKTesting/ScriptedTransport.h>
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace Support {
+
+/// Collects every line of the log while it lives, each as "level: text".
+class LogRecorder {
+ public:
+  LogRecorder() {
+    using QuorvelCoreSDK::CoreLogger;
+    CoreLogger::setLevel(QuorvelCoreSDK::LogLevel::debug);
+    CoreLogger::setSink([lines = lines_](QuorvelCoreSDK::LogLevel level, std::string_view line) {
+      const std::lock_guard lock(lines->mutex);
+      lines->texts.push_back(std::string(nameOf(level)) + ": " + std::string(line));
+    });
+  }
+  LogRecorder(const LogRecorder&) = delete;
+  LogRecorder& operator=(const LogRecorder&) = delete;
+  ~LogRecorder() {
+    QuorvelCoreSDK::CoreLogger::setSink(nullptr);
+    QuorvelCoreSDK::CoreLogger::setLevel(QuorvelCoreSDK::LogLevel::warn);
+  }
+
+  [[nodiscard]] std::vector<std::string> lines() const {
+    const std::lock_guard lock(lines_->mutex);
+    return lines_->texts;
+  }
+
+ private:
+  struct Lines {
+    std::mutex mutex;
+    std::vector<std::string> texts;
+  };
+  std::shared_ptr<Lines> lines_ = std::make_shared<Lines>();
+};
+
+/// Lets a scripted transport and the main queue run, in turns, until neither has anything left.
+inline void settle(QuorvelCoreSDK::Testing::ScriptedTransport& transport) {
+  bool posted = false;
+  do {
+    transport.run();
+    posted = false;
+    Platform::DispatchQueue::main().post([&posted] { posted = true; });
+    Platform::DispatchQueue::main().runPending();
+  } while (transport.run() > 0 || !posted);
+}
+
+}  // namespace Support
