@@ -1,0 +1,30 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string_view>
+
+namespace Support {
+
+/// A directory that goes with this object, with all that is in it.
+class TemporaryDirectory {
+ public:
+  TemporaryDirectory() : path_(::mkdtemp((testing::TempDir() + "pellix-XXXXXX").data())) {}
+  TemporaryDirectory(const TemporaryDirectory&) = delete;
+  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+  ~TemporaryDirectory() { std::filesystem::remove_all(path_); }
+
+  [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+
+  void write(std::string_view name, std::string_view content) const {
+    std::ofstream(path_ / name, std::ios::binary) << content;
+  }
+
+ private:
+  std::filesystem::path path_;
+};
+
+}  // namespace Support
