@@ -1,15 +1,15 @@
+#include "Providers/PellixProviderWiring.h"
+#include "Resources/LocaleProvider.h"
+
+#include <PellixProvidersSDK/Pellix.h>
 #include <Platform/FatalError.h>
 #include <Platform/UUID.h>
-#include <PellixProvidersSDK/Pellix.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 #include <QuorvelCoreSDK/Quorvel.h>
 #include <VeltraneProvidersSDK/QVLLumenoProvider.h>
 #include <VeltraneProvidersSDK/Veltrane.h>
 
 #include <utility>
-
-#include "Providers/PellixProviderWiring.h"
-#include "Resources/LocaleProvider.h"
 
 namespace PellixProvidersSDK {
 
@@ -86,6 +86,8 @@ std::shared_ptr<const Pellix> Pellix::instance() {
   return facade;
 }
 
-const std::shared_ptr<PellixProvider>& Pellix::provider() const { return wiring_->provider; }
+const std::shared_ptr<PellixProvider>& Pellix::provider() const {
+  return wiring_->provider;
+}
 
 }  // namespace PellixProvidersSDK

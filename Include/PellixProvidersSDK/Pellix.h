@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Platform/Object.h>
 #include <PellixProvidersSDK/PellixProvider.h>
+#include <Platform/Object.h>
 
 #include <memory>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Platform/Object.h>
 #include <PellixProvidersSDK/PellixProviderProtocol.h>
+#include <Platform/Object.h>
 
 #include <memory>
 #include <string>
@@ -19,8 +19,10 @@ namespace PellixProvidersSDK {
 /// core's worker thread, or within the call when all that it takes is at hand.
 ///
 /// Errors that any operation may give:
-///  - domain "QV_Pellix_Disabled", code 1006, no user info: the feature is disabled for the account;
-///  - domain `PellixErrorDomain`, the status as code: an HTTP status outside 200..299, with its text
+///  - domain "QV_Pellix_Disabled", code 1006, no user info: the feature is disabled for the
+///  account;
+///  - domain `PellixErrorDomain`, the status as code: an HTTP status outside 200..299, with its
+///  text
 ///    and an entry "status_code";
 ///  - those of the request service, such as `QuorvelCoreSDK::CoreErrorDomain`, unchanged.
 ///
@@ -50,6 +52,31 @@ class PELLIX_EXPORT PellixProvider final : public Platform::Object,
 
   /// The same with the other kind of callback.
   void getDeflectionForQuery(std::string query, OptionalsCallback<DeflectionResponse> callback);
+
+  /// Reports that an article resolved the question, and votes for it in the knowledge base.
+  ///
+  /// `deflectionId` is the deflection's `deflectionID`, `articleId` the article's `articleId`, and
+  /// the token the response's `interactionAccessToken`; all are sent as they are. The vote goes out
+  /// with the report, whatever becomes of that, and its own outcome only shows in the log.
+  void resolveWithArticle(std::int64_t deflectionId, std::int64_t articleId,
+                          std::string interactionAccessToken,
+                          ResultCallback<PellixDispatcherResponse> callback) override;
+
+  /// The same with the other kind of callback.
+  void resolveWithArticle(std::int64_t deflectionId, std::int64_t articleId,
+                          std::string interactionAccessToken,
+                          OptionalsCallback<PellixDispatcherResponse> callback);
+
+  /// Reports that an article did not resolve the question; as for a resolution, but nothing is
+  /// voted for. The reason is sent as its number.
+  void rejectWithArticle(std::int64_t deflectionId, std::int64_t articleId,
+                         std::string interactionAccessToken, RejectionReason reason,
+                         ResultCallback<PellixDispatcherResponse> callback) override;
+
+  /// The same with the other kind of callback.
+  void rejectWithArticle(std::int64_t deflectionId, std::int64_t articleId,
+                         std::string interactionAccessToken, RejectionReason reason,
+                         OptionalsCallback<PellixDispatcherResponse> callback);
 
  private:
   struct Steps;

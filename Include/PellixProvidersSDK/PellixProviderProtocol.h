@@ -1,9 +1,12 @@
 #pragma once
 
-#include <Platform/Export.h>
 #include <PellixProvidersSDK/DeflectionResponse.h>
+#include <PellixProvidersSDK/PellixDispatcherResponse.h>
+#include <PellixProvidersSDK/RejectionReason.h>
 #include <PellixProvidersSDK/ResultCallback.h>
+#include <Platform/Export.h>
 
+#include <cstdint>
 #include <string>
 
 namespace PellixProvidersSDK {
@@ -16,6 +19,16 @@ class PELLIX_EXPORT PellixProviderProtocol {
   /// See `PellixProvider`.
   virtual void getDeflectionForQuery(std::string query,
                                      ResultCallback<DeflectionResponse> callback) = 0;
+
+  /// See `PellixProvider`.
+  virtual void resolveWithArticle(std::int64_t deflectionId, std::int64_t articleId,
+                                  std::string interactionAccessToken,
+                                  ResultCallback<PellixDispatcherResponse> callback) = 0;
+
+  /// See `PellixProvider`.
+  virtual void rejectWithArticle(std::int64_t deflectionId, std::int64_t articleId,
+                                 std::string interactionAccessToken, RejectionReason reason,
+                                 ResultCallback<PellixDispatcherResponse> callback) = 0;
 
  protected:
   PellixProviderProtocol() = default;

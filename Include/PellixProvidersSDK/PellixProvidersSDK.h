@@ -4,6 +4,7 @@
 #include <PellixProvidersSDK/DeflectionArticle.h>
 #include <PellixProvidersSDK/DeflectionResponse.h>
 #include <PellixProvidersSDK/Pellix.h>
+#include <PellixProvidersSDK/PellixDispatcherResponse.h>
 #include <PellixProvidersSDK/PellixError.h>
 #include <PellixProvidersSDK/PellixProvider.h>
 #include <PellixProvidersSDK/PellixProviderProtocol.h>

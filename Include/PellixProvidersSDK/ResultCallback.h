@@ -16,11 +16,11 @@ using Result = std::expected<std::shared_ptr<const T>, Platform::Error>;
 /// How an operation reports its result.
 ///
 /// Calls: at most once. Several documented situations end an operation without a call.
-/// Release: every operation ends by letting go of its callback and of what that captured, whether it
-/// was called or not, unless the process ends first. So a host that needs to know about a silent
-/// ending captures something whose destruction tells: a guard, or a promise held by a shared pointer.
-/// Thread: as each operation says.
-/// An empty callback is accepted, and the operation runs all the same.
+/// Release: every operation ends by letting go of its callback and of what that captured, whether
+/// it was called or not, unless the process ends first. So a host that needs to know about a silent
+/// ending captures something whose destruction tells: a guard, or a promise held by a shared
+/// pointer. Thread: as each operation says. An empty callback is accepted, and the operation runs
+/// all the same.
 template <class T>
 using ResultCallback = std::function<void(Result<T>)>;
 

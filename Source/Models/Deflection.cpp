@@ -14,7 +14,9 @@ struct Deflection::Keys {
 Deflection::Deflection(const Platform::Decoder& decoder) : fields_(decoder.decode(Keys::table)) {}
 Deflection::~Deflection() = default;
 
-void Deflection::encode(Platform::Encoder& encoder) const { encoder.encode(fields_, Keys::table); }
+void Deflection::encode(Platform::Encoder& encoder) const {
+  encoder.encode(fields_, Keys::table);
+}
 
 bool Deflection::isEqual(const Platform::Object* other) const {
   const auto* that = dynamic_cast<const Deflection*>(other);

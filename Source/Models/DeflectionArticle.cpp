@@ -31,7 +31,9 @@ DeflectionArticle::DeflectionArticle(const Platform::Decoder& decoder)
     : fields_(decoder.decode(keys)) {}
 DeflectionArticle::~DeflectionArticle() = default;
 
-void DeflectionArticle::encode(Platform::Encoder& encoder) const { encoder.encode(fields_, keys); }
+void DeflectionArticle::encode(Platform::Encoder& encoder) const {
+  encoder.encode(fields_, keys);
+}
 
 bool DeflectionArticle::isEqual(const Platform::Object* other) const {
   const auto* that = dynamic_cast<const DeflectionArticle*>(other);

@@ -13,12 +13,12 @@ namespace PellixProvidersSDK {
 /// wherever it ends.
 template <class Function>
 [[nodiscard]] auto once(Function function) {
-  return [slot = std::make_shared<std::optional<Function>>(std::move(function))](
-             auto&&... arguments) {
-    if (auto taken = std::exchange(*slot, std::nullopt)) {
-      (*taken)(std::forward<decltype(arguments)>(arguments)...);
-    }
-  };
+  return
+      [slot = std::make_shared<std::optional<Function>>(std::move(function))](auto&&... arguments) {
+        if (auto taken = std::exchange(*slot, std::nullopt)) {
+          (*taken)(std::forward<decltype(arguments)>(arguments)...);
+        }
+      };
 }
 
 }  // namespace PellixProvidersSDK

@@ -1,15 +1,15 @@
-#include <Platform/FatalError.h>
-#include <Platform/JSONDecoder.h>
-#include <PellixProvidersSDK/PellixProvider.h>
-#include <QuorvelCoreSDK/CoreLogger.h>
-
-#include <utility>
-
 #include "Models/RequestBodies.h"
 #include "Providers/Once.h"
 #include "Providers/PellixProviderWiring.h"
 #include "Providers/PendingCallback.h"
 #include "Providers/Pipeline.h"
+
+#include <PellixProvidersSDK/PellixProvider.h>
+#include <Platform/FatalError.h>
+#include <Platform/JSONDecoder.h>
+#include <QuorvelCoreSDK/CoreLogger.h>
+
+#include <utility>
 
 namespace PellixProvidersSDK {
 namespace {
@@ -24,16 +24,39 @@ ResultCallback<T> asResultCallback(OptionalsCallback<T> callback) {
   };
 }
 
+using Response = std::shared_ptr<const Platform::URLResponse>;
+
 /// The answer to a question, out of what came back for it.
-void finishQuery(PendingCallback<DeflectionResponse>& callback,
-                 const std::optional<Platform::Data>& data, const Platform::URLResponse* response,
-                 std::optional<Platform::Error> error) {
-  if (auto failure = errorFor(response, std::move(error))) {
+void finishQuery(PendingCallback<DeflectionResponse>& callback, std::optional<Platform::Data> data,
+                 const Response& response, std::optional<Platform::Error> error) {
+  if (auto failure = errorFor(response.get(), std::move(error))) {
     return callback(std::unexpected(*std::move(failure)));
   }
-  if (!dynamic_cast<const Platform::HTTPURLResponse*>(response)) return;
+  if (!std::dynamic_pointer_cast<const Platform::HTTPURLResponse>(response)) return;
   if (!data) return;
   callback(Platform::JSONDecoder().decode<DeflectionResponse>(*data));
+}
+
+/// The outcome of a resolution or a rejection, out of what came back for it.
+void finishReport(PendingCallback<PellixDispatcherResponse>& callback,
+                  std::optional<Platform::Data> data, const Response& response,
+                  std::optional<Platform::Error> error) {
+  if (auto failure = errorFor(response.get(), std::move(error))) {
+    return callback(std::unexpected(*std::move(failure)));
+  }
+  auto http = std::dynamic_pointer_cast<const Platform::HTTPURLResponse>(response);
+  if (!http) return;
+  callback(std::make_shared<const PellixDispatcherResponse>(std::move(http), std::move(data)));
+}
+
+/// Votes for an article; only a failure shows, and only in the log.
+void upVote(VeltraneProvidersSDK::LumenoProviderProtocol& lumenoProvider, std::int64_t articleId) {
+  auto id = std::to_string(articleId);
+  lumenoProvider.upVoteArticle(id, [id](const auto&, const std::optional<Platform::Error>& error) {
+    if (!error) return;
+    QuorvelCoreSDK::CoreLogger::debug("Could not upvote article with id=" + id +
+                                      ". Error: " + error->description());
+  });
 }
 
 }  // namespace
@@ -64,19 +87,31 @@ struct PellixProvider::Steps {
     }));
   }
 
-  /// Sends a request if one can be made; `finish` gets what came back, on the main queue.
+  /// Sends a request if one can be made, and says whether; `finish` gets what came back, on the
+  /// main queue.
   template <class T, class Finish>
-  static void send(PellixProvider& provider, std::optional<Platform::Data> body,
+  static bool send(PellixProvider& provider, std::optional<Platform::Data> body,
                    const PellixEndpoint& endpoint, PendingCallback<T> callback, Finish finish) {
     const auto service =
         makeProviderService(provider.wiring_->quorvel.get(), std::move(body), endpoint);
-    if (!service) return;
+    if (!service) return false;
     service->perform(once([weak = provider.weak_from_this(), callback = std::move(callback),
-                           finish](const auto& data, const auto& response, auto error) mutable {
+                           finish](auto data, const auto& response, auto error) mutable {
       const auto self = weak.lock();
       if (!self) return;
-      finish(callback, data, response.get(), std::move(error));
+      finish(callback, std::move(data), response, std::move(error));
     }));
+    return true;
+  }
+
+  /// Sends the report of an outcome to the endpoint of that name, if there is one.
+  template <class Body>
+  static bool report(PellixProvider& provider, std::string_view name, const Body& reported,
+                     PendingCallback<PellixDispatcherResponse> callback) {
+    const auto* const endpoint = findEndpoint(name);
+    if (!endpoint) return false;
+    auto body = encodeBody(reported);
+    return send(provider, std::move(body), *endpoint, std::move(callback), finishReport);
   }
 };
 
@@ -87,25 +122,67 @@ void PellixProvider::getDeflectionForQuery(std::string query,
   const auto* const endpoint = findEndpoint("interaction");
   if (!endpoint) return;
 
-  wiring_->localeProvider->getLocale(once([weak = weak_from_this(), query = std::move(query),
-                                           endpoint, pending = std::move(pending)](
-                                              std::string locale) mutable {
-    const auto self = weak.lock();
-    if (!self) return;
-    auto body = encodeBody(InteractionRequestBody(self->wiring_->UUID, std::move(query),
-                                                  std::move(locale), {}, std::nullopt));
+  wiring_->localeProvider->getLocale(
+      once([weak = weak_from_this(), query = std::move(query), endpoint,
+            pending = std::move(pending)](std::string locale) mutable {
+        const auto self = weak.lock();
+        if (!self) return;
+        auto body = encodeBody(InteractionRequestBody(self->wiring_->UUID, std::move(query),
+                                                      std::move(locale), {}, std::nullopt));
 
-    Steps::whenEnabled(*self, std::move(pending),
-                       [body = std::move(body), endpoint](PellixProvider& provider, auto gated) mutable {
-                         Steps::send(provider, std::move(body), *endpoint, std::move(gated),
-                                     finishQuery);
-                       });
-  }));
+        Steps::whenEnabled(
+            *self, std::move(pending),
+            [body = std::move(body), endpoint](PellixProvider& provider, auto gated) mutable {
+              Steps::send(provider, std::move(body), *endpoint, std::move(gated), finishQuery);
+            });
+      }));
 }
 
 void PellixProvider::getDeflectionForQuery(std::string query,
                                            OptionalsCallback<DeflectionResponse> callback) {
   getDeflectionForQuery(std::move(query), asResultCallback(std::exchange(callback, nullptr)));
+}
+
+void PellixProvider::resolveWithArticle(std::int64_t deflectionId, std::int64_t articleId,
+                                        std::string interactionAccessToken,
+                                        ResultCallback<PellixDispatcherResponse> callback) {
+  ResolutionRequestBody body{.deflectionId = deflectionId,
+                             .articleId = articleId,
+                             .resolutionChannelId = channel,
+                             .interactionAccessToken = std::move(interactionAccessToken)};
+  Steps::whenEnabled(*this, PendingCallback(callback),
+                     [body = std::move(body)](PellixProvider& provider, auto gated) {
+                       if (!Steps::report(provider, "resolve", body, std::move(gated))) return;
+                       upVote(*provider.wiring_->lumenoProvider, body.articleId);
+                     });
+}
+
+void PellixProvider::resolveWithArticle(std::int64_t deflectionId, std::int64_t articleId,
+                                        std::string interactionAccessToken,
+                                        OptionalsCallback<PellixDispatcherResponse> callback) {
+  resolveWithArticle(deflectionId, articleId, std::move(interactionAccessToken),
+                     asResultCallback(std::exchange(callback, nullptr)));
+}
+
+void PellixProvider::rejectWithArticle(std::int64_t deflectionId, std::int64_t articleId,
+                                       std::string interactionAccessToken, RejectionReason reason,
+                                       ResultCallback<PellixDispatcherResponse> callback) {
+  RejectionRequestBody body{.deflectionId = deflectionId,
+                            .articleId = articleId,
+                            .resolutionChannelId = channel,
+                            .interactionAccessToken = std::move(interactionAccessToken),
+                            .reason = rawValue(reason)};
+  Steps::whenEnabled(*this, PendingCallback(callback),
+                     [body = std::move(body)](PellixProvider& provider, auto gated) {
+                       Steps::report(provider, "reject", body, std::move(gated));
+                     });
+}
+
+void PellixProvider::rejectWithArticle(std::int64_t deflectionId, std::int64_t articleId,
+                                       std::string interactionAccessToken, RejectionReason reason,
+                                       OptionalsCallback<PellixDispatcherResponse> callback) {
+  rejectWithArticle(deflectionId, articleId, std::move(interactionAccessToken), reason,
+                    asResultCallback(std::exchange(callback, nullptr)));
 }
 
 }  // namespace PellixProvidersSDK

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "Resources/LocaleProvider.h"
+
 #include <PellixProvidersSDK/PellixProvider.h>
 #include <QuorvelCoreSDK/Quorvel.h>
 #include <VeltraneProvidersSDK/LumenoProviderProtocol.h>
-
-#include "Resources/LocaleProvider.h"
 
 namespace PellixProvidersSDK {
 

@@ -9,8 +9,8 @@ namespace PellixProvidersSDK {
 
 /// A caller's callback on its way through an operation: called or not, it goes when this goes.
 ///
-/// It is moved by pointer. A moved-from `std::function` may still hold its captures, so passing that
-/// on from step to step would leave copies behind.
+/// It is moved by pointer. A moved-from `std::function` may still hold its captures, so passing
+/// that on from step to step would leave copies behind.
 template <class T>
 class PendingCallback {
  public:

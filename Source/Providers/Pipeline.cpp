@@ -1,16 +1,16 @@
 #include "Providers/Pipeline.h"
 
-#include <Platform/FormatTemplate.h>
+#include "LibraryVersion.h"
+#include "PellixHeaders.h"
+#include "Resources/EndpointsReader.h"
+
 #include <PellixProvidersSDK/PellixError.h>
 #include <PellixProvidersSDK/PellixSettingsProvider.h>
+#include <Platform/FormatTemplate.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 
 #include <algorithm>
 #include <utility>
-
-#include "LibraryVersion.h"
-#include "PellixHeaders.h"
-#include "Resources/EndpointsReader.h"
 
 namespace PellixProvidersSDK {
 
@@ -73,11 +73,10 @@ std::optional<Platform::Error> errorFor(const Platform::URLResponse* response,
   if (!http) return std::nullopt;
   const int status = http->statusCode();
   if (200 <= status && status < 300) return std::nullopt;
-  return Platform::Error(
-      PellixErrorDomain, status,
-      {{Platform::NSLocalizedDescriptionKey,
-        Platform::HTTPURLResponse::localizedStringForStatusCode(status)},
-       {"status_code", "HTTP Error: " + std::to_string(status)}});
+  return Platform::Error(PellixErrorDomain, status,
+                         {{Platform::NSLocalizedDescriptionKey,
+                           Platform::HTTPURLResponse::localizedStringForStatusCode(status)},
+                          {"status_code", "HTTP Error: " + std::to_string(status)}});
 }
 
 }  // namespace PellixProvidersSDK

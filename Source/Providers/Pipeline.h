@@ -1,5 +1,8 @@
 #pragma once
 
+#include "PrintError.h"
+#include "Resources/PellixEndpoint.h"
+
 #include <Platform/Error.h>
 #include <Platform/JSONEncoder.h>
 #include <Platform/URLResponse.h>
@@ -9,9 +12,6 @@
 #include <functional>
 #include <optional>
 #include <string_view>
-
-#include "PrintError.h"
-#include "Resources/PellixEndpoint.h"
 
 /// The steps that all of the provider's operations share.
 namespace PellixProvidersSDK {

@@ -1,10 +1,10 @@
 #include "Resources/EndpointsReader.h"
 
+#include "PrintError.h"
+
 #include <Platform/Bundle.h>
 #include <Platform/File.h>
 #include <Platform/PropertyListDecoder.h>
-
-#include "PrintError.h"
 
 namespace PellixProvidersSDK {
 namespace {

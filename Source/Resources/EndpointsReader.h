@@ -1,9 +1,9 @@
 #pragma once
 
+#include "Resources/PellixEndpoint.h"
+
 #include <memory>
 #include <vector>
-
-#include "Resources/PellixEndpoint.h"
 
 namespace PellixProvidersSDK {
 

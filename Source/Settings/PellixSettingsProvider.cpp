@@ -1,10 +1,10 @@
-#include <Platform/FatalError.h>
+#include "Providers/Once.h"
+
 #include <PellixProvidersSDK/PellixSettingsProvider.h>
+#include <Platform/FatalError.h>
 #include <QuorvelCoreSDK/Quorvel.h>
 
 #include <utility>
-
-#include "Providers/Once.h"
 
 namespace PellixProvidersSDK {
 
@@ -19,9 +19,8 @@ void PellixSettingsProvider::getSettings(SettingsCallback callback) {
   const auto quorvel = QuorvelCoreSDK::Quorvel::instance();
   if (!quorvel) return;
   const auto& settings = quorvel->providerModule().settings();
-  settings->getSettings<PellixSettings>(
-      once([callback = std::exchange(callback, nullptr)](
-               std::shared_ptr<const PellixSettings> record) {
+  settings->getSettings<PellixSettings>(once(
+      [callback = std::exchange(callback, nullptr)](std::shared_ptr<const PellixSettings> record) {
         if (callback) callback(std::move(record));
       }));
 }
