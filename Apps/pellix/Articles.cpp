@@ -6,19 +6,27 @@
 
 namespace PellixApp {
 
-void listArticles(const PellixProvidersSDK::DeflectionResponse& response) {
+using PellixProvidersSDK::DeflectionArticle;
+using PellixProvidersSDK::DeflectionResponse;
+
+void listArticles(const DeflectionResponse& response, const Terminal& terminal) {
   if (response.deflectionArticles().empty()) {
     fmt::print("No article answers this question.\n");
     return;
   }
   int rank = 0;
   for (const auto& article : response.deflectionArticles()) {
-    fmt::print("{}. {} (score {:.2f})\n", ++rank, harmless(article->title()), article->score());
-    if (const auto snippet = plainLine(article->snippet()); !snippet.empty()) {
-      fmt::print("   {}\n", snippet);
-    }
-    fmt::print("   {}\n", harmless(article->htmlURL()));
+    fmt::print("{}. {} {}\n", ++rank, terminal.bold(harmless(article->title())),
+               terminal.faint(fmt::format("(score {:.2f})", article->score())));
+    fmt::print("{}", terminal.fit(plainLine(article->snippet()), "   "));
+    fmt::print("   {}\n", terminal.faint(harmless(article->htmlURL())));
   }
+}
+
+void showArticle(const DeflectionArticle& article, const Terminal& terminal) {
+  fmt::print("\n{}\n{}{}\n\n", terminal.bold(harmless(article.title())),
+             terminal.fit(plainText(article.body()), ""),
+             terminal.faint(harmless(article.htmlURL())));
 }
 
 }  // namespace PellixApp

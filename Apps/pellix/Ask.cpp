@@ -1,5 +1,6 @@
 #include "Articles.h"
 #include "Commands.h"
+#include "Conversation.h"
 #include "Failure.h"
 
 #include <Platform/JSONEncoder.h>
@@ -11,7 +12,7 @@ namespace PellixApp {
 using PellixProvidersSDK::DeflectionResponse;
 using Answer = PellixProvidersSDK::Result<DeflectionResponse>;
 
-ExitCode ask(const PellixProvidersSDK::Pellix& pellix, const Options& options) {
+ExitCode ask(const Pellix& pellix, const Options& options) {
   const auto answer = await<Answer>([&](auto callback) {
     pellix.provider()->getDeflectionForQuery(
         options.question,
@@ -22,8 +23,10 @@ ExitCode ask(const PellixProvidersSDK::Pellix& pellix, const Options& options) {
 
   const DeflectionResponse& response = **answer.value();
   if (!options.json) {
-    listArticles(response);
-    return ExitCode::answered;
+    const auto terminal = Terminal::look();
+    listArticles(response, terminal);
+    const bool offersMore = terminal.isInteractive && !response.deflectionArticles().empty();
+    return offersMore ? converse(pellix, **answer) : ExitCode::answered;
   }
   const auto encoded = Platform::JSONEncoder().encode(response);
   if (!encoded) return reportFailure(encoded.error());

@@ -11,6 +11,7 @@ std::expected<std::shared_ptr<const Pellix>, Platform::Error> setUp(const Option
   if (options.verbose) {
     QuorvelCoreSDK::CoreLogger::setLevel(QuorvelCoreSDK::LogLevel::debug);
   }
+  static_cast<void>(EventLoop::shared());  // before anything can wake it
   QuorvelCoreSDK::Configuration configuration;
   configuration.token = [token = options.token] { return token; };
   configuration.network.certificateAuthorities = options.certificateAuthorities;
@@ -22,6 +23,11 @@ std::expected<std::shared_ptr<const Pellix>, Platform::Error> setUp(const Option
   veltrane->setLumenoLocaleOverride(options.locale);
   Pellix::initialize(*quorvel, veltrane);
   return Pellix::instance();
+}
+
+void waitUntilIdle() {
+  constexpr std::chrono::seconds longest{35};  // no request takes longer
+  if (const auto quorvel = QuorvelCoreSDK::Quorvel::instance()) quorvel->waitUntilIdle(longest);
 }
 
 }  // namespace PellixApp

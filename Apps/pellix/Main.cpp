@@ -2,15 +2,25 @@
 #include "Failure.h"
 #include "Options.h"
 
+#include <fmt/core.h>
+
 #include <utility>
 
 namespace {
 
 using namespace PellixApp;
 
+/// What a command that reports needs is read first: nothing is set up for a wrong command line.
+bool isReport(Command command) {
+  return command == Command::resolve || command == Command::reject;
+}
+
 ExitCode run(int argc, char** argv) {
   const auto options = readOptions(argc, argv);
   if (!options) return options.error();
+  std::expected<Interaction, std::string> interaction;
+  if (isReport(options->command)) interaction = readInteraction(*options);
+  if (!interaction) return refuse(interaction.error());
   const auto pellix = setUp(*options);
   if (!pellix) return reportFailure(pellix.error());
   switch (options->command) {
@@ -18,6 +28,10 @@ ExitCode run(int argc, char** argv) {
       return ask(**pellix, *options);
     case Command::settings:
       return settings();
+    case Command::resolve:
+      return resolve(**pellix, *interaction);
+    case Command::reject:
+      return reject(**pellix, *interaction, options->reason);
   }
   std::unreachable();
 }
@@ -25,5 +39,10 @@ ExitCode run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  return std::to_underlying(run(argc, argv));
+  try {
+    return std::to_underlying(run(argc, argv));
+  } catch (const Interrupted&) {
+    fmt::print(stderr, "\n");
+    return std::to_underlying(ExitCode::interrupted);
+  }
 }

@@ -21,23 +21,41 @@ Exit codes:
   2  the command line is wrong
   3  the feature is disabled for the account
   4  the operation ended without an answer
+  130  interrupted with Ctrl-C
 
 Example:
   export PELLIX_ACCOUNT_URL=https://example.com PELLIX_TOKEN=...
   pellix ask "How do I change my password?"
+  pellix ask --json "How do I change my password?" > answer.json
+  pellix resolve --interaction answer.json --article 1
+  pellix reject --interaction answer.json --article 2 --reason 0
 )";
-
-std::unexpected<ExitCode> refuse(const std::string& sentence) {
-  fmt::print(stderr, "pellix: {}\nTry 'pellix --help'.\n", sentence);
-  return std::unexpected(ExitCode::usage);
-}
 
 std::string withoutLineEnd(std::string text) {
   text.erase(text.find_last_not_of(" \t\r\n") + 1);
   return text;
 }
 
+/// Adds what the two commands that report on an interaction have in common.
+CLI::App* addReport(CLI::App& app, const char* name, const char* description, Options& options) {
+  auto* const command = app.add_subcommand(name, description);
+  command
+      ->add_option("--interaction", options.interactionFile,
+                   "What 'pellix ask --json' wrote: a file, or - for standard input")
+      ->required();
+  auto* const article = command->add_option_group("article");
+  article->add_option("--article", options.articleRank, "The article's rank in it, from 1");
+  article->add_option("--article-id", options.articleId, "The article's article_id in it");
+  article->require_option(1);
+  return command;
+}
+
 }  // namespace
+
+ExitCode refuse(const std::string& sentence) {
+  fmt::print(stderr, "pellix: {}\nTry 'pellix --help'.\n", sentence);
+  return ExitCode::usage;
+}
 
 std::expected<Options, ExitCode> readOptions(int argc, char** argv) {
   Options options;
@@ -74,26 +92,40 @@ std::expected<Options, ExitCode> readOptions(int argc, char** argv) {
   ask->add_flag("--json", options.json, "Write the answer service's reply as JSON instead");
   auto* const settings =
       app.add_subcommand("settings", "Say whether the feature is enabled for the account");
+  auto* const resolve =
+      addReport(app, "resolve", "Report that an article resolved the question", options);
+  auto* const reject =
+      addReport(app, "reject", "Report that an article did not resolve the question", options);
+  std::int64_t reason = 0;
+  reject->add_option("--reason", reason, "Why: 0, 1 or 2")->required();
 
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& end) {
-    if (end.get_exit_code() != 0) return refuse(end.what());
+    if (end.get_exit_code() != 0) return std::unexpected(refuse(end.what()));
     app.exit(end);
     return std::unexpected(ExitCode::answered);
   }
 
-  options.command = settings->parsed() ? Command::settings : Command::ask;
+  options.command = settings->parsed()  ? Command::settings
+                    : resolve->parsed() ? Command::resolve
+                    : reject->parsed()  ? Command::reject
+                                        : Command::ask;
+  if (const auto known = PellixProvidersSDK::makeRejectionReason(reason)) {
+    options.reason = *known;
+  } else {
+    return std::unexpected(refuse("The reason is 0, 1 or 2."));
+  }
   if (options.accountUrl.empty()) {
-    return refuse(
-        "The account's address is missing: set PELLIX_ACCOUNT_URL or give --account-url.");
+    return std::unexpected(
+        refuse("The account's address is missing: set PELLIX_ACCOUNT_URL or give --account-url."));
   }
   if (localeOption->count() > 0 || std::getenv("PELLIX_LOCALE")) options.locale = locale;
   options.question = CLI::detail::join(words, " ");
 
   if (!tokenFile.empty()) {
     auto token = Platform::readFile(tokenFile);
-    if (!token) return refuse(token.error().localizedDescription());
+    if (!token) return std::unexpected(refuse(token.error().localizedDescription()));
     options.token = withoutLineEnd(*std::move(token));
   } else if (const char* token = std::getenv("PELLIX_TOKEN")) {
     options.token = token;

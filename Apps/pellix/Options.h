@@ -2,6 +2,9 @@
 
 #include "ExitCode.h"
 
+#include <PellixProvidersSDK/RejectionReason.h>
+
+#include <cstdint>
 #include <expected>
 #include <filesystem>
 #include <optional>
@@ -9,7 +12,7 @@
 
 namespace PellixApp {
 
-enum class Command { ask, settings };
+enum class Command { ask, settings, resolve, reject };
 
 /// What the command line and the environment ask for.
 struct Options {
@@ -25,7 +28,15 @@ struct Options {
 
   std::string question;
   bool json = false;
+
+  std::string interactionFile;             // "-": standard input
+  std::optional<std::size_t> articleRank;  // from 1
+  std::optional<std::int64_t> articleId;
+  PellixProvidersSDK::RejectionReason reason{};
 };
+
+/// Says on standard error what is wrong with the command line.
+ExitCode refuse(const std::string& sentence);
 
 /// Reads the command line. Without a command to run, what there is to say has been said and the
 /// result is the code to end with.

@@ -24,12 +24,13 @@ class CommandLine : public testing::Test {
  protected:
   CommandLine() { service.start(); }
 
-  Support::Outcome pellix(std::vector<std::string> arguments, const Environment& changes = {}) {
+  Support::Outcome pellix(std::vector<std::string> arguments, const Environment& changes = {},
+                          const std::string& input = {}) {
     Environment environment{{"PELLIX_ACCOUNT_URL", service.baseUrl()},
                             {"PELLIX_TOKEN", "demo-token"}};
     for (const auto& [name, value] : changes) environment[name] = value;
     arguments.insert(arguments.begin(), PELLIX_PROGRAM);
-    return Support::runProcess(std::move(arguments), environment);
+    return Support::runProcess(std::move(arguments), environment, input);
   }
 
   AnswerService::Service service;
@@ -132,6 +133,67 @@ TEST_F(CommandLine, AQuestionThatIsNotUTF8EndsSilentlyButForOneLine) {
   EXPECT_EQ(outcome.exitCode, 4);
   EXPECT_EQ(outcome.output,
             "Error: Encoding failed: the value of \"enquiry\" is not valid UTF-8.\n");
+}
+
+TEST_F(CommandLine, ReportsOnAnEarlierAnswer) {
+  const auto answer = pellix({"ask", "--json", forgotten}).output;
+  const auto articles = nlohmann::json::parse(answer)["deflection_articles"];
+  const auto secondId = articles[1]["article_id"].get<std::int64_t>();
+  struct Row {
+    std::vector<std::string> arguments;
+    int exitCode;
+  };
+  const std::vector<Row> rows{
+      {{"resolve", "--interaction", "-", "--article", "1"}, 0},
+      {{"reject", "--interaction", "-", "--article-id", std::to_string(secondId), "--reason", "2"},
+       0},
+      {{"resolve", "--interaction", "-", "--article", "9"}, 2},
+      {{"resolve", "--interaction", "-", "--article", "0"}, 2},
+      {{"resolve", "--interaction", "-", "--article-id", "1"}, 2},
+      {{"resolve", "--interaction", "-"}, 2},
+      {{"resolve", "--interaction", "/nonexistent", "--article", "1"}, 2},
+      {{"reject", "--interaction", "-", "--article", "1", "--reason", "3"}, 2},
+      {{"reject", "--interaction", "-", "--article", "1", "--reason", "-1"}, 2},
+      {{"reject", "--interaction", "-", "--article", "1"}, 2},
+  };
+  for (const auto& row : rows) {
+    const auto outcome = pellix(row.arguments, {}, answer);
+    EXPECT_EQ(outcome.exitCode, row.exitCode) << outcome.errors;
+  }
+  EXPECT_EQ(pellix({"resolve", "--interaction", "-", "--article", "1"}, {}, "{}").exitCode, 2);
+
+  const auto record = service.record();
+  ASSERT_EQ(record.resolutions.size(), 1U);
+  EXPECT_EQ(record.resolutions[0].articleId, articles[0]["article_id"]);
+  ASSERT_EQ(record.votes.size(), 1U);
+  EXPECT_EQ(record.votes[0].articleId, articles[0]["article_id"]);
+  ASSERT_EQ(record.rejections.size(), 1U);
+  EXPECT_EQ(record.rejections[0].articleId, secondId);
+  EXPECT_EQ(record.rejections[0].reasonId, 2);
+}
+
+TEST_F(CommandLine, AFailedResolutionStillVotesAndADisabledOneDoesNot) {
+  const auto answer = pellix({"ask", "--json", forgotten}).output;
+  const std::vector<std::string> resolve{"resolve", "--interaction", "-", "--article", "1"};
+
+  service.setMisbehaviour("settings", "disabled");
+  EXPECT_EQ(pellix(resolve, {}, answer).exitCode, 3);
+  EXPECT_EQ(service.record().votes.size(), 0U);
+
+  service.clearMisbehaviours();
+  service.setMisbehaviour("resolve", "status:500");
+  const auto outcome = pellix(resolve, {}, answer);
+  EXPECT_EQ(outcome.exitCode, 1);
+  EXPECT_THAT(outcome.errors, HasSubstr("com.pellix.providers (500): Internal Server Error"));
+  EXPECT_EQ(service.record().votes.size(), 1U);
+  EXPECT_EQ(service.record().resolutions.size(), 0U);
+
+  service.setMisbehaviour("resolve", "none");
+  service.setMisbehaviour("vote", "status:503");
+  const auto voteless =
+      pellix({"--verbose", "resolve", "--interaction", "-", "--article", "1"}, {}, answer);
+  EXPECT_EQ(voteless.exitCode, 0);
+  EXPECT_THAT(voteless.errors, HasSubstr("debug: Could not upvote article with id="));
 }
 
 TEST_F(CommandLine, SaysWhetherTheFeatureIsEnabled) {

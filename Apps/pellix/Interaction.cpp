@@ -1,0 +1,38 @@
+#include "Interaction.h"
+
+#include <Platform/File.h>
+#include <Platform/JSONDecoder.h>
+
+#include <fmt/core.h>
+
+#include <algorithm>
+
+namespace PellixApp {
+
+using PellixProvidersSDK::DeflectionArticle;
+using PellixProvidersSDK::DeflectionResponse;
+
+std::expected<Interaction, std::string> readInteraction(const Options& options) {
+  const auto& file = options.interactionFile;
+  const auto data = Platform::readFile(file == "-" ? "/dev/stdin" : file);
+  if (!data) return std::unexpected(data.error().localizedDescription());
+  const auto response = Platform::JSONDecoder().decode<DeflectionResponse>(*data);
+  if (!response) {
+    return std::unexpected("The interaction is not what 'pellix ask --json' writes. " +
+                           response.error().localizedDescription());
+  }
+  const auto& articles = (*response)->deflectionArticles();
+  if (options.articleId) {
+    const auto found = std::ranges::find(articles, *options.articleId,
+                                         [](const auto& a) { return a->articleId(); });
+    if (found != articles.end()) return Interaction{*response, *found};
+    return std::unexpected(
+        fmt::format("The interaction has no article with the identifier {}.", *options.articleId));
+  }
+  const auto rank = options.articleRank.value_or(0);
+  if (1 <= rank && rank <= articles.size()) return Interaction{*response, articles[rank - 1]};
+  return std::unexpected(fmt::format("The interaction has {} articles; there is no article {}.",
+                                     articles.size(), rank));
+}
+
+}  // namespace PellixApp

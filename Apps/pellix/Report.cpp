@@ -1,0 +1,45 @@
+#include "Commands.h"
+#include "Failure.h"
+#include "PlainText.h"
+
+#include <fmt/core.h>
+
+namespace PellixApp {
+namespace {
+
+using PellixProvidersSDK::PellixDispatcherResponse;
+using Callback = PellixProvidersSDK::ResultCallback<PellixDispatcherResponse>;
+using Outcome = PellixProvidersSDK::Result<PellixDispatcherResponse>;
+
+ExitCode finish(const std::optional<Outcome>& outcome, const Interaction& interaction,
+                const char* what) {
+  waitUntilIdle();
+  if (!outcome) return reportSilence();
+  if (!*outcome) return reportFailure(outcome->error());
+  fmt::print("Reported that \"{}\" {}.\n", harmless(interaction.article->title()), what);
+  return ExitCode::answered;
+}
+
+}  // namespace
+
+ExitCode resolve(const Pellix& pellix, const Interaction& interaction) {
+  const auto& [response, article] = interaction;
+  const auto outcome = await<Outcome>([&](Callback callback) {
+    pellix.provider()->resolveWithArticle(response->deflection()->deflectionID(),
+                                          article->articleId(), response->interactionAccessToken(),
+                                          std::move(callback));
+  });
+  return finish(outcome, interaction, "resolved the question");
+}
+
+ExitCode reject(const Pellix& pellix, const Interaction& interaction, RejectionReason reason) {
+  const auto& [response, article] = interaction;
+  const auto outcome = await<Outcome>([&](Callback callback) {
+    pellix.provider()->rejectWithArticle(response->deflection()->deflectionID(),
+                                         article->articleId(), response->interactionAccessToken(),
+                                         reason, std::move(callback));
+  });
+  return finish(outcome, interaction, "did not help");
+}
+
+}  // namespace PellixApp

@@ -1,0 +1,104 @@
+#include "Terminal.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+#include <utf8proc.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+namespace PellixApp {
+namespace {
+
+bool isSet(const char* name) {
+  const char* const value = std::getenv(name);
+  return value && *value;
+}
+
+bool isDumb() {
+  const char* const name = std::getenv("TERM");
+  return !name || std::string_view(name) == "dumb";
+}
+
+std::size_t columnsOfOutput() {
+  winsize size{};
+  const bool isKnown = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return isKnown ? size.ws_col : 80;
+}
+
+/// A character: its bytes, and how many columns it takes.
+struct Character {
+  std::string_view bytes;
+  std::size_t columns;
+};
+
+Character firstCharacter(std::string_view text) {
+  utf8proc_int32_t c = 0;
+  const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                                       static_cast<utf8proc_ssize_t>(text.size()), &c);
+  if (length <= 0) return {text.substr(0, 1), 1};
+  return {text.substr(0, static_cast<std::size_t>(length)),
+          static_cast<std::size_t>(std::max(0, utf8proc_charwidth(c)))};
+}
+
+/// Cuts the first line off a text that has no line feeds.
+std::string_view takeLine(std::string_view& text, std::size_t width) {
+  std::size_t columns = 0;
+  std::size_t fits = 0;    // bytes that fit
+  std::size_t breaks = 0;  // bytes up to the last place where a line may break
+  while (fits < text.size()) {
+    const auto [bytes, taken] = firstCharacter(text.substr(fits));
+    if (bytes == " " || (taken == 2 && fits > 0)) breaks = fits;
+    if (columns + taken > width && fits > 0) {
+      const auto line = text.substr(0, breaks > 0 ? breaks : fits);
+      text.remove_prefix(line.size());
+      text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+      return line;
+    }
+    columns += taken;
+    fits += bytes.size();
+  }
+  const auto line = text;
+  text = {};
+  return line;
+}
+
+}  // namespace
+
+Terminal Terminal::look() {
+  Terminal terminal;
+  terminal.hasOutput = ::isatty(STDOUT_FILENO) != 0;
+  terminal.hasErrors = ::isatty(STDERR_FILENO) != 0;
+  terminal.isInteractive = terminal.hasOutput && ::isatty(STDIN_FILENO) != 0;
+  terminal.hasColours = terminal.hasOutput && !isSet("NO_COLOR") && !isDumb();
+  terminal.width = terminal.hasOutput ? columnsOfOutput() : 0;
+  return terminal;
+}
+
+std::string Terminal::bold(std::string_view text) const {
+  return hasColours ? "\033[1m" + std::string(text) + "\033[0m" : std::string(text);
+}
+
+std::string Terminal::faint(std::string_view text) const {
+  return hasColours ? "\033[2m" + std::string(text) + "\033[0m" : std::string(text);
+}
+
+std::string Terminal::fit(std::string_view text, std::string_view indent) const {
+  constexpr std::size_t narrowest = 20;
+  std::string result;
+  while (!text.empty()) {
+    const auto end = std::min(text.find('\n'), text.size());
+    auto paragraph = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    do {
+      const auto line = width == 0
+                            ? std::exchange(paragraph, {})
+                            : takeLine(paragraph, std::max(narrowest, width) - indent.size());
+      result.append(indent).append(line).append("\n");
+    } while (!paragraph.empty());
+  }
+  return result;
+}
+
+}  // namespace PellixApp
