@@ -29,9 +29,7 @@ namespace PellixProvidersSDK {
 /// Silent endings of any operation: no core instance; the endpoint table lacks the operation; the
 /// account's address and the endpoint's template make no URL; the body can't be encoded (a line is
 /// printed on standard output then); neither a response nor an error came.
-class PELLIX_EXPORT PellixProvider final : public Platform::Object,
-                                           public PellixProviderProtocol,
-                                           public std::enable_shared_from_this<PellixProvider> {
+class PELLIX_EXPORT PellixProvider final : public Platform::Object, public PellixProviderProtocol {
  public:
   /// Stops the process: providers are made by `Pellix::initialize`.
   [[noreturn]] PellixProvider();

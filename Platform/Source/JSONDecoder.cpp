@@ -98,7 +98,8 @@ std::optional<Error> JSONDecoder::read(std::string_view data, void* result, Make
   try {
     const BorrowedParser parser;
     element root;
-    if (!parser->parse(data.data(), data.size()).get(root)) {
+    // Not if empty, for simdjson would copy from a null pointer then.
+    if (!data.empty() && !parser->parse(data.data(), data.size()).get(root)) {
       const OrdinaryReader reader;
       make(result, Decoder(reader, placeOf(root)));
       return std::nullopt;

@@ -185,7 +185,8 @@ class Parser {
   }
 
   void add(Tree::Kind kind, std::size_t begin, std::size_t end, bool isEscaped = false) {
-    tree_.add({.position = {static_cast<std::uint32_t>(begin), line_},
+    const auto start = kind == Tree::Kind::string ? begin - 1 : begin;  // at its quotation mark
+    tree_.add({.position = {static_cast<std::uint32_t>(start), line_},
                .textBegin = static_cast<std::uint32_t>(begin),
                .textEnd = static_cast<std::uint32_t>(end),
                .kind = kind,

@@ -69,15 +69,16 @@ CurlTransfer::CurlTransfer(TransportRequest request, Transport::Completion compl
     : request_(std::move(request)),
       completion_(std::move(completion)),
       configuration_(std::move(configuration)),
-      deadline_(Clock::now() + configuration_->limit) {}
+      deadline_(deadlineAfter(configuration_->limit)) {}
 
 void CurlTransfer::prepare(CURL* easy) {
   const auto set = [easy](CURLoption option, auto value) { curl_easy_setopt(easy, option, value); };
   const auto& network = *configuration_;
 
-  set(CURLOPT_PRIVATE, this);
   set(CURLOPT_URL, request_.url.c_str());
+  set(CURLOPT_PATH_AS_IS, 1L);
   set(CURLOPT_NOSIGNAL, 1L);
+  set(CURLOPT_QUICK_EXIT, 1L);  // a slow name server holds up its own request, and no others
   set(CURLOPT_PROTOCOLS_STR, "http,https");
   set(CURLOPT_FOLLOWLOCATION, 0L);
   set(CURLOPT_ERRORBUFFER, detail_);
@@ -94,9 +95,10 @@ void CurlTransfer::prepare(CURL* easy) {
     set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
   }
   set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
-  set(CURLOPT_PIPEWAIT, 1L);
 
   const auto url = Platform::URL::parse(request_.url);
+  // Without TLS, only a first reply would tell that a connection can't be shared.
+  set(CURLOPT_PIPEWAIT, url && url->scheme() == "https" ? 1L : 0L);
   if (!network.proxy.empty()) {
     set(CURLOPT_PROXY, network.proxy.c_str());
     set(CURLOPT_NOPROXY, "");
@@ -104,9 +106,12 @@ void CurlTransfer::prepare(CURL* easy) {
     set(CURLOPT_PROXY, "");
   }
 
-  if (request_.body) {
-    set(CURLOPT_POSTFIELDS, request_.body->data());
-    set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request_.body->size()));
+  const bool expectsBody =
+      request_.method == HttpMethod::post || request_.method == HttpMethod::put;
+  if (request_.body || expectsBody) {  // so that a length of 0 is sent: RFC 9110, section 8.6
+    set(CURLOPT_POSTFIELDS, request_.body ? request_.body->data() : "");
+    set(CURLOPT_POSTFIELDSIZE_LARGE,
+        static_cast<curl_off_t>(request_.body ? request_.body->size() : 0));
   }
   set(CURLOPT_CUSTOMREQUEST, nameOf(request_.method));
 
@@ -120,7 +125,8 @@ void CurlTransfer::prepare(CURL* easy) {
     // An empty value is written with a semicolon; with a colon it would remove the header.
     addHeader(value.empty() ? name + ";" : name + ": " + value);
   }
-  addHeader("Expect:");  // large questions go out without asking first
+  addHeader("Expect:");                            // large questions go out without asking first
+  if (!request_.body) addHeader("Content-Type:");  // libcurl would say that it is a form
   set(CURLOPT_HTTPHEADER, headers_.get());
   set(CURLOPT_HEADEROPT, static_cast<long>(CURLHEADER_SEPARATE));  // a proxy sees none of them
 
@@ -147,6 +153,8 @@ std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t c
     }
   } else if (const auto colon = line.find(':'); colon != line.npos) {
     transfer.responseHeaders_.emplace_back(line.substr(0, colon), trimmed(line.substr(colon + 1)));
+  } else if (trimmed(line).empty()) {
+    transfer.hasAllHeaders_ = transfer.status_ >= 200;
   }
   return size * count;
 }
@@ -161,22 +169,39 @@ std::size_t CurlTransfer::takeBody(char* data, std::size_t size, std::size_t cou
   return size * count;
 }
 
-Platform::Error CurlTransfer::errorFor(CURLcode result) const {
-  if (isTooLarge_) return makeCoreError(CoreErrorCode::replyTooLarge);
-  const auto meaning = std::ranges::find(meanings, result, &Meaning::result);
-  return makeCoreError(
-      meaning == meanings.end() ? CoreErrorCode::transportFailed : meaning->code,
-      detail_[0] ? static_cast<const char*>(detail_) : curl_easy_strerror(result));
+std::string_view CurlTransfer::detailOf(CURLcode result) const {
+  const std::string_view detail(detail_[0] ? detail_ : curl_easy_strerror(result));
+  // What libcurl goes on to quote may hold the proxy's password.
+  constexpr std::string_view unusable = "Unsupported proxy";
+  return detail.starts_with(unusable) ? unusable : detail;
 }
 
-void CurlTransfer::finish(CURLcode result) {
+Platform::Error CurlTransfer::errorFor(CURLcode result, long proxyStatus) const {
+  using enum CoreErrorCode;
+  // A header line beyond libcurl's own bound is "out of memory" in its words.
+  if (isTooLarge_ || (result == CURLE_OUT_OF_MEMORY && !hasAllHeaders_)) {
+    return makeCoreError(replyTooLarge);
+  }
+  if (result == CURLE_OK)
+    return makeCoreError(connectionLost, "the header fields are not complete");
+
+  const auto detail = detailOf(result);
+  const auto meaning = std::ranges::find(meanings, result, &Meaning::result);
+  auto code = meaning == meanings.end() ? transportFailed : meaning->code;
+  // For these two, libcurl's code is that of a connection that breaks.
+  if (proxyStatus >= 300) code = proxyFailed;
+  if (detail.ends_with(" in chunked-encoding")) code = malformedReply;
+  return makeCoreError(code, detail);
+}
+
+void CurlTransfer::finish(CURLcode result, long proxyStatus) {
   TransportReply reply;
-  if (result == CURLE_OK) {
+  if (result == CURLE_OK && hasAllHeaders_) {
     reply.response = std::make_shared<const Platform::HTTPURLResponse>(
         std::move(request_.url), status_, std::move(responseHeaders_));
     if (!body_.empty()) reply.data = std::move(body_);
   } else {
-    reply.error = errorFor(result);
+    reply.error = errorFor(result, proxyStatus);
   }
   const auto completion = std::exchange(completion_, nullptr);
   completion(std::move(reply));

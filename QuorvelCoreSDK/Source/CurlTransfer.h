@@ -1,6 +1,9 @@
 #pragma once
 
+#include "Deadline.h"
+
 #include <QuorvelCoreSDK/Configuration.h>
+
 #include <curl/curl.h>
 
 namespace QuorvelCoreSDK {
@@ -13,15 +16,16 @@ class CurlTransfer {
   CurlTransfer(const CurlTransfer&) = delete;
   CurlTransfer& operator=(const CurlTransfer&) = delete;
 
+  [[nodiscard]] Clock::time_point deadline() const { return deadline_; }
+
   /// Sets every option of `easy`, which is fresh or reset. It refers to this transfer then.
   void prepare(CURL* easy);
 
-  /// Calls the completion with how `easy` ended, and lets go of it.
-  void finish(CURLcode result);
+  /// Calls the completion with how the transfer ended, and lets go of it. `proxyStatus` is what a
+  /// proxy answered that was asked for a tunnel, else 0.
+  void finish(CURLcode result, long proxyStatus);
 
  private:
-  using Clock = std::chrono::steady_clock;
-
   struct FreeList {
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
   };
@@ -29,7 +33,8 @@ class CurlTransfer {
   static std::size_t takeHeader(char* data, std::size_t size, std::size_t count, void* self);
   static std::size_t takeBody(char* data, std::size_t size, std::size_t count, void* self);
 
-  [[nodiscard]] Platform::Error errorFor(CURLcode result) const;
+  [[nodiscard]] Platform::Error errorFor(CURLcode result, long proxyStatus) const;
+  [[nodiscard]] std::string_view detailOf(CURLcode result) const;
 
   TransportRequest request_;
   Transport::Completion completion_;
@@ -41,6 +46,7 @@ class CurlTransfer {
   int status_ = 0;
   Platform::HTTPURLResponse::HeaderFields responseHeaders_;
   std::size_t headerBytes_ = 0;
+  bool hasAllHeaders_ = false;  // of the final response
   Platform::Data body_;
   bool isTooLarge_ = false;
 };

@@ -3,7 +3,9 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <new>
 #include <utility>
 
@@ -11,26 +13,36 @@ namespace QuorvelCoreSDK {
 namespace {
 
 constexpr std::size_t mostRunning = 256;  // transfers; more wait for their turn
+constexpr long mostConnections = 16;      // to one host; whoever has none waits for one
 constexpr std::size_t mostSpare = 32;     // handles kept for reuse
 constexpr int longestWait = 60'000;       // milliseconds; nothing depends on it
 
-/// Starts a thread that receives no signal: the host's handlers run on the host's threads, and
-/// writing to a connection that is gone gives an error instead of a signal.
-template <class Function>
-std::thread startWithoutSignals(Function function) {
-  sigset_t all;
-  sigset_t before;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &before);
-  std::thread thread(std::move(function));
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  return thread;
-}
+/// libcurl forgets the time limit of a transfer that waits for a connection. It ends the others by
+/// itself, and can say more of them, so it comes first.
+constexpr std::chrono::milliseconds patience(20);
+
+/// While it lives, a thread that this one starts receives no signal: the host's handlers run on the
+/// host's threads, and writing to a connection that is gone gives an error instead of a signal.
+class WithoutSignals {
+ public:
+  WithoutSignals() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before_);
+  }
+  WithoutSignals(const WithoutSignals&) = delete;
+  WithoutSignals& operator=(const WithoutSignals&) = delete;
+  ~WithoutSignals() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+
+ private:
+  sigset_t before_{};
+};
 
 CURLM* makeMulti() {
   curl_global_init(CURL_GLOBAL_DEFAULT);
   auto* const multi = curl_multi_init();
   if (!multi) throw std::bad_alloc();
+  curl_multi_setopt(multi, CURLMOPT_MAX_HOST_CONNECTIONS, mostConnections);
   curl_multi_setopt(multi, CURLMOPT_PIPELINING, static_cast<long>(CURLPIPE_MULTIPLEX));
   return multi;
 }
@@ -70,7 +82,8 @@ void CurlWorker::enqueue(std::vector<Item>& queue, Item item) {
   const std::lock_guard lock(mutex_);
   queue.push_back(std::move(item));
   if (!thread_.joinable()) {
-    if (!stopping_) thread_ = startWithoutSignals([this] { run(); });
+    const WithoutSignals inherited;
+    if (!stopping_) thread_ = std::thread([this] { run(); });
   } else if (queue.size() == 1 && thread_.get_id() != std::this_thread::get_id()) {
     curl_multi_wakeup(multi_);
   }
@@ -80,7 +93,9 @@ void CurlWorker::add(std::unique_ptr<CurlTransfer> transfer) {
   enqueue(added_, std::move(transfer));
 }
 
-void CurlWorker::post(std::function<void()> task) { enqueue(tasks_, std::move(task)); }
+void CurlWorker::post(std::function<void()> task) {
+  enqueue(tasks_, std::move(task));
+}
 
 void CurlWorker::run() {
   while (!stopping_) {
@@ -88,14 +103,21 @@ void CurlWorker::run() {
     int stillRunning = 0;
     curl_multi_perform(multi_, &stillRunning);
     finishDone();
+    finishLate();
     runTasks();
     // Other threads wake the wait; what was added on this one has to be looked for.
-    if (!stopping_ && !hasWork()) curl_multi_poll(multi_, nullptr, 0, longestWait, nullptr);
+    if (!stopping_ && !hasWork()) wait();
   }
 }
 
+void CurlWorker::wait() {
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(earliestDeadline_ - Clock::now());
+  const auto most = std::clamp<std::int64_t>(left.count(), 0, longestWait);
+  curl_multi_poll(multi_, nullptr, 0, static_cast<int>(most), nullptr);
+}
+
 bool CurlWorker::hasWork() {
-  if (running_ < mostRunning && !waiting_.empty()) return true;
+  if (running_.size() < mostRunning && !waiting_.empty()) return true;
   const std::lock_guard lock(mutex_);
   return !added_.empty() || !tasks_.empty();
 }
@@ -103,44 +125,74 @@ bool CurlWorker::hasWork() {
 void CurlWorker::startWaiting() {
   {
     const std::lock_guard lock(mutex_);
-    for (auto& transfer : added_) waiting_.push_back(std::move(transfer));
+    for (auto& transfer : added_) {
+      earliestDeadline_ = std::min(earliestDeadline_, transfer->deadline() + patience);
+      waiting_.push_back(std::move(transfer));
+    }
     added_.clear();
   }
-  while (running_ < mostRunning && !waiting_.empty()) {
+  while (running_.size() < mostRunning && !waiting_.empty()) {
     auto easy = takeEasy();
     waiting_.front()->prepare(easy.get());
     if (curl_multi_add_handle(multi_, easy.get()) != CURLM_OK) throw std::bad_alloc();
-    static_cast<void>(easy.release());                 // the multi handle lists it now
-    static_cast<void>(waiting_.front().release());     // and it holds its transfer
+    running_.emplace(easy.release(), std::move(waiting_.front()));
     waiting_.pop_front();
-    ++running_;
   }
 }
 
 void CurlWorker::finishDone() {
   int left = 0;
-  while (const auto* message = curl_multi_info_read(multi_, &left)) {
-    if (message->msg != CURLMSG_DONE) continue;
-    const CURLcode result = message->data.result;
-    Easy easy(message->easy_handle);
-    CurlTransfer* held = nullptr;
-    curl_easy_getinfo(easy.get(), CURLINFO_PRIVATE, &held);
-    const std::unique_ptr<CurlTransfer> transfer(held);
-    curl_multi_remove_handle(multi_, easy.get());
-    --running_;
-    curl_easy_reset(easy.get());
-    if (spare_.size() < mostSpare) spare_.push_back(std::move(easy));
-    transfer->finish(result);
+  while (const auto* message = stopping_ ? nullptr : curl_multi_info_read(multi_, &left)) {
+    if (message->msg == CURLMSG_DONE) finish(message->easy_handle, message->data.result);
   }
 }
 
+void CurlWorker::finishLate() {
+  const auto latest = Clock::now() - patience;
+  if (latest + patience < earliestDeadline_) return;
+
+  earliestDeadline_ = Clock::time_point::max();
+  const auto isLate = [&](const CurlTransfer& transfer) {
+    if (transfer.deadline() <= latest) return true;
+    earliestDeadline_ = std::min(earliestDeadline_, transfer.deadline() + patience);
+    return false;
+  };
+  std::vector<CURL*> late;
+  for (const auto& [handle, transfer] : running_) {
+    if (isLate(*transfer)) late.push_back(handle);
+  }
+  const auto lateWaiting = std::ranges::stable_partition(
+      waiting_, [&](const auto& transfer) { return !isLate(*transfer); });
+  std::vector<std::unique_ptr<CurlTransfer>> neverRun(std::move_iterator(lateWaiting.begin()),
+                                                      std::move_iterator(lateWaiting.end()));
+  waiting_.erase(lateWaiting.begin(), waiting_.end());
+
+  for (auto* handle : late) finish(handle, CURLE_OPERATION_TIMEDOUT);
+  for (const auto& transfer : neverRun) transfer->finish(CURLE_OPERATION_TIMEDOUT, 0);
+}
+
+void CurlWorker::finish(CURL* handle, CURLcode result) {
+  Easy easy(handle);
+  const auto transfer = std::move(running_.extract(handle).mapped());
+  long proxyStatus = 0;
+  curl_easy_getinfo(handle, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
+  curl_multi_remove_handle(multi_, handle);
+  curl_easy_reset(handle);
+  if (spare_.size() < mostSpare) spare_.push_back(std::move(easy));
+  transfer->finish(result, proxyStatus);
+}
+
 void CurlWorker::runTasks() {
-  std::vector<std::function<void()>> tasks;
   {
     const std::lock_guard lock(mutex_);
-    std::swap(tasks, tasks_);
+    for (auto& task : tasks_) ready_.push_back(std::move(task));
+    tasks_.clear();
   }
-  for (auto& task : tasks) std::exchange(task, nullptr)();
+  while (!stopping_ && !ready_.empty()) {
+    const auto task = std::exchange(ready_.front(), nullptr);
+    ready_.pop_front();
+    task();
+  }
 }
 
 CurlWorker::Easy CurlWorker::takeEasy() {

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "CurlTransfer.h"
+
 #include <atomic>
 #include <deque>
+#include <map>
 #include <mutex>
 #include <thread>
 #include <vector>
-
-#include "CurlTransfer.h"
 
 namespace QuorvelCoreSDK {
 
@@ -37,6 +38,9 @@ class CurlWorker {
   [[nodiscard]] bool hasWork();
   void startWaiting();
   void finishDone();
+  void finishLate();
+  void finish(CURL* handle, CURLcode result);
+  void wait();
   void runTasks();
   [[nodiscard]] Easy takeEasy();
 
@@ -51,7 +55,9 @@ class CurlWorker {
 
   // The rest belongs to the thread.
   std::deque<std::unique_ptr<CurlTransfer>> waiting_;
-  std::size_t running_ = 0;
+  std::map<CURL*, std::unique_ptr<CurlTransfer>> running_;
+  Clock::time_point earliestDeadline_ = Clock::time_point::max();  // or earlier
+  std::deque<std::function<void()>> ready_;
   std::vector<Easy> spare_;
 };
 

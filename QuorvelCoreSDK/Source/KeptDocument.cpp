@@ -1,3 +1,6 @@
+#include "Deadline.h"
+#include "Session.h"
+
 #include <Platform/JSONDecoder.h>
 #include <QuorvelCoreSDK/CoreError.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
@@ -5,8 +8,6 @@
 #include <QuorvelCoreSDK/ProviderService.h>
 
 #include <utility>
-
-#include "Session.h"
 
 namespace QuorvelCoreSDK {
 namespace {
@@ -16,9 +17,9 @@ struct WellFormed {
   explicit WellFormed(const Platform::Decoder&) {}
 };
 
-std::expected<Platform::Data, Platform::Error> documentOf(
-    std::optional<Platform::Data> data, const Platform::URLResponse* response,
-    std::optional<Platform::Error> error) {
+std::expected<Platform::Data, Platform::Error> documentOf(std::optional<Platform::Data> data,
+                                                          const Platform::URLResponse* response,
+                                                          std::optional<Platform::Error> error) {
   if (error) return std::unexpected(*std::move(error));
   const auto* http = dynamic_cast<const Platform::HTTPURLResponse*>(response);
   const int status = http ? http->statusCode() : 0;
@@ -40,6 +41,7 @@ std::expected<Platform::Data, Platform::Error> documentOf(
 KeptDocument::KeptDocument(Parameters parameters) : parameters_(std::move(parameters)) {}
 
 void KeptDocument::get(Callback callback) {
+  const OneCall call(callback);
   Document document;
   bool isFirst = false;
   {
@@ -48,18 +50,16 @@ void KeptDocument::get(Callback callback) {
       document = document_;
     } else {
       isFirst = waiting_.empty();
-      waiting_.push_back(std::exchange(callback, nullptr));
+      waiting_.push_back(call);
     }
   }
   if (isFirst) fetch();
   if (!document) return;
   if (parameters_.delivery == Delivery::atOnce) {
-    callback(std::move(document));
+    call(std::move(document));
   } else {
-    parameters_.environment.session_->transport().post(
-        [callback = std::exchange(callback, nullptr), document = std::move(document)] {
-          callback(document);
-        });
+    Session::post(parameters_.environment.session_,
+                  [call, document = std::move(document)] { call(document); });
   }
 }
 
@@ -76,12 +76,12 @@ void KeptDocument::fetch() {
 
 void KeptDocument::finish(std::expected<Platform::Data, Platform::Error> fetched) {
   Document document;
-  std::vector<Callback> waiting;
+  std::vector<OneCall<Document>> waiting;
   {
     const std::lock_guard lock(mutex_);
     if (fetched) {
       document_ = std::make_shared<const Platform::Data>(*std::move(fetched));
-      freshUntil_ = Clock::now() + parameters_.environment.session_->timeToLive();
+      freshUntil_ = deadlineAfter(parameters_.environment.session_->timeToLive());
     }
     document = document_;
     std::swap(waiting, waiting_);
@@ -91,7 +91,7 @@ void KeptDocument::finish(std::expected<Platform::Data, Platform::Error> fetched
                      (document ? "the last ones are" : "the default is") + " used instead. " +
                      fetched.error().description());
   }
-  for (auto& callback : waiting) std::exchange(callback, nullptr)(document);
+  for (const auto& call : waiting) call(document);
 }
 
 }  // namespace QuorvelCoreSDK

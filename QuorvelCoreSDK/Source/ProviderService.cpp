@@ -1,12 +1,13 @@
+#include "Session.h"
+
 #include <QuorvelCoreSDK/CoreError.h>
+#include <QuorvelCoreSDK/OneCall.h>
 #include <QuorvelCoreSDK/ProviderService.h>
 
 #include <algorithm>
 #include <expected>
 #include <string_view>
 #include <utility>
-
-#include "Session.h"
 
 namespace QuorvelCoreSDK {
 namespace {
@@ -63,15 +64,17 @@ std::expected<TransportRequest, Platform::Error> makeRequest(const Parameters& p
   return request;
 }
 
-void deliver(ProviderService::Callback callback, Platform::DispatchQueue* queue,
-             TransportReply reply) {
+using Call = OneCall<std::optional<Platform::Data>, std::shared_ptr<const Platform::URLResponse>,
+                     std::optional<Platform::Error>>;
+
+void deliver(const Call& call, Platform::DispatchQueue* queue, TransportReply reply) {
   if (reply.data && reply.data->empty()) reply.data.reset();
   if (!queue) {
-    callback(std::move(reply.data), std::move(reply.response), std::move(reply.error));
+    call(std::move(reply.data), std::move(reply.response), std::move(reply.error));
     return;
   }
-  queue->post([callback = std::move(callback), reply = std::move(reply)]() mutable {
-    callback(std::move(reply.data), std::move(reply.response), std::move(reply.error));
+  queue->post([call, reply = std::move(reply)]() mutable {
+    call(std::move(reply.data), std::move(reply.response), std::move(reply.error));
   });
 }
 
@@ -85,26 +88,25 @@ ProviderService::ProviderService(Parameters parameters) : parameters_(std::move(
 void ProviderService::perform(Callback callback) const {
   const auto& session = parameters_.environment.session_;
   auto* const queue = parameters_.dispatchQueue;
+  const Call call(callback);
   if (!session) {
     // Without a transport there is no thread but the queue's.
-    auto& anyQueue = queue ? *queue : Platform::DispatchQueue::main();
-    deliver(std::move(callback), &anyQueue,
+    deliver(call, queue ? queue : &Platform::DispatchQueue::main(),
             {.error = makeCoreError(CoreErrorCode::notInitialized)});
     return;
   }
   auto request = makeRequest(parameters_, *session);
   if (!request) {
-    session->transport().post([callback = std::move(callback), queue,
-                               error = std::move(request.error())]() mutable {
-      deliver(std::move(callback), queue, {.error = std::move(error)});
+    Session::post(session, [call, queue, error = std::move(request.error())]() mutable {
+      deliver(call, queue, {.error = std::move(error)});
     });
     return;
   }
-  session->transport().send(*std::move(request),
-                            [callback = std::move(callback), queue,
-                             underWay = Session::begin(session)](TransportReply reply) mutable {
-                              deliver(std::move(callback), queue, std::move(reply));
-                            });
+  session->transport().send(*std::move(request), [call, queue, underWay = Session::begin(session)](
+                                                     TransportReply reply) mutable {
+    const auto ended = std::exchange(underWay, nullptr);
+    deliver(call, queue, std::move(reply));
+  });
 }
 
 }  // namespace QuorvelCoreSDK

@@ -1,15 +1,14 @@
-#include <QuorvelCoreSDK/CoreError.h>
-#include <QuorvelCoreSDK/Quorvel.h>
-
-#include <Platform/URL.h>
-
-#include <mutex>
-#include <utility>
-
 #include "CurlTransport.h"
 #include "Session.h"
 #include "SettingsService.h"
 #include "SharedInstance.h"
+
+#include <Platform/URL.h>
+#include <QuorvelCoreSDK/CoreError.h>
+#include <QuorvelCoreSDK/Quorvel.h>
+
+#include <mutex>
+#include <utility>
 
 namespace QuorvelCoreSDK {
 
@@ -66,13 +65,12 @@ std::expected<std::shared_ptr<Quorvel>, Platform::Error> Quorvel::initialize(
   auto session = std::make_shared<Session>(std::move(transport), std::move(configuration.token),
                                            configuration.settingsTimeToLive);
   accountDetails.session_ = session;
-  auto settings = configuration.settings
-                      ? std::move(configuration.settings)
-                      : std::make_shared<SettingsService>(accountDetails);
-  std::shared_ptr<Quorvel> instance(new Quorvel(Parts{.session = std::move(session),
-                                                      .accountDetails = std::move(accountDetails),
-                                                      .providerModule =
-                                                          ProviderModule(std::move(settings))}));
+  auto settings = configuration.settings ? std::move(configuration.settings)
+                                         : std::make_shared<SettingsService>(accountDetails);
+  std::shared_ptr<Quorvel> instance(
+      new Quorvel(Parts{.session = std::move(session),
+                        .accountDetails = std::move(accountDetails),
+                        .providerModule = ProviderModule(std::move(settings))}));
   setSharedInstance(instance);
   return instance;
 }
@@ -89,15 +87,19 @@ void setSharedInstance(std::shared_ptr<Quorvel> instance) {
   std::swap(slot.instance, instance);  // the earlier one goes after the lock does
 }
 
-const AccountDetails& Quorvel::accountDetails() const { return parts_->accountDetails; }
-const ProviderModule& Quorvel::providerModule() const { return parts_->providerModule; }
+const AccountDetails& Quorvel::accountDetails() const {
+  return parts_->accountDetails;
+}
+const ProviderModule& Quorvel::providerModule() const {
+  return parts_->providerModule;
+}
 
 bool Quorvel::waitUntilIdle(std::chrono::milliseconds limit) const {
   return parts_->session->waitUntilIdle(limit);
 }
 
 void Quorvel::post(std::function<void()> task) const {
-  parts_->session->transport().post(std::move(task));
+  Session::post(parts_->session, std::move(task));
 }
 
 }  // namespace QuorvelCoreSDK

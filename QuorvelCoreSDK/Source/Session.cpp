@@ -1,5 +1,11 @@
 #include "Session.h"
 
+#include "Deadline.h"
+
+#include <QuorvelCoreSDK/OneCall.h>
+
+#include <utility>
+
 namespace QuorvelCoreSDK {
 
 std::shared_ptr<void> Session::begin(const std::shared_ptr<Session>& session) {
@@ -10,6 +16,13 @@ std::shared_ptr<void> Session::begin(const std::shared_ptr<Session>& session) {
   return {nullptr, [session](void*) { session->end(); }};
 }
 
+void Session::post(const std::shared_ptr<Session>& session, std::function<void()> task) {
+  session->transport().post([call = OneCall(task), underWay = begin(session)]() mutable {
+    const auto ended = std::exchange(underWay, nullptr);
+    call();
+  });
+}
+
 void Session::end() {
   const std::lock_guard lock(mutex_);
   if (--underWay_ == 0) idle_.notify_all();
@@ -17,7 +30,7 @@ void Session::end() {
 
 bool Session::waitUntilIdle(std::chrono::milliseconds limit) {
   std::unique_lock lock(mutex_);
-  return idle_.wait_for(lock, limit, [&] { return underWay_ == 0; });
+  return idle_.wait_until(lock, deadlineAfter(limit), [&] { return underWay_ == 0; });
 }
 
 }  // namespace QuorvelCoreSDK

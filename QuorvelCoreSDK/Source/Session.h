@@ -7,7 +7,7 @@
 
 namespace QuorvelCoreSDK {
 
-/// What the requests of one core instance share: transport, token, and how many are under way.
+/// What the requests of one core instance share: transport, token, and how much is under way.
 class Session {
  public:
   Session(std::shared_ptr<Transport> transport, TokenSupplier token,
@@ -23,8 +23,11 @@ class Session {
   /// How long settings documents are kept.
   [[nodiscard]] std::chrono::milliseconds timeToLive() const { return timeToLive_; }
 
-  /// Counts a request as under way until the last copy of the result is gone.
+  /// Counts something as under way until the last copy of the result is gone.
   [[nodiscard]] static std::shared_ptr<void> begin(const std::shared_ptr<Session>& session);
+
+  /// Runs `task` on the transport's thread, not within this call. It counts as under way.
+  static void post(const std::shared_ptr<Session>& session, std::function<void()> task);
 
   bool waitUntilIdle(std::chrono::milliseconds limit);
 

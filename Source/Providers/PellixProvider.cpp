@@ -59,6 +59,11 @@ void upVote(VeltraneProvidersSDK::LumenoProviderProtocol& lumenoProvider, std::i
   });
 }
 
+/// What a step leaves to the next one instead of keeping the provider alive.
+std::weak_ptr<PellixProvider> weakReference(PellixProvider& provider) {
+  return std::static_pointer_cast<PellixProvider>(provider.weak_from_this().lock());
+}
+
 }  // namespace
 
 PellixProviderProtocol::~PellixProviderProtocol() = default;
@@ -78,7 +83,7 @@ struct PellixProvider::Steps {
   /// gets the error that says so.
   template <class T, class Next>
   static void whenEnabled(PellixProvider& provider, PendingCallback<T> callback, Next next) {
-    checkEnabled(once([weak = provider.weak_from_this(), callback = std::move(callback),
+    checkEnabled(once([weak = weakReference(provider), callback = std::move(callback),
                        next = std::move(next)](bool enabled) mutable {
       const auto self = weak.lock();
       if (!self) return;
@@ -95,8 +100,8 @@ struct PellixProvider::Steps {
     const auto service =
         makeProviderService(provider.wiring_->quorvel.get(), std::move(body), endpoint);
     if (!service) return false;
-    service->perform(once([weak = provider.weak_from_this(), callback = std::move(callback),
-                           finish](auto data, const auto& response, auto error) mutable {
+    service->perform(once([weak = weakReference(provider), callback = std::move(callback), finish](
+                              auto data, const auto& response, auto error) mutable {
       const auto self = weak.lock();
       if (!self) return;
       finish(callback, std::move(data), response, std::move(error));
@@ -123,7 +128,7 @@ void PellixProvider::getDeflectionForQuery(std::string query,
   if (!endpoint) return;
 
   wiring_->localeProvider->getLocale(
-      once([weak = weak_from_this(), query = std::move(query), endpoint,
+      once([weak = weakReference(*this), query = std::move(query), endpoint,
             pending = std::move(pending)](std::string locale) mutable {
         const auto self = weak.lock();
         if (!self) return;

@@ -19,9 +19,11 @@ void PellixSettingsProvider::getSettings(SettingsCallback callback) {
   const auto quorvel = QuorvelCoreSDK::Quorvel::instance();
   if (!quorvel) return;
   const auto& settings = quorvel->providerModule().settings();
-  settings->getSettings<PellixSettings>(once(
-      [callback = std::exchange(callback, nullptr)](std::shared_ptr<const PellixSettings> record) {
-        if (callback) callback(std::move(record));
+  // Moved by pointer: a moved-from `std::function` may still hold its captures.
+  auto held = std::make_unique<const SettingsCallback>(std::exchange(callback, nullptr));
+  settings->getSettings<PellixSettings>(
+      once([held = std::move(held)](std::shared_ptr<const PellixSettings> record) {
+        if (*held) (*held)(std::move(record));
       }));
 }
 

@@ -11,7 +11,9 @@
     GTEST_FLAG_SET(death_test_style, "threadsafe");                             \
     EXPECT_EXIT(                                                                \
         {                                                                       \
-          { __VA_ARGS__; }                                                      \
+          {                                                                     \
+            __VA_ARGS__;                                                        \
+          }                                                                     \
           std::exit(testing::Test::HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS); \
         },                                                                      \
         testing::ExitedWithCode(EXIT_SUCCESS), "");                             \

@@ -45,11 +45,20 @@ Platform::Error makeVeltraneError(VeltraneErrorCode code, std::string text) {
           {{Platform::NSLocalizedDescriptionKey, std::move(text)}}};
 }
 
+void postWithoutRequest(std::function<void()> task) {
+  const auto veltrane = Veltrane::instance();
+  const auto quorvel = veltrane ? veltrane->quorvel() : QuorvelCoreSDK::Quorvel::instance();
+  if (quorvel) {
+    quorvel->post(std::move(task));
+  } else {
+    Platform::DispatchQueue::main().post(std::move(task));
+  }
+}
+
 void postToKnowledgeBase(std::string_view path, std::function<void(Reply)> callback) {
   const auto veltrane = Veltrane::instance();
   if (!veltrane) {
-    // Only a core instance has a thread of its own to answer on.
-    Platform::DispatchQueue::main().post([callback = std::move(callback)] {
+    postWithoutRequest([callback = std::move(callback)] {
       callback(std::unexpected(makeVeltraneError(VeltraneErrorCode::notInitialized,
                                                  "The knowledge base is not set up.")));
     });

@@ -18,11 +18,15 @@ namespace VeltraneProvidersSDK {
 
 [[nodiscard]] Platform::Error makeVeltraneError(VeltraneErrorCode code, std::string text);
 
+/// Runs `task` later: on the worker thread of the core instance at hand, or on the main queue
+/// without one.
+void postWithoutRequest(std::function<void()> task);
+
 /// The body of a reply with a status in 200..299, or why there is none.
 using Reply = std::expected<Platform::Data, Platform::Error>;
 
-/// Posts to the knowledge base, with authentication. Answers once, on the worker thread, or on the
-/// main queue without a shared instance, and never within this call.
+/// Posts to the knowledge base, with authentication. Answers once, on the worker thread, or where
+/// `postWithoutRequest` does without a shared instance, and never within this call.
 void postToKnowledgeBase(std::string_view path, std::function<void(Reply)> callback);
 
 }  // namespace VeltraneProvidersSDK

@@ -1,12 +1,12 @@
-#include <Platform/DispatchQueue.h>
+#include "KnowledgeBase.h"
+
 #include <Platform/JSONDecoder.h>
+#include <QuorvelCoreSDK/OneCall.h>
 #include <QuorvelCoreSDK/ServicePaths.h>
 #include <VeltraneProvidersSDK/QVLLumenoProvider.h>
 
 #include <algorithm>
 #include <utility>
-
-#include "KnowledgeBase.h"
 
 namespace VeltraneProvidersSDK {
 namespace {
@@ -55,14 +55,12 @@ QVLLumenoProvider::~QVLLumenoProvider() = default;
 
 void QVLLumenoProvider::upVoteArticle(std::optional<std::string> withId,
                                       VotesCallback withCallback) {
-  auto finish = [callback = std::move(withCallback)](
-                    std::expected<std::vector<ArticleVote>, Platform::Error> votes) {
-    if (!callback) return;
-    votes ? callback(*std::move(votes), std::nullopt)
-          : callback(std::nullopt, std::move(votes).error());
+  const auto finish = [call = QuorvelCoreSDK::OneCall(withCallback)](
+                          std::expected<std::vector<ArticleVote>, Platform::Error> votes) {
+    votes ? call(*std::move(votes), std::nullopt) : call(std::nullopt, std::move(votes).error());
   };
   if (!withId || withId->empty()) {
-    Platform::DispatchQueue::main().post([finish = std::move(finish)] {
+    postWithoutRequest([finish] {
       finish(std::unexpected(makeVeltraneError(VeltraneErrorCode::missingArticleId,
                                                "No article is named to vote for.")));
     });
@@ -70,7 +68,7 @@ void QVLLumenoProvider::upVoteArticle(std::optional<std::string> withId,
   }
   std::string path(ServicePaths::articles);
   path.append(percentEncoded(*withId)).append(ServicePaths::upVoteSuffix);
-  postToKnowledgeBase(path, [finish = std::move(finish)](Reply reply) {
+  postToKnowledgeBase(path, [finish](Reply reply) {
     if (!reply) return finish(std::unexpected(std::move(reply).error()));
     auto decoded = Platform::JSONDecoder().decode<DecodedVotes>(*reply);
     if (!decoded) return finish(std::unexpected(std::move(decoded).error()));

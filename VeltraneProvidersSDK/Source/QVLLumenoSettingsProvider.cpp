@@ -1,11 +1,11 @@
-#include <Platform/DispatchQueue.h>
+#include "KnowledgeBase.h"
+
 #include <Platform/JSONDecoder.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 #include <QuorvelCoreSDK/KeptDocument.h>
+#include <QuorvelCoreSDK/OneCall.h>
 #include <VeltraneProvidersSDK/QVLLumenoSettingsProvider.h>
 #include <VeltraneProvidersSDK/Veltrane.h>
-
-#include <utility>
 
 namespace VeltraneProvidersSDK {
 namespace {
@@ -26,18 +26,12 @@ std::shared_ptr<const LumenoSettings> settingsIn(const KeptDocument::Document& d
 
 void QVLLumenoSettingsProvider::getLumenoSettings(
     std::function<void(std::shared_ptr<const LumenoSettings>)> callback) {
+  const QuorvelCoreSDK::OneCall call(callback);
   if (const auto veltrane = Veltrane::instance()) {
     veltrane->lumenoSettings().get(
-        [callback = std::move(callback)](const KeptDocument::Document& document) {
-          callback(settingsIn(document));
-        });
-    return;
-  }
-  auto answerNothing = [callback = std::move(callback)] { callback(nullptr); };
-  if (const auto quorvel = QuorvelCoreSDK::Quorvel::instance()) {
-    quorvel->post(std::move(answerNothing));
+        [call](const KeptDocument::Document& document) { call(settingsIn(document)); });
   } else {
-    Platform::DispatchQueue::main().post(std::move(answerNothing));
+    postWithoutRequest([call] { call(nullptr); });
   }
 }
 

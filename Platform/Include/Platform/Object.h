@@ -3,14 +3,17 @@
 #include <Platform/Export.h>
 
 #include <cstddef>
+#include <memory>
 
 namespace Platform {
 
 /// The root class of everything that is handed out by reference.
 ///
-/// Ownership: objects are held by `std::shared_ptr<const T>` and never change once made.
+/// Ownership: objects are held by `std::shared_ptr<const T>` and never change once made. Whoever
+/// has but a reference can take part in the ownership by `shared_from_this`.
+///
 /// Thread safety: all members may be called from any thread.
-class PELLIX_EXPORT Object {
+class PELLIX_EXPORT Object : public std::enable_shared_from_this<Object> {
  public:
   virtual ~Object();
 

@@ -4,6 +4,7 @@
 #include <Platform/Error.h>
 #include <QuorvelCoreSDK/AccountDetails.h>
 #include <QuorvelCoreSDK/ClientHeaders.h>
+#include <QuorvelCoreSDK/OneCall.h>
 
 #include <chrono>
 #include <expected>
@@ -17,8 +18,8 @@ namespace QuorvelCoreSDK {
 
 /// A JSON document of an account that its clients need again and again, such as its settings: it is
 /// fetched without authentication when it is asked for, and kept for the time to live of the core's
-/// configuration. Those who ask while a fetch is under way wait for that one. When a fetch fails, the
-/// last good document is the answer, and a warning is logged.
+/// configuration. Those who ask while a fetch is under way wait for that one. When a fetch fails,
+/// the last good document is the answer, and a warning is logged.
 ///
 /// Thread safety: any thread.
 class PELLIX_EXPORT KeptDocument final : public std::enable_shared_from_this<KeptDocument> {
@@ -43,8 +44,8 @@ class PELLIX_EXPORT KeptDocument final : public std::enable_shared_from_this<Kep
 
   explicit KeptDocument(Parameters parameters);
 
-  /// Calls `callback` once and lets go of it: with well-formed JSON, or with null if there is none to
-  /// be had. A document that has to be fetched comes on the transport's thread.
+  /// Calls `callback` once and lets go of it: with well-formed JSON, or with null if there is none
+  /// to be had. A document that has to be fetched comes on the transport's thread.
   void get(Callback callback);
 
  private:
@@ -57,7 +58,7 @@ class PELLIX_EXPORT KeptDocument final : public std::enable_shared_from_this<Kep
   std::mutex mutex_;
   Document document_;  // the last good one; null if there has been none
   Clock::time_point freshUntil_;
-  std::vector<Callback> waiting_;  // a fetch is under way exactly while somebody waits
+  std::vector<OneCall<Document>> waiting_;  // a fetch is under way exactly while somebody waits
 };
 
 }  // namespace QuorvelCoreSDK

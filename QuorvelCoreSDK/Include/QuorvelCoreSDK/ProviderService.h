@@ -18,13 +18,15 @@ namespace QuorvelCoreSDK {
 
 /// One request to an account's services: a value that can be kept, copied and performed.
 ///
-/// There are no retries and no redirects. Requests have the limits of the core's configuration.
+/// There are no retries and no redirects; but a request that finds its kept connection dead, before
+/// any byte of a reply, goes out once more on another one. Requests have the limits of the core's
+/// configuration.
 class PELLIX_EXPORT ProviderService {
  public:
   /// Body bytes or nothing, response or null, error or nothing. Zero bytes come as nothing.
-  using Callback =
-      std::function<void(std::optional<Platform::Data>, std::shared_ptr<const Platform::URLResponse>,
-                         std::optional<Platform::Error>)>;
+  using Callback = std::function<void(std::optional<Platform::Data>,
+                                      std::shared_ptr<const Platform::URLResponse>,
+                                      std::optional<Platform::Error>)>;
 
   struct Parameters {
     /// As handed out by a core instance.

@@ -24,8 +24,8 @@ class PELLIX_EXPORT Quorvel final : public Platform::Object {
   ~Quorvel() override;
 
   /// Sets up the core for an account and makes the result the shared instance, in place of an
-  /// earlier one. Errors: `invalidAccountUrl`, and `insecureUrl` for an address that is neither https
-  /// nor loopback; the shared instance stays as it was then.
+  /// earlier one. Errors: `invalidAccountUrl`, and `insecureUrl` for an address that is neither
+  /// https nor loopback; the shared instance stays as it was then.
   [[nodiscard]] static std::expected<std::shared_ptr<Quorvel>, Platform::Error> initialize(
       AccountDetails accountDetails, Configuration configuration = {});
 
@@ -35,9 +35,10 @@ class PELLIX_EXPORT Quorvel final : public Platform::Object {
   [[nodiscard]] const AccountDetails& accountDetails() const;
   [[nodiscard]] const ProviderModule& providerModule() const;
 
-  /// Waits until no request of this instance is under way, `limit` at most; whether it came to that.
-  /// Callbacks that the main queue is to run may still wait there. Not to be called on the worker
-  /// thread, that is, by a callback that says it runs there.
+  /// Waits until no request and no task of this instance is under way, `limit` at most; whether it
+  /// came to that. What a callback or a task starts follows without a gap. Callbacks that the main
+  /// queue is to run may still wait there. Not to be called on the worker thread, that is, by a
+  /// callback that says it runs there.
   bool waitUntilIdle(std::chrono::milliseconds limit) const;
 
   /// Runs `task` once on the transport's thread, never within this call.

@@ -7,6 +7,7 @@
 #include <QuorvelCoreSDK/CoreLogger.h>
 #include <QuorvelCoreSDK/HttpMethod.h>
 #include <QuorvelCoreSDK/KeptDocument.h>
+#include <QuorvelCoreSDK/OneCall.h>
 #include <QuorvelCoreSDK/ProviderModule.h>
 #include <QuorvelCoreSDK/ProviderService.h>
 #include <QuorvelCoreSDK/Quorvel.h>

@@ -2,6 +2,7 @@
 
 #include <Platform/JSONDecoder.h>
 #include <Platform/Object.h>
+#include <QuorvelCoreSDK/OneCall.h>
 
 #include <concepts>
 #include <functional>
@@ -12,11 +13,12 @@ namespace QuorvelCoreSDK {
 /// A settings record: it decodes itself from the account's settings document, and has a default for
 /// when there is none to decode.
 template <class T>
-concept DecodableDefault =
-    std::derived_from<typename T::DefaultType, Platform::Object> &&
-    std::constructible_from<T, const Platform::Decoder&> && requires {
-      { T::default_() } -> std::same_as<std::shared_ptr<const typename T::DefaultType>>;
-    };
+concept DecodableDefault = std::derived_from<typename T::DefaultType, Platform::Object> &&
+                           std::constructible_from<T, const Platform::Decoder&> && requires {
+                             {
+                               T::default_()
+                             } -> std::same_as<std::shared_ptr<const typename T::DefaultType>>;
+                           };
 
 /// The settings service: answers with records decoded from the account's settings document.
 ///
@@ -31,8 +33,8 @@ class PELLIX_EXPORT SettingsProvider {
   void getSettings(std::function<void(std::shared_ptr<const typename T::DefaultType>)> callback) {
     answer(RecordType{.decode = decodeRecord<T>,
                       .makeDefault = []() -> Record { return T::default_(); }},
-           [callback = std::move(callback)](Record record) {
-             callback(std::static_pointer_cast<const typename T::DefaultType>(std::move(record)));
+           [call = OneCall(callback)](Record record) {
+             call(std::static_pointer_cast<const typename T::DefaultType>(std::move(record)));
            });
   }
 

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+namespace AnswerService {
+
+/// 32 hexadecimal digits that nobody can guess.
+std::string randomToken();
+
+}  // namespace AnswerService

@@ -1,0 +1,117 @@
+#include "PellixProvidersSDK/Host.h"
+#include "Support/ChildProcess.h"
+
+#include <gmock/gmock.h>
+
+namespace PellixTests {
+namespace {
+
+using PellixProvidersSDK::PellixSettingsProvider;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+
+constexpr char isNotSetUp[] =
+    "warn: Instance of Veltrane is nil, have you initialized the Veltrane SDK?";
+constexpr char gotNoCore[] =
+    "error: The Quorvel instance passed into initialize(withQuorvel:) was nil.\n"
+    "Failed to initialize the Pellix SDK, have you initialized the Core SDK?";
+constexpr char isNew[] =
+    "debug: Initialized Providers with UUID: "
+    "[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}";
+
+std::shared_ptr<Quorvel> core(const char* application, const char* client) {
+  return Quorvel::initialize({"https://acme.example", application, client}).value();
+}
+
+void checkLifeOfTheFacade() {
+  const Support::LogRecorder log;
+  std::ptrdiff_t seen = 0;
+  const auto newLines = [&] {
+    auto lines = log.lines();
+    lines.erase(lines.begin(), lines.begin() + std::exchange(seen, std::ssize(lines)));
+    return lines;
+  };
+
+  EXPECT_EQ(Pellix::instance(), nullptr);
+  EXPECT_EQ(Pellix::instance(), nullptr);
+  EXPECT_THAT(newLines(), ElementsAre(isNotSetUp, isNotSetUp));
+
+  const auto first = core("application", "client");
+  const auto veltrane = Veltrane::initialize(first);
+  Pellix::initialize(nullptr, veltrane);
+  EXPECT_THAT(newLines(), ElementsAre(gotNoCore));
+  EXPECT_EQ(Pellix::instance(), nullptr);
+  EXPECT_THAT(newLines(), ElementsAre(isNotSetUp));
+
+  Pellix::initialize(first, veltrane);
+  auto lines = newLines();
+  EXPECT_THAT(lines, ElementsAre(MatchesRegex(isNew), "info: Initializing Pellix SDK."));
+  const auto firstLine = lines.at(0);
+  const auto facade = Pellix::instance();
+  ASSERT_NE(facade, nullptr);
+  const auto provider = facade->provider();
+  ASSERT_NE(provider, nullptr);
+  EXPECT_THAT(newLines(), IsEmpty());
+
+  for (const char* client : {"client", "another client"}) {
+    const auto otherVeltrane = Veltrane::initialize(core("application", client));
+    const std::weak_ptr<Veltrane> ignored = otherVeltrane;
+    Pellix::initialize(otherVeltrane->quorvel(), otherVeltrane);
+    EXPECT_THAT(newLines(), ElementsAre("info: Initializing Pellix with the same details"));
+    EXPECT_EQ(Pellix::instance(), facade);
+    EXPECT_EQ(facade->provider(), provider);
+    EXPECT_EQ(otherVeltrane.use_count(), 2);  // here, and the shared instance
+  }
+  Pellix::initialize(nullptr, veltrane);
+  EXPECT_THAT(newLines(), ElementsAre(gotNoCore));
+  EXPECT_EQ(Pellix::instance(), facade);
+
+  for (const char* application : {"Application", "application "}) {
+    const auto earlier = Pellix::instance();
+    Pellix::initialize(core(application, "client"), veltrane);
+    lines = newLines();
+    EXPECT_THAT(lines, ElementsAre(MatchesRegex(isNew), "info: Initializing Pellix SDK."));
+    EXPECT_NE(lines.at(0), firstLine);
+    EXPECT_NE(Pellix::instance(), earlier);
+    EXPECT_NE(Pellix::instance()->provider(), earlier->provider());
+  }
+}
+
+TEST(Facade, IsMadeForAnApplicationAndStaysForIt) {
+  EXPECT_PASSES_IN_A_CHILD(checkLifeOfTheFacade());
+}
+
+TEST(Facade, HoldsWhatItWasGivenUntilItIsReplaced) {
+  auto quorvel = Host::makeQuorvel(nullptr);
+  auto veltrane = Veltrane::initialize(quorvel);
+  const std::weak_ptr<Quorvel> watchQuorvel = quorvel;
+  const std::weak_ptr<Veltrane> watchVeltrane = veltrane;
+  Pellix::initialize(std::move(quorvel), std::move(veltrane));
+  const std::weak_ptr<PellixProvider> watchProvider = Pellix::instance()->provider();
+
+  const auto other = Veltrane::initialize(Host::makeQuorvel(nullptr));
+  EXPECT_FALSE(watchQuorvel.expired());
+  EXPECT_FALSE(watchVeltrane.expired());
+  EXPECT_FALSE(watchProvider.expired());
+  Pellix::initialize(other->quorvel(), other);
+  EXPECT_TRUE(watchProvider.expired());
+  EXPECT_TRUE(watchVeltrane.expired());
+  EXPECT_TRUE(watchQuorvel.expired());
+}
+
+TEST(Initialisers, StopTheProcessWhereThereIsNothingToMake) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const testing::KilledBySignal aborted(SIGABRT);
+  EXPECT_EXIT(Pellix(), aborted,
+              testing::StrEq("Fatal error: Use of unimplemented initializer 'init()' for class "
+                             "'PellixProvidersSDK.Pellix'\n"));
+  EXPECT_EXIT(PellixProvider(), aborted,
+              testing::StrEq("Fatal error: Use of unimplemented initializer 'init()' for class "
+                             "'PellixProvidersSDK.PellixProvider'\n"));
+  EXPECT_EXIT(PellixSettingsProvider(), aborted,
+              testing::StrEq("Source/Settings/PellixSettingsProvider:29: Fatal error: \n"));
+}
+
+}  // namespace
+}  // namespace PellixTests

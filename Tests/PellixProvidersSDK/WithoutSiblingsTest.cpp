@@ -1,0 +1,62 @@
+#include "PellixProvidersSDK/Host.h"
+#include "Providers/PellixProviderWiring.h"
+
+#include <Platform/Locale.h>
+
+#include <QuorvelCoreSDKTesting/ResetInstance.h>
+#include <VeltraneProvidersSDKTesting/ResetInstance.h>
+#include <gmock/gmock.h>
+
+namespace PellixTests {
+namespace {
+
+using PellixProvidersSDK::LocaleProvider;
+using PellixProvidersSDK::PellixSettings;
+using PellixProvidersSDK::PellixSettingsProvider;
+using testing::ElementsAre;
+
+TEST(WithoutACoreInstance, AQueryEndsSilentlyAtTheSettings) {
+  Host host;
+  QuorvelCoreSDK::Testing::resetInstance();
+  EXPECT_EQ(host.outcomeOf(), "silence");
+  EXPECT_THAT(host.requestedPaths(), ElementsAre(knowledgeSettings));
+  EXPECT_THAT(host.newLines(), ElementsAre("debug: UUID for deflection: " + host.UUID));
+}
+
+TEST(WithoutACoreInstance, TheSettingsProviderKeepsSilent) {
+  QuorvelCoreSDK::Testing::resetInstance();
+  auto held = std::make_shared<int>();
+  const std::weak_ptr<int> watch = held;
+  PellixSettingsProvider::getSettings([held = std::move(held)](const auto&) { FAIL(); });
+  EXPECT_TRUE(watch.expired());
+}
+
+TEST(WithoutAKnowledgeBaseInstance, AQueryGoesByThePreferredLanguages) {
+  const Host host;
+  host.veltrane->setLumenoLocaleOverride("fr");
+  VeltraneProvidersSDK::Testing::resetInstance();
+  Platform::Locale::setPreferredLanguages({{"pt-BR", "en"}});
+  EXPECT_EQ(host.outcomeOf(), "response 7");
+  EXPECT_THAT(host.transport->requests(queryPath).at(0).body.value(),
+              testing::HasSubstr(R"("locale":"pt-BR")"));
+  Platform::Locale::setPreferredLanguages(std::nullopt);
+}
+
+TEST(WithoutACoreInstanceOfItsOwn, AProviderEndsAQuerySilentlyUnlessTheFeatureIsDisabled) {
+  const std::pair<const char*, std::string> cases[] = {{enabled, "silence"},
+                                                       {disabled, "QV_Pellix_Disabled 1006"}};
+  for (const auto& [settings, expected] : cases) {
+    Host host;
+    host.transport->answer(std::string(accountSettings), 200, settings);
+    host.provider = std::make_shared<PellixProvider>(
+        PellixProvider::Wiring{.quorvel = nullptr,
+                               .localeProvider = std::make_shared<LocaleProvider>(nullptr),
+                               .UUID = "A",
+                               .lumenoProvider = nullptr});
+    EXPECT_EQ(host.outcomeOf(), expected);
+    EXPECT_THAT(host.requestedPaths(), ElementsAre(knowledgeSettings, accountSettings));
+  }
+}
+
+}  // namespace
+}  // namespace PellixTests

@@ -1,0 +1,162 @@
+// The fast reader and the authoritative one, held against each other and against another parser.
+
+#include "Platform/Records.h"
+#include "Tree.h"
+
+#include <Platform/JSONDecoder.h>
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <random>
+
+namespace PlatformTests {
+namespace {
+
+using Result = std::expected<std::shared_ptr<const Sample>, Platform::Error>;
+
+Result authoritative(std::string_view json) {
+  try {
+    const auto tree = Platform::parseJSON(json);
+    const Platform::TreeReader reader(tree);
+    return std::make_shared<const Sample>(Platform::Decoder(reader, reader.root()));
+  } catch (const Platform::DecodingFailure& failure) {
+    return std::unexpected(failure.error);
+  }
+}
+
+bool isWellFormed(const Result& result) {
+  return result ||
+         result.error().code() != std::to_underlying(Platform::DecodingErrorCode::dataCorrupted);
+}
+
+bool same(const Result& a, const Result& b) {
+  if (!a || !b) return !a && !b && a.error() == b.error();
+  return (*a)->isEqual(b->get());
+}
+
+/// Changes a document a little: bytes replaced, removed, doubled, or parts of it put elsewhere.
+void mutate(std::string& json, std::mt19937& random) {
+  static constexpr std::string_view pieces[] = {"{",
+                                                "}",
+                                                "[",
+                                                "]",
+                                                "\"",
+                                                "\\",
+                                                ",",
+                                                ":",
+                                                "0",
+                                                "1",
+                                                "9",
+                                                "-",
+                                                ".",
+                                                "e",
+                                                "E+",
+                                                " ",
+                                                "\n",
+                                                "\t",
+                                                "null",
+                                                "true",
+                                                "false",
+                                                "\\u",
+                                                "\\ud83d",
+                                                "\\ude00",
+                                                "u",
+                                                "\"v\"",
+                                                "\"tags\"",
+                                                "\x80",
+                                                "\xC3",
+                                                "\u00e9",
+                                                "\u2028",
+                                                "\xED\xA0",
+                                                "\"count\":1.0,",
+                                                "1.5",
+                                                "\x1f",
+                                                "-0",
+                                                "\x7f",
+                                                "9223372036854775808",
+                                                "\"v\":{},",
+                                                "[[[]]]"};
+  // Not by a distribution: those differ between standard libraries.
+  const auto below = [&](std::size_t limit) { return random() % limit; };
+  for (auto changes = 1 + below(2); changes > 0; --changes) {
+    const auto at = below(json.size() + 1);
+    const auto length = std::min(json.size() - at, below(4));
+    switch (below(4)) {
+      case 0:
+        json.replace(at, length, pieces[below(std::size(pieces))]);
+        break;
+      case 1:
+        json.insert(at, pieces[below(std::size(pieces))]);
+        break;
+      case 2:
+        json.erase(at, length);
+        break;
+      default:
+        json.insert(at, json.substr(below(json.size() + 1), below(12)));
+    }
+  }
+}
+
+TEST(Readers, AgreeOnMutatedDocuments) {
+  const std::string corpus[] = {
+      std::string(sampleJSON),
+      R"({"x":[1,2.5e-3,null,{"y":{}}],"parts":[],"tags":["\ud83d\ude00\\"],"author":{"v":""},)"
+      R"( "title":"\u0041/\/","isOpen":false,"share":-0.0,"count":9223372036854775807})",
+      "{\n\t\"count\" : 1e2,\n\t\"share\" : 12,\n\t\"isOpen\" : true, \"title\" : "
+      "\"\u00fc\U0001F600\","
+      "\n\t\"author\" : { \"w\" : 0, \"v\" : \"x\" }, \"tags\" : [ ],\n\t\"parts\" : [ {\"v\":-1} "
+      "]\n}\n",
+  };
+  const auto hasHugeNumber = testing::ContainsRegex("[eE][+]?[0-9]{3}|[0-9]{300}");
+  std::mt19937 random(20'240'501);
+  int accepted = 0;
+  int wellFormed = 0;
+  for (int round = 0; round < 200'000; ++round) {
+    std::string json = corpus[static_cast<std::size_t>(round) % std::size(corpus)];
+    mutate(json, random);
+    const auto expected = authoritative(json);
+    ASSERT_TRUE(same(Platform::JSONDecoder().decode<Sample>(json), expected)) << json;
+
+    // Numbers beyond a double are no errors here.
+    const bool isAccepted = isWellFormed(expected);
+    if (isAccepted != nlohmann::json::accept(json)) {
+      ASSERT_TRUE(isAccepted && testing::Value(json, hasHugeNumber)) << json;
+    }
+    accepted += expected.has_value();
+    wellFormed += isAccepted;
+  }
+  // The mutations are of use only while they leave some of each sort.
+  EXPECT_GT(accepted, 10'000);
+  EXPECT_GT(wellFormed - accepted, 10'000);
+  EXPECT_LT(wellFormed, 150'000);
+}
+
+/// Keeps where it was decoded from.
+struct Root {
+  explicit Root(const Platform::Decoder& decoder) : index(decoder.place().index) {
+    static_cast<void>(decoder.read<std::int64_t>("v"));
+  }
+  std::size_t index;
+};
+
+TEST(Readers, TheFastOneReadsWhatIsOrdinary) {
+  const Platform::Tree tree;
+  const auto authoritativeRoot = Platform::TreeReader(tree).root().index;
+  const std::pair<std::string, bool> cases[] = {
+      {R"({"v":1})", true},
+      {R"({ "w" : [1.5, -2e10, {"x": null}], "v": -9223372036854775808, "v": 1.5 })", true},
+      {R"({"w":"\ud83d\ude00\u0000","v":0})", true},
+      {R"({"v":1.0})", false},
+      {R"({"w":1e400,"v":1})", false},
+      {"\xEF\xBB\xBF{\"v\":1,\"w\":1e400}", false},
+  };
+  for (const auto& [json, isFast] : cases) {
+    const auto root = Platform::JSONDecoder().decode<Root>(json);
+    ASSERT_TRUE(root) << root.error().description();
+    EXPECT_EQ(root->index != authoritativeRoot, isFast) << json;
+  }
+}
+
+}  // namespace
+}  // namespace PlatformTests

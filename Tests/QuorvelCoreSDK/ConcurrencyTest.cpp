@@ -1,0 +1,220 @@
+#include "Client.h"
+
+#include <atomic>
+#include <latch>
+
+namespace QuorvelCoreSDK {
+namespace {
+
+using Support::httpReply;
+using Support::LoopbackReply;
+using Support::LoopbackRequest;
+using Support::LoopbackServer;
+
+LoopbackReply echo(const LoopbackRequest& request) {
+  return {httpReply("200 OK", request.body)};
+}
+
+TEST(ConcurrencyTest, RequestsInARowShareAConnection) {
+  const LoopbackServer server(echo);
+  const Client client(server.origin());
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(client.perform().status(), 200);
+  EXPECT_EQ(server.requests().size(), 20U);
+  EXPECT_EQ(server.connections(), 1U);
+}
+
+TEST(ConcurrencyTest, ManyThreadsLoseNothing) {
+  const LoopbackServer server(echo);
+  const Client client(server.origin());
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 16; ++i) {
+    threads.emplace_back([&client, i] {
+      std::vector<std::future<Outcome>> outcomes;
+      const auto body = [i](int j) { return std::to_string(100 * i + j); };
+      for (int j = 0; j < 50; ++j) {
+        auto parameters = client.parameters();
+        parameters.body = body(j);
+        outcomes.push_back(Client::begin(std::move(parameters)));
+      }
+      for (int j = 0; j < 50; ++j) {
+        EXPECT_EQ(valueOf(std::move(outcomes[static_cast<std::size_t>(j)])).data, body(j));
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(server.requests().size(), 800U);
+  EXPECT_TRUE(client.quorvel->waitUntilIdle(generousLimit));
+}
+
+TEST(ConcurrencyTest, ADeadKeptConnectionIsReplaced) {
+  std::atomic<int> arrived = 0;
+  const LoopbackServer server([&](const LoopbackRequest& request) {
+    return ++arrived == 2 ? LoopbackReply{"", LoopbackReply::Then::reset} : echo(request);
+  });
+  const Client client(server.origin());
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(client.perform().status(), 200);
+  EXPECT_EQ(server.connections(), 2U);
+  EXPECT_EQ(server.requests().size(), 3U);
+}
+
+TEST(ConcurrencyTest, BeyondABoundRequestsWaitForAConnection) {
+  constexpr int bound = 16;
+  for (const auto then : {LoopbackReply::Then::keep, LoopbackReply::Then::close}) {
+    std::latch full(bound);
+    std::atomic<int> arrived = 0;
+    std::atomic<int> open = 0;
+    std::atomic<bool> wereTooMany = false;
+    const LoopbackServer server([&](const LoopbackRequest&) {
+      if (++open > bound) wereTooMany = true;
+      if (++arrived <= bound) full.arrive_and_wait();
+      --open;
+      return LoopbackReply{httpReply("200 OK"), then};
+    });
+    const Client client(server.origin());
+    std::vector<std::future<Outcome>> outcomes;
+    for (int i = 0; i < 600; ++i) outcomes.push_back(Client::begin(client.parameters()));
+    for (auto& outcome : outcomes) EXPECT_EQ(valueOf(std::move(outcome)).status(), 200);
+    EXPECT_FALSE(wereTooMany);
+  }
+}
+
+TEST(ConcurrencyTest, WhoWaitsForAConnectionHasALimitToo) {
+  const LoopbackServer server(replying("", LoopbackReply::Then::stall));
+  const Client patient(server.origin());
+  const Client hurried(server.origin(), {.network = {.limit = std::chrono::milliseconds(50)}});
+  std::vector<std::future<Outcome>> stalled;
+  for (int i = 0; i < 270; ++i) {
+    stalled.push_back(Client::begin(patient.parameters()));
+    if (i % 27 == 0) EXPECT_EQ(hurried.perform().code(), CoreErrorCode::timedOut);
+  }
+  for (auto& outcome : stalled) {
+    EXPECT_EQ(outcome.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+  }
+}
+
+TEST(ConcurrencyTest, LargeBodiesPassBothWays) {
+  const LoopbackServer server(echo);
+  const Client client(server.origin());
+  auto parameters = client.parameters();
+  parameters.httpMethod = HttpMethod::post;
+  parameters.body = std::string(1 << 20, 'a') + '\0' + std::string(1 << 20, 'b');
+  EXPECT_EQ(valueOf(Client::begin(parameters)).data, parameters.body);
+}
+
+TEST(ConcurrencyTest, CallbacksRunOnTheWorkerOrOnTheirQueue) {
+  const LoopbackServer server(echo);
+  const Client client(server.origin());
+  const auto worker = client.perform().thread;
+  EXPECT_NE(worker, std::this_thread::get_id());
+  EXPECT_EQ(client.perform().thread, worker);
+
+  Platform::DispatchQueue queue;
+  auto parameters = client.parameters();
+  parameters.dispatchQueue = &queue;
+  auto outcome = Client::begin(parameters);
+  ASSERT_TRUE(client.quorvel->waitUntilIdle(generousLimit));
+  EXPECT_EQ(outcome.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+  queue.runPending();
+  EXPECT_EQ(valueOf(std::move(outcome)).thread, std::this_thread::get_id());
+}
+
+TEST(ConcurrencyTest, CallbacksMayGoOnWithFurtherRequests) {
+  const LoopbackServer server(echo);
+  const Client client(server.origin());
+  const auto promise = std::make_shared<std::promise<int>>();
+  std::function<void(int)> next = [&](int left) {
+    ProviderService(client.parameters()).perform([&, left, promise](auto, auto, const auto& error) {
+      left == 0 || error ? promise->set_value(left) : next(left - 1);
+    });
+  };
+  next(9);
+  EXPECT_EQ(valueOf(promise->get_future()), 0);
+  EXPECT_EQ(server.requests().size(), 10U);
+}
+
+/// Answers whether what `watched` watches is gone, out of a task that runs right after this one.
+template <class Post>
+std::future<bool> lookNext(Post post, std::weak_ptr<int> watched) {
+  auto isGone = std::make_shared<std::promise<bool>>();
+  auto answer = isGone->get_future();
+  post([isGone, watched] { isGone->set_value(watched.expired()); });
+  return answer;
+}
+
+TEST(ConcurrencyTest, CallbacksAreLetGoOfRightAfterTheirCall) {
+  const LoopbackServer server(echo);
+  const Client client(server.origin());
+  Platform::DispatchQueue queue;
+  const auto postToWorker = [&](std::function<void()> task) { client.quorvel->post(task); };
+  const auto postToQueue = [&](std::function<void()> task) { queue.post(task); };
+  for (int i = 0; i < 300; ++i) {
+    auto held = std::make_shared<int>(i);
+    const std::weak_ptr<int> watched = held;
+    const auto isGone = std::make_shared<std::promise<std::future<bool>>>();
+    if (i % 5 == 4) {
+      client.quorvel->post([kept = std::exchange(held, nullptr), isGone, &postToWorker] {
+        isGone->set_value(lookNext(postToWorker, kept));
+      });
+    } else {
+      const bool isQueued = i % 2 == 0;
+      auto parameters = client.parameters();
+      parameters.dispatchQueue = isQueued ? &queue : nullptr;
+      if (i % 3 == 0) parameters.urlComponent = Platform::URL::parse("http://refused").value();
+      ProviderService(parameters)
+          .perform([kept = std::exchange(held, nullptr), isGone, isQueued, &postToWorker,
+                    &postToQueue, &queue](auto, auto, auto) {
+            isGone->set_value(isQueued ? lookNext(postToQueue, kept)
+                                       : lookNext(postToWorker, kept));
+            if (isQueued) queue.post([&queue] { queue.stop(); });
+          });
+      if (isQueued) queue.run();
+    }
+    EXPECT_TRUE(valueOf(valueOf(isGone->get_future()))) << i;
+    EXPECT_TRUE(watched.expired()) << i;
+  }
+}
+
+TEST(ConcurrencyTest, AnEmptyCallbackIsNoObstacle) {
+  const LoopbackServer server(echo);
+  const Client client(server.origin());
+  ProviderService(client.parameters()).perform(nullptr);
+  EXPECT_TRUE(client.quorvel->waitUntilIdle(generousLimit));
+  EXPECT_EQ(server.requests().size(), 1U);
+}
+
+TEST(ConcurrencyTest, WaitingEndsWhenNothingIsUnderWay) {
+  std::latch mayAnswer(1);
+  const LoopbackServer server([&](const LoopbackRequest& request) {
+    if (request.head.starts_with("GET /late")) mayAnswer.wait();
+    return echo(request);
+  });
+  const Client client(server.origin());
+  EXPECT_TRUE(client.quorvel->waitUntilIdle(std::chrono::milliseconds(0)));
+
+  auto outcome = Client::begin(client.parameters("/late"));
+  EXPECT_FALSE(client.quorvel->waitUntilIdle(std::chrono::milliseconds(20)));
+  EXPECT_TRUE(Client("https://another.example").quorvel->waitUntilIdle(std::chrono::seconds(0)));
+  mayAnswer.count_down();
+  EXPECT_TRUE(client.quorvel->waitUntilIdle(std::chrono::milliseconds::max()));
+  EXPECT_EQ(outcome.wait_for(std::chrono::seconds(0)), std::future_status::ready);
+
+  // A task counts too, and what it starts follows without a gap.
+  std::atomic<int> status = 0;
+  client.quorvel->post([&] {
+    ProviderService(client.parameters()).perform([&](auto, auto, const auto& error) {
+      status = error ? -1 : 1;
+    });
+  });
+  EXPECT_TRUE(client.quorvel->waitUntilIdle(generousLimit));
+  EXPECT_EQ(status, 1);
+}
+
+TEST(ConcurrencyTest, EndlessLimitsAreLimitsToo) {
+  const LoopbackServer server(echo);
+  const auto endless = std::chrono::milliseconds::max();
+  const Client client(server.origin(), {.network = {.connectLimit = endless, .limit = endless}});
+  EXPECT_EQ(client.perform().status(), 200);
+}
+
+}  // namespace
+}  // namespace QuorvelCoreSDK

@@ -1,0 +1,90 @@
+#include <QuorvelCoreSDK/CoreLogger.h>
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <memory>
+#include <thread>
+
+namespace QuorvelCoreSDK {
+namespace {
+
+void logAll() {
+  CoreLogger::debug("d");
+  CoreLogger::info("i");
+  CoreLogger::warn("w\nw");
+  CoreLogger::error("e");
+}
+
+TEST(LoggerTest, DropsWhatIsBelowTheLevel) {
+  struct Case {
+    std::optional<LogLevel> level;  // none: as it is by default
+    std::string lines;
+  };
+  const Case cases[] = {{std::nullopt, "warn: w\nw\nerror: e\n"},
+                        {LogLevel::debug, "debug: d\ninfo: i\nwarn: w\nw\nerror: e\n"},
+                        {LogLevel::info, "info: i\nwarn: w\nw\nerror: e\n"},
+                        {LogLevel::warn, "warn: w\nw\nerror: e\n"},
+                        {LogLevel::error, "error: e\n"},
+                        {LogLevel::off, ""}};
+  for (const auto& [level, lines] : cases) {
+    if (level) CoreLogger::setLevel(*level);
+    testing::internal::CaptureStderr();
+    logAll();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), lines);
+
+    std::string taken;
+    CoreLogger::setSink([&taken](LogLevel at, std::string_view line) {
+      taken.append(nameOf(at)).append(": ").append(line).append("\n");
+    });
+    testing::internal::CaptureStderr();
+    logAll();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(taken, lines);
+    CoreLogger::setSink(nullptr);
+  }
+}
+
+TEST(LoggerTest, LetsGoOfASinkThatIsReplaced) {
+  auto held = std::make_shared<int>();
+  const std::weak_ptr<int> watched = held;
+  CoreLogger::setSink([kept = std::exchange(held, nullptr)](LogLevel, std::string_view) {});
+  EXPECT_FALSE(watched.expired());
+  CoreLogger::setSink(nullptr);
+  EXPECT_TRUE(watched.expired());
+}
+
+TEST(LoggerTest, ASinkMayLogAndReplaceItself) {
+  std::string taken;
+  CoreLogger::setSink([&taken](LogLevel, std::string_view first) {
+    taken += first;
+    CoreLogger::setSink([&taken](LogLevel, std::string_view second) { taken += second; });
+    CoreLogger::warn("2");
+    taken += "3";
+  });
+  CoreLogger::warn("1");
+  CoreLogger::setSink(nullptr);
+  EXPECT_EQ(taken, "123");
+}
+
+TEST(LoggerTest, LosesNoLineWhileSinksAreReplaced) {
+  constexpr int lines = 500;
+  const auto taken = std::make_shared<std::atomic<int>>(0);
+  const auto replace = [&taken] {
+    CoreLogger::setSink([taken](LogLevel, std::string_view) { ++*taken; });
+  };
+  replace();
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([] {
+      for (int j = 0; j < lines; ++j) CoreLogger::error("line");
+    });
+  }
+  for (int i = 0; i < lines; ++i) replace();
+  for (auto& thread : threads) thread.join();
+  CoreLogger::setSink(nullptr);
+  EXPECT_EQ(*taken, 4 * lines);
+}
+
+}  // namespace
+}  // namespace QuorvelCoreSDK

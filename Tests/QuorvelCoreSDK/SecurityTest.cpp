@@ -1,0 +1,150 @@
+#include "Client.h"
+#include "Support/Recorder.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace QuorvelCoreSDK {
+namespace {
+
+using Support::httpReply;
+using Support::LoopbackIdentity;
+using Support::LoopbackServer;
+using Support::makeIdentity;
+using testing::HasSubstr;
+using testing::Not;
+
+class SecurityTest : public testing::Test {
+ protected:
+  SecurityTest() { std::ofstream(trusted_) << authority_.certificate; }
+  ~SecurityTest() override { std::filesystem::remove(trusted_); }
+
+  const std::filesystem::path trusted_ =
+      testing::TempDir() + testing::UnitTest::GetInstance()->current_test_info()->name() + ".pem";
+  const LoopbackIdentity authority_ = makeIdentity({.names = "DNS:authority.invalid"});
+  Support::LogRecorder log_;
+};
+
+TEST_F(SecurityTest, TrustsWhomItShould) {
+  using enum CoreErrorCode;
+  struct Case {
+    LoopbackIdentity identity;
+    std::string host;
+    CoreErrorCode code;
+    std::string cause;
+  };
+  const auto issued = [this](std::string names, bool isExpired = false) {
+    return makeIdentity({.names = std::move(names), .isExpired = isExpired, .issuer = &authority_});
+  };
+  const auto stranger = makeIdentity({.names = "DNS:authority.invalid"});
+  const std::string here = "DNS:localhost,IP:127.0.0.1";
+  const Case cases[] = {
+      {issued(here), "127.0.0.1", CoreErrorCode{}, ""},
+      {issued(here), "localhost", CoreErrorCode{}, ""},
+      {makeIdentity({}), "localhost", untrustedCertificate, "self-signed"},
+      {makeIdentity({.issuer = &stranger}), "localhost", untrustedCertificate, "issuer"},
+      {issued(here, true), "localhost", untrustedCertificate, "expired"},
+      {issued("DNS:other.invalid"), "localhost", untrustedCertificate,
+       "does not match|no alternative"},
+      {issued("DNS:localhost"), "127.0.0.1", untrustedCertificate, "does not match|no alternative"},
+  };
+  for (const auto& [identity, host, code, cause] : cases) {
+    SCOPED_TRACE(host + " " + cause);
+    const LoopbackServer server(replying(httpReply("200 OK", "{}")), {.identity = identity});
+    const Client client(server.origin(host), {.network = {.certificateAuthorities = trusted_}});
+    const auto outcome = client.perform();
+    EXPECT_EQ(outcome.code(), code) << outcome.text();
+    EXPECT_EQ(outcome.status(), code == CoreErrorCode{} ? 200 : 0);
+    EXPECT_EQ(server.requests().size(), code == CoreErrorCode{} ? 1U : 0U);
+    EXPECT_THAT(outcome.text(), testing::ContainsRegex(cause));
+  }
+}
+
+TEST_F(SecurityTest, SaysWhyNoSecureConnectionCameAbout) {
+  const LoopbackServer plain(
+      replying(httpReply("400 Bad Request"), Support::LoopbackReply::Then::close),
+      {.answersUnasked = true});
+  auto address = plain.origin("localhost");
+  const auto outcome = Client(address.insert(4, "s")).perform();
+  EXPECT_EQ(outcome.code(), CoreErrorCode::secureConnectionFailed) << outcome.text();
+  EXPECT_THAT(outcome.text(), HasSubstr("wrong version number"));
+}
+
+TEST_F(SecurityTest, SaysThatTheTrustedCertificatesCannotBeRead) {
+  const LoopbackServer server(replying(httpReply("200 OK")), {.identity = makeIdentity({})});
+  const auto garbage = trusted_.string() + ".garbage";
+  std::ofstream(garbage) << "no certificate";
+  for (const auto& file : {trusted_.string() + ".absent", garbage}) {
+    const auto outcome =
+        Client(server.origin(), {.network = {.certificateAuthorities = file}}).perform();
+    EXPECT_EQ(outcome.code(), CoreErrorCode::unreadableCertificateStore) << outcome.text();
+    EXPECT_THAT(outcome.text(), HasSubstr(file));
+  }
+  EXPECT_TRUE(server.requests().empty());
+  std::filesystem::remove(garbage);
+}
+
+TEST_F(SecurityTest, FollowsNoRedirect) {
+  const LoopbackServer target(replying(httpReply("200 OK")));
+  for (const std::string status :
+       {"301 Moved Permanently", "302 Found", "307 Temporary Redirect"}) {
+    const LoopbackServer server(
+        replying(httpReply(status, "", "Location: " + target.origin() + "/\r\n")));
+    EXPECT_EQ(Client(server.origin()).perform().status(), std::stoi(status));
+  }
+  EXPECT_EQ(target.connections(), 0U);
+}
+
+TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationAlone) {
+  using enum CoreErrorCode;
+  const LoopbackServer server(replying(httpReply("200 OK", "direct")));
+  const LoopbackServer proxy([](const auto& request) {
+    return Support::LoopbackReply{request.head.starts_with("CONNECT ")
+                                      ? httpReply("403 Forbidden")
+                                      : httpReply("200 OK", "by proxy")};
+  });
+  const LoopbackServer closed(nullptr, {.isDeaf = true});
+  for (const char* name : {"http_proxy", "https_proxy", "all_proxy", "ALL_PROXY"}) {
+    setenv(name, closed.origin().c_str(), 1);
+  }
+  setenv("no_proxy", "account.invalid", 1);
+  struct Case {
+    std::string address;
+    std::string proxy;
+    CoreErrorCode code;
+    std::string text;
+  };
+  const std::string withPassword = "http://user:" + std::string(secret);
+  const Case cases[] = {
+      {server.origin(), "", CoreErrorCode{}, "direct"},
+      {server.origin("localhost"), "", CoreErrorCode{}, "direct"},
+      {server.origin(), proxy.origin(), CoreErrorCode{}, "by proxy"},
+      {server.origin(), closed.origin(), cannotConnect, "connect to"},
+      {"https://other.invalid", "", cannotConnect, closed.origin().substr(17)},
+      {"https://account.invalid", proxy.origin(), proxyFailed, "403"},
+      {"https://account.invalid", withPassword + "@" + proxy.origin().substr(7), proxyFailed,
+       "403"},
+      {"https://account.invalid", withPassword + "@bad host", cannotResolveProxy, "proxy"},
+      {"https://account.invalid", "gopher://user:" + std::string(secret) + "@host", cannotConnect,
+       "proxy"},
+  };
+  for (const auto& [address, through, code, text] : cases) {
+    SCOPED_TRACE(address + " through " + through);
+    const auto outcome = Client(address, {.network = {.proxy = through}}).perform();
+    EXPECT_EQ(outcome.code(), code) << outcome.text();
+    EXPECT_THAT(outcome.data.value_or("") + outcome.text(), HasSubstr(text));
+    EXPECT_THAT(outcome.text(), Not(HasSubstr(secret)));
+  }
+  for (const auto& request : proxy.requests()) {
+    if (request.head.starts_with("CONNECT")) {
+      EXPECT_THAT(request.head, Not(HasSubstr("Bearer"))) << "the proxy has seen the token";
+    }
+  }
+  for (const auto& line : log_.lines()) EXPECT_THAT(line, Not(HasSubstr(secret)));
+}
+
+}  // namespace
+}  // namespace QuorvelCoreSDK

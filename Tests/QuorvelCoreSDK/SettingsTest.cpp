@@ -1,0 +1,176 @@
+#include "Client.h"
+#include "Support/Recorder.h"
+
+#include <QuorvelCoreSDKTesting/ScriptedTransport.h>
+#include <gmock/gmock.h>
+
+namespace QuorvelCoreSDK {
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+struct Colour final : Platform::Object {
+  using DefaultType = Colour;
+  explicit Colour(std::string colour) : name(std::move(colour)) {}
+  explicit Colour(const Platform::Decoder& decoder)
+      : name(decoder.nested("theme").read<std::string>("colour")) {}
+  static std::shared_ptr<const Colour> default_() { return std::make_shared<Colour>("default"); }
+  const std::string name;
+};
+
+constexpr char red[] = R"({"theme":{"colour":"red"}})";
+
+class SettingsTest : public testing::Test {
+ protected:
+  void setUp(std::chrono::milliseconds timeToLive = generousLimit) {
+    client_.emplace("https://account.example",
+                    Configuration{.settingsTimeToLive = timeToLive, .transport = transport_});
+  }
+
+  void answer(int status, std::string body) {
+    transport_->answer(std::string(ServicePaths::accountSettings), status, std::move(body));
+  }
+
+  /// Asks, on this thread; every answer is added to `answers_`.
+  void ask() {
+    client_->quorvel->providerModule().settings()->getSettings<Colour>(
+        [this](const std::shared_ptr<const Colour>& colour) {
+          const std::lock_guard lock(mutex_);
+          answers_.push_back(colour->name);
+        });
+  }
+
+  /// The answers since the last call, after all that waits has run.
+  std::vector<std::string> settled() {
+    transport_->run();
+    return std::exchange(answers_, {});
+  }
+
+  const std::shared_ptr<Testing::ScriptedTransport> transport_ =
+      std::make_shared<Testing::ScriptedTransport>();
+  std::optional<Client> client_;
+  std::mutex mutex_;
+  std::vector<std::string> answers_;
+  Support::LogRecorder log_;
+};
+
+TEST_F(SettingsTest, AreKeptAndAnsweredAtOnce) {
+  setUp();
+  answer(200, red);
+  ask();
+  EXPECT_THAT(answers_, IsEmpty());
+  EXPECT_THAT(settled(), ElementsAre("red"));
+  ask();
+  EXPECT_THAT(answers_, ElementsAre("red"));
+
+  ASSERT_EQ(transport_->requests().size(), 1U);
+  const auto request = transport_->requests().front();
+  EXPECT_EQ(request.method, HttpMethod::get);
+  EXPECT_EQ(request.url, "https://account.example/api/v1/account/settings");
+  for (const auto& [name, value] : request.headers) EXPECT_NE(name, "Authorization");
+  EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(SettingsTest, AreKeptForAsLongAsTheHostSays) {
+  for (const auto& [timeToLive, requests] : {std::pair(std::chrono::milliseconds::zero(), 3U),
+                                             std::pair(std::chrono::milliseconds::max(), 1U),
+                                             std::pair(std::chrono::milliseconds::min(), 3U)}) {
+    const auto before = transport_->requests().size();
+    setUp(timeToLive);
+    answer(200, red);
+    for (int i = 0; i < 3; ++i) {
+      ask();
+      EXPECT_THAT(settled(), ElementsAre("red"));
+    }
+    EXPECT_EQ(transport_->requests().size() - before, requests);
+  }
+}
+
+TEST_F(SettingsTest, ManyWhoAskAtOnceShareOneFetch) {
+  setUp();
+  answer(200, red);
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 50; ++i) threads.emplace_back([this] { ask(); });
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(transport_->requests().size(), 1U);
+  EXPECT_EQ(settled().size(), 50U);
+  EXPECT_EQ(transport_->requests().size(), 1U);
+}
+
+TEST_F(SettingsTest, MayBeAskedForByThoseWhoGetThem) {
+  setUp(std::chrono::milliseconds(0));
+  answer(200, red);
+  client_->quorvel->providerModule().settings()->getSettings<Colour>(
+      [this](const std::shared_ptr<const Colour>&) { ask(); });
+  EXPECT_THAT(settled(), ElementsAre("red"));
+  EXPECT_EQ(transport_->requests().size(), 2U);
+}
+
+TEST_F(SettingsTest, FallBackOnTheLastGoodOnesElseOnTheDefault) {
+  struct Case {
+    int status;  // 0: nothing answers
+    std::string body;
+    std::string why;
+    bool replacesTheGoodOnes = false;
+  };
+  const Case cases[] = {
+      {0, "", "could not be reached"},
+      {500, red, "status 500 Internal Server Error"},
+      {404, red, "status 404 Not Found"},
+      {304, "", "status 304 Not Modified"},
+      {200, "", "fetched"},
+      {200, R"({"theme":{"colour":"blue"})", "fetched"},
+      {200, std::string(red) + "x", "fetched"},
+      {200, "{}", "theme", true},
+      {200, R"({"theme":{"colour":1}})", "theme.colour", true},
+      {200, "[]", "could not be used", true},
+  };
+  for (const bool hadGoodOnes : {false, true}) {
+    for (const auto& [status, body, why, replacesTheGoodOnes] : cases) {
+      SCOPED_TRACE(std::to_string(status) + " " + body);
+      setUp(std::chrono::milliseconds(0));
+      if (hadGoodOnes) {
+        answer(200, red);
+        ask();
+        EXPECT_THAT(settled(), ElementsAre("red"));
+      }
+      transport_->answer(std::string(ServicePaths::accountSettings),
+                         [&](const TransportRequest& request) -> TransportReply {
+                           if (status == 0)
+                             return {.error = makeCoreError(CoreErrorCode::cannotConnect)};
+                           return {
+                               .data = body,
+                               .response = std::make_shared<const Platform::HTTPURLResponse>(
+                                   request.url, status, Platform::HTTPURLResponse::HeaderFields{})};
+                         });
+      const auto linesBefore = log_.lines().size();
+      ask();
+      const bool isGood = hadGoodOnes && !replacesTheGoodOnes;
+      EXPECT_THAT(settled(), ElementsAre(isGood ? "red" : "default"));
+      const auto lines = log_.lines();
+      ASSERT_EQ(lines.size() - linesBefore, 1U);
+      EXPECT_THAT(lines.back(),
+                  AllOf(testing::StartsWith("warn: The account's settings could not be "),
+                        HasSubstr(why), HasSubstr(isGood ? "the last" : "the default")));
+    }
+  }
+}
+
+TEST_F(SettingsTest, LetGoOfTheirCallback) {
+  setUp();
+  answer(200, red);
+  for (int i = 0; i < 2; ++i) {  // fetched, then kept
+    auto held = std::make_shared<int>(i);
+    const std::weak_ptr<int> watched = held;
+    client_->quorvel->providerModule().settings()->getSettings<Colour>(
+        [kept = std::exchange(held, nullptr)](const auto&) {});
+    transport_->run();
+    EXPECT_TRUE(watched.expired());
+  }
+}
+
+}  // namespace
+}  // namespace QuorvelCoreSDK

@@ -1,0 +1,209 @@
+#include "LoopbackServer.h"
+
+#include <arpa/inet.h>
+#include <openssl/ssl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <stdexcept>
+
+namespace Support {
+
+using Then = LoopbackReply::Then;
+
+struct LoopbackServer::Connection {
+  int socket;
+  std::size_t number;
+  bool isOpen = true;
+  std::unique_ptr<SSL, decltype(&SSL_free)> tls{nullptr, SSL_free};
+  std::thread thread;
+
+  /// Adds what comes next to `received`; false at the end.
+  bool read(std::string& received) const {
+    std::array<char, 16384> buffer{};
+    const auto count = tls ? SSL_read(tls.get(), buffer.data(), static_cast<int>(buffer.size()))
+                           : recv(socket, buffer.data(), buffer.size(), 0);
+    if (count <= 0) return false;
+    received.append(buffer.data(), static_cast<std::size_t>(count));
+    return true;
+  }
+
+  [[nodiscard]] bool write(std::string_view bytes) const {
+    while (!bytes.empty()) {
+      const auto count = tls ? SSL_write(tls.get(), bytes.data(), static_cast<int>(bytes.size()))
+                             : send(socket, bytes.data(), bytes.size(), 0);
+      if (count <= 0) return false;
+      bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+  }
+};
+
+namespace {
+
+template <class Address, class Call>
+int withAddress(Call call, int socket, Address& address, socklen_t size) {
+  sockaddr_storage storage{};
+  std::memcpy(&storage, &address, sizeof address);
+  const int result = call(socket, reinterpret_cast<sockaddr*>(&storage), size);
+  std::memcpy(&address, &storage, sizeof address);
+  return result;
+}
+
+/// Binds a socket to a free port of loopback, whose number it returns.
+template <class Address>
+std::uint16_t bindTo(int socket, Address address, in_port_t Address::* port) {
+  socklen_t size = sizeof address;
+  const auto bindIt = [](int s, sockaddr* a, socklen_t length) { return bind(s, a, length); };
+  const auto nameIt = [&](int s, sockaddr* a, socklen_t) { return getsockname(s, a, &size); };
+  if (withAddress(bindIt, socket, address, size) != 0 ||
+      withAddress(nameIt, socket, address, size) != 0) {
+    throw std::runtime_error("no port of loopback could be had");
+  }
+  return ntohs(address.*port);
+}
+
+std::size_t contentLength(std::string_view head) {
+  constexpr std::string_view name = "\r\nContent-Length: ";
+  const auto field = head.find(name);
+  std::size_t length = 0;
+  if (field != head.npos) {
+    std::from_chars(head.data() + field + name.size(), head.data() + head.size(), length);
+  }
+  return length;
+}
+
+}  // namespace
+
+std::string httpReply(std::string_view status, std::string_view body, std::string_view fields) {
+  std::string reply("HTTP/1.1 ");
+  reply.append(status).append("\r\n").append(fields);
+  reply.append("Content-Length: ").append(std::to_string(body.size())).append("\r\n\r\n");
+  return reply.append(body);
+}
+
+LoopbackServer::LoopbackServer(Handler handler, Options options)
+    : handler_(std::move(handler)),
+      options_(std::move(options)),
+      tls_(options_.identity ? makeServerContext(*options_.identity) : nullptr),
+      listener_(socket(options_.isIPv6 ? AF_INET6 : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+  sockaddr_in v4{};
+  v4.sin_family = AF_INET;
+  v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  sockaddr_in6 v6{};
+  v6.sin6_family = AF_INET6;
+  v6.sin6_addr = in6addr_loopback;
+  port_ = options_.isIPv6 ? bindTo(listener_, v6, &sockaddr_in6::sin6_port)
+                          : bindTo(listener_, v4, &sockaddr_in::sin_port);
+  if (options_.isDeaf) return;
+  listen(listener_, SOMAXCONN);
+  acceptor_ = std::thread([this] { accept(); });
+}
+
+LoopbackServer::~LoopbackServer() {
+  shutdown(listener_, SHUT_RDWR);
+  if (acceptor_.joinable()) acceptor_.join();
+  {
+    const std::lock_guard lock(mutex_);
+    for (const auto& connection : connections_) {
+      if (connection.isOpen) shutdown(connection.socket, SHUT_RDWR);
+    }
+  }
+  for (auto& connection : connections_) connection.thread.join();
+  close(listener_);
+}
+
+std::string LoopbackServer::origin(std::string_view host) const {
+  std::string result(options_.identity ? "https://" : "http://");
+  result.append(!host.empty() ? host : options_.isIPv6 ? "[::1]" : "127.0.0.1");
+  return result.append(":").append(std::to_string(port_));
+}
+
+std::vector<LoopbackRequest> LoopbackServer::requests() const {
+  const std::lock_guard lock(mutex_);
+  return requests_;
+}
+
+std::size_t LoopbackServer::connections() const {
+  const std::lock_guard lock(mutex_);
+  return connections_.size();
+}
+
+bool LoopbackServer::waitForRequests(std::size_t count) const {
+  std::unique_lock lock(mutex_);
+  return arrived_.wait_for(lock, std::chrono::minutes(1),
+                           [&] { return requests_.size() >= count; });
+}
+
+void LoopbackServer::accept() {
+  while (true) {
+    const int socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+    if (socket < 0) return;
+    const std::lock_guard lock(mutex_);
+    auto& connection =
+        connections_.emplace_back(Connection{.socket = socket, .number = connections_.size()});
+    connection.thread = std::thread([this, &connection] { serve(connection); });
+  }
+}
+
+void LoopbackServer::serve(Connection& connection) {
+  sigset_t brokenPipe;  // writing to a peer that has gone is a failure like others
+  sigemptyset(&brokenPipe);
+  sigaddset(&brokenPipe, SIGPIPE);
+  pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
+
+  bool goesOn = true;
+  if (tls_) {
+    connection.tls.reset(SSL_new(tls_.get()));
+    SSL_set_fd(connection.tls.get(), connection.socket);
+    goesOn = SSL_accept(connection.tls.get()) == 1;
+  }
+  for (std::string received; goesOn;) goesOn = answer(connection, received);
+  connection.tls.reset();
+
+  const std::lock_guard lock(mutex_);
+  connection.isOpen = false;
+  close(connection.socket);
+}
+
+/// Whether the connection goes on.
+bool LoopbackServer::answer(Connection& connection, std::string& received) {
+  LoopbackRequest request{.connection = connection.number, .head = {}, .body = {}};
+  if (!options_.answersUnasked) {
+    std::size_t headEnd = 0;
+    while ((headEnd = received.find("\r\n\r\n")) == received.npos) {
+      if (!connection.read(received)) return false;
+    }
+    request.head = received.substr(0, headEnd + 2);
+    const auto end = headEnd + 4 + contentLength(request.head);
+    while (received.size() < end) {
+      if (!connection.read(received)) return false;
+    }
+    request.body = received.substr(headEnd + 4, end - headEnd - 4);
+    received.erase(0, end);
+    const std::lock_guard lock(mutex_);
+    requests_.push_back(request);
+    arrived_.notify_all();
+  }
+  const auto reply = handler_(request);
+  bool goesOn = connection.write(reply.bytes);
+  if (reply.then == Then::close) shutdown(connection.socket, SHUT_WR);
+  if (reply.then == Then::close || reply.then == Then::stall) {
+    while (connection.read(received)) {  // until the peer has had enough
+    }
+  }
+  while (reply.then == Then::repeat && goesOn) goesOn = connection.write(reply.bytes);
+  if (reply.then == Then::reset) {
+    const linger atOnce{.l_onoff = 1, .l_linger = 0};
+    setsockopt(connection.socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+  }
+  return goesOn && reply.then == Then::keep;
+}
+
+}  // namespace Support

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "LoopbackIdentity.h"
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace Support {
+
+struct LoopbackRequest {
+  std::size_t connection = 0;  // from 0, in the order of their making
+  std::string head;            // request line and header fields, each with its line end
+  std::string body;
+};
+
+/// Bytes to send, whatever they are, and what to do with the connection then.
+struct LoopbackReply {
+  enum class Then : std::uint8_t { keep, close, reset, stall, repeat };
+  std::string bytes;
+  Then then = Then::keep;
+};
+
+/// A whole HTTP/1.1 reply; each of `fields` ends in CR LF.
+[[nodiscard]] std::string httpReply(std::string_view status, std::string_view body = {},
+                                    std::string_view fields = {});
+
+/// A server on this machine's loopback that answers what it is told to, proper HTTP or not. A
+/// handler runs on its connection's own thread, so it may wait for whatever a test steers.
+class LoopbackServer {
+ public:
+  using Handler = std::function<LoopbackReply(const LoopbackRequest&)>;
+
+  struct Options {
+    std::optional<LoopbackIdentity> identity;  // speaks TLS then
+    bool isIPv6 = false;
+    bool answersUnasked = false;  // as soon as a connection stands
+    bool isDeaf = false;          // holds the port, but refuses connections
+  };
+
+  explicit LoopbackServer(Handler handler) : LoopbackServer(std::move(handler), Options()) {}
+  LoopbackServer(Handler handler, Options options);
+  LoopbackServer(const LoopbackServer&) = delete;
+  LoopbackServer& operator=(const LoopbackServer&) = delete;
+  /// Breaks off what still goes on.
+  ~LoopbackServer();
+
+  /// Scheme, host and port; the host as given, else the address.
+  [[nodiscard]] std::string origin(std::string_view host = {}) const;
+  [[nodiscard]] std::vector<LoopbackRequest> requests() const;
+  [[nodiscard]] std::size_t connections() const;
+  /// Waits until so many requests have come; false if they don't within a minute.
+  [[nodiscard]] bool waitForRequests(std::size_t count) const;
+
+ private:
+  struct Connection;
+  void accept();
+  void serve(Connection& connection);
+  [[nodiscard]] bool answer(Connection& connection, std::string& received);
+
+  const Handler handler_;
+  const Options options_;
+  const std::unique_ptr<TlsContext, FreeTlsContext> tls_;
+  int listener_ = -1;
+  std::uint16_t port_ = 0;
+  mutable std::mutex mutex_;
+  mutable std::condition_variable arrived_;
+  std::list<Connection> connections_;
+  std::vector<LoopbackRequest> requests_;
+  bool isStopping_ = false;
+  std::thread acceptor_;
+};
+
+}  // namespace Support
