@@ -53,13 +53,25 @@ void KeptDocument::get(Callback callback) {
       waiting_.push_back(call);
     }
   }
-  if (isFirst) fetch();
+  if (isFirst) fetchOrLetGo();
   if (!document) return;
   if (parameters_.delivery == Delivery::atOnce) {
     call(std::move(document));
   } else {
     Session::post(parameters_.environment.session_,
                   [call, document = std::move(document)] { call(document); });
+  }
+}
+
+void KeptDocument::fetchOrLetGo() {
+  try {
+    fetch();
+  } catch (const std::bad_alloc&) {
+    // Nothing would ever answer those that wait, nor those that joined them later.
+    std::vector<OneCall<Document>> unanswered;
+    const std::lock_guard lock(mutex_);
+    std::swap(unanswered, waiting_);
+    throw;
   }
 }
 

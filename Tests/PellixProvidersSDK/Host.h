@@ -81,10 +81,11 @@ class Outcome {
   std::weak_ptr<Outcome*> held_;
 };
 
-/// A settings service of the host's own, which answers within the call.
+/// A settings service of the host's own, which answers within the call; without a document, with
+/// null.
 class OwnSettings final : public QuorvelCoreSDK::SettingsProvider {
  public:
-  explicit OwnSettings(std::optional<std::string> document) : document_(std::move(document)) {}
+  explicit OwnSettings(const char* document = nullptr) : document_(document) {}
 
   std::size_t asked = 0;
   std::size_t answers = 1;  // how often each continuation is called; more than once is a fault
@@ -96,12 +97,12 @@ class OwnSettings final : public QuorvelCoreSDK::SettingsProvider {
     ++asked;
     if (keepsContinuations) kept_.push_back(continuation);
     for (std::size_t i = 0; i < answers; ++i) {
-      continuation(document_ ? type.decode(*document_).value() : nullptr);
+      continuation(document_ ? type.decode(document_).value() : nullptr);
     }
     afterAnswer();
   }
 
-  const std::optional<std::string> document_;
+  const char* const document_;
   std::vector<Continuation> kept_;
 };
 

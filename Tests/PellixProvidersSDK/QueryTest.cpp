@@ -151,7 +151,7 @@ TEST(Query, SaysThatTheFeatureIsDisabled) {
 }
 
 TEST(Query, CountsNoSettingsAsDisabled) {
-  const auto settings = std::make_shared<OwnSettings>(std::nullopt);
+  const auto settings = std::make_shared<OwnSettings>();
   Host host(settings);
   EXPECT_EQ(host.outcomeOf(), "QV_Pellix_Disabled 1006");
   EXPECT_EQ(host.sentQueries(), 0U);

@@ -89,7 +89,7 @@ TEST(SettingsProvider, AddsNothingToWhatTheServiceDoes) {
   PellixSettingsProvider::getSettings(nullptr);
   EXPECT_EQ(service->asked, 3U);
 
-  const Host other(std::make_shared<OwnSettings>(std::nullopt));
+  const Host other(std::make_shared<OwnSettings>());
   std::optional<bool> isNull;
   PellixSettingsProvider::getSettings([&](const auto& settings) { isNull = settings == nullptr; });
   EXPECT_EQ(isNull, true);

@@ -85,7 +85,9 @@ TEST(ConcurrencyTest, WhoWaitsForAConnectionHasALimitToo) {
   std::vector<std::future<Outcome>> stalled;
   for (int i = 0; i < 270; ++i) {
     stalled.push_back(Client::begin(patient.parameters()));
-    if (i % 27 == 0) EXPECT_EQ(hurried.perform().code(), CoreErrorCode::timedOut);
+    if (i % 27 == 0) {
+      EXPECT_EQ(hurried.perform().code(), CoreErrorCode::timedOut);
+    }
   }
   for (auto& outcome : stalled) {
     EXPECT_EQ(outcome.wait_for(std::chrono::seconds(0)), std::future_status::timeout);

@@ -1,0 +1,27 @@
+#include "Bridge/Memory.h"
+#include "Bridge/Objects.h"
+
+using namespace PellixProvidersSDK;
+using namespace PellixProvidersSDK::Bridge;
+
+void QVLPellix_initializeWithQuorvel_veltrane(QVLQuorvel* quorvel, QVLVeltrane* veltrane) {
+  auto& withVeltrane = objectOf(veltrane, __func__);
+  auto* withQuorvel = quorvel ? &objectOf(quorvel, __func__) : nullptr;
+  withMemory([&] {
+    Pellix::initialize(withQuorvel ? shared(*withQuorvel) : nullptr, shared(withVeltrane));
+  });
+}
+
+const QVLPellix* QVLPellix_instance() {
+  const QVLPellix* instance = nullptr;
+  withMemory([&] { instance = handleOf<const QVLPellix>(Pellix::instance().get()); });
+  return instance;
+}
+
+QVLPellixProvider* QVLPellix_provider(const QVLPellix* pellix) {
+  return handleOf<QVLPellixProvider>(objectOf(pellix, __func__).provider().get());
+}
+
+void QVLPellix_init() {
+  static_cast<void>(Pellix());
+}

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Bridge/Objects.h"
+
+#include <cstddef>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+namespace PellixProvidersSDK::Bridge {
+
+/// A text that the host passed to a function.
+inline std::string_view textOf(const char* bytes, std::size_t length, const char* function) {
+  if (!bytes && length > 0) misuse(function, "null where a text is needed");
+  if (length == QVL_UNTIL_NUL) return bytes;
+  return {bytes, length};
+}
+
+/// A text for the host to borrow.
+inline const char* lend(const std::string& text, std::size_t* length) {
+  if (length) *length = text.size();
+  return text.c_str();
+}
+
+/// Absence of a text.
+inline const char* lendNothing(std::size_t* length) {
+  if (length) *length = 0;
+  return nullptr;
+}
+
+/// The element of a list that the host asked a function for.
+template <class List>
+const auto& elementOf(const List& list, std::size_t index, const char* function) {
+  if (index >= list.size()) misuse(function, "an index out of range");
+  return *std::next(list.begin(), static_cast<std::ptrdiff_t>(index));
+}
+
+}  // namespace PellixProvidersSDK::Bridge

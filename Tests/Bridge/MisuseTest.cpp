@@ -1,0 +1,133 @@
+#include "Bridge/Bridge.h"
+
+#include <gmock/gmock.h>
+
+namespace BridgeTests {
+namespace {
+
+/// A wrong call, and what is reported of it.
+struct Misuse {
+  std::string report;
+  void (*call)();
+};
+
+class Misused : public testing::TestWithParam<Misuse> {};
+
+TEST_P(Misused, StopsTheProcessWithItsReport) {
+  EXPECT_EXIT(GetParam().call(), testing::KilledBySignal(SIGABRT),
+              testing::StrEq(GetParam().report + "\n"));
+}
+
+#define INITIALISER(name) #name, [] { name##_init(); }
+constexpr char unimplemented[] =
+    "Fatal error: Use of unimplemented initializer 'init()' for class 'PellixProvidersSDK.";
+const std::pair<const char*, void (*)()> initialisers[] = {
+    {INITIALISER(QVLPellix)},
+    {INITIALISER(QVLPellixProvider)},
+    {INITIALISER(QVLDeflectionArticle)},
+    {INITIALISER(QVLPellixDispatcherResponse)}};
+
+std::vector<Misuse> fatalInitialisers() {
+  std::vector<Misuse> misuses{{"Source/Settings/PellixSettingsProvider:29: Fatal error: ",
+                               [] { QVLPellixSettingsProvider_init(); }}};
+  for (const auto& [name, call] : initialisers) {
+    misuses.push_back({unimplemented + std::string(name).substr(3) + "'", call});
+  }
+  return misuses;
+}
+INSTANTIATE_TEST_SUITE_P(Initialiser, Misused, testing::ValuesIn(fatalInitialisers()));
+
+#define WITH_NULL(function, ...)                                    \
+  Misuse {                                                          \
+    "Fatal error: " #function ": null where an object is needed",   \
+        [] { static_cast<void>(function(nullptr, ##__VA_ARGS__)); } \
+  }
+const Misuse nulls[] = {
+    WITH_NULL(QVLRetain),
+    WITH_NULL(QVLRelease),
+    WITH_NULL(QVLPellix_initializeWithQuorvel_veltrane, nullptr),
+    WITH_NULL(QVLPellix_provider),
+    WITH_NULL(QVLPellixProvider_getDeflectionForQueryWithQuery_callback, "", 0, nullptr, nullptr,
+              nullptr),
+    WITH_NULL(
+        QVLPellixProvider_resolveWithArticleWithDeflectionId_articleId_interactionAccessToken_callback,
+        1, 1, "", 0, nullptr, nullptr, nullptr),
+    WITH_NULL(
+        QVLPellixProvider_rejectWithArticleWithDeflectionId_articleId_interactionAccessToken_reason_callback,
+        1, 1, "", 0, 0, nullptr, nullptr, nullptr),
+    WITH_NULL(QVLPellixSettings_enabled),
+    WITH_NULL(QVLDeflectionResponse_deflection),
+    WITH_NULL(QVLDeflectionResponse_deflectionArticles_count),
+    WITH_NULL(QVLDeflectionResponse_deflectionArticles_at, 0),
+    WITH_NULL(QVLDeflectionResponse_interactionAccessToken, nullptr),
+    WITH_NULL(QVLDeflectionResponse_isEqual, nullptr),
+    WITH_NULL(QVLDeflection_deflectionID),
+    WITH_NULL(QVLDeflection_isEqual, nullptr),
+    WITH_NULL(QVLDeflectionArticle_id),
+    WITH_NULL(QVLDeflectionArticle_title, nullptr),
+    WITH_NULL(QVLDeflectionArticle_htmlURL, nullptr),
+    WITH_NULL(QVLDeflectionArticle_url, nullptr),
+    WITH_NULL(QVLDeflectionArticle_labelNames_count),
+    WITH_NULL(QVLDeflectionArticle_labelNames_at, 0, nullptr),
+    WITH_NULL(QVLDeflectionArticle_body, nullptr),
+    WITH_NULL(QVLDeflectionArticle_articleId),
+    WITH_NULL(QVLDeflectionArticle_locale, nullptr),
+    WITH_NULL(QVLDeflectionArticle_brandId),
+    WITH_NULL(QVLDeflectionArticle_score),
+    WITH_NULL(QVLDeflectionArticle_snippet, nullptr),
+    WITH_NULL(QVLDeflectionArticle_isEqual, nullptr),
+    WITH_NULL(QVLPellixDispatcherResponse_response),
+    WITH_NULL(QVLPellixDispatcherResponse_data, nullptr),
+    WITH_NULL(QVLPellixDispatcherResponse_isEqual, nullptr),
+    WITH_NULL(QVLHTTPURLResponse_statusCode),
+    WITH_NULL(QVLHTTPURLResponse_url, nullptr),
+    WITH_NULL(QVLHTTPURLResponse_valueForHeaderField, "", 0, nullptr),
+    WITH_NULL(QVLHTTPURLResponse_allHeaderFields_count),
+    WITH_NULL(QVLHTTPURLResponse_allHeaderFields_nameAt, 0, nullptr),
+    WITH_NULL(QVLHTTPURLResponse_allHeaderFields_valueAt, 0, nullptr),
+    WITH_NULL(QVLHTTPURLResponse_isEqual, nullptr),
+    WITH_NULL(QVLError_domain, nullptr),
+    WITH_NULL(QVLError_code),
+    WITH_NULL(QVLError_localizedDescription, nullptr),
+    WITH_NULL(QVLError_userInfo_count),
+    WITH_NULL(QVLError_userInfo_keyAt, 0, nullptr),
+    WITH_NULL(QVLError_userInfo_textForKey, "", 0, nullptr),
+    WITH_NULL(QVLError_userInfo_integerForKey, "", 0, nullptr),
+    WITH_NULL(QVLQuorvelConfiguration_setToken, "", 0),
+    WITH_NULL(QVLQuorvelConfiguration_setTokenSupplier, nullptr, nullptr, nullptr),
+    WITH_NULL(QVLQuorvelConfiguration_setCertificateAuthorities, "", 0),
+    WITH_NULL(QVLTokenReceiver_setToken, "", 0),
+    WITH_NULL(QVLQuorvel_waitUntilIdle, 0),
+    WITH_NULL(QVLVeltrane_initialize),
+    WITH_NULL(QVLVeltrane_setLumenoLocaleOverride, "", 0),
+};
+INSTANTIATE_TEST_SUITE_P(Null, Misused, testing::ValuesIn(nulls));
+
+const QVLDeflectionArticle* anArticle() {
+  static const auto article = std::make_shared<const PellixProvidersSDK::DeflectionArticle>(
+      PellixProvidersSDK::DeflectionArticle::Fields{.labelNames = {"only"}});
+  return seen<const QVLDeflectionArticle>(*article);
+}
+
+const Misuse others[] = {
+    {"Fatal error: QVLRelease: released more often than retained",
+     [] {
+       const auto* settings = QVLPellixSettings_init();
+       QVLRetain(settings);
+       for (int i = 0; i < 3; ++i) QVLRelease(settings);
+     }},
+    {"Fatal error: QVLRelease: released more often than retained",  // it is borrowed
+     [] { QVLRelease(anArticle()); }},
+    {"Fatal error: QVLDeflection_deflectionID: an object of another class",
+     [] { QVLDeflection_deflectionID(reinterpret_cast<const QVLDeflection*>(anArticle())); }},
+    {"Fatal error: QVLDeflectionArticle_labelNames_at: an index out of range",
+     [] { QVLDeflectionArticle_labelNames_at(anArticle(), 1, nullptr); }},
+    {"Fatal error: QVLQuorvel_initialize: null where a text is needed",
+     [] { QVLQuorvel_initialize("", 0, nullptr, QVL_UNTIL_NUL, "", 0, nullptr, nullptr); }},
+    {"Fatal error: QVLBundle_setResourceDirectory: null where a text is needed",
+     [] { QVLBundle_setResourceDirectory(nullptr, 1); }},
+};
+INSTANTIATE_TEST_SUITE_P(Other, Misused, testing::ValuesIn(others));
+
+}  // namespace
+}  // namespace BridgeTests
