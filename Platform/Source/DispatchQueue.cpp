@@ -61,6 +61,7 @@ void DispatchQueue::post(Task task) {
 }
 
 void DispatchQueue::run() {
+  const WakeIfAnyAreLeft wake(*state_);
   while (true) {
     Task task;
     {

@@ -7,6 +7,7 @@
 #include <QuorvelCoreSDK/KeptDocument.h>
 #include <QuorvelCoreSDK/ProviderService.h>
 
+#include <new>
 #include <utility>
 
 namespace QuorvelCoreSDK {

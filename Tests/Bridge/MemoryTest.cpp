@@ -3,17 +3,24 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
+#include <functional>
 #include <limits>
 #include <new>
+#include <optional>
 
 namespace {
 
-// How many more allocations succeed on this thread.
-thread_local std::size_t left = std::numeric_limits<std::size_t>::max();
+// How many more allocations succeed on this thread, and whether any did not.
+constexpr auto plenty = std::numeric_limits<std::size_t>::max();
+thread_local std::size_t left = plenty;
+thread_local bool ranOut = false;
 
 void* allocate(std::size_t size) {
   void* const memory = left == 0 ? nullptr : std::malloc(size == 0 ? 1 : size);
-  if (!memory) throw std::bad_alloc();
+  if (!memory) {
+    ranOut = true;
+    throw std::bad_alloc();
+  }
   --left;
   return memory;
 }
@@ -42,106 +49,92 @@ void operator delete[](void* memory, std::size_t) noexcept {
 namespace BridgeTests {
 namespace {
 
-/// Calls with ever more memory until there is enough; `check` hears whether there was.
+/// Calls with ever more memory until there is enough; `check` hears what came of it, and whether
+/// memory ran out.
 template <class Call, class Check>
 void withScarceMemory(Call call, Check check) {
   for (std::size_t limit = 0;; ++limit) {
     ASSERT_LT(limit, 1000U);
+    ranOut = false;
     left = limit;
     const auto result = call();
-    const bool ranOut = left == 0;
-    left = std::numeric_limits<std::size_t>::max();
-    check(result, ranOut);
-    if (!ranOut) return;
+    left = plenty;
+    const bool failed = ranOut;
+    check(result, failed);
+    if (!failed) return;
   }
 }
 
 TEST(ScarceMemory, EndsAnOperationAndReleasesItsContextOnce) {
   for (const auto& operation : operations) {
-    SCOPED_TRACE(operation.name);
-    int ended = 0;
-    int answered = 0;
     const Host host;
     host.transport->answer(std::string(operation.path), 200, PellixTests::responseJSON());
-    Outcome* outcome = nullptr;
-    withScarceMemory(
-        [&] {
-          left += 1;
-          outcome = new Outcome;
-          operation.start(*outcome);
-          return 0;
-        },
-        [&](int, bool) {
-          Support::settle(*host.transport);
-          EXPECT_EQ(outcome->releases, 1);
-          ++(outcome->text == operation.success ? answered : ended);
-          delete outcome;
-        });
-    EXPECT_GT(ended, 0);
-    EXPECT_GT(answered, 0);
+    std::optional<Outcome> outcome;
+    withScarceMemory([&] { return operation.start(outcome.emplace()), 0; },
+                     [&](int, bool failed) {
+                       Support::settle(*host.transport);
+                       EXPECT_EQ(outcome->releases, 1) << operation.name;
+                       EXPECT_EQ(outcome->text, failed ? "" : operation.success);
+                     });
   }
 }
 
 TEST(ScarceMemory, OnTheMainQueueEndsWhatRunsThere) {
-  int ended = 0;
-  int answered = 0;
-  for (std::size_t limit = 0; answered == 0; ++limit) {
-    ASSERT_LT(limit, 1000U);
-    const Host host;
-    host.transport->answer(std::string(PellixTests::queryPath), 500, "");
-    Outcome outcome;
-    ask(outcome);
+  const Host host;
+  host.transport->answer(std::string(PellixTests::queryPath), 500, "");
+  std::optional<Outcome> outcome;
+  const auto prepare = [&] {
+    ask(outcome.emplace());
     host.transport->run();
-    left = limit;
-    QVLMainQueue_runPending();
-    left = std::numeric_limits<std::size_t>::max();
-    EXPECT_EQ(outcome.releases, 1);
-    ++(outcome.text == "com.pellix.providers 500" ? answered : ended);
-  }
-  EXPECT_GT(ended, 0);
+  };
+  prepare();
+  withScarceMemory([] { return QVLMainQueue_runPending(), 0; },
+                   [&](int, bool failed) {
+                     EXPECT_EQ(outcome->releases, 1);
+                     EXPECT_EQ(outcome->text, failed ? "" : "com.pellix.providers 500");
+                     prepare();
+                   });
+  Support::settle(*host.transport);
 }
 
 TEST(ScarceMemory, GivesNoObject) {
-  withScarceMemory([] { return QVLPellixSettings_init(); },
-                   [](const QVLPellixSettings* settings, bool ranOut) {
-                     EXPECT_EQ(settings == nullptr, ranOut && !settings);
-                     if (settings) QVLRelease(settings);
-                   });
+  withScarceMemory(QVLPellixSettings_init, [](const QVLPellixSettings* settings, bool failed) {
+    EXPECT_EQ(settings == nullptr, failed);
+    if (settings) QVLRelease(settings);
+  });
 }
 
 TEST(ScarceMemory, LeavesASetterWithoutEffect) {
-  using Set = bool (*)(int&);
-  const Set setters[] = {
-      [](int& releases) {
-        return QVLMainQueue_setWakeHook([](void*) {}, &releases,
-                                        [](void* context) { ++*static_cast<int*>(context); });
-      },
-      [](int& releases) {
-        return QVLCoreLogger_setSink([](int, const char*, size_t, void*) {}, &releases,
-                                     [](void* context) { ++*static_cast<int*>(context); });
+  const auto release = [](void* releases) { ++*static_cast<int*>(releases); };
+  const std::function<bool(int&)> setters[] = {
+      [&](int& count) { return QVLMainQueue_setWakeHook([](void*) {}, &count, release); },
+      [&](int& count) {
+        return QVLCoreLogger_setSink([](int, const char*, size_t, void*) {}, &count, release);
       },
   };
-  for (const auto set : setters) {
+  for (const auto& set : setters) {
     int releases = 0;
+    int failures = 0;
     withScarceMemory([&] { return set(releases); },
-                     [&](bool isSet, bool ranOut) {
-                       EXPECT_TRUE(isSet || ranOut);
-                       EXPECT_EQ(releases, isSet ? 0 : 1);
-                       releases = 0;
+                     [&](bool isSet, bool failed) {
+                       EXPECT_EQ(isSet, !failed);
+                       failures += failed;
+                       EXPECT_EQ(releases, failures);
                      });
+    EXPECT_GT(failures, 0);
   }
   QVLMainQueue_setWakeHook(nullptr, nullptr, nullptr);
   QVLCoreLogger_setSink(nullptr, nullptr, nullptr);
 }
 
 TEST(ScarceMemory, IsReportedWhereAReferenceIsLost) {
-  const auto article = std::make_shared<const PellixProvidersSDK::PellixSettings>();
+  const auto settings = std::make_shared<const PellixProvidersSDK::PellixSettings>();
   EXPECT_EXIT(
       {
         left = 0;
-        QVLRetain(article.get());
+        QVLRetain(settings.get());
       },
-      testing::KilledBySignal(SIGABRT), "QVLRetain");
+      testing::KilledBySignal(SIGABRT), testing::StrEq("Fatal error: QVLRetain: out of memory\n"));
 }
 
 }  // namespace

@@ -82,11 +82,14 @@ TEST(BridgedOperation, SendsWhatItIsGiven) {
   }
 
   const Host host;
-  Outcome outcome;
   QVLPellixProvider_getDeflectionForQueryWithQuery_callback(provider(), nullptr, 0, nullptr,
                                                             nullptr, nullptr);
-  resolve(outcome);
-  for (const QVLRejectionReason reason : {2, 7, -1}) reject(outcome, reason);
+  Outcome resolution;
+  resolve(resolution);
+  Outcome rejections[3];
+  reject(rejections[0], QVLRejectionReason2);
+  reject(rejections[1], 7);
+  reject(rejections[2], -1);
   Support::settle(*host.transport);
   EXPECT_EQ(host.sentQueries(), 1U);
   EXPECT_THAT(

@@ -117,7 +117,7 @@ class Service::Implementation {
       endpoint.method == "GET" ? server.Get(path, route) : server.Post(path, route);
     }
     server.Get(std::string(kRecordPath), [this](const httplib::Request&, httplib::Response& reply) {
-      answer(kRecordEndpoint, reply, [this] { return jsonReply(200, toJson(record())); });
+      answer(kRecordEndpoint, reply, [this] { return jsonReply(200, toJson(record()), 2); });
     });
     server.set_error_handler([](const httplib::Request& request, httplib::Response& response) {
       // Only for what never reached an endpoint; their own errors have a body.

@@ -6,9 +6,9 @@ namespace AnswerService {
 
 using Json = nlohmann::ordered_json;
 
-Reply jsonReply(int status, const Json& body) {
+Reply jsonReply(int status, const Json& body, int indent) {
   // Replacing what is not UTF-8: an answer must not fail for a character.
-  return {.status = status, .body = body.dump(-1, ' ', false, Json::error_handler_t::replace)};
+  return {.status = status, .body = body.dump(indent, ' ', false, Json::error_handler_t::replace)};
 }
 
 Reply errorReply(int status, std::string_view code, std::string_view message) {

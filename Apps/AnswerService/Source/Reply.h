@@ -18,7 +18,7 @@ struct Reply {
   std::optional<std::string> challenge = std::nullopt;
 };
 
-Reply jsonReply(int status, const nlohmann::ordered_json& body);
+Reply jsonReply(int status, const nlohmann::ordered_json& body, int indent = -1);
 
 /// {"error":{"code":...,"message":...}}
 Reply errorReply(int status, std::string_view code, std::string_view message);

@@ -36,7 +36,7 @@ class PELLIX_EXPORT DispatchQueue {
   /// Adds `task` (not empty) behind those that wait.
   void post(Task task);
 
-  /// Runs tasks as they come until `stop` is called.
+  /// Runs tasks as they come until `stop` is called. If any are left then, the wake hook is called.
   void run();
 
   /// Runs the tasks that wait now, not those that they post. If any are left at the end, the wake

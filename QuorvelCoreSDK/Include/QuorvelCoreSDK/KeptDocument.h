@@ -52,6 +52,7 @@ class PELLIX_EXPORT KeptDocument final : public std::enable_shared_from_this<Kep
   using Clock = std::chrono::steady_clock;
 
   void fetch();
+  void fetchOrLetGo();
   void finish(std::expected<Platform::Data, Platform::Error> fetched);
 
   const Parameters parameters_;
