@@ -7,25 +7,26 @@
  * PELLIX_CERTIFICATES may name a file of certificates to trust.
  */
 #include <PellixProvidersSDK/QVLPellix.h>
+
 #include <inttypes.h>
 #include <stdio.h>
 #include <stdlib.h>
 
 /* Every operation releases its context when it has ended, silently or not: that ends the loop that
  * waits for it. */
-static void stop(void *context) {
+static void stop(void* context) {
   (void)context;
   QVLMainQueue_stop();
 }
 
-static void complain(const QVLError *error) {
+static void complain(const QVLError* error) {
   fprintf(stderr, "%s (%" PRId64 "): %s\n", QVLError_domain(error, NULL), QVLError_code(error),
           QVLError_localizedDescription(error, NULL));
 }
 
-static void keepAnswer(const QVLDeflectionResponse *response, const QVLError *error,
-                       void *context) {
-  const QVLDeflectionResponse **answer = context;
+static void keepAnswer(const QVLDeflectionResponse* response, const QVLError* error,
+                       void* context) {
+  const QVLDeflectionResponse** answer = context;
   if (error) {
     complain(error);
     return;
@@ -34,9 +35,9 @@ static void keepAnswer(const QVLDeflectionResponse *response, const QVLError *er
   *answer = response;
 }
 
-static void keepStatus(const QVLPellixDispatcherResponse *response, const QVLError *error,
-                       void *context) {
-  int64_t *status = context;
+static void keepStatus(const QVLPellixDispatcherResponse* response, const QVLError* error,
+                       void* context) {
+  int64_t* status = context;
   if (error) {
     complain(error);
     return;
@@ -44,16 +45,15 @@ static void keepStatus(const QVLPellixDispatcherResponse *response, const QVLErr
   *status = QVLHTTPURLResponse_statusCode(QVLPellixDispatcherResponse_response(response));
 }
 
-static int report(QVLPellixProvider *provider, const QVLDeflectionResponse *answer) {
-  const int64_t deflection =
-      QVLDeflection_deflectionID(QVLDeflectionResponse_deflection(answer));
+static int report(QVLPellixProvider* provider, const QVLDeflectionResponse* answer) {
+  const int64_t deflection = QVLDeflection_deflectionID(QVLDeflectionResponse_deflection(answer));
   const size_t count = QVLDeflectionResponse_deflectionArticles_count(answer);
   size_t length = 0;
-  const char *token = QVLDeflectionResponse_interactionAccessToken(answer, &length);
+  const char* token = QVLDeflectionResponse_interactionAccessToken(answer, &length);
   int64_t status = 0;
 
   for (size_t i = 0; i < count; ++i) {
-    const QVLDeflectionArticle *article = QVLDeflectionResponse_deflectionArticles_at(answer, i);
+    const QVLDeflectionArticle* article = QVLDeflectionResponse_deflectionArticles_at(answer, i);
     printf("%zu. %s\n", i + 1, QVLDeflectionArticle_title(article, NULL));
   }
   if (count < 2) return EXIT_SUCCESS;
@@ -77,23 +77,23 @@ static int report(QVLPellixProvider *provider, const QVLDeflectionResponse *answ
   return EXIT_SUCCESS;
 }
 
-int main(int argc, char **argv) {
-  const char *url = getenv("PELLIX_ACCOUNT_URL");
-  const char *token = getenv("PELLIX_TOKEN");
-  const char *certificates = getenv("PELLIX_CERTIFICATES");
+int main(int argc, char** argv) {
+  const char* url = getenv("PELLIX_ACCOUNT_URL");
+  const char* token = getenv("PELLIX_TOKEN");
+  const char* certificates = getenv("PELLIX_CERTIFICATES");
   if (argc != 2 || !url || !token) {
     fprintf(stderr, "Usage: PELLIX_ACCOUNT_URL=... PELLIX_TOKEN=... %s QUESTION\n", argv[0]);
     return 2;
   }
 
-  QVLQuorvelConfiguration *configuration = QVLQuorvelConfiguration_init();
+  QVLQuorvelConfiguration* configuration = QVLQuorvelConfiguration_init();
   if (!configuration) return EXIT_FAILURE;
   QVLQuorvelConfiguration_setToken(configuration, token, QVL_UNTIL_NUL);
   if (certificates) {
     QVLQuorvelConfiguration_setCertificateAuthorities(configuration, certificates, QVL_UNTIL_NUL);
   }
-  const QVLError *error = NULL;
-  QVLQuorvel *quorvel = QVLQuorvel_initialize(url, QVL_UNTIL_NUL, "ask", QVL_UNTIL_NUL, "example",
+  const QVLError* error = NULL;
+  QVLQuorvel* quorvel = QVLQuorvel_initialize(url, QVL_UNTIL_NUL, "ask", QVL_UNTIL_NUL, "example",
                                               QVL_UNTIL_NUL, configuration, &error);
   QVLRelease(configuration);
   if (!quorvel) {
@@ -103,13 +103,13 @@ int main(int argc, char **argv) {
     }
     return EXIT_FAILURE;
   }
-  QVLVeltrane *veltrane = QVLVeltrane_initialize(quorvel);
+  QVLVeltrane* veltrane = QVLVeltrane_initialize(quorvel);
   if (!veltrane) return EXIT_FAILURE;
   QVLPellix_initializeWithQuorvel_veltrane(quorvel, veltrane);
   QVLRelease(veltrane);
 
-  QVLPellixProvider *provider = QVLPellix_provider(QVLPellix_instance());
-  const QVLDeflectionResponse *answer = NULL;
+  QVLPellixProvider* provider = QVLPellix_provider(QVLPellix_instance());
+  const QVLDeflectionResponse* answer = NULL;
   QVLPellixProvider_getDeflectionForQueryWithQuery_callback(provider, argv[1], QVL_UNTIL_NUL,
                                                             keepAnswer, &answer, stop);
   QVLMainQueue_run();

@@ -12,6 +12,8 @@ class CoreHeaders final : public ClientHeaders {
 
 }  // namespace
 
-std::shared_ptr<const ClientHeaders> coreHeaders() { return std::make_shared<CoreHeaders>(); }
+std::shared_ptr<const ClientHeaders> coreHeaders() {
+  return std::make_shared<CoreHeaders>();
+}
 
 }  // namespace QuorvelCoreSDK

@@ -50,12 +50,22 @@ std::string_view nameOf(LogLevel level) {
   return names[std::to_underlying(level)];
 }
 
-void CoreLogger::error(std::string_view line) { log(LogLevel::error, line); }
-void CoreLogger::warn(std::string_view line) { log(LogLevel::warn, line); }
-void CoreLogger::info(std::string_view line) { log(LogLevel::info, line); }
-void CoreLogger::debug(std::string_view line) { log(LogLevel::debug, line); }
+void CoreLogger::error(std::string_view line) {
+  log(LogLevel::error, line);
+}
+void CoreLogger::warn(std::string_view line) {
+  log(LogLevel::warn, line);
+}
+void CoreLogger::info(std::string_view line) {
+  log(LogLevel::info, line);
+}
+void CoreLogger::debug(std::string_view line) {
+  log(LogLevel::debug, line);
+}
 
-void CoreLogger::setLevel(LogLevel level) { threshold = level; }
+void CoreLogger::setLevel(LogLevel level) {
+  threshold = level;
+}
 
 void CoreLogger::setSink(Sink sink) {
   SharedSink shared = sink ? std::make_shared<const Sink>(std::move(sink)) : nullptr;

@@ -3,6 +3,8 @@
 #include <Platform/URL.h>
 #include <QuorvelCoreSDK/CoreError.h>
 
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -62,6 +64,11 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
 }
 
+/// A socket that the host's child processes do not inherit.
+curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address) {
+  return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
 }  // namespace
 
 CurlTransfer::CurlTransfer(TransportRequest request, Transport::Completion completion,
@@ -82,6 +89,7 @@ void CurlTransfer::prepare(CURL* easy) {
   set(CURLOPT_PROTOCOLS_STR, "http,https");
   set(CURLOPT_FOLLOWLOCATION, 0L);
   set(CURLOPT_ERRORBUFFER, detail_);
+  set(CURLOPT_OPENSOCKETFUNCTION, openSocket);
 
   // A request that has waited for its turn has that much less time left; zero would mean no limit.
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());

@@ -7,7 +7,6 @@
 #include <QuorvelCoreSDK/KeptDocument.h>
 #include <QuorvelCoreSDK/ProviderService.h>
 
-#include <new>
 #include <utility>
 
 namespace QuorvelCoreSDK {
@@ -67,7 +66,7 @@ void KeptDocument::get(Callback callback) {
 void KeptDocument::fetchOrLetGo() {
   try {
     fetch();
-  } catch (const std::bad_alloc&) {
+  } catch (...) {
     // Nothing would ever answer those that wait, nor those that joined them later.
     std::vector<OneCall<Document>> unanswered;
     const std::lock_guard lock(mutex_);

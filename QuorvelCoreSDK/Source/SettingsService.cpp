@@ -1,11 +1,11 @@
 #include "SettingsService.h"
 
+#include "CoreHeaders.h"
+
 #include <QuorvelCoreSDK/CoreLogger.h>
 #include <QuorvelCoreSDK/ServicePaths.h>
 
 #include <utility>
-
-#include "CoreHeaders.h"
 
 namespace QuorvelCoreSDK {
 
@@ -19,8 +19,8 @@ SettingsService::SettingsService(AccountDetails account)
                                    .clientHeaders = coreHeaders()})) {}
 
 void SettingsService::answer(RecordType type, Continuation continuation) {
-  document_->get([type, continuation = std::move(continuation)](
-                     const KeptDocument::Document& document) {
+  document_->get([type,
+                  continuation = std::move(continuation)](const KeptDocument::Document& document) {
     if (!document) return continuation(type.makeDefault());
     auto record = type.decode(*document);
     if (!record) {

@@ -5,6 +5,8 @@
 using namespace PellixProvidersSDK;
 using namespace PellixProvidersSDK::Bridge;
 
+#include <utility>
+
 namespace {
 
 /// The host's callback as the provider wants it. Without a function the context is held all the
@@ -66,6 +68,7 @@ void QVLPellixProvider_rejectWithArticleWithDeflectionId_articleId_interactionAc
 
 void QVLPellixProvider_init() {
   static_cast<void>(PellixProvider());
+  std::unreachable();  // the constructor does not return, which compilers can't all see
 }
 
 bool QVLRejectionReason_initWithRawValue(int64_t rawValue, QVLRejectionReason* reason) {

@@ -17,6 +17,7 @@ void QVLPellixSettingsProvider_getSettingsWithCallback(QVLSettingsCallback callb
 
 void QVLPellixSettingsProvider_init() {
   static_cast<void>(PellixSettingsProvider());
+  std::unreachable();  // the constructor does not return, which compilers can't all see
 }
 
 const QVLPellixSettings* QVLPellixSettings_init() {

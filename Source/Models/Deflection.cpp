@@ -4,7 +4,7 @@ namespace PellixProvidersSDK {
 
 using Platform::Key;
 
-struct Deflection::Keys {
+struct [[gnu::visibility("hidden")]] Deflection::Keys {
   static constexpr std::tuple table{
       Key{"id", &Fields::deflectionID},
       Key{"auth_token", &Fields::authToken},

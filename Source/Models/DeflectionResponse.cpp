@@ -4,7 +4,7 @@ namespace PellixProvidersSDK {
 
 using Platform::Key;
 
-struct DeflectionResponse::Keys {
+struct [[gnu::visibility("hidden")]] DeflectionResponse::Keys {
   static constexpr std::tuple table{
       Key{"deflection", &Fields::deflection},
       Key{"deflection_articles", &Fields::deflectionArticles},

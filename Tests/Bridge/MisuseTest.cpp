@@ -35,10 +35,10 @@ const Misuse initialisers[] = {
      [] { QVLPellixSettingsProvider_init(); }},
 };
 
-#define WITH_NULL(function, ...)                                    \
-  Misuse {                                                          \
-    "Fatal error: " #function ": null where an object is needed",   \
-        [] { static_cast<void>(function(nullptr, ##__VA_ARGS__)); } \
+#define WITH_NULL(function, ...)                                                \
+  Misuse {                                                                      \
+    "Fatal error: " #function ": null where an object is needed",               \
+        [] { static_cast<void>(function(nullptr __VA_OPT__(, ) __VA_ARGS__)); } \
   }
 const Misuse nulls[] = {
     WITH_NULL(QVLRetain),

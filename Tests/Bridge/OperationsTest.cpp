@@ -134,20 +134,18 @@ TEST(BridgedReason, IsOneOfThree) {
 struct Settings {
   std::string text;
   int releases = 0;
-  const QVLPellixSettings* object = nullptr;
 };
 
 void keepSettings(const QVLPellixSettings* settings, void* context) {
   auto& self = *static_cast<Settings*>(context);
-  self.object = settings;
   self.text += !settings ? "null" : QVLPellixSettings_enabled(settings) ? "enabled" : "disabled";
 }
 
 TEST(BridgedSettings, AreThoseOfTheAccount) {
-  for (const auto& [document, expected] :
-       {std::pair(enabled, "enabled"), std::pair(disabled, "disabled"), std::pair("", "null")}) {
-    const auto service = std::make_shared<PellixTests::OwnSettings>(
-        *document ? std::optional<std::string>(document) : std::nullopt);
+  const std::pair<const char*, const char*> cases[] = {
+      {enabled, "enabled"}, {disabled, "disabled"}, {nullptr, "null"}};
+  for (const auto& [document, expected] : cases) {
+    const auto service = std::make_shared<PellixTests::OwnSettings>(document);
     const Host host(service);
     for (const bool hasCallback : {true, false}) {
       Settings settings;

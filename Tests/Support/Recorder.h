@@ -2,6 +2,7 @@
 
 #include <Platform/DispatchQueue.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
+
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
 
 #include <memory>

@@ -4,8 +4,8 @@
 
 namespace VeltraneProvidersSDK {
 
-/// Puts `instance` (null allowed) in the place that `Veltrane::instance` reads. For `initialize`, and
-/// for tests that need to be without one.
+/// Puts `instance` (null allowed) in the place that `Veltrane::instance` reads. For `initialize`,
+/// and for tests that need to be without one.
 void setSharedInstance(std::shared_ptr<Veltrane> instance);
 
 }  // namespace VeltraneProvidersSDK

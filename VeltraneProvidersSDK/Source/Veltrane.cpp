@@ -1,3 +1,6 @@
+#include "KnowledgeBase.h"
+#include "SharedInstance.h"
+
 #include <Platform/FatalError.h>
 #include <QuorvelCoreSDK/KeptDocument.h>
 #include <QuorvelCoreSDK/ServicePaths.h>
@@ -5,9 +8,6 @@
 
 #include <mutex>
 #include <utility>
-
-#include "KnowledgeBase.h"
-#include "SharedInstance.h"
 
 namespace VeltraneProvidersSDK {
 
@@ -82,6 +82,8 @@ const std::shared_ptr<QuorvelCoreSDK::Quorvel>& Veltrane::quorvel() const {
   return state_->quorvel;
 }
 
-KeptDocument& Veltrane::lumenoSettings() const { return *state_->settings; }
+KeptDocument& Veltrane::lumenoSettings() const {
+  return *state_->settings;
+}
 
 }  // namespace VeltraneProvidersSDK

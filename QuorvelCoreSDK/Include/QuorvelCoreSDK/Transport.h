@@ -17,7 +17,7 @@ namespace QuorvelCoreSDK {
 /// A request, ready to be sent.
 struct TransportRequest {
   HttpMethod method = HttpMethod::get;
-  std::string url;  ///< https, or http to loopback.
+  std::string url;                                           ///< https, or http to loopback.
   std::vector<std::pair<std::string, std::string>> headers;  ///< Holds the token, if there is one.
   std::optional<Platform::Data> body;
 };

@@ -1,9 +1,11 @@
-#include <QuorvelCoreSDKTesting/ResetInstance.h>
-
 #include "SharedInstance.h"
+
+#include <QuorvelCoreSDKTesting/ResetInstance.h>
 
 namespace QuorvelCoreSDK::Testing {
 
-void resetInstance() { setSharedInstance(nullptr); }
+void resetInstance() {
+  setSharedInstance(nullptr);
+}
 
 }  // namespace QuorvelCoreSDK::Testing

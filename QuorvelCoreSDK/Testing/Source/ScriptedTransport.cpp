@@ -1,4 +1,5 @@
 #include <QuorvelCoreSDK/CoreError.h>
+
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
 
 #include <utility>
@@ -19,15 +20,17 @@ void ScriptedTransport::answer(std::string path, Answer answer) {
 
 void ScriptedTransport::answer(std::string path, int status, std::string body) {
   answer(std::move(path), [status, body = std::move(body)](const TransportRequest& request) {
-    return TransportReply{.data = body,
-                          .response = std::make_shared<const Platform::HTTPURLResponse>(
-                              request.url, status,
-                              Platform::HTTPURLResponse::HeaderFields{
-                                  {"Content-Type", "application/json"}})};
+    return TransportReply{
+        .data = body,
+        .response = std::make_shared<const Platform::HTTPURLResponse>(
+            request.url, status,
+            Platform::HTTPURLResponse::HeaderFields{{"Content-Type", "application/json"}})};
   });
 }
 
-void ScriptedTransport::ignore(std::string path) { answer(std::move(path), Answer()); }
+void ScriptedTransport::ignore(std::string path) {
+  answer(std::move(path), Answer());
+}
 
 std::size_t ScriptedTransport::run() {
   for (std::size_t count = 0;;) {
@@ -69,10 +72,14 @@ void ScriptedTransport::post(std::function<void()> task) {
 }
 
 const ScriptedTransport::Answer* ScriptedTransport::find(std::string_view url) const {
+  const Answer* found = nullptr;
+  std::size_t longest = 0;
   for (const auto& [path, answer] : answers_) {
-    if (url.ends_with(path)) return &answer;
+    if (!url.ends_with(path) || (found && path.size() <= longest)) continue;
+    found = &answer;
+    longest = path.size();
   }
-  return nullptr;
+  return found;
 }
 
 }  // namespace QuorvelCoreSDK::Testing

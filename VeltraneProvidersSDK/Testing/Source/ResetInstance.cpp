@@ -1,9 +1,11 @@
-#include <VeltraneProvidersSDKTesting/ResetInstance.h>
-
 #include "SharedInstance.h"
+
+#include <VeltraneProvidersSDKTesting/ResetInstance.h>
 
 namespace VeltraneProvidersSDK::Testing {
 
-void resetInstance() { setSharedInstance(nullptr); }
+void resetInstance() {
+  setSharedInstance(nullptr);
+}
 
 }  // namespace VeltraneProvidersSDK::Testing

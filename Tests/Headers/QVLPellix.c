@@ -1,0 +1,1 @@
+#include <PellixProvidersSDK/QVLPellix.h>
