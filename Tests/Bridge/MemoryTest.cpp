@@ -1,50 +1,10 @@
 #include "Bridge/Bridge.h"
+#include "Bridge/Scarcity.h"
 
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <functional>
-#include <limits>
-#include <new>
 #include <optional>
-
-namespace {
-
-// How many more allocations succeed on this thread, and whether any did not.
-constexpr auto plenty = std::numeric_limits<std::size_t>::max();
-thread_local std::size_t left = plenty;
-thread_local bool ranOut = false;
-
-void* allocate(std::size_t size) {
-  void* const memory = left == 0 ? nullptr : std::malloc(size == 0 ? 1 : size);
-  if (!memory) {
-    ranOut = true;
-    throw std::bad_alloc();
-  }
-  --left;
-  return memory;
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  return allocate(size);
-}
-void* operator new[](std::size_t size) {
-  return allocate(size);
-}
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
 
 namespace BridgeTests {
 namespace {
@@ -55,11 +15,9 @@ template <class Call, class Check>
 void withScarceMemory(Call call, Check check) {
   for (std::size_t limit = 0;; ++limit) {
     ASSERT_LT(limit, 1000U);
-    ranOut = false;
-    left = limit;
+    beginScarcity(limit);
     const auto result = call();
-    left = plenty;
-    const bool failed = ranOut;
+    const bool failed = endScarcity();
     check(result, failed);
     if (!failed) return;
   }
@@ -68,7 +26,9 @@ void withScarceMemory(Call call, Check check) {
 TEST(ScarceMemory, EndsAnOperationAndReleasesItsContextOnce) {
   for (const auto& operation : operations) {
     const Host host;
-    host.transport->answer(std::string(operation.path), 200, PellixTests::responseJSON());
+    if (operation.path != PellixTests::queryPath) {
+      host.transport->answer(std::string(operation.path), 200, "");
+    }
     std::optional<Outcome> outcome;
     withScarceMemory([&] { return operation.start(outcome.emplace()), 0; },
                      [&](int, bool failed) {
@@ -131,7 +91,7 @@ TEST(ScarceMemory, IsReportedWhereAReferenceIsLost) {
   const auto settings = std::make_shared<const PellixProvidersSDK::PellixSettings>();
   EXPECT_EXIT(
       {
-        left = 0;
+        beginScarcity(0);
         QVLRetain(settings.get());
       },
       testing::KilledBySignal(SIGABRT), testing::StrEq("Fatal error: QVLRetain: out of memory\n"));

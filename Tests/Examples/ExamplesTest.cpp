@@ -19,37 +19,42 @@ struct Example {
   std::map<std::string, std::string> environment = {};
 };
 
+void PrintTo(const Example& example, std::ostream* out) {
+  *out << example.name;
+}
+
 const Example examples[] = {
     {"C", {ASK_C}},
-#ifdef VALGRIND
-    {"CUnderValgrind",
-     {VALGRIND, "--quiet", "--leak-check=full", "--errors-for-leak-kinds=definite,indirect",
-      "--error-exitcode=99", ASK_C}},
-#endif
 #ifdef ASK_PY
     {"Python", {PYTHON, ASK_PY}, {{"PELLIX_LIBRARY", SHARED_LIBRARY}}},
 #endif
 };
 
-class Examples : public testing::TestWithParam<Example> {
+class Account : public testing::Test {
  protected:
-  Examples() {
+  Account() {
     service.start();
     std::ofstream(certificates) << service.certificatePem();
   }
 
-  Support::Outcome ask(const std::string& question, const std::string& token = "demo-token") {
-    auto [name, command, environment] = GetParam();
-    command.push_back(question);
-    environment["PELLIX_ACCOUNT_URL"] = service.baseUrl();
-    environment["PELLIX_TOKEN"] = token;
-    environment["PELLIX_CERTIFICATES"] = certificates;
-    return Support::runProcess(std::move(command), environment);
+  Support::Outcome run(Example example, const std::string& question, const std::string& token) {
+    example.command.push_back(question);
+    example.environment["PELLIX_ACCOUNT_URL"] = service.baseUrl();
+    example.environment["PELLIX_TOKEN"] = token;
+    example.environment["PELLIX_CERTIFICATES"] = certificates;
+    return Support::runProcess(std::move(example.command), example.environment);
   }
 
   AnswerService::Service service{{.tls = true}};
   Support::TemporaryDirectory directory;
   std::string certificates = directory.path() / "certificates.pem";
+};
+
+class Examples : public Account, public testing::WithParamInterface<Example> {
+ protected:
+  Support::Outcome ask(const std::string& question, const std::string& token = "demo-token") {
+    return run(GetParam(), question, token);
+  }
 };
 
 TEST_P(Examples, AskResolveAndReject) {
@@ -95,5 +100,17 @@ TEST_P(Examples, EndWhenAnOperationEndsSilently) {
 
 INSTANTIATE_TEST_SUITE_P(Host, Examples, testing::ValuesIn(examples),
                          [](const auto& each) { return each.param.name; });
+
+#ifdef VALGRIND
+TEST_F(Account, IsUsedInCWithoutLeaksOrFaults) {
+  const Example example{"C",
+                        {VALGRIND, "--quiet", "--leak-check=full", "--error-exitcode=99",
+                         "--errors-for-leak-kinds=definite,indirect", ASK_C}};
+  const auto outcome = run(example, "How do I change my password?", "demo-token");
+  EXPECT_EQ(outcome.exitCode, 0);
+  EXPECT_THAT(outcome.errors, IsEmpty());
+  EXPECT_EQ(service.record().rejections.size(), 1U);
+}
+#endif
 
 }  // namespace

@@ -18,8 +18,8 @@ class ScriptedTransport final : public Transport {
  public:
   using Answer = std::function<TransportReply(const TransportRequest&)>;
 
-  /// Every request whose address ends in `path` gets this answer from now on. Without one, a
-  /// request fails as if nothing listened.
+  /// Every request whose address ends in `path` (the longest such counts) gets this answer. Without
+  /// one, a request fails as if nothing listened.
   void answer(std::string path, Answer answer);
 
   /// Answers with a status and a body (JSON, if any).
