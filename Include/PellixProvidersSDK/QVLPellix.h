@@ -34,7 +34,7 @@
  * null). The release runs exactly once, whether the callback ran or not, on any thread, when the
  * callback can't run any more: so a host learns from it that an operation has ended, the silent
  * endings included. Only the end of the process can forestall it. What a callback is given is
- * borrowed: retain it to keep it.
+ * borrowed: retain it to keep it. No callback may throw or jump out of its call.
  *
  * Threads. Any function may be called on any thread, except where a comment says otherwise; objects
  * may be released on any thread, and within callbacks. Results of a provider's operations come on
@@ -46,7 +46,8 @@
  * account, and "com.pellix.providers" has the HTTP status as its code.
  *
  * Memory. No exception leaves a function. When memory runs out, an operation ends silently, a
- * function that makes an object gives null, and a setter gives false and changes nothing.
+ * function that makes an object gives null, and a setter gives false and changes nothing. QVLRetain
+ * alone, on whose reference the host relies, aborts the process with a report.
  */
 
 #include <PellixProvidersSDK/Version.h>
@@ -62,6 +63,7 @@ extern "C" {
 #define QVL_NORETURN _Noreturn
 #endif
 #pragma GCC visibility push(default)
+/* NOLINTBEGIN(modernize-use-using) */
 
 #define QVL_UNTIL_NUL SIZE_MAX
 
@@ -299,8 +301,8 @@ enum {
 /* Lines below a level are dropped; at first, those below QVLLogLevelWarn. */
 void QVLCoreLogger_setLevel(int level);
 
-/* Gets each line of the log, borrowed, on the thread that logs, also on several at once. Without a
- * function, lines go to standard error. */
+/* Gets each line of the log, borrowed and not followed by a NUL, on the thread that logs, also on
+ * several at once. Without a function, lines go to standard error. */
 typedef void (*QVLLogSink)(int level, const char* line, size_t lineLength, void* context);
 bool QVLCoreLogger_setSink(QVLLogSink sink, void* context, QVLContextRelease release);
 
@@ -339,6 +341,7 @@ bool QVLMainQueue_setWakeHook(QVLWakeHook hook, void* context, QVLContextRelease
  * else; false also if the path is relative and the working directory is gone. */
 bool QVLBundle_setResourceDirectory(const char* path, size_t pathLength);
 
+/* NOLINTEND(modernize-use-using) */
 #pragma GCC visibility pop
 #ifdef __cplusplus
 }

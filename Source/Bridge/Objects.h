@@ -43,7 +43,7 @@ using ClassOf = std::remove_pointer_t<decltype(classOf(static_cast<Handle*>(null
 template <class Handle>
 ClassOf<Handle>& objectOf(Handle* handle, const char* function) {
   if (!handle) misuse(function, "null where an object is needed");
-  const auto* root = static_cast<const Platform::Object*>(static_cast<const void*>(handle));
+  const auto* root = reinterpret_cast<const Platform::Object*>(handle);
   const auto* object = dynamic_cast<const ClassOf<Handle>*>(root);
   if (!object) misuse(function, "an object of another class");
   return const_cast<ClassOf<Handle>&>(*object);  // the host's `const` says less than the class
@@ -58,7 +58,7 @@ inline const Platform::Object* anyObject(const QVLObject* handle) {
 template <class Handle>
 Handle* handleOf(ClassOf<Handle>* object) {
   const Platform::Object* root = object;
-  return const_cast<Handle*>(static_cast<const Handle*>(static_cast<const void*>(root)));
+  return const_cast<Handle*>(reinterpret_cast<const Handle*>(root));
 }
 
 /// Takes part in the ownership of an object that the host passed.

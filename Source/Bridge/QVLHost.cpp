@@ -58,14 +58,13 @@ bool QVLCoreLogger_setSink(QVLLogSink sink, void* context, QVLContextRelease rel
 
 bool QVLBundle_setResourceDirectory(const char* path, size_t pathLength) {
   const auto directory = textOf(path, pathLength, __func__);
-  bool isSet = false;
-  withMemory([&] {
+  bool isSet = true;
+  const bool hadMemory = withMemory([&] {
     try {
       Platform::Bundle::setResourceDirectory(directory);
-      isSet = true;
     } catch (const std::system_error&) {
-      // There is no working directory that the path could be relative to.
+      isSet = false;  // there is no working directory that the path could be relative to
     }
   });
-  return isSet;
+  return hadMemory && isSet;
 }

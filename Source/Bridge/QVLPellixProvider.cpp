@@ -14,11 +14,11 @@ namespace {
 template <class Handle, class Record = std::remove_const_t<ClassOf<Handle>>>
 ResultCallback<Record> resultCallback(void (*callback)(Handle*, const QVLError*, void*),
                                       Context context) {
-  return [callback, context = std::move(context)](const Result<Record>& result) {
+  return [callback, context = std::move(context)](Result<Record> result) {
     if (!callback) return;
     if (result) return callback(handleOf<Handle>(result->get()), nullptr, context.get());
     withMemory([&] {
-      const auto error = std::make_shared<const ErrorObject>(result.error());
+      const auto error = std::make_shared<const ErrorObject>(std::move(result).error());
       callback(nullptr, handleOf<const QVLError>(error.get()), context.get());
     });
   };

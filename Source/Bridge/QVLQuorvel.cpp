@@ -80,13 +80,14 @@ QVLQuorvel* QVLQuorvel_initialize(const char* accountUrl, size_t accountUrlLengt
   if (error) *error = nullptr;
   QVLQuorvel* quorvel = nullptr;
   withMemory([&] {
-    const auto made =
+    auto made =
         Quorvel::initialize({std::string(url), std::string(application), std::string(client)},
                             chosen ? *chosen : QuorvelCoreSDK::Configuration());
     if (made) {
       quorvel = retained<QVLQuorvel>(*made);
     } else if (error) {
-      *error = retained<const QVLError>(std::make_shared<const ErrorObject>(made.error()));
+      *error =
+          retained<const QVLError>(std::make_shared<const ErrorObject>(std::move(made).error()));
     }
   });
   return quorvel;

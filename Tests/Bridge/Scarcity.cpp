@@ -12,14 +12,20 @@ constexpr auto plenty = std::numeric_limits<std::size_t>::max();
 thread_local std::size_t left = plenty;
 thread_local bool ranOut = false;
 
-void* allocate(std::size_t size) {
+/// Null when there is no more.
+void* tryToAllocate(std::size_t size) noexcept {
   void* const memory = left == 0 ? nullptr : std::malloc(size == 0 ? 1 : size);
-  if (!memory) {
+  if (memory) {
+    --left;
+  } else {
     ranOut = true;
-    throw std::bad_alloc();
   }
-  --left;
   return memory;
+}
+
+void* allocate(std::size_t size) {
+  if (void* const memory = tryToAllocate(size)) return memory;
+  throw std::bad_alloc();
 }
 
 }  // namespace
@@ -41,6 +47,12 @@ void* operator new(std::size_t size) {
 }
 void* operator new[](std::size_t size) {
   return BridgeTests::allocate(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return BridgeTests::tryToAllocate(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return BridgeTests::tryToAllocate(size);
 }
 void operator delete(void* memory) noexcept {
   std::free(memory);

@@ -280,6 +280,14 @@ TEST(Article, ComparesItsScoreAsANumber) {
   EXPECT_TRUE(zero.isEqual(&minusZero));
   EXPECT_FALSE(nan.isEqual(&zero));
   EXPECT_FALSE(nan.isEqual(&nan));
+
+  // A list that both sides share is equal without a look at its articles.
+  using Platform::FieldEquality;
+  const std::vector list{
+      std::make_shared<const DeflectionArticle>(DeflectionArticle::Fields{.score = std::nan("")})};
+  const auto sameArticles = list;
+  EXPECT_TRUE(FieldEquality::same(list, list));
+  EXPECT_FALSE(FieldEquality::same(list, sameArticles));
 }
 
 TEST(Response, IsEqualIfAllItsFieldsAre) {
