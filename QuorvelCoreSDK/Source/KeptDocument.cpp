@@ -81,12 +81,13 @@ void KeptDocument::fetch() {
       {.environment = account,
        .urlComponent = Platform::URL::parse(account.accountUrl() + parameters_.path).value(),
        .clientHeaders = parameters_.clientHeaders});
-  service.perform([self = shared_from_this()](auto data, auto response, auto error) {
+  service.perform([self = shared_from_this()](auto data, const auto& response, auto error) {
     self->finish(documentOf(std::move(data), response.get(), std::move(error)));
   });
 }
 
 void KeptDocument::finish(std::expected<Platform::Data, Platform::Error> fetched) {
+  const auto failure = fetched ? std::nullopt : std::optional(fetched.error());
   Document document;
   std::vector<OneCall<Document>> waiting;
   {
@@ -98,10 +99,10 @@ void KeptDocument::finish(std::expected<Platform::Data, Platform::Error> fetched
     document = document_;
     std::swap(waiting, waiting_);
   }
-  if (!fetched) {
+  if (failure) {
     CoreLogger::warn(parameters_.name + " could not be fetched; " +
                      (document ? "the last ones are" : "the default is") + " used instead. " +
-                     fetched.error().description());
+                     failure->description());
   }
   for (const auto& call : waiting) call(document);
 }

@@ -71,7 +71,7 @@ void postToKnowledgeBase(std::string_view path, std::function<void(Reply)> callb
        .requiresAuth = true,
        .httpMethod = QuorvelCoreSDK::HttpMethod::post,
        .clientHeaders = veltraneHeaders()});
-  service.perform([callback = std::move(callback)](auto data, auto response, auto error) {
+  service.perform([callback = std::move(callback)](auto data, const auto& response, auto error) {
     callback(replyOf(std::move(data), response.get(), std::move(error)));
   });
 }
