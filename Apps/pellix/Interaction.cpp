@@ -9,7 +9,6 @@
 
 namespace PellixApp {
 
-using PellixProvidersSDK::DeflectionArticle;
 using PellixProvidersSDK::DeflectionResponse;
 
 std::expected<Interaction, std::string> readInteraction(const Options& options) {

@@ -23,21 +23,19 @@ ExitCode finish(const std::optional<Outcome>& outcome, const Interaction& intera
 }  // namespace
 
 ExitCode resolve(const Pellix& pellix, const Interaction& interaction) {
-  const auto& [response, article] = interaction;
   const auto outcome = await<Outcome>([&](Callback callback) {
-    pellix.provider()->resolveWithArticle(response->deflection()->deflectionID(),
-                                          article->articleId(), response->interactionAccessToken(),
-                                          std::move(callback));
+    pellix.provider()->resolveWithArticle(
+        interaction.response->deflection()->deflectionID(), interaction.article->articleId(),
+        interaction.response->interactionAccessToken(), std::move(callback));
   });
   return finish(outcome, interaction, "resolved the question");
 }
 
 ExitCode reject(const Pellix& pellix, const Interaction& interaction, RejectionReason reason) {
-  const auto& [response, article] = interaction;
   const auto outcome = await<Outcome>([&](Callback callback) {
-    pellix.provider()->rejectWithArticle(response->deflection()->deflectionID(),
-                                         article->articleId(), response->interactionAccessToken(),
-                                         reason, std::move(callback));
+    pellix.provider()->rejectWithArticle(
+        interaction.response->deflection()->deflectionID(), interaction.article->articleId(),
+        interaction.response->interactionAccessToken(), reason, std::move(callback));
   });
   return finish(outcome, interaction, "did not help");
 }

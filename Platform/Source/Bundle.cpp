@@ -115,7 +115,7 @@ const Bundle& Bundle::containing(const void* address) {
   return *bundle;
 }
 
-void Bundle::setResourceDirectory(fs::path directory) {
+void Bundle::setResourceDirectory(const fs::path& directory) {
   auto& found = known();
   const std::lock_guard lock(found.mutex);
   found.hostDirectory = fs::absolute(directory);

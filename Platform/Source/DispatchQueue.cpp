@@ -103,7 +103,8 @@ void DispatchQueue::stop() {
 }
 
 void DispatchQueue::setWakeHook(std::function<void()> hook) {
-  Hook added = hook ? std::make_shared<const std::function<void()>>(std::move(hook)) : nullptr;
+  const Hook added =
+      hook ? std::make_shared<const std::function<void()>>(std::move(hook)) : nullptr;
   Hook removed = added;  // let go of outside the lock
   bool wake = false;
   {

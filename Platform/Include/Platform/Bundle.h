@@ -31,7 +31,7 @@ class PELLIX_EXPORT Bundle {
   [[nodiscard]] static const Bundle& containing(const void* address);
 
   /// Makes `directory` the place of all resources. To be called before anything else is.
-  static void setResourceDirectory(std::filesystem::path directory);
+  static void setResourceDirectory(const std::filesystem::path& directory);
 
   /// The file `NAME.EXTENSION` among the resources, or nothing if there is none.
   [[nodiscard]] std::optional<std::filesystem::path> pathForResource(
