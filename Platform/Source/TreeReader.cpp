@@ -19,8 +19,8 @@ std::string_view nameOf(Kind kind) {
 
 /// What was asked for and what stands there, where an error has use for them.
 struct Found {
-  std::string_view expected = {};
-  std::string_view found = {};
+  std::string_view expected;
+  std::string_view found;
 };
 
 [[noreturn]] void fail(DecodingErrorCode code, std::string text, const std::string& path,

@@ -1,9 +1,9 @@
 #include "CurlWorker.h"
 
-#include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <iterator>
 #include <new>
@@ -163,8 +163,8 @@ void CurlWorker::finishLate() {
   }
   const auto lateWaiting = std::ranges::stable_partition(
       waiting_, [&](const auto& transfer) { return !isLate(*transfer); });
-  std::vector<std::unique_ptr<CurlTransfer>> neverRun(std::move_iterator(lateWaiting.begin()),
-                                                      std::move_iterator(lateWaiting.end()));
+  const std::vector<std::unique_ptr<CurlTransfer>> neverRun(std::move_iterator(lateWaiting.begin()),
+                                                            std::move_iterator(lateWaiting.end()));
   waiting_.erase(lateWaiting.begin(), waiting_.end());
 
   for (auto* handle : late) finish(handle, CURLE_OPERATION_TIMEDOUT);
