@@ -1,3 +1,4 @@
+#include "ResourceDirectory.h"
 #include "Tree.h"
 
 #include <Platform/Bundle.h>
@@ -20,6 +21,13 @@ namespace fs = std::filesystem;
 // From the directory of a program or library (bin, lib or lib/ARCHITECTURE) to the resources.
 constexpr std::string_view installedLayouts[] = {"../share/PellixProvidersSDK",
                                                  "../../share/PellixProvidersSDK"};
+
+// The tree that this was built from, unless that was switched off: a package must not look there.
+#ifdef PLATFORM_SOURCE_RESOURCES
+constexpr const char* sourceResources = PLATFORM_SOURCE_RESOURCES;
+#else
+constexpr const char* sourceResources = "";
+#endif
 
 /// The file that holds the code or data at `address`. The dynamic linker knows only where the image
 /// begins, for the name that it has may be relative to a working directory of the past. The
@@ -50,7 +58,10 @@ fs::path resourceDirectory(const fs::path& image) {
       return directory.lexically_normal();
     }
   }
-  return PLATFORM_BUILD_RESOURCES;
+  for (const auto directory : {pellixHostResources(), sourceResources}) {
+    if (fs::is_directory(directory, ignored)) return directory;
+  }
+  return PLATFORM_INSTALLED_RESOURCES;
 }
 
 InfoValue infoValue(const Tree& tree, const Tree::Node& node) {

@@ -1,0 +1,66 @@
+# What `cmake --install` puts where: a prefix that can be moved, for CMake and for pkg-config.
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/PellixProvidersSDK)
+set(include_dir ${CMAKE_INSTALL_INCLUDEDIR}/pellix)
+set(resource_dir ${CMAKE_INSTALL_DATADIR}/PellixProvidersSDK)
+get_property(libraries GLOBAL PROPERTY PELLIX_LIBRARIES)
+
+foreach(library ${libraries})
+  target_include_directories(${library} PUBLIC $<INSTALL_INTERFACE:${include_dir}>)
+  set_target_properties(${library} PROPERTIES INSTALL_RPATH "\$ORIGIN")
+endforeach()
+install(
+  TARGETS ${libraries}
+  EXPORT PellixProvidersSDK
+  LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+  ARCHIVE COMPONENT development)
+install(FILES Source/Resources/Endpoints.plist Source/Resources/Info.plist
+        DESTINATION ${resource_dir} COMPONENT runtime)
+
+foreach(tree . Platform QuorvelCoreSDK VeltraneProvidersSDK)
+  install(DIRECTORY ${tree}/Include/ DESTINATION ${include_dir} COMPONENT development)
+endforeach()
+
+install(EXPORT PellixProvidersSDK NAMESPACE Pellix:: DESTINATION ${package_dir}
+        COMPONENT development)
+configure_package_config_file(
+  CMake/PellixProvidersSDKConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/PellixProvidersSDKConfig.cmake
+  INSTALL_DESTINATION ${package_dir} PATH_VARS resource_dir)
+write_basic_package_version_file(
+  ${CMAKE_CURRENT_BINARY_DIR}/PellixProvidersSDKConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(
+  FILES ${CMAKE_CURRENT_BINARY_DIR}/PellixProvidersSDKConfig.cmake
+        ${CMAKE_CURRENT_BINARY_DIR}/PellixProvidersSDKConfigVersion.cmake
+  DESTINATION ${package_dir}
+  COMPONENT development)
+
+# pkg-config: static libraries bring their own needs along, and C programs the language's.
+set(libraries_needed "-lPellixProvidersSDK -lVeltraneProvidersSDK -lQuorvelCoreSDK -lPellixPlatform")
+set(packages_needed "libcurl, expat, simdjson, libutf8proc, liburiparser, uuid")
+file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" prefix_from_pc ${prefix_from_pc})
+if(BUILD_SHARED_LIBS)
+  set(requires_line "")
+else()
+  set(requires_line "Requires: ${packages_needed}\n")
+  if(CMAKE_CXX_FLAGS MATCHES "-stdlib=libc\\+\\+")
+    string(APPEND libraries_needed " -lc++ -pthread")
+  else()
+    string(APPEND libraries_needed " -lstdc++ -pthread")
+  endif()
+endif()
+configure_file(CMake/PellixProvidersSDK.pc.in PellixProvidersSDK.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/PellixProvidersSDK.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+if(PELLIX_BUILD_APPS)
+  file(RELATIVE_PATH libraries_from_bin /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(pellix PROPERTIES INSTALL_RPATH "\$ORIGIN/${libraries_from_bin}")
+  install(TARGETS pellix AnswerService RUNTIME COMPONENT tools)
+endif()
+
+if(PROJECT_IS_TOP_LEVEL)
+  include(CMake/Packages.cmake)
+endif()

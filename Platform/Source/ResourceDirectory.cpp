@@ -1,0 +1,3 @@
+#include "ResourceDirectory.h"
+
+const char* pellixHostResources() { return ""; }

@@ -1,0 +1,85 @@
+#!/usr/bin/env bash
+# Installs the library and builds other people's projects with it, in folders with a blank in their
+# names.
+#
+#   consumers.sh SOURCE BUILD WORK STEP [PROGRAM]
+#
+# The step `install` comes first: it installs what BUILD holds, and moves it. PROGRAM is the source
+# file of the README's program.
+set -euo pipefail
+source_dir=$1 build=$2 work=$3 step=$4 program=${5-}
+prefix="$work/moved here"
+shared="$work/shared here"
+libraries=lib/$(${CC:-cc} -print-multiarch) # of the shared installation
+version=77.7 # what the moved resources say, so that they can be told from all others
+
+fail() { printf '%s\n' "$*" >&2; exit 1; }
+expect() { # WHAT PATTERN TEXT
+  [[ $3 == *$2* ]] || fail "$1: expected \"$2\" in:"$'\n'"$3"
+}
+
+install_moved() { # BUILD PREFIX
+  rm -rf "$work/first place" "$2"
+  cmake --install "$1" --prefix "$work/first place" >/dev/null
+  sed -i "s|<string>1\.0\.0</string>|<string>$version</string>|" \
+    "$work/first place/share/PellixProvidersSDK/Info.plist"
+  mkdir -p "$(dirname "$2")"
+  mv "$work/first place" "$2"
+}
+
+cmake_consumer() { # NAME PREFIX [OPTION...]
+  local name=$1 at=$2
+  shift 2
+  rm -rf "$work/$name build"
+  cmake -S "$source_dir/Tests/Install/$name" -B "$work/$name build" -G Ninja \
+    -DCMAKE_PREFIX_PATH="$at" "$@" >/dev/null
+  cmake --build "$work/$name build" >/dev/null
+}
+
+start_service() {
+  exec {listening}< <(exec "$prefix/bin/answer-service" --quiet --token a-token)
+  trap "kill $!" EXIT
+  read -r -u "$listening" line
+  export PELLIX_ACCOUNT_URL=${line##* } PELLIX_TOKEN=a-token
+}
+
+case $step in
+  install)
+    install_moved "$build" "$prefix"
+    start_service
+    expect "The moved host" "password" "$("$prefix/bin/pellix" ask I forgot my password)"
+    ;;
+  cmake)
+    cmake_consumer Readme "$prefix" -DPROGRAM="$program"
+    start_service
+    expect "The README's program" "password" "$("$work/Readme build/readme" "I forgot my password")"
+    ;;
+  own-parts)
+    for at in "$prefix" "$shared"; do
+      cmake_consumer OwnParts "$at"
+      output=$("$work/OwnParts build/own-parts")
+      expect "The version" "version $version" "$output"
+      expect "The refusal" "error " "$output"
+      expect "The log" "log " "$output"
+    done
+    ;;
+  fetch-content)
+    # Without optimisation, for the time that it takes; shared, so that these are shown to work too.
+    cmake_consumer Fetched "" -DPELLIX_SOURCE="$source_dir" -DPROGRAM="$program" \
+      -DBUILD_SHARED_LIBS=ON -DPELLIX_INSTALL=ON -DCMAKE_INSTALL_LIBDIR="$libraries"
+    install_moved "$work/Fetched build" "$shared"
+    start_service
+    expect "The fetched library" "password" "$("$work/Fetched build/readme" "I forgot my password")"
+    ;;
+  pkg-config)
+    start_service
+    for at in "$shared/$libraries" "$prefix/lib"; do
+      export PKG_CONFIG_PATH="$at/pkgconfig"
+      flags=$(pkg-config --cflags --libs PellixProvidersSDK)
+      # Quoting is pkg-config's: it escapes the blanks of paths.
+      eval "${CC:-cc} -o '$work/ask' '$source_dir/Examples/ask.c' $flags '-Wl,-rpath,$at'"
+      expect "The host in C" "password" "$("$work/ask" "I forgot my password")"
+    done
+    ;;
+  *) fail "Unknown step $step" ;;
+esac
