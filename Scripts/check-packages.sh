@@ -46,7 +46,7 @@ ask "The installed host" pellix ask
 read -ra flags < <(pkg-config --cflags --libs PellixProvidersSDK)
 cc -o "$work/ask" Examples/ask.c "${flags[@]}"
 ask "A host in C" "$work/ask"
-sed -n '/^```cpp$/,/^```$/{/^```/!p}' README.md >"$work/readme.cpp"
+Scripts/extract-code.sh cpp README.md >"$work/readme.cpp"
 cmake -S Tests/Install/Readme -B "$work/readme" -DPROGRAM="$work/readme.cpp" >/dev/null
 cmake --build "$work/readme" >/dev/null
 ask "The README's program" "$work/readme/readme"

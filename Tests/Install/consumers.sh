@@ -2,12 +2,12 @@
 # Installs the library and builds other people's projects with it, in folders with a blank in their
 # names.
 #
-#   consumers.sh SOURCE BUILD WORK STEP [PROGRAM]
+#   consumers.sh SOURCE BUILD WORK STEP PROGRAMS
 #
-# The step `install` comes first: it installs what BUILD holds, and moves it. PROGRAM is the source
-# file of the README's program.
+# The step `install` comes first: it installs what BUILD holds, and moves it. PROGRAMS is the directory
+# of the documentation's programs.
 set -euo pipefail
-source_dir=$1 build=$2 work=$3 step=$4 program=${5-}
+source_dir=$1 build=$2 work=$3 step=$4 programs=$5
 prefix="$work/moved here"
 shared="$work/shared here"
 libraries=lib/$(${CC:-cc} -print-multiarch) # of the shared installation
@@ -50,22 +50,23 @@ case $step in
     expect "The moved host" "password" "$("$prefix/bin/pellix" ask I forgot my password)"
     ;;
   cmake)
-    cmake_consumer Readme "$prefix" -DPROGRAM="$program"
+    cmake_consumer Readme "$prefix" -DPROGRAM="$programs/README.cpp"
     start_service
     expect "The README's program" "password" "$("$work/Readme build/readme" "I forgot my password")"
     ;;
   own-parts)
     for at in "$prefix" "$shared"; do
-      cmake_consumer OwnParts "$at"
+      cmake_consumer OwnParts "$at" -DPROGRAM="$programs/OwnParts.cpp"
       output=$("$work/OwnParts build/own-parts")
       expect "The version" "version $version" "$output"
       expect "The refusal" "error " "$output"
-      expect "The log" "log " "$output"
+      expect "The log" "info: " "$output"
+      expect "The preferred language" '"locale":"pt-BR"' "$output"
     done
     ;;
   fetch-content)
     # Without optimisation, for the time that it takes; shared, so that these are shown to work too.
-    cmake_consumer Fetched "" -DPELLIX_SOURCE="$source_dir" -DPROGRAM="$program" \
+    cmake_consumer Fetched "" -DPELLIX_SOURCE="$source_dir" -DPROGRAM="$programs/README.cpp" \
       -DBUILD_SHARED_LIBS=ON -DPELLIX_INSTALL=ON -DCMAKE_INSTALL_LIBDIR="$libraries"
     install_moved "$work/Fetched build" "$shared"
     start_service
