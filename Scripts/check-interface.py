@@ -1,0 +1,70 @@
+#!/usr/bin/env python3
+"""Checks that the page on the public interface and the headers say the same.
+
+  check-interface.py ROOT [INSTALLED]
+
+ROOT is the project's, INSTALLED the include directory of an installation. Each header is listed once,
+in the section of its library, with all that it exports; what else a row names stands in the header.
+What the headers and the symbols have to do with each other, check-exports.py checks.
+"""
+import importlib.util
+import pathlib
+import re
+import sys
+
+scripts = pathlib.Path(__file__).parent
+spec = importlib.util.spec_from_file_location("exports", scripts / "check-exports.py")
+exports = importlib.util.module_from_spec(spec)
+spec.loader.exec_module(exports)
+
+
+def headers(root):
+    for library, include in {"PellixProvidersSDK": "Include",
+                             **{name: f"{name}/Include" for name in
+                                ("QuorvelCoreSDK", "VeltraneProvidersSDK", "Platform")}}.items():
+        for header in (root / include / library).glob("*.h"):
+            yield f"{library}/{header.name}", header
+
+
+def rows(page):
+    section = ""
+    for line in page.read_text().splitlines():
+        if line.startswith("### "):
+            section = line[4:]
+        elif row := re.match(r"\| `(\w+\.h)` \|(.*)\|$", line):
+            yield f"{section}/{row[1]}", set(re.findall(r"`([\w:]+)`", row[2]))
+
+
+def exported(header):
+    found = exports.Declarations.__new__(exports.Declarations)
+    found.functions, found.classes = set(), set()
+    found.read(exports.bare(header.read_text()))
+    names = {name.split("::", 1)[-1] for name in found.functions | found.classes}
+    classes = {name.split("::", 1)[1] for name in found.classes}
+    return {name for name in names if name in classes or name.rpartition("::")[0] not in classes}
+
+
+def main(root, installed=None):
+    root = pathlib.Path(root)
+    declared = dict(headers(root))
+    listed = list(rows(root / "Docs/PublicInterface.md"))
+    names = [name for name, _ in listed]
+    faults = [f"not listed: {name}" for name in declared if name not in names]
+    faults += [f"listed, but not there or twice: {name}" for name in names
+               if name not in declared or names.count(name) > 1]
+    for name, mentioned in listed:
+        if header := declared.get(name):
+            faults += [f"{name}: does not mention {each}" for each in exported(header) - mentioned]
+            faults += [f"{name}: mentions {each}" for each in mentioned
+                       if not re.search(rf"\b{each.split('::')[-1]}\b", header.read_text())]
+    if installed:
+        there = {str(path.relative_to(installed)) for path in pathlib.Path(installed).rglob("*.h")}
+        kit = {name for name in there if "Testing/" in name}
+        faults += [f"not installed: {name}" for name in declared.keys() - there]
+        faults += [f"installed, but not public: {name}" for name in there - declared.keys() - kit]
+    print("\n".join(sorted(faults)))
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))
