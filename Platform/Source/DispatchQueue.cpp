@@ -75,23 +75,24 @@ void DispatchQueue::run() {
   }
 }
 
-void DispatchQueue::runPending() {
+std::size_t DispatchQueue::runPending() {
   const WakeIfAnyAreLeft wake(*state_);
-  std::size_t count = 0;
+  std::size_t pending = 0;
   {
     const std::lock_guard lock(state_->mutex);
-    count = state_->tasks.size();
+    pending = state_->tasks.size();
   }
-  for (; count > 0; --count) {
+  for (std::size_t count = 0; count < pending; ++count) {
     Task task;
     {
       const std::lock_guard lock(state_->mutex);
-      if (state_->tasks.empty()) return;  // a task ran the queue itself
+      if (state_->tasks.empty()) return count;  // a task ran the queue itself
       task = std::move(state_->tasks.front());
       state_->tasks.pop_front();
     }
     task();
   }
+  return pending;
 }
 
 void DispatchQueue::stop() {

@@ -240,20 +240,14 @@ TEST(Callback, MayLetGoOfTheProvider) {
   }
 }
 
-/// Loses everything that is handed to it.
-class LossyTransport final : public QuorvelCoreSDK::Transport {
-  void send(TransportRequest, Completion) override {}
-  void post(std::function<void()>) override {}
-};
-
 TEST(Callback, IsReleasedWithARequestThatIsLost) {
-  const auto quorvel =
-      Host::makeQuorvel(std::make_shared<LossyTransport>(), std::make_shared<OwnSettings>(enabled));
-  const auto veltrane = Veltrane::initialize(quorvel);
-  veltrane->setLumenoLocaleOverride("fr");
-  Pellix::initialize(quorvel, veltrane);
+  const Host host;
+  host.transport->ignore(std::string(queryPath));
   Outcome outcome;
-  Pellix::instance()->provider()->getDeflectionForQuery("q", outcome.callback());
+  host.ask(outcome);
+  Support::settle(*host.transport);
+  EXPECT_EQ(outcome.text(), "still held, silence");
+  host.transport->drop();
   EXPECT_EQ(outcome.text(), "silence");
 }
 

@@ -1,10 +1,10 @@
 #include "PellixProvidersSDK/Host.h"
 #include "Providers/PellixProviderWiring.h"
+#include "QuorvelCoreSDK/Source/SharedInstance.h"
+#include "VeltraneProvidersSDK/Source/SharedInstance.h"
 
 #include <Platform/Locale.h>
 
-#include <QuorvelCoreSDKTesting/ResetInstance.h>
-#include <VeltraneProvidersSDKTesting/ResetInstance.h>
 #include <gmock/gmock.h>
 
 namespace PellixTests {
@@ -17,14 +17,14 @@ using testing::ElementsAre;
 
 TEST(WithoutACoreInstance, AQueryEndsSilentlyAtTheSettings) {
   Host host;
-  QuorvelCoreSDK::Testing::resetInstance();
+  QuorvelCoreSDK::setSharedInstance(nullptr);
   EXPECT_EQ(host.outcomeOf(), "silence");
   EXPECT_THAT(host.requestedPaths(), ElementsAre(knowledgeSettings));
   EXPECT_THAT(host.newLines(), ElementsAre("debug: UUID for deflection: " + host.UUID));
 }
 
 TEST(WithoutACoreInstance, TheSettingsProviderKeepsSilent) {
-  QuorvelCoreSDK::Testing::resetInstance();
+  QuorvelCoreSDK::setSharedInstance(nullptr);
   auto held = std::make_shared<int>();
   const std::weak_ptr<int> watch = held;
   PellixSettingsProvider::getSettings([held = std::move(held)](const auto&) { FAIL(); });
@@ -34,7 +34,7 @@ TEST(WithoutACoreInstance, TheSettingsProviderKeepsSilent) {
 TEST(WithoutAKnowledgeBaseInstance, AQueryGoesByThePreferredLanguages) {
   const Host host;
   host.veltrane->setLumenoLocaleOverride("fr");
-  VeltraneProvidersSDK::Testing::resetInstance();
+  VeltraneProvidersSDK::setSharedInstance(nullptr);
   Platform::Locale::setPreferredLanguages({{"pt-BR", "en"}});
   EXPECT_EQ(host.outcomeOf(), "response 7");
   EXPECT_THAT(host.transport->requests(queryPath).at(0).body.value(),

@@ -37,15 +37,15 @@ TEST(DispatchQueue, RunsTasksInTheirOrder) {
 TEST(DispatchQueue, RunPendingLeavesWhatItsTasksPost) {
   DispatchQueue queue;
   Log log;
-  queue.runPending();
+  EXPECT_EQ(queue.runPending(), 0U);
   queue.post([&] {
     log.emplace_back("a");
     queue.post([&] { log.emplace_back("c"); });
   });
   queue.post([&] { log.emplace_back("b"); });
-  queue.runPending();
+  EXPECT_EQ(queue.runPending(), 2U);
   EXPECT_EQ(log, (Log{"a", "b"}));
-  queue.runPending();
+  EXPECT_EQ(queue.runPending(), 1U);
   EXPECT_EQ(log, (Log{"a", "b", "c"}));
 }
 
@@ -77,7 +77,7 @@ TEST(DispatchQueue, DestroysATaskBeforeTheNextRuns) {
       isGone = first.expired();
       queue.stop();
     });
-    pending ? queue.runPending() : queue.run();
+    pending ? static_cast<void>(queue.runPending()) : queue.run();
     EXPECT_TRUE(isGone);
   }
 }
@@ -107,7 +107,7 @@ TEST(DispatchQueue, StaysUsableWhenATaskThrows) {
     DispatchQueue queue;
     Log log;
     int woken = 0;
-    const auto run = [&] { pending ? queue.runPending() : queue.run(); };
+    const auto run = [&] { pending ? static_cast<void>(queue.runPending()) : queue.run(); };
     queue.setWakeHook([&] { ++woken; });
     queue.post([&] {
       log.emplace_back("a");

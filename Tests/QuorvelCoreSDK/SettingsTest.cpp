@@ -111,13 +111,13 @@ TEST_F(SettingsTest, MayBeAskedForByThoseWhoGetThem) {
 
 TEST_F(SettingsTest, FallBackOnTheLastGoodOnesElseOnTheDefault) {
   struct Case {
-    int status;  // 0: nothing answers
+    int status;  // 0: the connection is reset
     std::string body;
     std::string why;
     bool replacesTheGoodOnes = false;
   };
   const Case cases[] = {
-      {0, "", "could not be reached"},
+      {0, "", "connection was lost"},
       {500, red, "status 500 Internal Server Error"},
       {404, red, "status 404 Not Found"},
       {304, "", "status 304 Not Modified"},
@@ -137,15 +137,8 @@ TEST_F(SettingsTest, FallBackOnTheLastGoodOnesElseOnTheDefault) {
         ask();
         EXPECT_THAT(settled(), ElementsAre("red"));
       }
-      transport_->answer(std::string(ServicePaths::accountSettings),
-                         [&](const TransportRequest& request) -> TransportReply {
-                           if (status == 0)
-                             return {.error = makeCoreError(CoreErrorCode::cannotConnect)};
-                           return {
-                               .data = body,
-                               .response = std::make_shared<const Platform::HTTPURLResponse>(
-                                   request.url, status, Platform::HTTPURLResponse::HeaderFields{})};
-                         });
+      answer(status, body);
+      if (status == 0) transport_->fail(std::string(ServicePaths::accountSettings));
       const auto linesBefore = log_.lines().size();
       ask();
       const bool isGood = hadGoodOnes && !replacesTheGoodOnes;

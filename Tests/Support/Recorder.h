@@ -1,6 +1,5 @@
 #pragma once
 
-#include <Platform/DispatchQueue.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
@@ -43,15 +42,8 @@ class LogRecorder {
   std::shared_ptr<Lines> lines_ = std::make_shared<Lines>();
 };
 
-/// Lets a scripted transport and the main queue run, in turns, until neither has anything left.
 inline void settle(QuorvelCoreSDK::Testing::ScriptedTransport& transport) {
-  bool posted = false;
-  do {
-    transport.run();
-    posted = false;
-    Platform::DispatchQueue::main().post([&posted] { posted = true; });
-    Platform::DispatchQueue::main().runPending();
-  } while (transport.run() > 0 || !posted);
+  transport.settle();
 }
 
 }  // namespace Support

@@ -1,11 +1,10 @@
 #include "Support/Recorder.h"
 
+#include <Platform/DispatchQueue.h>
 #include <QuorvelCoreSDK/ServicePaths.h>
 #include <VeltraneProvidersSDK/VeltraneProvidersSDK.h>
 
-#include <QuorvelCoreSDKTesting/ResetInstance.h>
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
-#include <VeltraneProvidersSDKTesting/ResetInstance.h>
 #include <gmock/gmock.h>
 
 namespace VeltraneProvidersSDK {
@@ -19,12 +18,16 @@ using testing::IsEmpty;
 
 class KnowledgeBaseTest : public testing::Test {
  protected:
-  /// With a fresh core instance, and this library's over it.
-  void setUp() {
+  void setUpCore() {
     transport_ = std::make_shared<QuorvelCoreSDK::Testing::ScriptedTransport>();
     quorvel_ = Quorvel::initialize({"https://account.example/base/", "application", "client"},
                                    {.token = [] { return "s3cret"; }, .transport = transport_})
                    .value();
+  }
+
+  /// With a fresh core instance, and this library's over it.
+  void setUp() {
+    setUpCore();
     Veltrane::initialize(quorvel_);
   }
 
@@ -115,8 +118,7 @@ TEST_F(KnowledgeBaseTest, AnswersWithoutInstances) {
   Platform::DispatchQueue::main().runPending();
   EXPECT_THAT(settled(), ElementsAre("none", notSetUp));
 
-  setUp();
-  Testing::resetInstance();
+  setUpCore();
   EXPECT_EQ(Veltrane::instance(), nullptr);
   ask();
   vote("1");

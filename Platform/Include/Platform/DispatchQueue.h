@@ -2,6 +2,7 @@
 
 #include <Platform/Export.h>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 
@@ -39,9 +40,9 @@ class PELLIX_EXPORT DispatchQueue {
   /// Runs tasks as they come until `stop` is called. If any are left then, the wake hook is called.
   void run();
 
-  /// Runs the tasks that wait now, not those that they post. If any are left at the end, the wake
-  /// hook is called again.
-  void runPending();
+  /// Runs the tasks that wait now, not those that they post, and says how many it ran. If any are
+  /// left at the end, the wake hook is called again.
+  std::size_t runPending();
 
   /// Makes `run` return after the task that it is running, or, if nothing runs the queue, makes the
   /// next `run` return at once. Tasks that wait stay.

@@ -1,4 +1,4 @@
-#include <QuorvelCoreSDK/CoreError.h>
+#include <Platform/DispatchQueue.h>
 
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
 
@@ -7,42 +7,65 @@
 namespace QuorvelCoreSDK::Testing {
 namespace {
 
-TransportReply refuse(const TransportRequest&) {
-  return {.error = makeCoreError(CoreErrorCode::cannotConnect, "no answer is scripted")};
+constexpr auto never = ScriptedTransport::Duration::max();
+
+ScriptedTransport::Answer failure(CoreErrorCode code, std::string_view detail) {
+  return [error = makeCoreError(code, detail)](const TransportRequest&) {
+    return TransportReply{.error = error};
+  };
 }
 
 }  // namespace
 
-void ScriptedTransport::answer(std::string path, Answer answer) {
+void ScriptedTransport::answer(std::string path, Answer answer, Duration after) {
   const std::lock_guard lock(mutex_);
-  answers_.insert_or_assign(std::move(path), std::move(answer));
+  scripts_.insert_or_assign(std::move(path), Script{std::move(answer), after});
 }
 
-void ScriptedTransport::answer(std::string path, int status, std::string body) {
-  answer(std::move(path), [status, body = std::move(body)](const TransportRequest& request) {
+void ScriptedTransport::answer(std::string path, int status, std::string body, Duration after) {
+  const auto reply = [status, body = std::move(body)](const TransportRequest& request) {
     return TransportReply{
         .data = body,
         .response = std::make_shared<const Platform::HTTPURLResponse>(
             request.url, status,
             Platform::HTTPURLResponse::HeaderFields{{"Content-Type", "application/json"}})};
-  });
+  };
+  answer(std::move(path), reply, after);
+}
+
+void ScriptedTransport::fail(std::string path, CoreErrorCode code, Duration after) {
+  answer(std::move(path), failure(code, "as scripted"), after);
 }
 
 void ScriptedTransport::ignore(std::string path) {
-  answer(std::move(path), Answer());
+  answer(std::move(path), Answer(), never);
 }
 
 std::size_t ScriptedTransport::run() {
-  for (std::size_t count = 0;;) {
-    std::vector<std::function<void()>> steps;
-    {
-      const std::lock_guard lock(mutex_);
-      std::swap(steps, waiting_);
-    }
-    if (steps.empty()) return count;
-    for (auto& step : steps) std::exchange(step, nullptr)();
-    count += steps.size();
+  std::size_t count = 0;
+  while (const auto step = takeDue()) {
+    step.mapped()();
+    ++count;
   }
+  return count;
+}
+
+std::size_t ScriptedTransport::advance(Duration time) {
+  const auto end = now() + time;
+  auto count = run();
+  while (skipTo(end)) count += run();
+  return count;
+}
+
+void ScriptedTransport::settle() {
+  while (run() + Platform::DispatchQueue::main().runPending() > 0) {
+  }
+}
+
+void ScriptedTransport::drop() {
+  Steps dropped;  // goes after the lock does
+  const std::lock_guard lock(mutex_);
+  std::swap(dropped, waiting_);
 }
 
 std::vector<TransportRequest> ScriptedTransport::requests(std::string_view path) const {
@@ -57,29 +80,46 @@ std::vector<TransportRequest> ScriptedTransport::requests(std::string_view path)
 void ScriptedTransport::send(TransportRequest request, Completion completion) {
   const std::lock_guard lock(mutex_);
   requests_.push_back(request);
-  const Answer* scripted = find(request.url);
-  if (scripted && !*scripted) {
-    ignored_.push_back(std::move(completion));
-    return;
-  }
-  waiting_.push_back([answer = scripted ? *scripted : Answer(refuse), request = std::move(request),
-                      completion = std::move(completion)] { completion(answer(request)); });
+  auto script = find(request.url);
+  waiting_.emplace(script.after == never ? never : now_ + script.after,
+                   [answer = std::move(script.answer), request = std::move(request),
+                    completion = std::move(completion)] { completion(answer(request)); });
 }
 
 void ScriptedTransport::post(std::function<void()> task) {
   const std::lock_guard lock(mutex_);
-  waiting_.push_back(std::move(task));
+  waiting_.emplace(now_, std::move(task));
 }
 
-const ScriptedTransport::Answer* ScriptedTransport::find(std::string_view url) const {
-  const Answer* found = nullptr;
-  std::size_t longest = 0;
-  for (const auto& [path, answer] : answers_) {
-    if (!url.ends_with(path) || (found && path.size() <= longest)) continue;
-    found = &answer;
-    longest = path.size();
+ScriptedTransport::Script ScriptedTransport::find(std::string_view url) const {
+  const std::pair<const std::string, Script>* found = nullptr;
+  for (const auto& script : scripts_) {
+    if (!url.ends_with(script.first)) continue;
+    if (!found || found->first.size() < script.first.size()) found = &script;
   }
-  return found;
+  return found ? found->second
+               : Script{failure(CoreErrorCode::cannotConnect, "no answer is scripted"), {}};
+}
+
+ScriptedTransport::Steps::node_type ScriptedTransport::takeDue() {
+  const std::lock_guard lock(mutex_);
+  const auto first = waiting_.begin();
+  if (first == waiting_.end() || now_ < first->first) return {};
+  return waiting_.extract(first);
+}
+
+ScriptedTransport::Duration ScriptedTransport::now() const {
+  const std::lock_guard lock(mutex_);
+  return now_;
+}
+
+/// Lets time pass until the next answer is due, or until `time` if none is; whether one is.
+bool ScriptedTransport::skipTo(Duration time) {
+  const std::lock_guard lock(mutex_);
+  const auto next = waiting_.empty() ? never : waiting_.begin()->first;
+  const bool isDue = next != never && next <= time;
+  now_ = isDue ? next : time;
+  return isDue;
 }
 
 }  // namespace QuorvelCoreSDK::Testing
