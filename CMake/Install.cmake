@@ -15,10 +15,15 @@ install(
   EXPORT PellixProvidersSDK
   LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
   ARCHIVE COMPONENT development)
+# The testing kit: static libraries, whatever the others are.
+target_include_directories(PellixTesting PUBLIC $<INSTALL_INTERFACE:${include_dir}>)
+target_include_directories(QuorvelCoreSDKTesting PUBLIC $<INSTALL_INTERFACE:${include_dir}>)
+install(TARGETS PellixTesting QuorvelCoreSDKTesting EXPORT PellixProvidersSDK
+        ARCHIVE COMPONENT development)
 install(FILES Source/Resources/Endpoints.plist Source/Resources/Info.plist
         DESTINATION ${resource_dir} COMPONENT runtime)
 
-foreach(tree . Platform QuorvelCoreSDK VeltraneProvidersSDK)
+foreach(tree . Platform QuorvelCoreSDK VeltraneProvidersSDK Testing QuorvelCoreSDK/Testing)
   install(DIRECTORY ${tree}/Include/ DESTINATION ${include_dir} COMPONENT development)
 endforeach()
 

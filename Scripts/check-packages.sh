@@ -46,10 +46,12 @@ ask "The installed host" pellix ask
 read -ra flags < <(pkg-config --cflags --libs PellixProvidersSDK)
 cc -o "$work/ask" Examples/ask.c "${flags[@]}"
 ask "A host in C" "$work/ask"
-Scripts/extract-code.sh cpp README.md >"$work/readme.cpp"
-cmake -S Tests/Install/Readme -B "$work/readme" -DPROGRAM="$work/readme.cpp" >/dev/null
-cmake --build "$work/readme" >/dev/null
-ask "The README's program" "$work/readme/readme"
+mkdir "$work/readme"
+Scripts/extract-code.sh cmake README.md >"$work/readme/CMakeLists.txt"
+Scripts/extract-code.sh cpp README.md >"$work/readme/ask.cpp"
+cmake -S "$work/readme" -B "$work/readme/build" >/dev/null
+cmake --build "$work/readme/build" >/dev/null
+ask "The README's program" "$work/readme/build/ask"
 
 say "Purging"
 mapfile -t files < <(dpkg -L "${names[@]}" | grep -i pellix)

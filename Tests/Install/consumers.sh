@@ -27,12 +27,12 @@ install_moved() { # BUILD PREFIX
   mv "$work/first place" "$2"
 }
 
-cmake_consumer() { # NAME PREFIX [OPTION...]
-  local name=$1 at=$2
-  shift 2
+cmake_consumer() { # DIRECTORY PREFIX [OPTION...]
+  local name at=$2
+  name=$(basename "$1")
   rm -rf "$work/$name build"
-  cmake -S "$source_dir/Tests/Install/$name" -B "$work/$name build" -G Ninja \
-    -DCMAKE_PREFIX_PATH="$at" "$@" >/dev/null
+  cmake -S "$source_dir/$1" -B "$work/$name build" -G Ninja \
+    -DCMAKE_PREFIX_PATH="$at" "${@:3}" >/dev/null
   cmake --build "$work/$name build" >/dev/null
 }
 
@@ -46,17 +46,23 @@ start_service() {
 case $step in
   install)
     install_moved "$build" "$prefix"
+    "$source_dir/Scripts/check-interface.py" "$source_dir" "$prefix/include/pellix"
     start_service
     expect "The moved host" "password" "$("$prefix/bin/pellix" ask I forgot my password)"
     ;;
   cmake)
-    cmake_consumer Readme "$prefix" -DPROGRAM="$programs/README.cpp"
+    rm -rf "$work/readme"
+    mkdir "$work/readme"
+    "$source_dir/Scripts/extract-code.sh" cmake "$source_dir/README.md" >"$work/readme/CMakeLists.txt"
+    "$source_dir/Scripts/extract-code.sh" cpp "$source_dir/README.md" >"$work/readme/ask.cpp"
+    cmake -S "$work/readme" -B "$work/readme/build" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+    cmake --build "$work/readme/build" >/dev/null
     start_service
-    expect "The README's program" "password" "$("$work/Readme build/readme" "I forgot my password")"
+    expect "The README's program" "password" "$("$work/readme/build/ask" "I forgot my password")"
     ;;
   own-parts)
     for at in "$prefix" "$shared"; do
-      cmake_consumer OwnParts "$at" -DPROGRAM="$programs/OwnParts.cpp"
+      cmake_consumer Tests/Install/OwnParts "$at" -DPROGRAM="$programs/OwnParts.cpp"
       output=$("$work/OwnParts build/own-parts")
       expect "The version" "version $version" "$output"
       expect "The refusal" "error " "$output"
@@ -66,11 +72,15 @@ case $step in
     ;;
   fetch-content)
     # Without optimisation, for the time that it takes; shared, so that these are shown to work too.
-    cmake_consumer Fetched "" -DPELLIX_SOURCE="$source_dir" -DPROGRAM="$programs/README.cpp" \
+    cmake_consumer Tests/Install/Fetched "" -DPELLIX_SOURCE="$source_dir" -DPROGRAM="$programs/README.cpp" \
       -DBUILD_SHARED_LIBS=ON -DPELLIX_INSTALL=ON -DCMAKE_INSTALL_LIBDIR="$libraries"
     install_moved "$work/Fetched build" "$shared"
     start_service
     expect "The fetched library" "password" "$("$work/Fetched build/readme" "I forgot my password")"
+    ;;
+  host-test)
+    cmake_consumer Examples/host-test "$prefix"
+    "$work/host-test build/host-test" >/dev/null || fail "The host's tests fail."
     ;;
   pkg-config)
     start_service
