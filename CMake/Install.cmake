@@ -64,6 +64,11 @@ if(PELLIX_BUILD_APPS)
   file(RELATIVE_PATH libraries_from_bin /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
   set_target_properties(pellix PROPERTIES INSTALL_RPATH "\$ORIGIN/${libraries_from_bin}")
   install(TARGETS pellix AnswerService RUNTIME COMPONENT tools)
+  install(FILES Apps/pellix/pellix.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+  install(FILES Apps/pellix/Completion/pellix.bash RENAME pellix COMPONENT tools
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES Apps/pellix/Completion/_pellix COMPONENT tools
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
 endif()
 
 if(PROJECT_IS_TOP_LEVEL)

@@ -23,6 +23,8 @@ struct Options {
   /// Relative to the moment the Service is made; an "until" in the past makes an expired one.
   std::chrono::seconds certificateValidFrom = -std::chrono::hours(1);
   std::chrono::seconds certificateValidUntil = std::chrono::hours(24 * 30);
+  /// The hosts it is for, as a subject alternative name is written.
+  std::string certificateNames = "DNS:localhost,IP:127.0.0.1,IP:::1";
 
   /// One line for each request, without a newline and never with a token. Called on the threads
   /// that serve requests; calls may overlap. Released with the Service.

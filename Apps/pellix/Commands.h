@@ -11,6 +11,9 @@ using PellixProvidersSDK::RejectionReason;
 /// Asks the question, shows the answer and, on a terminal, offers to go on from there.
 [[nodiscard]] ExitCode ask(const Pellix& pellix, const Options& options);
 
+/// Checks all that a query takes, without anything set up, and says what stands in the way.
+[[nodiscard]] ExitCode doctor(const Options& options);
+
 /// Says whether the feature is enabled.
 [[nodiscard]] ExitCode settings();
 

@@ -27,6 +27,19 @@ void interrupt(int) {
   errno = before;
 }
 
+/// Returns when there is input or an interrupt. The signal is let in only while this waits, or one
+/// that comes just before would be noticed only with the next line.
+void waitForInput() {
+  sigset_t interrupts;
+  sigset_t before;
+  sigemptyset(&interrupts);
+  sigaddset(&interrupts, SIGINT);
+  pthread_sigmask(SIG_BLOCK, &interrupts, &before);
+  pollfd source{STDIN_FILENO, POLLIN, 0};
+  if (!isInterrupted) ::ppoll(&source, 1, nullptr, &before);
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
 }  // namespace
 
 EventLoop& EventLoop::shared() {
@@ -80,9 +93,10 @@ void EventLoop::wake() const {
 std::optional<std::string> EventLoop::readLine() const {
   std::string line;
   while (true) {
+    waitForInput();
+    if (isInterrupted) throw Interrupted{};
     char c = 0;
     const auto count = ::read(STDIN_FILENO, &c, 1);
-    if (isInterrupted) throw Interrupted{};
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) return line.empty() ? std::nullopt : std::optional(line);
     if (c == '\n') return line;

@@ -57,12 +57,17 @@ constexpr auto advices = std::to_array<Advice>({
 
 }  // namespace
 
-ExitCode reportFailure(const Platform::Error& error) {
-  fmt::print(stderr, "pellix: {}\n", error.description());
+std::string_view adviceFor(const Platform::Error& error) {
   const auto advice = std::ranges::find_if(advices, [&](const Advice& row) {
     return row.domain == error.domain() && row.code == error.code();
   });
-  if (advice != advices.end()) fmt::print(stderr, "{}\n", advice->text);
+  return advice == advices.end() ? std::string_view() : advice->text;
+}
+
+ExitCode reportFailure(const Platform::Error& error) {
+  fmt::print(stderr, "pellix: {}\n", error.description());
+  const auto advice = adviceFor(error);
+  if (!advice.empty()) fmt::print(stderr, "{}\n", advice);
   return error.domain() == PellixProvidersSDK::PellixDisabledErrorDomain ? ExitCode::disabled
                                                                          : ExitCode::failed;
 }

@@ -4,7 +4,12 @@
 
 #include <Platform/Error.h>
 
+#include <string_view>
+
 namespace PellixApp {
+
+/// What to do about an error; empty if there is nothing to say.
+[[nodiscard]] std::string_view adviceFor(const Platform::Error& error);
 
 /// Says on standard error what went wrong and what to do about it; the code to end with.
 [[nodiscard]] ExitCode reportFailure(const Platform::Error& error);

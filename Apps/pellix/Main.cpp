@@ -2,6 +2,8 @@
 #include "Failure.h"
 #include "Options.h"
 
+#include <Platform/Bundle.h>
+
 #include <fmt/core.h>
 
 #include <utility>
@@ -21,11 +23,15 @@ ExitCode run(int argc, char** argv) {
   std::expected<Interaction, std::string> interaction;
   if (isReport(options->command)) interaction = readInteraction(*options);
   if (!interaction) return refuse(interaction.error());
+  if (!options->resources.empty()) Platform::Bundle::setResourceDirectory(options->resources);
+  if (options->command == Command::doctor) return doctor(*options);
   const auto pellix = setUp(*options);
   if (!pellix) return reportFailure(pellix.error());
   switch (options->command) {
     case Command::ask:
       return ask(**pellix, *options);
+    case Command::doctor:
+      break;
     case Command::settings:
       return settings();
     case Command::resolve:

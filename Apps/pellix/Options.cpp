@@ -17,7 +17,7 @@ The bearer token is read from the environment variable PELLIX_TOKEN, or from the
 
 Exit codes:
   0  answered
-  1  the operation failed; the error is on standard error
+  1  the operation failed, and the error is on standard error; or doctor found a problem
   2  the command line is wrong
   3  the feature is disabled for the account
   4  the operation ended without an answer
@@ -25,6 +25,7 @@ Exit codes:
 
 Example:
   export PELLIX_ACCOUNT_URL=https://example.com PELLIX_TOKEN=...
+  pellix doctor
   pellix ask "How do I change my password?"
   pellix ask --json "How do I change my password?" > answer.json
   pellix resolve --interaction answer.json --article 1
@@ -85,11 +86,17 @@ std::expected<Options, ExitCode> readOptions(int argc, char** argv) {
   app.add_option("--token-file", tokenFile, "A file that holds the bearer token");
   app.add_option("--certificate-authorities", options.certificateAuthorities,
                  "A file of trusted certificates (PEM), in place of the system's");
+  app.add_option("--resources", options.resources,
+                 "The directory of the library's resources, in place of the installed one")
+      ->check(CLI::ExistingDirectory);
   app.add_flag("--verbose", options.verbose, "Show the library's log on standard error");
 
   auto* const ask = app.add_subcommand("ask", "List articles that may answer a question");
   ask->add_option("QUESTION", words, "The question; its words may be given one by one")->required();
   ask->add_flag("--json", options.json, "Write the answer service's reply as JSON instead");
+  auto* const doctor =
+      app.add_subcommand("doctor", "Check all that a question takes, and say what to do");
+  doctor->add_flag("--json", options.json, "Write what was found as JSON instead");
   auto* const settings =
       app.add_subcommand("settings", "Say whether the feature is enabled for the account");
   auto* const resolve =
@@ -110,13 +117,14 @@ std::expected<Options, ExitCode> readOptions(int argc, char** argv) {
   options.command = settings->parsed()  ? Command::settings
                     : resolve->parsed() ? Command::resolve
                     : reject->parsed()  ? Command::reject
+                    : doctor->parsed()  ? Command::doctor
                                         : Command::ask;
   if (const auto known = PellixProvidersSDK::makeRejectionReason(reason)) {
     options.reason = *known;
   } else {
     return std::unexpected(refuse("The reason is 0, 1 or 2."));
   }
-  if (options.accountUrl.empty()) {
+  if (options.accountUrl.empty() && options.command != Command::doctor) {
     return std::unexpected(
         refuse("The account's address is missing: set PELLIX_ACCOUNT_URL or give --account-url."));
   }

@@ -12,7 +12,7 @@
 
 namespace PellixApp {
 
-enum class Command { ask, settings, resolve, reject };
+enum class Command { ask, settings, resolve, reject, doctor };
 
 /// What the command line and the environment ask for.
 struct Options {
@@ -24,6 +24,7 @@ struct Options {
   std::optional<std::string> locale;
   std::optional<std::string> token;
   std::filesystem::path certificateAuthorities;
+  std::filesystem::path resources;  // empty: where the library finds them
   bool verbose = false;
 
   std::string question;

@@ -56,7 +56,8 @@ class Service::Implementation {
         store_(database_),
         handlers_(options_.applicationId, options_.defaultLocale, articles_, store_) {
     if (options_.tls) {
-      certificate_.emplace(options_.certificateValidFrom, options_.certificateValidUntil);
+      certificate_.emplace(options_.certificateValidFrom, options_.certificateValidUntil,
+                           options_.certificateNames);
     }
     counts_[std::string(kRecordEndpoint)] = 0;
     for (const Endpoint& endpoint : endpoints()) counts_[std::string(endpoint.name)] = 0;

@@ -23,7 +23,6 @@ constexpr Extension kExtensions[] = {
     {.id = NID_key_usage, .value = "critical,digitalSignature,keyCertSign"},
     {.id = NID_ext_key_usage, .value = "serverAuth"},
     {.id = NID_subject_key_identifier, .value = "hash"},
-    {.id = NID_subject_alt_name, .value = "DNS:localhost,IP:127.0.0.1,IP:::1"},
 };
 
 void require(bool succeeded) {
@@ -54,7 +53,8 @@ void setRandomSerialNumber(X509* certificate) {
 
 }  // namespace
 
-Certificate::Certificate(std::chrono::seconds validFrom, std::chrono::seconds validUntil)
+Certificate::Certificate(std::chrono::seconds validFrom, std::chrono::seconds validUntil,
+                         const std::string& names)
     : key_(EVP_EC_gen("P-256"), &EVP_PKEY_free), certificate_(X509_new(), &X509_free) {
   X509* const certificate = certificate_.get();
   require(key_ && certificate && X509_set_version(certificate, kX509Version3) == 1);
@@ -64,6 +64,7 @@ Certificate::Certificate(std::chrono::seconds validFrom, std::chrono::seconds va
   nameAfter(certificate, "AnswerService on loopback");
   require(X509_set_pubkey(certificate, key_.get()) == 1);
   for (const Extension& extension : kExtensions) addExtension(certificate, extension);
+  addExtension(certificate, {.id = NID_subject_alt_name, .value = names.c_str()});
   require(X509_sign(certificate, key_.get(), EVP_sha256()) > 0);
 }
 

@@ -9,11 +9,12 @@
 
 namespace AnswerService {
 
-/// A key made for this run, with a certificate for localhost, 127.0.0.1 and ::1 signed by it.
+/// A key made for this run, with a certificate signed by it.
 class Certificate {
  public:
-  /// Both ends of the validity count from now.
-  Certificate(std::chrono::seconds validFrom, std::chrono::seconds validUntil);
+  /// Both ends of the validity count from now; `names` is a subject alternative name.
+  Certificate(std::chrono::seconds validFrom, std::chrono::seconds validUntil,
+              const std::string& names);
 
   [[nodiscard]] std::string pem() const;
   [[nodiscard]] EVP_PKEY* key() const { return key_.get(); }

@@ -1,0 +1,54 @@
+# Completes the command line of pellix in bash. Source this, or put it where bash-completion looks.
+
+_pellix() {
+  local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+  local commands='ask doctor settings resolve reject'
+  local options='--account-url --application-id --client-id --locale --token-file
+    --certificate-authorities --resources --verbose --help'
+  local reports='--interaction --article --article-id'
+  COMPREPLY=()
+
+  # What the option before this word takes.
+  case $previous in
+    --token-file | --certificate-authorities | --interaction)
+      compopt -o filenames 2>/dev/null
+      mapfile -t COMPREPLY < <(compgen -f -- "$word")
+      return
+      ;;
+    --resources)
+      compopt -o filenames 2>/dev/null
+      mapfile -t COMPREPLY < <(compgen -d -- "$word")
+      return
+      ;;
+    --reason)
+      mapfile -t COMPREPLY < <(compgen -W '0 1 2' -- "$word")
+      return
+      ;;
+    --account-url | --application-id | --client-id | --locale | --article | --article-id) return ;;
+  esac
+
+  # The command, past options and what they take.
+  local command='' at
+  for ((at = 1; at < COMP_CWORD; ++at)); do
+    case ${COMP_WORDS[at]} in
+      --verbose | --json) ;;
+      --*) ((++at)) ;;
+      *)
+        command=${COMP_WORDS[at]}
+        break
+        ;;
+    esac
+  done
+
+  local offered
+  case $command in
+    '') offered="$commands $options --version" ;;
+    ask | doctor) offered="$options --json" ;;
+    resolve) offered="$options $reports" ;;
+    reject) offered="$options $reports --reason" ;;
+    *) offered=$options ;;
+  esac
+  mapfile -t COMPREPLY < <(compgen -W "$offered" -- "$word")
+}
+
+complete -F _pellix pellix

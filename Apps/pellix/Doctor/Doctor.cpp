@@ -1,0 +1,74 @@
+#include "Commands.h"
+#include "Doctor/Checks.h"
+#include "Terminal.h"
+
+#include <Platform/JSONEncoder.h>
+#include <QuorvelCoreSDK/CoreLogger.h>
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <array>
+
+namespace PellixApp {
+namespace {
+
+struct Check {
+  const char* name;
+  Finding (*run)(Patient& patient);
+};
+
+/// Each builds on those before it.
+constexpr auto checks = std::to_array<Check>({
+    {"resources", checkResources},
+    {"endpoint-table", checkEndpointTable},
+    {"library-version", checkLibraryVersion},
+    {"account-address", checkAccountAddress},
+    {"name-resolution", checkNameResolution},
+    {"connection", checkConnection},
+    {"tls", checkTLS},
+    {"token", checkToken},
+    {"query", checkQuery},
+    {"settings", checkSettings},
+    {"feature", checkFeature},
+    {"knowledge-base", checkKnowledgeBase},
+    {"query-locale", checkQueryLocale},
+});
+
+struct Report {
+  bool healthy = false;
+  std::vector<Finding> checks;
+
+  void encode(Platform::Encoder& encoder) const {
+    constexpr std::tuple keys{Platform::Key{"healthy", &Report::healthy},
+                              Platform::Key{"checks", &Report::checks}};
+    encoder.encode(*this, keys);
+  }
+};
+
+void writeLines(const Finding& finding) {
+  const auto status = fmt::format("{:9}", finding.status);
+  fmt::print("{}{:18}{}\n", finding.isProblem() ? Terminal::look().bold(status) : status,
+             finding.check, finding.found);
+  if (finding.isProblem()) fmt::print("{:9}{:18}{}\n", "", "  remedy", *finding.remedy);
+}
+
+}  // namespace
+
+ExitCode doctor(const Options& options) {
+  using namespace QuorvelCoreSDK;
+  // What the library would warn of is told by the checks.
+  CoreLogger::setLevel(options.verbose ? LogLevel::debug : LogLevel::off);
+  Patient patient{.options = options};
+  Report report;
+  for (const auto& check : checks) {
+    auto& finding = report.checks.emplace_back(check.run(patient));
+    finding.check = check.name;
+    if (!options.json) writeLines(finding);
+  }
+  report.healthy = std::ranges::none_of(report.checks, &Finding::isProblem);
+  if (options.json) fmt::print("{}\n", Platform::JSONEncoder().encode(report).value());
+  return report.healthy ? ExitCode::answered : ExitCode::failed;
+}
+
+}  // namespace PellixApp

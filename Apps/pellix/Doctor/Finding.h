@@ -1,0 +1,29 @@
+#pragma once
+
+#include <Platform/Encoder.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace PellixApp {
+
+/// What a check came to, in texts of one line.
+struct Finding {
+  std::string check;
+  std::string status;                 ///< "ok", "problem" or "skipped"
+  std::string found;                  ///< For a skipped check, why it was.
+  std::optional<std::string> remedy;  ///< For a problem.
+
+  [[nodiscard]] bool isProblem() const { return remedy.has_value(); }
+  void encode(Platform::Encoder& encoder) const;
+};
+
+[[nodiscard]] Finding ok(std::string_view found);
+[[nodiscard]] Finding skipped(std::string_view why);
+[[nodiscard]] Finding problem(std::string_view found, std::string_view remedy);
+
+/// The text as one line of UTF-8 without control characters.
+[[nodiscard]] std::string oneLine(std::string_view text);
+
+}  // namespace PellixApp

@@ -1,0 +1,119 @@
+#include "Doctor/Visit.h"
+
+#include "Doctor/Probe.h"
+#include "Host.h"
+
+#include <QuorvelCoreSDK/QuorvelCoreSDK.h>
+#include <VeltraneProvidersSDK/VeltraneProvidersSDK.h>
+
+namespace PellixApp {
+namespace {
+
+namespace ServicePaths = QuorvelCoreSDK::ServicePaths;
+using PellixProvidersSDK::DeflectionResponse;
+using PellixProvidersSDK::Pellix;
+using QuorvelCoreSDK::ProviderService;
+using QuorvelCoreSDK::Quorvel;
+using QuorvelCoreSDK::TransportReply;
+using QuorvelCoreSDK::TransportRequest;
+
+constexpr const char* question = "Can pellix doctor ask a question?";
+
+class Headers final : public QuorvelCoreSDK::ClientHeaders {
+  [[nodiscard]] std::string client() const override { return "Pellix"; }
+  [[nodiscard]] std::string version() const override { return PELLIX_VERSION; }
+  [[nodiscard]] std::map<std::string, std::string> aditionalHeaders() const override { return {}; }
+};
+
+TransportReply perform(const TransportRequest& request, const Account& account, bool needsToken) {
+  static_cast<void>(EventLoop::shared());  // before anything can wake it
+  const ProviderService service({.environment = account->accountDetails(),
+                                 .urlComponent = Platform::URL::parse(request.url).value(),
+                                 .requiresAuth = needsToken,
+                                 .httpMethod = request.method,
+                                 .clientHeaders = std::make_shared<const Headers>(),
+                                 .body = request.body});
+  const auto reply = await<TransportReply>([&service](const auto& callback) {
+    service.perform([callback](auto data, const auto& response, auto error) {
+      callback({.data = std::move(data), .response = response, .error = std::move(error)});
+    });
+  });
+  return reply.value_or(TransportReply());
+}
+
+TransportReply fetch(std::string_view path, const Account& account) {
+  const TransportRequest request{.url = account->accountDetails().accountUrl() + std::string(path)};
+  return perform(request, account, false);
+}
+
+/// Answers the library with what a visit brought, and with an enabled feature in any case, so that
+/// it makes its query; and keeps that.
+class CapturingTransport final : public QuorvelCoreSDK::Transport {
+ public:
+  CapturingTransport(Account account, TransportReply knowledgeSettings)
+      : account_(std::move(account)), knowledgeSettings_(std::move(knowledgeSettings)) {}
+
+  void send(TransportRequest request, Completion completion) override {
+    TransportReply reply{.error = makeCoreError(QuorvelCoreSDK::CoreErrorCode::transportFailed)};
+    if (request.url.ends_with(ServicePaths::accountSettings)) {
+      using Response = Platform::HTTPURLResponse;
+      reply = {
+          .data = R"({"pellix":{"enabled":true}})",
+          .response = std::make_shared<const Response>(request.url, 200, Response::HeaderFields())};
+    } else if (request.url.ends_with(ServicePaths::knowledgeSettings)) {
+      reply = knowledgeSettings_;
+    } else {
+      query = std::move(request);
+    }
+    post([completion = std::move(completion), reply = std::move(reply)] { completion(reply); });
+  }
+  void post(std::function<void()> task) override { account_->post(std::move(task)); }
+
+  std::optional<TransportRequest> query;
+
+ private:
+  const Account account_;
+  const TransportReply knowledgeSettings_;
+};
+
+}  // namespace
+
+std::expected<Account, Platform::Error> accountFor(const Options& options) {
+  QuorvelCoreSDK::Configuration configuration;
+  configuration.token = [token = options.token] { return token; };
+  configuration.network.certificateAuthorities = options.certificateAuthorities;
+  configuration.network.connectLimit = longestConnecting;
+  configuration.network.limit = std::chrono::seconds(8);
+  return Quorvel::initialize({options.accountUrl, options.applicationId, options.clientId},
+                             std::move(configuration));
+}
+
+Visit visit(const Account& account) {
+  return {.settings = fetch(ServicePaths::accountSettings, account),
+          .knowledgeSettings = fetch(ServicePaths::knowledgeSettings, account)};
+}
+
+std::optional<TransportRequest> queryAfter(const Visit& visit, const Account& account,
+                                           const Options& options) {
+  const auto transport = std::make_shared<CapturingTransport>(account, visit.knowledgeSettings);
+  QuorvelCoreSDK::Configuration configuration;
+  configuration.token = [] { return "none"; };  // without one, the library makes no query
+  configuration.transport = transport;
+  const auto quorvel = Quorvel::initialize(account->accountDetails(), configuration).value();
+  const auto veltrane = VeltraneProvidersSDK::Veltrane::initialize(quorvel);
+  veltrane->setLumenoLocaleOverride(options.locale);
+  Pellix::initialize(quorvel, veltrane);
+
+  using Answer = PellixProvidersSDK::Result<DeflectionResponse>;
+  static_cast<void>(await<Answer>([](auto callback) {
+    Pellix::instance()->provider()->getDeflectionForQuery(
+        question, PellixProvidersSDK::ResultCallback<DeflectionResponse>(std::move(callback)));
+  }));
+  return transport->query;
+}
+
+TransportReply send(const TransportRequest& query, const Account& account) {
+  return perform(query, account, true);
+}
+
+}  // namespace PellixApp
