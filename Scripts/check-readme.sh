@@ -12,7 +12,7 @@ export HOME=$home
 
 git clone -q "$root" "$home/PellixProvidersSDK"
 cd "$home/PellixProvidersSDK"
-./demo >/dev/null
+./demo >"$home/log" 2>&1 || die "$(tail -50 "$home/log")"
 mapfile -t commands < <("$root/Scripts/extract-code.sh" sh README.md)
 eval "${commands[0]}" >/dev/null
 

@@ -1,3 +1,5 @@
 #include "ResourceDirectory.h"
 
-const char* pellixHostResources() { return ""; }
+const char* pellixHostResources() {
+  return "";
+}

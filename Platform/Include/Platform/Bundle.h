@@ -27,8 +27,9 @@ class PELLIX_EXPORT Bundle {
   /// If the host set a directory, the bundle is that one. Else it is the first of these that
   /// exists: `share/PellixProvidersSDK` in the image's installation prefix; in the prefix of the
   /// CMake package by which a program was linked with static libraries; in the directory of the
-  /// sources that the library was built from; and in the prefix that it was configured for. It is found once for each image, so a later
-  /// change of the working directory has no effect. The result is never destroyed.
+  /// sources that the library was built from; and in the prefix that it was configured for. It is
+  /// found once for each image, so a later change of the working directory has no effect. The
+  /// result is never destroyed.
   [[nodiscard]] static const Bundle& containing(const void* address);
 
   /// Makes `directory` the place of all resources. To be called before anything else is.
