@@ -10,6 +10,7 @@
 #include <charconv>
 #include <new>
 #include <string_view>
+#include <utility>
 
 namespace QuorvelCoreSDK {
 namespace {
@@ -49,6 +50,7 @@ constexpr auto meanings = std::to_array<Meaning>({
     {CURLE_SEND_ERROR, CoreErrorCode::connectionLost},
     {CURLE_RECV_ERROR, CoreErrorCode::connectionLost},
     {CURLE_PARTIAL_FILE, CoreErrorCode::connectionLost},
+    {CURLE_ABORTED_BY_CALLBACK, CoreErrorCode::connectionLost},  // by `mayBeSent`
     {CURLE_HTTP2, CoreErrorCode::malformedReply},
     {CURLE_HTTP2_STREAM, CoreErrorCode::connectionLost},
     {CURLE_WEIRD_SERVER_REPLY, CoreErrorCode::malformedReply},
@@ -122,6 +124,10 @@ void CurlTransfer::prepare(CURL* easy) {
         static_cast<curl_off_t>(request_.body ? request_.body->size() : 0));
   }
   set(CURLOPT_CUSTOMREQUEST, nameOf(request_.method));
+  if (request_.method == HttpMethod::post) {
+    set(CURLOPT_PREREQFUNCTION, mayBeSent);
+    set(CURLOPT_PREREQDATA, this);
+  }
 
   const auto addHeader = [this](const std::string& line) {
     auto* const longer = curl_slist_append(headers_.get(), line.c_str());
@@ -143,6 +149,11 @@ void CurlTransfer::prepare(CURL* easy) {
   set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
   set(CURLOPT_WRITEFUNCTION, takeBody);
   set(CURLOPT_WRITEDATA, this);
+}
+
+int CurlTransfer::mayBeSent(void* self, char*, char*, int, int) {
+  const bool isSecond = std::exchange(static_cast<CurlTransfer*>(self)->isSent_, true);
+  return isSecond ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
 }
 
 std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t count, void* self) {
@@ -181,7 +192,9 @@ std::string_view CurlTransfer::detailOf(CURLcode result) const {
   const std::string_view detail(detail_[0] ? detail_ : curl_easy_strerror(result));
   // What libcurl goes on to quote may hold the proxy's password.
   constexpr std::string_view unusable = "Unsupported proxy";
-  return detail.starts_with(unusable) ? unusable : detail;
+  if (detail.starts_with(unusable)) return unusable;
+  if (result == CURLE_ABORTED_BY_CALLBACK) return "the request is not sent a second time";
+  return detail;
 }
 
 Platform::Error CurlTransfer::errorFor(CURLcode result, long proxyStatus) const {

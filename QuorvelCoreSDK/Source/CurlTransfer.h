@@ -30,6 +30,10 @@ class CurlTransfer {
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
   };
 
+  /// When a kept connection breaks before any of the reply has come, libcurl sends the request once
+  /// more on a fresh one. The server may have acted on it by then, so what is not idempotent is
+  /// sent once: RFC 9110, section 9.2.2.
+  static int mayBeSent(void* self, char*, char*, int, int);
   static std::size_t takeHeader(char* data, std::size_t size, std::size_t count, void* self);
   static std::size_t takeBody(char* data, std::size_t size, std::size_t count, void* self);
 
@@ -43,6 +47,7 @@ class CurlTransfer {
 
   std::unique_ptr<curl_slist, FreeList> headers_;
   char detail_[CURL_ERROR_SIZE] = "";
+  bool isSent_ = false;
   int status_ = 0;
   Platform::HTTPURLResponse::HeaderFields responseHeaders_;
   std::size_t headerBytes_ = 0;

@@ -56,10 +56,12 @@ int withAddress(Call call, int socket, Address& address, socklen_t size) {
   return result;
 }
 
-/// Binds a socket to a free port of loopback, whose number it returns.
+/// Binds a socket to the port of loopback that `address` names, or to a free one; returns which.
 template <class Address>
-std::uint16_t bindTo(int socket, Address address, in_port_t Address::* port) {
+std::uint16_t bindTo(int socket, Address& address, in_port_t Address::* port) {
   socklen_t size = sizeof address;
+  const int shared = 1;  // with a deaf one, and with what is left of earlier connections
+  setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &shared, sizeof shared);
   const auto bindIt = [](int s, sockaddr* a, socklen_t length) { return bind(s, a, length); };
   const auto nameIt = [&](int s, sockaddr* a, socklen_t) { return getsockname(s, a, &size); };
   if (withAddress(bindIt, socket, address, size) != 0 ||
@@ -95,14 +97,22 @@ LoopbackServer::LoopbackServer(Handler handler, Options options)
       listener_(socket(options_.isIPv6 ? AF_INET6 : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   sockaddr_in v4{};
   v4.sin_family = AF_INET;
+  v4.sin_port = htons(options_.port);
   v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   sockaddr_in6 v6{};
   v6.sin6_family = AF_INET6;
+  v6.sin6_port = htons(options_.port);
   v6.sin6_addr = in6addr_loopback;
   port_ = options_.isIPv6 ? bindTo(listener_, v6, &sockaddr_in6::sin6_port)
                           : bindTo(listener_, v4, &sockaddr_in::sin_port);
   if (options_.isDeaf) return;
-  listen(listener_, SOMAXCONN);
+  listen(listener_, options_.isFull ? 0 : SOMAXCONN);
+  if (options_.isFull) {
+    filler_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    withAddress([](int s, sockaddr* a, socklen_t length) { return connect(s, a, length); }, filler_,
+                v4, sizeof v4);
+    return;
+  }
   acceptor_ = std::thread([this] { accept(); });
 }
 
@@ -117,6 +127,7 @@ LoopbackServer::~LoopbackServer() {
   }
   for (auto& connection : connections_) connection.thread.join();
   close(listener_);
+  if (filler_ >= 0) close(filler_);
 }
 
 std::string LoopbackServer::origin(std::string_view host) const {
@@ -132,7 +143,7 @@ std::vector<LoopbackRequest> LoopbackServer::requests() const {
 
 std::size_t LoopbackServer::connections() const {
   const std::lock_guard lock(mutex_);
-  return connections_.size();
+  return accepted_;
 }
 
 bool LoopbackServer::waitForRequests(std::size_t count) const {
@@ -146,9 +157,22 @@ void LoopbackServer::accept() {
     const int socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
     if (socket < 0) return;
     const std::lock_guard lock(mutex_);
+    forgetClosed();
     auto& connection =
-        connections_.emplace_back(Connection{.socket = socket, .number = connections_.size()});
+        connections_.emplace_back(Connection{.socket = socket, .number = accepted_++});
     connection.thread = std::thread([this, &connection] { serve(connection); });
+  }
+}
+
+/// With the mutex held, so that their threads have nothing left to do.
+void LoopbackServer::forgetClosed() {
+  for (auto each = connections_.begin(); each != connections_.end();) {
+    if (each->isOpen) {
+      ++each;
+    } else {
+      each->thread.join();
+      each = connections_.erase(each);
+    }
   }
 }
 
@@ -188,7 +212,7 @@ bool LoopbackServer::answer(Connection& connection, std::string& received) {
     request.body = received.substr(headEnd + 4, end - headEnd - 4);
     received.erase(0, end);
     const std::lock_guard lock(mutex_);
-    requests_.push_back(request);
+    if (options_.keepsRequests) requests_.push_back(request);
     arrived_.notify_all();
   }
   const auto reply = handler_(request);

@@ -44,6 +44,9 @@ class LoopbackServer {
     bool isIPv6 = false;
     bool answersUnasked = false;  // as soon as a connection stands
     bool isDeaf = false;          // holds the port, but refuses connections
+    bool isFull = false;          // lets connections wait for ever to be made
+    bool keepsRequests = true;    // for `requests` and `waitForRequests`
+    std::uint16_t port = 0;       // one that a deaf server holds; else a free one is taken
   };
 
   explicit LoopbackServer(Handler handler) : LoopbackServer(std::move(handler), Options()) {}
@@ -55,6 +58,7 @@ class LoopbackServer {
 
   /// Scheme, host and port; the host as given, else the address.
   [[nodiscard]] std::string origin(std::string_view host = {}) const;
+  [[nodiscard]] std::uint16_t port() const { return port_; }
   [[nodiscard]] std::vector<LoopbackRequest> requests() const;
   [[nodiscard]] std::size_t connections() const;
   /// Waits until so many requests have come; false if they don't within a minute.
@@ -63,6 +67,7 @@ class LoopbackServer {
  private:
   struct Connection;
   void accept();
+  void forgetClosed();
   void serve(Connection& connection);
   [[nodiscard]] bool answer(Connection& connection, std::string& received);
 
@@ -70,10 +75,12 @@ class LoopbackServer {
   const Options options_;
   const std::unique_ptr<TlsContext, FreeTlsContext> tls_;
   int listener_ = -1;
+  int filler_ = -1;
   std::uint16_t port_ = 0;
   mutable std::mutex mutex_;
   mutable std::condition_variable arrived_;
-  std::list<Connection> connections_;
+  std::list<Connection> connections_;  // some may be closed
+  std::size_t accepted_ = 0;
   std::vector<LoopbackRequest> requests_;
   bool isStopping_ = false;
   std::thread acceptor_;
