@@ -1,0 +1,74 @@
+#include "Support/Rounds.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+namespace Benchmarks {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Microseconds = std::chrono::duration<double, std::micro>;
+
+constexpr Microseconds shortest(300);  // of a batch, so that the clock's own cost is nothing
+constexpr std::size_t fewestRounds = 15;
+
+double timeOf(const std::function<void()>& work, std::size_t batch) {
+  const auto begin = Clock::now();
+  for (std::size_t i = 0; i < batch; ++i) work();
+  return Microseconds(Clock::now() - begin).count() / static_cast<double>(batch);
+}
+
+}  // namespace
+
+void Rounds::add(std::string name, std::function<void()> work) {
+  contenders_.push_back({.name = std::move(name), .work = std::move(work)});
+}
+
+void Rounds::run(std::chrono::milliseconds budget) {
+  for (auto& contender : contenders_) {
+    while (timeOf(contender.work, contender.batch) * static_cast<double>(contender.batch) <
+           shortest.count()) {
+      contender.batch *= 2;
+    }
+  }
+  const auto end = Clock::now() + budget;
+  for (std::size_t round = 0; round < fewestRounds || Clock::now() < end; ++round) {
+    for (std::size_t turn = 0; turn < contenders_.size(); ++turn) {
+      auto& contender = contenders_[(round + turn) % contenders_.size()];
+      contender.microseconds.push_back(timeOf(contender.work, contender.batch));
+    }
+  }
+}
+
+double Rounds::microseconds(std::string_view name) const {
+  return median(find(name).microseconds);
+}
+
+double Rounds::ratio(std::string_view ours, std::string_view theirs) const {
+  std::vector<double> ratios;
+  std::ranges::transform(find(ours).microseconds, find(theirs).microseconds,
+                         std::back_inserter(ratios), std::divides());
+  return median(std::move(ratios));
+}
+
+const Rounds::Contender& Rounds::find(std::string_view name) const {
+  return *std::ranges::find(contenders_, name, &Contender::name);
+}
+
+double median(std::vector<double> values) {
+  return percentile(std::move(values), 0.5);
+}
+
+double percentile(std::vector<double> values, double share) {
+  const auto at = values.begin() + static_cast<std::ptrdiff_t>(
+                                       share * static_cast<double>(values.size() - 1) + 0.5);
+  std::ranges::nth_element(values, at);
+  return *at;
+}
+
+void report(const std::string& name, double value) {
+  std::printf("%s %.6g\n", name.c_str(), value);
+}
+
+}  // namespace Benchmarks
