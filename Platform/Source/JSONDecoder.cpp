@@ -13,15 +13,12 @@ namespace {
 
 using simdjson::dom::element;
 using ArrayIterator = simdjson::dom::array::iterator;
+using ObjectIterator = simdjson::dom::object::iterator;
 
-// A place of the fast reader is simdjson's own: an element and an array's iterator are both a
-// document and an index into it.
-static_assert(sizeof(element) == sizeof(Place) && sizeof(ArrayIterator) == sizeof(Place));
-
-Place placeOf(element value) {
-  return std::bit_cast<Place>(value);
-}
-Place placeOf(ArrayIterator value) {
+/// A place of the fast reader is simdjson's own: an element and an iterator are both a document and
+/// an index into it.
+template <class T>
+Place placeOf(T value) {
   return std::bit_cast<Place>(value);
 }
 
@@ -31,9 +28,19 @@ struct NotOrdinary {};
 /// The fast reader. It accepts only what is ordinary and makes no errors.
 class OrdinaryReader final : public DocumentReader {
  public:
-  [[nodiscard]] Place member(const Decoder& at, std::string_view key) const override {
+  [[nodiscard]] Place member(const Decoder& at, std::string_view key, Run& run) const override {
+    const auto object = get<simdjson::dom::object>(at);
+    if (run.isInOrder) {
+      auto entry = run.next.document ? std::bit_cast<ObjectIterator>(run.next) : object.begin();
+      run.isInOrder = entry != object.end() && entry.key_equals(key);
+      if (run.isInOrder) {
+        const auto value = entry.value();
+        run.next = placeOf(++entry);
+        return placeOf(value);
+      }
+    }
     element value;
-    if (get<simdjson::dom::object>(at).at_key(key).get(value)) throw NotOrdinary{};
+    if (object.at_key(key).get(value)) throw NotOrdinary{};
     return placeOf(value);
   }
   [[nodiscard]] Elements elements(const Decoder& at) const override {

@@ -91,7 +91,7 @@ class TreeReader final : public DocumentReader {
 
   [[nodiscard]] Place root() const { return {&tree_, 0}; }
 
-  [[nodiscard]] Place member(const Decoder& at, std::string_view key) const override;
+  [[nodiscard]] Place member(const Decoder& at, std::string_view key, Run& run) const override;
   [[nodiscard]] Elements elements(const Decoder& at) const override;
   [[nodiscard]] Place next(Place element) const override;
   [[nodiscard]] std::int64_t integer(const Decoder& at) const override;

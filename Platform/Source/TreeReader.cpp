@@ -70,7 +70,7 @@ const Tree::Node& TreeReader::expect(const Decoder& at, Kind kind) const {
        path, node.position, types);
 }
 
-Place TreeReader::member(const Decoder& at, std::string_view key) const {
+Place TreeReader::member(const Decoder& at, std::string_view key, Run&) const {
   const auto& object = expect(at, Kind::object);
   const auto index = static_cast<std::uint32_t>(at.place().index);
   if (const auto value = tree_.member(index, key); value != Tree::none) return {&tree_, value};
