@@ -110,7 +110,7 @@ bool TreeReader::boolean(const Decoder& at) const {
 }
 
 std::string TreeReader::string(const Decoder& at) const {
-  return tree_.stringOf(expect(at, Kind::string));
+  return std::string(tree_.textOf(expect(at, Kind::string)));
 }
 
 }  // namespace Platform
