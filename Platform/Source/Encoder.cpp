@@ -65,6 +65,10 @@ void appendQuoted(Data& text, std::string_view value) {
 
 }  // namespace
 
+Encoder::Encoder() {
+  text_.reserve(256);  // as long as bodies are in practice
+}
+
 void Encoder::write(std::int64_t value) {
   append(text_, value);
 }
