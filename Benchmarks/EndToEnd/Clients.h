@@ -30,12 +30,12 @@ class Client {
 /// The library, asked on the thread that gets the answers.
 [[nodiscard]] std::unique_ptr<Client> makeLibraryClient(const Server& server);
 
-/// libcurl's multi interface alone, on one thread: the same requests, with bodies made once, over as
-/// many connections as the library allows itself; replies are collected and left unread.
+/// libcurl's multi interface alone, on one thread: the same requests, with bodies made once, over
+/// as many connections as the library allows itself; replies are collected and left unread.
 [[nodiscard]] std::unique_ptr<Client> makeMultiClient(const Server& server);
 
-/// The straightforward program: one reused easy handle, bodies and replies by nlohmann. It waits for
-/// each reply, whatever `inFlight` says.
+/// The straightforward program: one reused easy handle, bodies and replies by nlohmann. It waits
+/// for each reply, whatever `inFlight` says.
 [[nodiscard]] std::unique_ptr<Client> makeEasyClient(const Server& server);
 
 }  // namespace Benchmarks

@@ -62,14 +62,13 @@ double Easy::finish(CURLcode result) const {
 }
 
 std::string makeQuestionBody() {
-  return nlohmann::ordered_json{
-      {"via_id", 65},
-      {"deflection_channel_id", 65},
-      {"interaction_reference", "A81BC81B-DEAD-4E5D-ABFF-90865D1E13B1"},
-      {"interaction_reference_type", 4},
-      {"enquiry", "I forgot my password. How do I get back in?"},
-      {"locale", "en-us"},
-      {"labels", nlohmann::ordered_json::array()}}
+  return nlohmann::ordered_json{{"via_id", 65},
+                                {"deflection_channel_id", 65},
+                                {"interaction_reference", "A81BC81B-DEAD-4E5D-ABFF-90865D1E13B1"},
+                                {"interaction_reference_type", 4},
+                                {"enquiry", "I forgot my password. How do I get back in?"},
+                                {"locale", "en-us"},
+                                {"labels", nlohmann::ordered_json::array()}}
       .dump();
 }
 

@@ -55,8 +55,12 @@ find_nginx() {
   if ! command -v nginx && ! [[ -x $unpacked/usr/sbin/nginx ]]; then
     say "Unpacking nginx"
     mkdir -p "$unpacked"
-    (cd "$unpacked" && apt-get download -q nginx >&2 && dpkg -x nginx_*.deb .) ||
-      die "nginx can't be had; try apt-get update."
+    (
+      cd "$unpacked"
+      fetch=(apt-get download -q -o APT::Sandbox::User=root nginx)
+      "${fetch[@]}" >&2 || { as_root apt-get update -q >&2 && "${fetch[@]}" >&2; }
+      dpkg -x nginx_*.deb .
+    ) || die "nginx can't be had."
   fi
   command -v nginx || echo "$unpacked/usr/sbin/nginx"
 }

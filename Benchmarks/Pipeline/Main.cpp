@@ -14,8 +14,8 @@ int main() {
   rounds.run(std::chrono::milliseconds(4000));
   report("pipeline.us_per_query", rounds.microseconds("query") - rounds.microseconds("rest"));
 
-  const auto extra = allocationsOf([&] { steps.query(); }) -
-                     allocationsOf([&] { steps.encodeAndDecode(); });
+  const auto extra =
+      allocationsOf([&] { steps.query(); }) - allocationsOf([&] { steps.encodeAndDecode(); });
   report("pipeline.allocations", static_cast<double>(extra.count));
   report("pipeline.bytes_allocated", static_cast<double>(extra.bytes));
 }

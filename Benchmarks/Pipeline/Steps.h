@@ -18,8 +18,8 @@ class Steps {
   }
 
   void encodeAndDecode() const {
-    const PellixProvidersSDK::InteractionRequestBody body(
-        "A81BC81B-DEAD-4E5D-ABFF-90865D1E13B1", question, "en-us", {}, std::nullopt);
+    const PellixProvidersSDK::InteractionRequestBody body("A81BC81B-DEAD-4E5D-ABFF-90865D1E13B1",
+                                                          question, "en-us", {}, std::nullopt);
     keep(Platform::JSONEncoder().encode(body));
     keep(Platform::JSONDecoder().decode<PellixProvidersSDK::DeflectionResponse>(reply_));
   }

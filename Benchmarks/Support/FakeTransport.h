@@ -58,8 +58,8 @@ class FakeTransport final : public QuorvelCoreSDK::Transport {
 
   const std::string reply_;
   const std::shared_ptr<const Platform::URLResponse> response_ =
-      std::make_shared<const Platform::HTTPURLResponse>(
-          "https://acme.example/", 200, Platform::HTTPURLResponse::HeaderFields{});
+      std::make_shared<const Platform::HTTPURLResponse>("https://acme.example/", 200,
+                                                        Platform::HTTPURLResponse::HeaderFields{});
   bool isAnswering_ = true;
   std::size_t questions_ = 0;
   std::vector<std::function<void()>> tasks_, takenTasks_;

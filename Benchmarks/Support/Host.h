@@ -17,13 +17,17 @@ using ReplyCallback = PellixProvidersSDK::ResultCallback<PellixProvidersSDK::Def
 
 inline constexpr char question[] = "I forgot my password. How do I get back in?";
 
-/// Sets the libraries up for an account.
+/// Sets the libraries up for an account, each time for another application: for the same one, the
+/// facade would stay as it is.
 inline std::shared_ptr<PellixProvidersSDK::PellixProvider> makeProvider(
     const std::string& accountUrl, QuorvelCoreSDK::Configuration configuration) {
+  static int applications = 0;
   configuration.token = [] { return "0123456789abcdef0123456789abcdef"; };
-  const auto quorvel = QuorvelCoreSDK::Quorvel::initialize({accountUrl, accountUrl, "benchmarks"},
-                                                           std::move(configuration))
-                           .value();
+  const auto quorvel =
+      QuorvelCoreSDK::Quorvel::initialize(
+          {accountUrl, "benchmark " + std::to_string(++applications), "benchmarks"},
+          std::move(configuration))
+          .value();
   PellixProvidersSDK::Pellix::initialize(quorvel,
                                          VeltraneProvidersSDK::Veltrane::initialize(quorvel));
   return PellixProvidersSDK::Pellix::instance()->provider();
@@ -34,8 +38,8 @@ class OfflineHost {
  public:
   explicit OfflineHost(std::string reply)
       : transport(std::make_shared<FakeTransport>(std::move(reply))),
-        provider(makeProvider("https://acme.example",
-                              {.settingsTimeToLive = std::chrono::hours(1), .transport = transport})) {}
+        provider(makeProvider("https://acme.example", {.settingsTimeToLive = std::chrono::hours(1),
+                                                       .transport = transport})) {}
 
   /// Asks, and lets everything happen that follows.
   void ask(ReplyCallback callback) const {

@@ -4,7 +4,8 @@
 
 namespace Benchmarks {
 
-/// A number that the kernel keeps of this process, by its name with the colon, as "VmRSS:" (in KiB).
+/// A number that the kernel keeps of this process, by its name with the colon, as "VmRSS:" (in
+/// KiB).
 [[nodiscard]] double processStatus(std::string_view name);
 
 }  // namespace Benchmarks

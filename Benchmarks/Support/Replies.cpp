@@ -77,13 +77,13 @@ std::string makeReply(const ReplyShape& shape) {
 std::vector<NamedReply> namedReplies() {
   using enum ReplyShape::Text;
   using enum ReplyShape::Escapes;
-  return {{"three_4k", makeReply({})},
-          {"hundred_8k", makeReply({.articles = 100, .bodyBytes = 8192})},
-          {"three_tiny", makeReply({.bodyBytes = 1})},
-          {"japanese", makeReply({.text = ReplyShape::Text::japanese})},
-          {"japanese_escaped",
-           makeReply({.text = ReplyShape::Text::japanese, .escapes = allButASCII})},
-          {"html_escaped", makeReply({.escapes = angleBrackets})}};
+  return {
+      {"three_4k", makeReply({})},
+      {"hundred_8k", makeReply({.articles = 100, .bodyBytes = 8192})},
+      {"three_tiny", makeReply({.bodyBytes = 1})},
+      {"japanese", makeReply({.text = ReplyShape::Text::japanese})},
+      {"japanese_escaped", makeReply({.text = ReplyShape::Text::japanese, .escapes = allButASCII})},
+      {"html_escaped", makeReply({.escapes = angleBrackets})}};
 }
 
 }  // namespace Benchmarks

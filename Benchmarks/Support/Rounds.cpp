@@ -61,8 +61,8 @@ double median(std::vector<double> values) {
 }
 
 double percentile(std::vector<double> values, double share) {
-  const auto at = values.begin() + static_cast<std::ptrdiff_t>(
-                                       share * static_cast<double>(values.size() - 1) + 0.5);
+  const auto at = values.begin() +
+                  static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1) + 0.5);
   std::ranges::nth_element(values, at);
   return *at;
 }
