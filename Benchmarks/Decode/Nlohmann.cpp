@@ -7,17 +7,10 @@ namespace Benchmarks {
 using nlohmann::json;
 
 static void from_json(const json& from, PlainArticle& to) {
-  from.at("id").get_to(to.id);
-  from.at("title").get_to(to.title);
-  from.at("html_url").get_to(to.htmlURL);
-  from.at("url").get_to(to.url);
-  from.at("label_names").get_to(to.labelNames);
-  from.at("body").get_to(to.body);
-  from.at("article_id").get_to(to.articleId);
-  from.at("locale").get_to(to.locale);
-  from.at("brand_id").get_to(to.brandId);
-  from.at("score").get_to(to.score);
-  from.at("snippet").get_to(to.snippet);
+  readArticle(to, [&](const char* key, auto& field) {
+    from.at(key).get_to(field);
+    return true;
+  });
 }
 
 std::optional<PlainReply> decodeWithNlohmann(std::string_view text) {

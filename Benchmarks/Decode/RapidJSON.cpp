@@ -24,15 +24,10 @@ bool assign(const Value& value, std::string& to) {
   return true;
 }
 
-bool assign(const Value& value, std::int64_t& to) {
-  if (!value.IsInt64()) return false;
-  to = value.GetInt64();
-  return true;
-}
-
-bool assign(const Value& value, double& to) {
-  if (!value.IsNumber()) return false;
-  to = value.GetDouble();
+template <class Number>
+bool assign(const Value& value, Number& to) {
+  if (!value.Is<Number>()) return false;
+  to = value.Get<Number>();
   return true;
 }
 
@@ -49,15 +44,6 @@ template <class T>
 bool read(const Value& from, std::string_view key, T& to) {
   const auto* value = find(from, key);
   return value && assign(*value, to);
-}
-
-bool assign(const Value& from, PlainArticle& to) {
-  return read(from, "id", to.id) && read(from, "title", to.title) &&
-         read(from, "html_url", to.htmlURL) && read(from, "url", to.url) &&
-         read(from, "label_names", to.labelNames) && read(from, "body", to.body) &&
-         read(from, "article_id", to.articleId) && read(from, "locale", to.locale) &&
-         read(from, "brand_id", to.brandId) && read(from, "score", to.score) &&
-         read(from, "snippet", to.snippet);
 }
 
 }  // namespace
@@ -77,7 +63,8 @@ std::optional<PlainReply> decodeWithRapidJSON(std::string_view json) {
   }
   reply.articles.reserve(articles->Size());
   for (const auto& article : articles->GetArray()) {
-    if (!assign(article, reply.articles.emplace_back())) return std::nullopt;
+    const auto readField = [&](std::string_view key, auto& to) { return read(article, key, to); };
+    if (!readArticle(reply.articles.emplace_back(), readField)) return std::nullopt;
   }
   return reply;
 }

@@ -32,15 +32,6 @@ bool read(const object& from, std::string_view key, std::vector<std::string>& to
   return true;
 }
 
-bool read(const object& from, PlainArticle& to) {
-  return read(from, "id", to.id) && read(from, "title", to.title) &&
-         read(from, "html_url", to.htmlURL) && read(from, "url", to.url) &&
-         read(from, "label_names", to.labelNames) && read(from, "body", to.body) &&
-         read(from, "article_id", to.articleId) && read(from, "locale", to.locale) &&
-         read(from, "brand_id", to.brandId) && read(from, "score", to.score) &&
-         read(from, "snippet", to.snippet);
-}
-
 }  // namespace
 
 std::optional<PlainReply> decodeWithSimdjson(std::string_view json) {
@@ -59,7 +50,10 @@ std::optional<PlainReply> decodeWithSimdjson(std::string_view json) {
   reply.articles.reserve(articles.size());
   for (const element value : articles) {
     object article;
-    if (value.get(article) || !read(article, reply.articles.emplace_back())) return std::nullopt;
+    const auto readField = [&](std::string_view key, auto& to) { return read(article, key, to); };
+    if (value.get(article) || !readArticle(reply.articles.emplace_back(), readField)) {
+      return std::nullopt;
+    }
   }
   return reply;
 }

@@ -11,8 +11,7 @@ class LibraryClient final : public Client {
  public:
   explicit LibraryClient(const Server& server)
       : provider_(makeProvider(server.address,
-                               {.settingsTimeToLive = std::chrono::hours(1),
-                                .network = {.certificateAuthorities = server.certificate}})) {}
+                               {.network = {.certificateAuthorities = server.certificate}})) {}
 
   std::vector<double> ask(std::size_t count, std::size_t inFlight) override {
     unasked_ = count;

@@ -1,11 +1,13 @@
 // Latency and throughput on loopback, beside libcurl alone and beside a straightforward program:
-// EndToEndBenchmark HTTP-ADDRESS HTTPS-ADDRESS CERTIFICATE.
+// EndToEndBenchmark HTTP-ADDRESS HTTPS-ADDRESS CERTIFICATE. Without arguments it prints the reply
+// that the server is to give.
 
 #include "EndToEnd/Clients.h"
-#include "Support/Process.h"
+#include "Support/Replies.h"
 #include "Support/Rounds.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace Benchmarks {
 namespace {
@@ -57,9 +59,8 @@ void measureThroughput(const std::string& name, std::vector<Contender>& contende
   const auto& ours = contenders.front();
   report(name + std::to_string(inFlight) + ".per_second", median(ours.rates));
   for (auto theirs = contenders.begin() + 1; theirs != contenders.end(); ++theirs) {
-    std::vector<double> ratios;
-    std::ranges::transform(ours.rates, theirs->rates, std::back_inserter(ratios), std::divides());
-    report(name + std::to_string(inFlight) + ".vs_" + theirs->name, median(std::move(ratios)));
+    report(name + std::to_string(inFlight) + ".vs_" + theirs->name,
+           medianRatio(ours.rates, theirs->rates));
   }
 }
 
@@ -82,7 +83,7 @@ void measure(const std::string& protocol, const Server& server) {
 }  // namespace Benchmarks
 
 int main(int argc, char** argv) {
-  if (argc != 4) return 2;
+  if (argc != 4) return std::puts(Benchmarks::makeReply({.bodyBytes = 1}).c_str()) < 0;
   Benchmarks::measure("", {.address = argv[1], .certificate = argv[3]});
   Benchmarks::measure("h2.", {.address = argv[2], .certificate = argv[3]});
   Benchmarks::report("e2e.threads", Benchmarks::processStatus("Threads:"));

@@ -2,7 +2,6 @@
 // Besides figures it writes points to draw: "plot.NAME X Y".
 
 #include "Support/Host.h"
-#include "Support/Process.h"
 #include "Support/Replies.h"
 #include "Support/Rounds.h"
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fstream>
 #include <utility>
 
 namespace Benchmarks {
@@ -41,23 +42,8 @@ void Rounds::run(std::chrono::milliseconds budget) {
   }
 }
 
-double Rounds::microseconds(std::string_view name) const {
-  return median(find(name).microseconds);
-}
-
-double Rounds::ratio(std::string_view ours, std::string_view theirs) const {
-  std::vector<double> ratios;
-  std::ranges::transform(find(ours).microseconds, find(theirs).microseconds,
-                         std::back_inserter(ratios), std::divides());
-  return median(std::move(ratios));
-}
-
 const Rounds::Contender& Rounds::find(std::string_view name) const {
   return *std::ranges::find(contenders_, name, &Contender::name);
-}
-
-double median(std::vector<double> values) {
-  return percentile(std::move(values), 0.5);
 }
 
 double percentile(std::vector<double> values, double share) {
@@ -65,6 +51,21 @@ double percentile(std::vector<double> values, double share) {
                   static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1) + 0.5);
   std::ranges::nth_element(values, at);
   return *at;
+}
+
+double medianRatio(const std::vector<double>& ours, const std::vector<double>& theirs) {
+  std::vector<double> ratios;
+  std::ranges::transform(ours, theirs, std::back_inserter(ratios), std::divides());
+  return median(std::move(ratios));
+}
+
+double processStatus(std::string_view name) {
+  std::ifstream status("/proc/self/status");
+  double value = -1;
+  for (std::string word; status >> word;) {
+    if (word == name && status >> value) break;
+  }
+  return value;
 }
 
 void report(const std::string& name, double value) {

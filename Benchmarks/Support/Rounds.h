@@ -8,6 +8,15 @@
 
 namespace Benchmarks {
 
+/// The value that a share of the others is below.
+[[nodiscard]] double percentile(std::vector<double> values, double share);
+[[nodiscard]] inline double median(std::vector<double> values) {
+  return percentile(std::move(values), 0.5);
+}
+/// The median of ours by theirs, pair by pair.
+[[nodiscard]] double medianRatio(const std::vector<double>& ours,
+                                 const std::vector<double>& theirs);
+
 /// Times several ways to do the same work against each other. They take turns, in short batches and
 /// in another order each round, so that whatever else the machine is doing meets all of them alike.
 class Rounds {
@@ -18,10 +27,12 @@ class Rounds {
   void run(std::chrono::milliseconds budget);
 
   /// The median time of one piece of work.
-  [[nodiscard]] double microseconds(std::string_view name) const;
-
-  /// The median of the rounds' ratios of two ways' times.
-  [[nodiscard]] double ratio(std::string_view ours, std::string_view theirs) const;
+  [[nodiscard]] double microseconds(std::string_view name) const {
+    return median(find(name).microseconds);
+  }
+  [[nodiscard]] double ratio(std::string_view ours, std::string_view theirs) const {
+    return medianRatio(find(ours).microseconds, find(theirs).microseconds);
+  }
 
  private:
   struct Contender {
@@ -36,10 +47,9 @@ class Rounds {
   std::vector<Contender> contenders_;
 };
 
-[[nodiscard]] double median(std::vector<double> values);
-
-/// The value that a share of the others is below.
-[[nodiscard]] double percentile(std::vector<double> values, double share);
+/// A number that the kernel keeps of this process, by its name with the colon, as "VmRSS:" (in
+/// KiB).
+[[nodiscard]] double processStatus(std::string_view name);
 
 /// Writes one measured figure to standard output, for report.py.
 void report(const std::string& name, double value);
