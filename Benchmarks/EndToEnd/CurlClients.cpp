@@ -114,7 +114,7 @@ class EasyClient final : public Client {
 
 class MultiClient final : public Client {
  public:
-  explicit MultiClient(const Server& server) : server_(server) {
+  explicit MultiClient(Server server) : server_(std::move(server)) {
     curl_multi_setopt(multi_, CURLMOPT_MAX_HOST_CONNECTIONS, 16L);
     curl_multi_setopt(multi_, CURLMOPT_PIPELINING, static_cast<long>(CURLPIPE_MULTIPLEX));
   }

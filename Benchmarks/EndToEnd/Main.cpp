@@ -17,8 +17,8 @@ using Clock = std::chrono::steady_clock;
 struct Contender {
   std::string name;
   std::unique_ptr<Client> client;
-  std::vector<double> latencies = {};
-  std::vector<double> rates = {};
+  std::vector<double> latencies;
+  std::vector<double> rates;
 };
 
 /// Every contender in turn, in another order each round.

@@ -1,6 +1,7 @@
 #include "Support/Rounds.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <utility>
@@ -47,8 +48,7 @@ const Rounds::Contender& Rounds::find(std::string_view name) const {
 }
 
 double percentile(std::vector<double> values, double share) {
-  const auto at = values.begin() +
-                  static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1) + 0.5);
+  const auto at = values.begin() + std::lround(share * static_cast<double>(values.size() - 1));
   std::ranges::nth_element(values, at);
   return *at;
 }

@@ -47,7 +47,7 @@ struct Cursor {
   const char* from;
   const char* const end;
   char* to;
-  std::string_view fault = {};
+  std::string_view fault;
 
   [[nodiscard]] bool at(char c) const { return from != end && *from == c; }
 };

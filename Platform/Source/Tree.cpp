@@ -28,9 +28,8 @@ std::uint32_t Tree::member(std::uint32_t index, std::string_view key) const {
 
 std::optional<std::int64_t> exactInteger(std::string_view number) {
   std::int64_t plain = 0;
-  const auto* const last = number.data() + number.size();
-  const auto [stop, misfit] = std::from_chars(number.data(), last, plain);
-  if (stop == last && misfit == std::errc{}) return plain;
+  const auto [stop, misfit] = std::from_chars(number.data(), number.data() + number.size(), plain);
+  if (stop == number.data() + number.size() && misfit == std::errc{}) return plain;
 
   const bool isNegative = number.starts_with('-');
   if (isNegative) number.remove_prefix(1);
