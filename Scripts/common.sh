@@ -1,4 +1,4 @@
-# What ./demo and ./test share. Sourced by bash, from the project's root.
+# What ./demo, ./test and ./bench share. Sourced by bash, from the project's root.
 
 say() { printf '\033[1m==> %s\033[0m\n' "$*" >&2; }
 die() { printf '%s\n' "$*" >&2; exit 1; }
@@ -11,9 +11,14 @@ library_packages=(g++ cmake ninja-build pkg-config libcurl4-openssl-dev libexpat
 app_packages=(libcli11-dev libcpp-httplib-dev libfmt-dev libsqlite3-dev libssl-dev libxml2-dev
   nlohmann-json3-dev)
 test_packages=(bzip2 libglib2.0-dev libgmock-dev libgtest-dev python3 unicode-data valgrind)
+bench_packages=(nlohmann-json3-dev openssl python3 rapidjson-dev valgrind)
 packages=("${library_packages[@]}" "${app_packages[@]}" "${test_packages[@]}")
 all_packages=(clang-19 clang-format-19 clang-tidy-19 googletest libc++-19-dev libc++abi-19-dev
   libclang-rt-19-dev qt6-base-dev)
+
+as_root() {
+  if ((EUID == 0)); then "$@"; else sudo "$@"; fi
+}
 
 # Installs those of the named Debian packages that are missing.
 need_packages() {
@@ -23,11 +28,9 @@ need_packages() {
     <(dpkg-query -W -f '${db:Status-Status} ${Package}\n' | sed -n 's/^installed //p' | sort -u))
   ((${#missing[@]} == 0)) && return
   say "Installing ${missing[*]}"
-  local as_root=()
-  ((EUID == 0)) || as_root=(sudo)
-  export DEBIAN_FRONTEND=noninteractive
-  "${as_root[@]}" apt-get update -q >&2
-  "${as_root[@]}" apt-get install -q -y --no-install-recommends "${missing[@]}" >&2
+  as_root apt-get update -q >&2
+  as_root env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -q -y --no-install-recommends "${missing[@]}" >&2
 }
 
 # Configures and builds a preset; further arguments go to the build.

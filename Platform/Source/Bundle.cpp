@@ -102,7 +102,7 @@ Bundle::Bundle(fs::path directory) : directory_(std::move(directory)) {
     if (tree.nodes.front().kind != Tree::Kind::object) return;
     for (std::uint32_t key = 1; key < tree.nodes.front().next;) {
       const auto& value = tree.nodes[key + 1];
-      info_.try_emplace(tree.stringOf(tree.nodes[key]), infoValue(tree, value));
+      info_.try_emplace(std::string(tree.textOf(tree.nodes[key])), infoValue(tree, value));
       key = value.next;
     }
   } catch (const DecodingFailure&) {

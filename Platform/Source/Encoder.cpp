@@ -1,3 +1,5 @@
+#include "JSONText.h"
+
 #include <Platform/JSONEncoder.h>
 
 #include <simdjson.h>
@@ -32,10 +34,6 @@ void append(Data& text, Number value) {
   text.append(digits, end);
 }
 
-bool needsEscape(char c) {
-  return static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\';
-}
-
 void appendEscaped(Data& text, char c) {
   constexpr std::string_view special = "\"\\\b\f\n\r\t";
   constexpr std::string_view letters = "\"\\bfnrt";
@@ -51,19 +49,24 @@ void appendEscaped(Data& text, char c) {
 }
 
 void appendQuoted(Data& text, std::string_view value) {
+  const auto* from = value.data();
+  const auto* const end = from + value.size();
   text += '"';
-  auto plain = value.begin();
-  for (auto at = plain; at != value.end(); ++at) {
-    if (!needsEscape(*at)) continue;
-    text.append(plain, at);
-    appendEscaped(text, *at);
-    plain = at + 1;
+  while (true) {
+    const auto* const special = JSONText::skipPlain(from, end);
+    text.append(from, special);
+    if (special == end) break;
+    appendEscaped(text, *special);
+    from = special + 1;
   }
-  text.append(plain, value.end());
   text += '"';
 }
 
 }  // namespace
+
+Encoder::Encoder() {
+  text_.reserve(256);  // as long as bodies are in practice
+}
 
 void Encoder::write(std::int64_t value) {
   append(text_, value);

@@ -4,6 +4,7 @@
 
 #include <simdjson.h>
 
+#include <algorithm>
 #include <atomic>
 #include <bit>
 #include <memory>
@@ -13,15 +14,12 @@ namespace {
 
 using simdjson::dom::element;
 using ArrayIterator = simdjson::dom::array::iterator;
+using ObjectIterator = simdjson::dom::object::iterator;
 
-// A place of the fast reader is simdjson's own: an element and an array's iterator are both a
-// document and an index into it.
-static_assert(sizeof(element) == sizeof(Place) && sizeof(ArrayIterator) == sizeof(Place));
-
-Place placeOf(element value) {
-  return std::bit_cast<Place>(value);
-}
-Place placeOf(ArrayIterator value) {
+/// A place of the fast reader is simdjson's own: an element and an iterator are both a document and
+/// an index into it.
+template <class T>
+Place placeOf(T value) {
   return std::bit_cast<Place>(value);
 }
 
@@ -31,9 +29,19 @@ struct NotOrdinary {};
 /// The fast reader. It accepts only what is ordinary and makes no errors.
 class OrdinaryReader final : public DocumentReader {
  public:
-  [[nodiscard]] Place member(const Decoder& at, std::string_view key) const override {
+  [[nodiscard]] Place member(const Decoder& at, std::string_view key, Run& run) const override {
+    const auto object = get<simdjson::dom::object>(at);
+    if (run.isInOrder) {
+      auto entry = run.next.document ? std::bit_cast<ObjectIterator>(run.next) : object.begin();
+      run.isInOrder = entry != object.end() && entry.key_equals(key);
+      if (run.isInOrder) {
+        const auto value = entry.value();
+        run.next = placeOf(++entry);
+        return placeOf(value);
+      }
+    }
     element value;
-    if (get<simdjson::dom::object>(at).at_key(key).get(value)) throw NotOrdinary{};
+    if (object.at_key(key).get(value)) throw NotOrdinary{};
     return placeOf(value);
   }
   [[nodiscard]] Elements elements(const Decoder& at) const override {
@@ -70,46 +78,78 @@ class OrdinaryReader final : public DocumentReader {
   }
 };
 
-/// A parser for the time of one decoding. A fresh one costs as much as some decodings do, so one
-/// waits here for whoever comes next, unless its buffers have grown beyond what is worth keeping.
-class BorrowedParser {
+/// A parser's memory for the time of one decoding. Fresh memory costs as much as some decodings do,
+/// so one waits here for whoever comes next, unless it has grown beyond what is worth keeping.
+template <class T>
+class Borrowed {
  public:
-  BorrowedParser() : parser_(spare.exchange(nullptr)) {
-    if (!parser_) parser_ = std::make_unique<simdjson::dom::parser>();
+  Borrowed() : lent_(spare.exchange(nullptr)) {
+    if (!lent_) lent_ = std::make_unique<T>();
   }
-  BorrowedParser(const BorrowedParser&) = delete;
-  BorrowedParser& operator=(const BorrowedParser&) = delete;
-  ~BorrowedParser() {
-    constexpr std::size_t worthKeeping = std::size_t{1} << 20;  // bytes of document
-    if (parser_->capacity() <= worthKeeping) parser_.reset(spare.exchange(parser_.release()));
+  Borrowed(const Borrowed&) = delete;
+  Borrowed& operator=(const Borrowed&) = delete;
+  ~Borrowed() {
+    if (isWorthKeeping(*lent_)) lent_.reset(spare.exchange(lent_.release()));
   }
-  simdjson::dom::parser* operator->() const { return parser_.get(); }
+  T* operator->() const { return lent_.get(); }
+  T& operator*() const { return *lent_; }
 
  private:
-  static constinit std::atomic<simdjson::dom::parser*> spare;
-  std::unique_ptr<simdjson::dom::parser> parser_;
+  static constexpr std::size_t most = std::size_t{1} << 20;  // bytes, of document or so
+
+  static bool isWorthKeeping(const simdjson::dom::parser& parser) {
+    return parser.capacity() <= most;
+  }
+  static bool isWorthKeeping(const Tree& tree) {
+    return tree.ownText.capacity() <= most && tree.nodes.capacity() * sizeof(Tree::Node) <= most;
+  }
+
+  static constinit std::atomic<T*> spare;
+  std::unique_ptr<T> lent_;
 };
 
-constinit std::atomic<simdjson::dom::parser*> BorrowedParser::spare{nullptr};
+template <class T>
+constinit std::atomic<T*> Borrowed<T>::spare{nullptr};
+
+/// Whether escapes make up much of a document, going by a sample. simdjson is good at much else,
+/// but takes them one by one.
+bool isFullOfEscapes(std::string_view data) {
+  constexpr std::size_t samples = 16;
+  constexpr std::size_t sample = 16;  // bytes
+  const auto step = data.size() / samples;
+  if (step < 16 * sample) return false;
+  std::ptrdiff_t backslashes = 0;
+  for (std::size_t i = 0; i < samples; ++i) {
+    backslashes += std::ranges::count(data.substr(i * step, sample), '\\');
+  }
+  return backslashes > static_cast<std::ptrdiff_t>(samples * sample / 32);
+}
+
+/// Reads what is ordinary with the fast reader; whether it was.
+template <class Make>
+bool readOrdinary(std::string_view data, void* result, Make make) {
+  // Not if empty, for simdjson would copy from a null pointer then.
+  if (data.empty() || isFullOfEscapes(data)) return false;
+  try {
+    const Borrowed<simdjson::dom::parser> parser;
+    element root;
+    if (parser->parse(data.data(), data.size()).get(root)) return false;
+    const OrdinaryReader reader;
+    make(result, Decoder(reader, placeOf(root)));
+    return true;
+  } catch (const NotOrdinary&) {
+    return false;  // whatever was made so far is gone; nothing has reached the result
+  }
+}
 
 }  // namespace
 
 std::optional<Error> JSONDecoder::read(std::string_view data, void* result, Make make) {
+  if (readOrdinary(data, result, make)) return std::nullopt;
   try {
-    const BorrowedParser parser;
-    element root;
-    // Not if empty, for simdjson would copy from a null pointer then.
-    if (!data.empty() && !parser->parse(data.data(), data.size()).get(root)) {
-      const OrdinaryReader reader;
-      make(result, Decoder(reader, placeOf(root)));
-      return std::nullopt;
-    }
-  } catch (const NotOrdinary&) {
-    // Whatever was made so far is gone; nothing has reached the result.
-  }
-  try {
-    const Tree tree = parseJSON(data);
-    const TreeReader reader(tree);
+    const Borrowed<Tree> tree;
+    *tree = parseJSON(data, std::move(*tree));
+    const TreeReader reader(*tree);
     make(result, Decoder(reader, reader.root()));
     return std::nullopt;
   } catch (const DecodingFailure& failure) {

@@ -1,10 +1,10 @@
+#include "JSONText.h"
 #include "Tree.h"
 
 #include <simdjson.h>
 #include <utf8proc.h>
 
 #include <algorithm>
-#include <charconv>
 #include <utility>
 
 namespace Platform {
@@ -14,14 +14,13 @@ bool isDigit(char c) {
   return '0' <= c && c <= '9';
 }
 
-bool isHexDigit(char c) {
-  return isDigit(c) || ('a' <= c && c <= 'f') || ('A' <= c && c <= 'F');
-}
-
 /// The grammar of RFC 8259, without recursion: depth costs memory in the tree alone.
 class Parser {
  public:
-  explicit Parser(std::string_view document) : text_(document) { tree_.document = document; }
+  Parser(std::string_view document, Tree recycled) : text_(document), tree_(std::move(recycled)) {
+    tree_.nodes.clear();
+    tree_.document = document;
+  }
 
   Tree parse() {
     checkEncoding();
@@ -141,56 +140,48 @@ class Parser {
 
   void readString() {
     const auto begin = ++at_;
-    bool isEscaped = false;
-    while (true) {
-      if (at_ == text_.size()) fail("a string does not end");
-      const char c = text_[at_];
-      if (c == '"') break;
-      if (static_cast<unsigned char>(c) < 0x20) fail("a string holds a control character");
-      if (c == '\\') {
-        isEscaped = true;
-        skipEscape();
-      } else {
-        ++at_;
-      }
+    const auto* const end = text_.data() + text_.size();
+    at_ = indexOf(JSONText::skipPlain(text_.data() + at_, end));
+    if (peek() == '\\') {
+      readEscapedString(begin);
+    } else {
+      add(Tree::Kind::string, begin, at_);
     }
-    add(Tree::Kind::string, begin, at_, isEscaped);
+    if (at_ == text_.size()) fail("a string does not end");
+    if (text_[at_] != '"') fail("a string holds a control character");
     ++at_;
   }
 
-  void skipEscape() {
-    constexpr std::string_view simple = "\"\\/bfnrt";
-    ++at_;
-    if (at_ < text_.size() && simple.find(text_[at_]) != simple.npos) {
-      ++at_;
-      return;
-    }
-    const auto high = codeUnit();
-    if (high < 0xD800 || 0xDFFF < high) return;
-    const bool isPair = high < 0xDC00 && take('\\');
-    const auto low = isPair ? codeUnit() : 0;
-    if (low < 0xDC00 || 0xDFFF < low) fail("a string holds half a surrogate pair");
+  /// Reads the rest of a string from its first escape on, into the tree's own text. It takes no
+  /// more room there than here, so all of them fit into the document's size.
+  void readEscapedString(std::size_t begin) {
+    auto& own = tree_.ownText;
+    if (own.size() < text_.size()) own.resize(text_.size());
+    char* const to = own.data() + ownEnd_;
+    const auto cursor =
+        JSONText::readEscaped({.from = text_.data() + at_,
+                               .end = text_.data() + text_.size(),
+                               .to = std::copy(text_.data() + begin, text_.data() + at_, to)});
+    at_ = indexOf(cursor.from);
+    if (!cursor.fault.empty()) fail(cursor.fault);
+
+    auto& node = add(Tree::Kind::string, begin, at_);
+    node.isOwn = true;
+    node.textBegin = static_cast<std::uint32_t>(ownEnd_);
+    ownEnd_ += static_cast<std::size_t>(cursor.to - to);
+    node.textEnd = static_cast<std::uint32_t>(ownEnd_);
   }
 
-  unsigned codeUnit() {
-    if (!take('u')) fail("a string holds an unknown escape");
-    const auto digits = text_.substr(at_, 4);
-    if (digits.size() < 4 || !std::ranges::all_of(digits, isHexDigit)) {
-      fail("a string holds an unknown escape");
-    }
-    at_ += 4;
-    unsigned unit = 0;
-    std::from_chars(digits.data(), digits.data() + digits.size(), unit, 16);
-    return unit;
-  }
-
-  void add(Tree::Kind kind, std::size_t begin, std::size_t end, bool isEscaped = false) {
+  Tree::Node& add(Tree::Kind kind, std::size_t begin, std::size_t end) {
     const auto start = kind == Tree::Kind::string ? begin - 1 : begin;  // at its quotation mark
-    tree_.add({.position = {static_cast<std::uint32_t>(start), line_},
-               .textBegin = static_cast<std::uint32_t>(begin),
-               .textEnd = static_cast<std::uint32_t>(end),
-               .kind = kind,
-               .isEscaped = isEscaped});
+    auto& node = tree_.add(kind, {static_cast<std::uint32_t>(start), line_});
+    node.textBegin = static_cast<std::uint32_t>(begin);
+    node.textEnd = static_cast<std::uint32_t>(end);
+    return node;
+  }
+
+  [[nodiscard]] std::size_t indexOf(const char* place) const {
+    return static_cast<std::size_t>(place - text_.data());
   }
 
   [[nodiscard]] char peek() const { return at_ < text_.size() ? text_[at_] : '\0'; }
@@ -229,12 +220,13 @@ class Parser {
   std::size_t at_ = 0;
   std::uint32_t line_ = 1;
   Tree tree_;
+  std::size_t ownEnd_ = 0;  // of the tree's own text, as far as it is used
 };
 
 }  // namespace
 
-Tree parseJSON(std::string_view document) {
-  return Parser(document).parse();
+Tree parseJSON(std::string_view document, Tree recycled) {
+  return Parser(document, std::move(recycled)).parse();
 }
 
 }  // namespace Platform

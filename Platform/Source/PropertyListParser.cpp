@@ -185,9 +185,9 @@ class Parser {
   }
 
   void startLeaf(Kind kind) {
-    tree_.add({.position = position(),
-               .textBegin = static_cast<std::uint32_t>(tree_.ownText.size()),
-               .kind = kind});
+    auto& leaf = tree_.add(kind, position());
+    leaf.textBegin = static_cast<std::uint32_t>(tree_.ownText.size());
+    leaf.isOwn = true;
     inLeaf_ = true;
   }
 

@@ -9,58 +9,6 @@
 namespace Platform {
 namespace {
 
-std::uint32_t hexValue(std::string_view digits) {
-  std::uint32_t value = 0;
-  std::from_chars(digits.data(), digits.data() + digits.size(), value, 16);
-  return value;
-}
-
-void appendUTF8(std::string& to, std::uint32_t c) {
-  const auto byte = [&](std::uint32_t b) { to += static_cast<char>(b); };
-  if (c < 0x80) {
-    byte(c);
-  } else if (c < 0x800) {
-    byte(0xC0 | c >> 6);
-    byte(0x80 | (c & 0x3F));
-  } else if (c < 0x10000) {
-    byte(0xE0 | c >> 12);
-    byte(0x80 | (c >> 6 & 0x3F));
-    byte(0x80 | (c & 0x3F));
-  } else {
-    byte(0xF0 | c >> 18);
-    byte(0x80 | (c >> 12 & 0x3F));
-    byte(0x80 | (c >> 6 & 0x3F));
-    byte(0x80 | (c & 0x3F));
-  }
-}
-
-/// What an escaped JSON text stands for. The parser has checked its form.
-std::string unescape(std::string_view text) {
-  constexpr std::string_view letters = "bfnrt";
-  constexpr std::string_view meanings = "\b\f\n\r\t";
-  std::string result;
-  result.reserve(text.size());
-  while (true) {
-    const auto backslash = text.find('\\');
-    result += text.substr(0, backslash);
-    if (backslash == text.npos) return result;
-    const char escape = text[backslash + 1];
-    text.remove_prefix(backslash + 2);
-    if (escape == 'u') {
-      std::uint32_t c = hexValue(text.substr(0, 4));
-      text.remove_prefix(4);
-      if (0xD800 <= c && c < 0xDC00) {
-        c = 0x10000 + ((c - 0xD800) << 10) + (hexValue(text.substr(2, 4)) - 0xDC00);
-        text.remove_prefix(6);
-      }
-      appendUTF8(result, c);
-    } else {
-      const auto letter = letters.find(escape);
-      result += letter == letters.npos ? escape : meanings[letter];
-    }
-  }
-}
-
 locale_t classicLocale() {
   static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
   return locale;
@@ -68,25 +16,21 @@ locale_t classicLocale() {
 
 }  // namespace
 
-std::string Tree::stringOf(const Node& node) const {
-  return node.isEscaped ? unescape(textOf(node)) : std::string(textOf(node));
-}
-
-bool Tree::isString(const Node& node, std::string_view wanted) const {
-  return node.isEscaped ? unescape(textOf(node)) == wanted : textOf(node) == wanted;
-}
-
 std::uint32_t Tree::member(std::uint32_t index, std::string_view key) const {
   const auto end = nodes[index].next;
   for (auto name = index + 1; name < end;) {
     const auto value = name + 1;
-    if (isString(nodes[name], key)) return value;
+    if (textOf(nodes[name]) == key) return value;
     name = nodes[value].next;
   }
   return none;
 }
 
 std::optional<std::int64_t> exactInteger(std::string_view number) {
+  std::int64_t plain = 0;
+  const auto [stop, misfit] = std::from_chars(number.data(), number.data() + number.size(), plain);
+  if (stop == number.data() + number.size() && misfit == std::errc{}) return plain;
+
   const bool isNegative = number.starts_with('-');
   if (isNegative) number.remove_prefix(1);
 
@@ -141,7 +85,15 @@ std::optional<double> nearestDouble(std::string_view number) {
     return static_cast<double>(integer);
   }
   // Not strtod: a host's setlocale would change what it reads.
-  const double value = strtod_l(std::string(number).c_str(), nullptr, classicLocale());
+  char terminated[32] = {};  // enough for those that are met in practice
+  std::string longer;
+  if (number.size() < sizeof terminated) {
+    number.copy(terminated, number.size());
+  } else {
+    longer = number;
+  }
+  const double value =
+      strtod_l(longer.empty() ? terminated : longer.c_str(), nullptr, classicLocale());
   return std::isfinite(value) ? std::optional(value) : std::nullopt;
 }
 

@@ -35,33 +35,32 @@ struct Tree {
     std::uint32_t textEnd = 0;
     std::uint32_t next = 0;  // while a container is open: the container around it, or `none`
     Kind kind = Kind::null;
-    bool isEscaped = false;  // the text holds JSON escapes
+    bool isOwn = false;  // the text is in the tree's own
   };
 
   std::vector<Node> nodes;
-  std::string_view document;  // what the nodes' texts refer to, unless there is a text of their own
-  std::string ownText;
+  std::string_view document;  // what the nodes' texts refer to, unless
+  std::string ownText;        // they could not be taken from there as they are
 
   [[nodiscard]] std::string_view textOf(const Node& node) const {
-    const std::string_view text = ownText.empty() ? document : ownText;
+    const std::string_view text = node.isOwn ? ownText : document;
     return text.substr(node.textBegin, node.textEnd - node.textBegin);
   }
-  [[nodiscard]] std::string stringOf(const Node& node) const;
-  [[nodiscard]] bool isString(const Node& node, std::string_view wanted) const;
-
   /// The value of the first such key of the object at `index`, or `none`.
   [[nodiscard]] std::uint32_t member(std::uint32_t index, std::string_view key) const;
 
-  /// Builds the tree: adds a node inside the open container.
-  std::uint32_t add(Node node) {
-    nodes.push_back(node);
-    nodes.back().next = static_cast<std::uint32_t>(nodes.size());
-    return static_cast<std::uint32_t>(nodes.size() - 1);
+  /// Builds the tree: adds a node, as yet without text, inside the open container.
+  Node& add(Kind kind, Position position) {
+    auto& node = nodes.emplace_back();
+    node.position = position;
+    node.kind = kind;
+    node.next = static_cast<std::uint32_t>(nodes.size());
+    return node;
   }
   /// Adds a container and makes it the open one.
   void open(Kind kind, Position position) {
-    const auto index = add({.position = position, .kind = kind});
-    nodes[index].next = std::exchange(innermost, index);
+    add(kind, position).next = innermost;
+    innermost = static_cast<std::uint32_t>(nodes.size() - 1);
   }
   /// Closes the open container.
   void close() {
@@ -72,8 +71,9 @@ struct Tree {
   std::uint32_t innermost = none;
 };
 
-/// Parses all of a JSON document; throws `DecodingFailure` where it is malformed.
-[[nodiscard]] Tree parseJSON(std::string_view document);
+/// Parses all of a JSON document; throws `DecodingFailure` where it is malformed. The memory of an
+/// earlier tree may serve again.
+[[nodiscard]] Tree parseJSON(std::string_view document, Tree recycled = {});
 
 /// Parses all of a property list in XML; throws `DecodingFailure` where it is malformed.
 [[nodiscard]] Tree parsePropertyList(std::string_view document);
@@ -91,7 +91,7 @@ class TreeReader final : public DocumentReader {
 
   [[nodiscard]] Place root() const { return {&tree_, 0}; }
 
-  [[nodiscard]] Place member(const Decoder& at, std::string_view key) const override;
+  [[nodiscard]] Place member(const Decoder& at, std::string_view key, Run& run) const override;
   [[nodiscard]] Elements elements(const Decoder& at) const override;
   [[nodiscard]] Place next(Place element) const override;
   [[nodiscard]] std::int64_t integer(const Decoder& at) const override;

@@ -70,7 +70,7 @@ const Tree::Node& TreeReader::expect(const Decoder& at, Kind kind) const {
        path, node.position, types);
 }
 
-Place TreeReader::member(const Decoder& at, std::string_view key) const {
+Place TreeReader::member(const Decoder& at, std::string_view key, Run&) const {
   const auto& object = expect(at, Kind::object);
   const auto index = static_cast<std::uint32_t>(at.place().index);
   if (const auto value = tree_.member(index, key); value != Tree::none) return {&tree_, value};
@@ -110,7 +110,7 @@ bool TreeReader::boolean(const Decoder& at) const {
 }
 
 std::string TreeReader::string(const Decoder& at) const {
-  return tree_.stringOf(expect(at, Kind::string));
+  return std::string(tree_.textOf(expect(at, Kind::string)));
 }
 
 }  // namespace Platform

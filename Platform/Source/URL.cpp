@@ -3,6 +3,7 @@
 #include <uriparser/Uri.h>
 
 #include <algorithm>
+#include <atomic>
 #include <charconv>
 #include <cstdint>
 #include <memory>
@@ -34,6 +35,20 @@ bool isPort(std::string_view text) {
 
 std::optional<URL> URL::parse(std::string text) {
   if (text.empty()) return std::nullopt;
+  // The same addresses are asked for again and again, so the latest is kept for whoever comes next.
+  static constinit std::atomic<URL*> latest{nullptr};
+  std::unique_ptr<URL> kept(latest.exchange(nullptr));
+  if (!kept || kept->text_ != text) {
+    auto parsed = parseAfresh(std::move(text));
+    if (!parsed) return std::nullopt;
+    kept = std::make_unique<URL>(*std::move(parsed));
+  }
+  URL result = *kept;
+  kept.reset(latest.exchange(kept.release()));
+  return result;
+}
+
+std::optional<URL> URL::parseAfresh(std::string text) {
   URL url;
   url.text_ = std::move(text);
 

@@ -79,14 +79,17 @@ void CurlWorker::stopAtExit() {
 
 template <class Item>
 void CurlWorker::enqueue(std::vector<Item>& queue, Item item) {
-  const std::lock_guard lock(mutex_);
-  queue.push_back(std::move(item));
-  if (!thread_.joinable()) {
-    const WithoutSignals inherited;
-    if (!stopping_) thread_ = std::thread([this] { run(); });
-  } else if (queue.size() == 1 && thread_.get_id() != std::this_thread::get_id()) {
-    curl_multi_wakeup(multi_);
+  bool mustWake = false;
+  {
+    const std::lock_guard lock(mutex_);
+    queue.push_back(std::move(item));
+    mustWake = std::exchange(isWaiting_, false);
+    if (!thread_.joinable() && !stopping_) {
+      const WithoutSignals inherited;
+      thread_ = std::thread([this] { run(); });
+    }
   }
+  if (mustWake) curl_multi_wakeup(multi_);
 }
 
 void CurlWorker::add(std::unique_ptr<CurlTransfer> transfer) {
@@ -99,13 +102,12 @@ void CurlWorker::post(std::function<void()> task) {
 
 void CurlWorker::run() {
   while (!stopping_) {
+    runTasks();
     startWaiting();
     int stillRunning = 0;
     curl_multi_perform(multi_, &stillRunning);
     finishDone();
     finishLate();
-    runTasks();
-    // Other threads wake the wait; what was added on this one has to be looked for.
     if (!stopping_ && !hasWork()) wait();
   }
 }
@@ -119,12 +121,14 @@ void CurlWorker::wait() {
 bool CurlWorker::hasWork() {
   if (running_.size() < mostRunning && !waiting_.empty()) return true;
   const std::lock_guard lock(mutex_);
-  return !added_.empty() || !tasks_.empty();
+  isWaiting_ = added_.empty() && tasks_.empty();
+  return !isWaiting_;
 }
 
 void CurlWorker::startWaiting() {
   {
     const std::lock_guard lock(mutex_);
+    isWaiting_ = false;
     for (auto& transfer : added_) {
       earliestDeadline_ = std::min(earliestDeadline_, transfer->deadline() + patience);
       waiting_.push_back(std::move(transfer));
@@ -176,10 +180,10 @@ void CurlWorker::finish(CURL* handle, CURLcode result) {
   const auto transfer = std::move(running_.extract(handle).mapped());
   long proxyStatus = 0;
   curl_easy_getinfo(handle, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
+  transfer->finish(result, proxyStatus);  // first, since somebody waits for it
   curl_multi_remove_handle(multi_, handle);
   curl_easy_reset(handle);
   if (spare_.size() < mostSpare) spare_.push_back(std::move(easy));
-  transfer->finish(result, proxyStatus);
 }
 
 void CurlWorker::runTasks() {

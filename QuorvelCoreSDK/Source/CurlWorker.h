@@ -35,6 +35,7 @@ class CurlWorker {
   template <class Item>
   void enqueue(std::vector<Item>& queue, Item item);
   void run();
+  /// Whether there is something to do. If not, the thread says that it is going to wait.
   [[nodiscard]] bool hasWork();
   void startWaiting();
   void finishDone();
@@ -48,10 +49,11 @@ class CurlWorker {
   CURLM* const multi_;
   std::atomic<bool> stopping_ = false;
 
-  std::mutex mutex_;  // guards these three
+  std::mutex mutex_;  // guards these four
   std::vector<std::unique_ptr<CurlTransfer>> added_;
   std::vector<std::function<void()>> tasks_;
   std::thread thread_;
+  bool isWaiting_ = false;  // and has to be woken for what is new
 
   // The rest belongs to the thread.
   std::deque<std::unique_ptr<CurlTransfer>> waiting_;

@@ -41,7 +41,6 @@ std::expected<Platform::Data, Platform::Error> documentOf(std::optional<Platform
 KeptDocument::KeptDocument(Parameters parameters) : parameters_(std::move(parameters)) {}
 
 void KeptDocument::get(Callback callback) {
-  const OneCall call(callback);
   Document document;
   bool isFirst = false;
   {
@@ -50,16 +49,16 @@ void KeptDocument::get(Callback callback) {
       document = document_;
     } else {
       isFirst = waiting_.empty();
-      waiting_.push_back(call);
+      waiting_.emplace_back(callback);
     }
   }
   if (isFirst) fetchOrLetGo();
   if (!document) return;
   if (parameters_.delivery == Delivery::atOnce) {
-    call(std::move(document));
+    if (const auto called = std::exchange(callback, nullptr)) called(std::move(document));
   } else {
     Session::post(parameters_.environment.session_,
-                  [call, document = std::move(document)] { call(document); });
+                  [call = OneCall(callback), document = std::move(document)] { call(document); });
   }
 }
 

@@ -107,6 +107,8 @@ TEST(Readers, AgreeOnMutatedDocuments) {
       "\"\u00fc\U0001F600\","
       "\n\t\"author\" : { \"w\" : 0, \"v\" : \"x\" }, \"tags\" : [ ],\n\t\"parts\" : [ {\"v\":-1} "
       "]\n}\n",
+      R"({"count":1,"share":0.5,"isOpen":true,"title":"\u3042\ud83d\ude00 more than a block of text\n)"
+      R"(\u00e9\t and still some more, to its end","author":{"v":"\"\u0041\""},"tags":[],"parts":[]})",
   };
   const auto hasHugeNumber = testing::ContainsRegex("[eE][+]?[0-9]{3}|[0-9]{300}");
   std::mt19937 random(20'240'501);
@@ -143,10 +145,14 @@ struct Root {
 TEST(Readers, TheFastOneReadsWhatIsOrdinary) {
   const Platform::Tree tree;
   const auto authoritativeRoot = Platform::TreeReader(tree).root().index;
+  std::string escapes;  // which the other one reads faster
+  while (escapes.size() < 8192) escapes += R"(\u3042)";
   const std::pair<std::string, bool> cases[] = {
       {R"({"v":1})", true},
       {R"({ "w" : [1.5, -2e10, {"x": null}], "v": -9223372036854775808, "v": 1.5 })", true},
       {R"({"w":"\ud83d\ude00\u0000","v":0})", true},
+      {R"({"w":")" + std::string(8192, ' ') + R"(","v":0})", true},
+      {R"({"w":")" + escapes + R"(","v":0})", false},
       {R"({"v":1.0})", false},
       {R"({"w":1e400,"v":1})", false},
       {"\xEF\xBB\xBF{\"v\":1,\"w\":1e400}", false},

@@ -29,8 +29,16 @@ class PELLIX_EXPORT DocumentReader {
     std::size_t count;
   };
 
+  /// How far a run of questions for the keys of one object has come. While the keys stand in the
+  /// order of the questions, each stands right behind the one before and need not be looked for. No
+  /// key may be asked for twice in a run: so none stands twice in what the run has passed either.
+  struct Run {
+    Place next{};  // no document: at the beginning
+    bool isInOrder = true;
+  };
+
   /// The value of a key of the object at a place; the first, if the key stands there twice.
-  [[nodiscard]] virtual Place member(const Decoder& at, std::string_view key) const = 0;
+  [[nodiscard]] virtual Place member(const Decoder& at, std::string_view key, Run& run) const = 0;
   [[nodiscard]] virtual Elements elements(const Decoder& at) const = 0;
   /// The place behind an element.
   [[nodiscard]] virtual Place next(Place element) const = 0;
@@ -54,10 +62,12 @@ class PELLIX_EXPORT Decoder {
   template <class Fields, class... Members>
   [[nodiscard]] Fields decode(const std::tuple<Key<Fields, Members>...>& keys) const {
     Fields fields{};
+    DocumentReader::Run run;
     std::apply(
         [&](const auto&... key) {
           ((fields.*key.member =
-                read<std::remove_reference_t<decltype(fields.*key.member)>>(key.name)),
+                nested(key.name, run)
+                    .template value<std::remove_reference_t<decltype(fields.*key.member)>>()),
            ...);
         },
         keys);
@@ -72,7 +82,8 @@ class PELLIX_EXPORT Decoder {
 
   /// The value of a required key of this object. It refers to this decoder.
   [[nodiscard]] Decoder nested(std::string_view key) const {
-    return {*this, reader_->member(*this, key), key, 0};
+    DocumentReader::Run run;
+    return nested(key, run);
   }
 
   /// Reads this value: a number, a boolean, a text, a list, or a record with a decoding
@@ -92,6 +103,10 @@ class PELLIX_EXPORT Decoder {
   struct Reading {
     static T value(const Decoder& at) { return T(at); }
   };
+
+  [[nodiscard]] Decoder nested(std::string_view key, DocumentReader::Run& run) const {
+    return {*this, reader_->member(*this, key, run), key, 0};
+  }
 
   Decoder(const Decoder& parent, Place place, std::string_view key, std::size_t index)
       : reader_(parent.reader_), place_(place), parent_(&parent), key_(key), index_(index) {}

@@ -36,7 +36,7 @@ class PELLIX_EXPORT Encoder {
 
  private:
   friend class JSONEncoder;
-  Encoder() = default;
+  Encoder();
 
   template <class T>
   void member(std::string_view key, const T& value) {

@@ -31,6 +31,7 @@ class PELLIX_EXPORT URL {
 
  private:
   URL() = default;
+  [[nodiscard]] static std::optional<URL> parseAfresh(std::string text);
 
   std::string text_;
   std::string scheme_;

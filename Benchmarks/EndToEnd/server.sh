@@ -1,0 +1,66 @@
+# A plain web server on loopback that gives every question the same reply. Sourced by ./bench.
+
+# Starts it with its files in a directory. Sets http_address, https_address, certificate and server_pid.
+start_server() {
+  local directory=$1 reply=$2 ports nginx
+  nginx=$(find_nginx)
+  mkdir -p "$directory"
+  certificate=$directory/certificate.pem
+  openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -subj /CN=localhost \
+    -addext subjectAltName=IP:127.0.0.1 -keyout "$directory/key.pem" -out "$certificate" 2>/dev/null
+  read -r -a ports < <(free_ports)
+  http_address=http://127.0.0.1:${ports[0]}
+  https_address=https://127.0.0.1:${ports[1]}
+  cat >"$directory/nginx.conf" <<EOT
+$( ((EUID != 0)) || echo 'user nobody nogroup;')
+worker_processes 1;
+pid $directory/pid;
+error_log $directory/error.log;
+events { worker_connections 1024; }
+http {
+  access_log off;
+  default_type application/json;
+  keepalive_requests 100000000;
+  http2_max_concurrent_streams 256;
+  client_body_temp_path $directory/temporary;
+  proxy_temp_path $directory/temporary;
+  fastcgi_temp_path $directory/temporary;
+  scgi_temp_path $directory/temporary;
+  uwsgi_temp_path $directory/temporary;
+  ssl_certificate $certificate;
+  ssl_certificate_key $directory/key.pem;
+  server {
+    listen 127.0.0.1:${ports[0]};
+    listen 127.0.0.1:${ports[1]} ssl http2;
+    location = /api/v1/account/settings { return 200 '{"pellix":{"enabled":true}}'; }
+    location = /knowledge/v1/settings { return 200 '{"locale":"en-us"}'; }
+    location = /answers/v1/interactions { return 200 '$(sed "s/[\\\\']/\\\\&/g" <<<"$reply")'; }
+  }
+}
+EOT
+  # It listens when the command has ended.
+  "$nginx" -e "$directory/error.log" -c "$directory/nginx.conf" || die "The server did not start."
+  server_pid=$(<"$directory/pid")
+}
+
+free_ports() {
+  python3 -c 'import socket
+sockets = [socket.create_server(("127.0.0.1", 0)) for _ in range(2)]
+print(*(s.getsockname()[1] for s in sockets))'
+}
+
+# The server's program. Its package is unpacked and not installed: installed, it would start to serve.
+find_nginx() {
+  local unpacked=$PWD/build/bench/nginx
+  if ! command -v nginx && ! [[ -x $unpacked/usr/sbin/nginx ]]; then
+    say "Unpacking nginx"
+    mkdir -p "$unpacked"
+    (
+      cd "$unpacked"
+      fetch=(apt-get download -q -o APT::Sandbox::User=root nginx)
+      "${fetch[@]}" >&2 || { as_root apt-get update -q >&2 && "${fetch[@]}" >&2; }
+      dpkg -x nginx_*.deb .
+    ) || die "nginx can't be had."
+  fi
+  command -v nginx || echo "$unpacked/usr/sbin/nginx"
+}

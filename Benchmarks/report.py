@@ -1,0 +1,109 @@
+#!/usr/bin/env python3
+"""Turns measured figures into a table, a JSON file and, if asked, documentation and plots."""
+
+import argparse
+import datetime
+import json
+import os
+import re
+import subprocess
+
+import plots
+
+# What figures should be at most or at least, by their names.
+AIMS = [
+    (r"decode\..*\.vs_simdjson", "<=", 1.1),
+    (r"decode\..*\.vs_nlohmann", "<=", 0.08),
+    (r"pipeline\.us_per_query", "<=", 2),
+    (r"pipeline\.allocations", "<=", 30),
+    (r"e2e\.latency\..*\.vs_.*", "<=", 1.05),
+    (r"e2e\.throughput\..*\.vs_.*", ">=", 0.95),
+    (r"e2e\.threads", "<=", 2),
+    (r"scale\.decode_over_.*", "<=", 1.25),
+    (r"scale\.rss_kb_growth.*", "<=", 256),
+]
+
+# Titles of tables and the figures in them: a row for each first group, a column for each second one.
+TABLES = [
+    ("Decoding a reply", r"decode\.(.*)\.(\w+)"),
+    ("Latency on loopback, one question at a time", r"e2e\.latency\.(.*)\.(\w+)"),
+    ("Throughput on loopback, by questions in flight", r"e2e\.throughput\.(.*)\.(\w+)"),
+    ("The rest", r"((?:pipeline|start|scale|e2e)\.\w+)()"),
+]
+
+BEGIN, END = "<!-- figures: begin -->\n", "<!-- figures: end -->\n"
+
+
+def read(path):
+    figures, points = {}, {}
+    for line in open(path, encoding="utf-8"):
+        name, *numbers = line.split()
+        if name.startswith("plot."):
+            points.setdefault(name.removeprefix("plot."), []).append(tuple(map(float, numbers)))
+        else:
+            figures[name] = float(numbers[0])
+    return figures, points
+
+
+def aim_of(name):
+    return next(((sign, limit) for pattern, sign, limit in AIMS if re.fullmatch(pattern, name)), None)
+
+
+def text_of(name, value):
+    digits = f"{value:,.0f}" if value >= 1000 else f"{value:.3g}"
+    sign, limit = aim_of(name) or (None, 0)
+    is_missed = value > limit if sign == "<=" else value < limit if sign == ">=" else False
+    return f"**{digits}**" if is_missed else digits
+
+
+def table(figures, pattern):
+    cells, columns = {}, {}
+    for name, value in figures.items():
+        if match := re.fullmatch(pattern, name):
+            row, column = match.groups()
+            cells.setdefault(row, {})[column] = text_of(name, value)
+            columns[column] = aim_of(name)
+    if "" in columns:  # of single figures, each has its own aim
+        lines = [[row, values[""], " ".join(map(str, aim_of(row) or ""))] for row, values in cells.items()]
+        header = ["", "figure", "aim"]
+    else:
+        lines = [[row, *(values.get(c, "") for c in columns)] for row, values in cells.items()]
+        header = ["", *(f"{c} ({aim[0]} {aim[1]})" if aim else c for c, aim in columns.items())]
+    widths = [max(map(len, column)) for column in zip(header, *lines)]
+    rows = [header, ["-" * width for width in widths], *lines]
+    join = lambda row: " | ".join(cell.ljust(width) for cell, width in zip(row, widths))
+    return lines and "".join(f"| {join(row)} |\n" for row in rows)
+
+
+def render(figures):
+    cpu = re.search(r"model name\s*: (.*)", open("/proc/cpuinfo", encoding="utf-8").read())
+    gcc = subprocess.run(["g++", "-dumpfullversion"], capture_output=True, text=True, check=True)
+    text = (f"{datetime.date.today()}, {cpu[1] if cpu else 'unknown processor'}, {os.cpu_count()} "
+            f"cores, gcc {gcc.stdout.strip()} -O2. What is bold misses its aim.\n")
+    for title, pattern in TABLES:
+        if rows := table(figures, pattern):
+            text += f"\n### {title}\n\n{rows}"
+    return text
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("figures")
+    parser.add_argument("json")
+    parser.add_argument("--docs", metavar="FILE")
+    parser.add_argument("--plots", metavar="DIRECTORY")
+    options = parser.parse_args()
+    figures, points = read(options.figures)
+    with open(options.json, "w", encoding="utf-8") as file:
+        json.dump(figures, file, indent=1)
+    print(render(figures))
+    if options.docs:
+        before, rest = open(options.docs, encoding="utf-8").read().split(BEGIN)
+        with open(options.docs, "w", encoding="utf-8") as file:
+            file.write(before + BEGIN + "\n" + render(figures) + "\n" + END + rest.split(END)[1])
+    if options.plots:
+        plots.draw_all(points, options.plots)
+
+
+if __name__ == "__main__":
+    main()

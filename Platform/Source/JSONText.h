@@ -1,0 +1,159 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+/// The text of JSON strings, sixteen bytes at a time where nothing needs a closer look.
+namespace Platform::JSONText {
+
+using Block = unsigned char __attribute__((vector_size(16)));
+
+/// How many bytes of a block stand for themselves in a string, from its first one on: up to a
+/// quotation mark, a backslash or a control character.
+inline std::size_t plainBytes(Block block) {
+  using Halves = std::uint64_t __attribute__((vector_size(16)));
+  const auto halves = std::bit_cast<Halves>((block == '"') | (block == '\\') | (block < 0x20));
+  const auto bytes = [](std::uint64_t half) {
+    constexpr bool isLittle = std::endian::native == std::endian::little;
+    return static_cast<std::size_t>(isLittle ? std::countr_zero(half) : std::countl_zero(half)) / 8;
+  };
+  return halves[0] ? bytes(halves[0]) : 8 + bytes(halves[1]);
+}
+
+inline bool isPlain(char c) {
+  return c != '"' && c != '\\' && static_cast<unsigned char>(c) >= 0x20;
+}
+
+/// Where text that stands for itself ends.
+inline const char* skipPlain(const char* from, const char* end) {
+  while (end - from >= std::ptrdiff_t{sizeof(Block)}) {
+    Block block;
+    std::memcpy(&block, from, sizeof block);
+    const auto plain = plainBytes(block);
+    from += plain;
+    if (plain < sizeof block) return from;
+  }
+  return std::find_if_not(from, end, isPlain);
+}
+
+/// How far the reading of escaped text has come, and what is wrong there, if anything. What works
+/// on it is always inlined, so that it lives in registers: half of the time is at stake.
+struct Cursor {
+  const char* from;
+  const char* const end;
+  char* to;
+  std::string_view fault;
+
+  [[nodiscard]] bool at(char c) const { return from != end && *from == c; }
+};
+
+/// Copies text that stands for itself. It may write beyond the copy, but no further than the whole
+/// text would reach.
+[[gnu::always_inline]] inline void copyPlain(Cursor& cursor) {
+  while (cursor.end - cursor.from >= std::ptrdiff_t{sizeof(Block)}) {
+    Block block;
+    std::memcpy(&block, cursor.from, sizeof block);
+    std::memcpy(cursor.to, &block, sizeof block);
+    const auto plain = plainBytes(block);
+    cursor.from += plain;
+    cursor.to += plain;
+    if (plain < sizeof block) return;
+  }
+  while (cursor.from != cursor.end && isPlain(*cursor.from)) *cursor.to++ = *cursor.from++;
+}
+
+[[gnu::always_inline]] inline void writeUTF8(Cursor& cursor, std::uint32_t c) {
+  const auto byte = [&](std::uint32_t b) { *cursor.to++ = static_cast<char>(b); };
+  if (c < 0x80) {
+    byte(c);
+  } else if (c < 0x800) {
+    byte(0xC0 | c >> 6);
+    byte(0x80 | (c & 0x3F));
+  } else if (c < 0x10000) {
+    byte(0xE0 | c >> 12);
+    byte(0x80 | (c >> 6 & 0x3F));
+    byte(0x80 | (c & 0x3F));
+  } else {
+    byte(0xF0 | c >> 18);
+    byte(0x80 | (c >> 12 & 0x3F));
+    byte(0x80 | (c >> 6 & 0x3F));
+    byte(0x80 | (c & 0x3F));
+  }
+}
+
+/// What a letter behind a backslash stands for; 0: nothing.
+inline constexpr auto simpleEscapes = [] {
+  constexpr std::string_view letters = "\"\\/bfnrt";
+  constexpr std::string_view meanings = "\"\\/\b\f\n\r\t";
+  std::array<char, 256> table{};
+  for (std::size_t i = 0; i < letters.size(); ++i) {
+    table[static_cast<unsigned char>(letters[i])] = meanings[i];
+  }
+  return table;
+}();
+
+/// The values of hexadecimal digits. Other characters' are too large for any number of four digits.
+inline constexpr auto hexDigits = [] {
+  std::array<std::uint32_t, 256> table{};
+  table.fill(0x10000);
+  for (std::uint32_t i = 0; i < 10; ++i) table['0' + i] = i;
+  for (std::uint32_t i = 0; i < 6; ++i) table['a' + i] = table['A' + i] = 10 + i;
+  return table;
+}();
+
+/// Reads four digits behind a "u".
+[[gnu::always_inline]] inline std::uint32_t readCodeUnit(Cursor& cursor) {
+  std::uint32_t unit = 0x10000;
+  if (cursor.at('u') && cursor.end - ++cursor.from >= 4) {
+    const auto digit = [&](std::size_t i) {
+      return hexDigits[static_cast<unsigned char>(cursor.from[i])];
+    };
+    unit = digit(0) << 12 | digit(1) << 8 | digit(2) << 4 | digit(3);
+  }
+  if (unit > 0xFFFF) {
+    cursor.fault = "a string holds an unknown escape";
+    return 0;
+  }
+  cursor.from += 4;
+  return unit;
+}
+
+/// Reads one escape.
+[[gnu::always_inline]] inline void readEscape(Cursor& cursor) {
+  ++cursor.from;
+  if (cursor.from != cursor.end && simpleEscapes[static_cast<unsigned char>(*cursor.from)]) {
+    *cursor.to++ = simpleEscapes[static_cast<unsigned char>(*cursor.from++)];
+    return;
+  }
+  auto c = readCodeUnit(cursor);
+  if (0xD800 <= c && c <= 0xDFFF) {
+    const bool isPair = c < 0xDC00 && cursor.at('\\');
+    if (isPair) ++cursor.from;
+    const auto low = isPair ? readCodeUnit(cursor) : 0;
+    if (!cursor.fault.empty()) return;
+    if (low < 0xDC00 || 0xDFFF < low) {
+      cursor.fault = "a string holds half a surrogate pair";
+      return;
+    }
+    c = 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00);
+  }
+  writeUTF8(cursor, c);
+}
+
+/// Reads a string's text from an escape on, up to a fault or to what is neither plain nor an
+/// escape.
+inline Cursor readEscaped(Cursor cursor) {
+  while (cursor.fault.empty() && cursor.at('\\')) {
+    readEscape(cursor);
+    // Where everything is escaped, the next one's place is known without a look at a block.
+    if (!cursor.at('\\') && cursor.fault.empty()) copyPlain(cursor);
+  }
+  return cursor;
+}
+
+}  // namespace Platform::JSONText
