@@ -28,7 +28,7 @@ TABLES = [
     ("Decoding a reply", r"decode\.(.*)\.(\w+)"),
     ("Latency on loopback, one question at a time", r"e2e\.latency\.(.*)\.(\w+)"),
     ("Throughput on loopback, by questions in flight", r"e2e\.throughput\.(.*)\.(\w+)"),
-    ("The rest", r"((?:pipeline|start|scale|e2e)\.\w+)()"),
+    ("The rest", r"((?:machine|pipeline|start|scale|e2e)\.\w+)()"),
 ]
 
 BEGIN, END = "<!-- figures: begin -->\n", "<!-- figures: end -->\n"
