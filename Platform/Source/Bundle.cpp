@@ -37,6 +37,7 @@ fs::path imageContaining(const void* address) {
   if (dladdr(address, &image) == 0) return {};
   const auto wanted = reinterpret_cast<std::uintptr_t>(image.dli_fbase);
   std::ifstream maps("/proc/self/maps");
+  maps.exceptions(std::ios::badbit);  // else it would seem to end where memory does
   for (std::string line; std::getline(maps, line);) {
     std::uintptr_t begin = 0;
     std::uintptr_t end = 0;

@@ -1,6 +1,6 @@
-#include <Platform/JSONEncoder.h>
+#include "UTF8.h"
 
-#include <simdjson.h>
+#include <Platform/JSONEncoder.h>
 
 #include <charconv>
 #include <cmath>
@@ -79,7 +79,7 @@ void Encoder::write(bool value) {
 }
 
 void Encoder::write(const std::string& value) {
-  if (!simdjson::validate_utf8(value.data(), value.size())) {
+  if (!isUTF8(value)) {
     fail(EncodingErrorCode::invalidText, key_, "is not valid UTF-8.");
   }
   appendQuoted(text_, value);

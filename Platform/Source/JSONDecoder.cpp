@@ -1,4 +1,5 @@
 #include "Tree.h"
+#include "UTF8.h"
 
 #include <Platform/JSONDecoder.h>
 
@@ -75,19 +76,31 @@ class OrdinaryReader final : public DocumentReader {
 class BorrowedParser {
  public:
   BorrowedParser() : parser_(spare.exchange(nullptr)) {
-    if (!parser_) parser_ = std::make_unique<simdjson::dom::parser>();
+    if (parser_) return;
+    prepareSimdjson();
+    parser_ = std::make_unique<simdjson::dom::parser>();
   }
   BorrowedParser(const BorrowedParser&) = delete;
   BorrowedParser& operator=(const BorrowedParser&) = delete;
   ~BorrowedParser() {
     constexpr std::size_t worthKeeping = std::size_t{1} << 20;  // bytes of document
-    if (parser_->capacity() <= worthKeeping) parser_.reset(spare.exchange(parser_.release()));
+    if (isWhole_ && parser_->capacity() <= worthKeeping) parser_.reset(spare.exchange(parser_.release()));
   }
-  simdjson::dom::parser* operator->() const { return parser_.get(); }
+
+  /// The top of a document, unless it is not ordinary.
+  [[nodiscard]] std::optional<element> parse(std::string_view data) {
+    element root;
+    // Not if empty, for simdjson would copy from a null pointer then.
+    if (data.empty()) return std::nullopt;
+    const auto failure = parser_->parse(data.data(), data.size()).get(root);
+    isWhole_ = failure != simdjson::MEMALLOC;  // else it would use what it lacks the next time
+    return failure ? std::nullopt : std::optional(root);
+  }
 
  private:
   static constinit std::atomic<simdjson::dom::parser*> spare;
   std::unique_ptr<simdjson::dom::parser> parser_;
+  bool isWhole_ = true;
 };
 
 constinit std::atomic<simdjson::dom::parser*> BorrowedParser::spare{nullptr};
@@ -96,12 +109,10 @@ constinit std::atomic<simdjson::dom::parser*> BorrowedParser::spare{nullptr};
 
 std::optional<Error> JSONDecoder::read(std::string_view data, void* result, Make make) {
   try {
-    const BorrowedParser parser;
-    element root;
-    // Not if empty, for simdjson would copy from a null pointer then.
-    if (!data.empty() && !parser->parse(data.data(), data.size()).get(root)) {
+    BorrowedParser parser;
+    if (const auto root = parser.parse(data)) {
       const OrdinaryReader reader;
-      make(result, Decoder(reader, placeOf(root)));
+      make(result, Decoder(reader, placeOf(*root)));
       return std::nullopt;
     }
   } catch (const NotOrdinary&) {

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <new>
 #include <utility>
 
 namespace Platform {
@@ -62,7 +63,10 @@ std::string unescape(std::string_view text) {
 }
 
 locale_t classicLocale() {
-  static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
+  static const locale_t locale = [] {
+    const locale_t made = newlocale(LC_ALL_MASK, "C", nullptr);
+    return made ? made : throw std::bad_alloc();
+  }();
   return locale;
 }
 
