@@ -145,7 +145,8 @@ std::optional<fs::path> Bundle::pathForResource(std::string_view name,
 std::optional<InfoValue> Bundle::objectForInfoDictionaryKey(std::string_view key) const {
   const auto entry = info_.find(key);
   if (entry == info_.end()) return std::nullopt;
-  return entry->second;
+  // Not copied as a whole, for the reason that an error's user info is not.
+  return std::visit([](const auto& value) { return InfoValue(value); }, entry->second);
 }
 
 }  // namespace Platform

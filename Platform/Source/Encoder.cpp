@@ -21,8 +21,8 @@ struct EncodingFailure : std::exception {
 [[noreturn]] void fail(EncodingErrorCode code, std::string_view key, std::string_view why) {
   std::string text = "Encoding failed: the value of \"" + std::string(key) + "\" ";
   text += why;
-  throw EncodingFailure(Error(EncodingErrorDomain, std::to_underlying(code),
-                              {{NSLocalizedDescriptionKey, std::move(text)}}));
+  throw EncodingFailure(
+      Error::described(EncodingErrorDomain, std::to_underlying(code), std::move(text)));
 }
 
 template <class Number>

@@ -16,8 +16,8 @@ using PellixProvidersSDK::PellixProvider;
 using QuorvelCoreSDK::Quorvel;
 using VeltraneProvidersSDK::Veltrane;
 
-inline constexpr char queryPath[] = "/answers/v1/interactions";
-inline constexpr char enabled[] = R"({"pellix":{"enabled":true}})";
+/// Settings of the account, and of the knowledge base.
+inline constexpr char settings[] = R"({"pellix":{"enabled":true},"locale":"de"})";
 
 /// Sets the library up in place of what was there, with `configuration` but for its token.
 inline std::shared_ptr<PellixProvider> setUp(const std::string& address,

@@ -173,11 +173,11 @@ struct Course {
 };
 
 constexpr Course courses[] = {
-    {"settings at hand", true, enabled, 200},
-    {"settings fetched", false, enabled, 200},
+    {"settings at hand", true, settings, 200},
+    {"settings fetched", false, settings, 200},
     {"disabled", false, R"({"pellix":{"enabled":false}})", 200},
-    {"an HTTP error", true, enabled, 500},
-    {"no connection", true, enabled, 0},
+    {"an HTTP error", true, settings, 500},
+    {"no connection", true, settings, 0},
 };
 
 std::shared_ptr<ScriptedTransport> transportFor(const Course& course) {

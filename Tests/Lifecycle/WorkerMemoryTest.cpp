@@ -16,8 +16,7 @@ using Support::LoopbackReply;
 
 LoopbackReply answer(const Support::LoopbackRequest& request) {
   const bool isQuery = request.head.starts_with("POST ");
-  const auto document =
-      isQuery ? PellixTests::responseJSON() : R"({"pellix":{"enabled":true},"locale":"de"})";
+  const auto document = isQuery ? PellixTests::responseJSON() : settings;
   return {Support::httpReply("200 OK", document), LoopbackReply::Then::keep};
 }
 
@@ -78,7 +77,7 @@ TEST(WorkerMemory, ThatRunsOutEndsARequestAndNotTheProcess) {
     failures += failed;
     unharmed += !failed;
   }
-  EXPECT_GT(failures, 100);
+  EXPECT_GT(failures, 50);
   std::printf("on the worker: %d\n", failures);
 }
 
