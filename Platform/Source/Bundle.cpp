@@ -37,6 +37,7 @@ fs::path imageContaining(const void* address) {
   if (dladdr(address, &image) == 0) return {};
   const auto wanted = reinterpret_cast<std::uintptr_t>(image.dli_fbase);
   std::ifstream maps("/proc/self/maps");
+  maps.exceptions(std::ios::badbit);  // else it would seem to end where memory does
   for (std::string line; std::getline(maps, line);) {
     std::uintptr_t begin = 0;
     std::uintptr_t end = 0;
@@ -144,7 +145,8 @@ std::optional<fs::path> Bundle::pathForResource(std::string_view name,
 std::optional<InfoValue> Bundle::objectForInfoDictionaryKey(std::string_view key) const {
   const auto entry = info_.find(key);
   if (entry == info_.end()) return std::nullopt;
-  return entry->second;
+  // Not copied as a whole, for the reason that an error's user info is not.
+  return std::visit([](const auto& value) { return InfoValue(value); }, entry->second);
 }
 
 }  // namespace Platform

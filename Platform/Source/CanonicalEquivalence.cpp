@@ -1,6 +1,7 @@
+#include "UTF8.h"
+
 #include <Platform/CanonicalEquivalence.h>
 
-#include <simdjson.h>
 #include <utf8proc.h>
 
 #include <algorithm>
@@ -11,10 +12,6 @@ namespace {
 
 bool isAscii(char c) {
   return static_cast<unsigned char>(c) < 0x80;
-}
-
-bool isValid(std::string_view text) {
-  return simdjson::validate_utf8(text.data(), text.size());
 }
 
 int combiningClass(utf8proc_int32_t c) {
@@ -58,8 +55,7 @@ bool canonicallyEquivalent(std::string_view a, std::string_view b) {
     if (isAscii(a[--start])) break;
   }
 
-  return isValid(a) && isValid(b) &&
-         decomposition(a.substr(start)) == decomposition(b.substr(start));
+  return isUTF8(a) && isUTF8(b) && decomposition(a.substr(start)) == decomposition(b.substr(start));
 }
 
 }  // namespace Platform

@@ -1,8 +1,7 @@
 #include "JSONText.h"
+#include "UTF8.h"
 
 #include <Platform/JSONEncoder.h>
-
-#include <simdjson.h>
 
 #include <charconv>
 #include <cmath>
@@ -23,8 +22,8 @@ struct EncodingFailure : std::exception {
 [[noreturn]] void fail(EncodingErrorCode code, std::string_view key, std::string_view why) {
   std::string text = "Encoding failed: the value of \"" + std::string(key) + "\" ";
   text += why;
-  throw EncodingFailure(Error(EncodingErrorDomain, std::to_underlying(code),
-                              {{NSLocalizedDescriptionKey, std::move(text)}}));
+  throw EncodingFailure(
+      Error::described(EncodingErrorDomain, std::to_underlying(code), std::move(text)));
 }
 
 template <class Number>
@@ -82,7 +81,7 @@ void Encoder::write(bool value) {
 }
 
 void Encoder::write(const std::string& value) {
-  if (!simdjson::validate_utf8(value.data(), value.size())) {
+  if (!isUTF8(value)) {
     fail(EncodingErrorCode::invalidText, key_, "is not valid UTF-8.");
   }
   appendQuoted(text_, value);

@@ -13,10 +13,35 @@ bool isControl(char c) {
   return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
 }
 
+/// A copy, value by value. The copy constructor of a variant with a string won't do: in libstdc++
+/// 12 it is undefined when the string gets no memory. For the same reason nobody here lists an
+/// error's user info in braces, out of which it would be copied.
+Error::UserInfo copyOf(const Error::UserInfo& userInfo) {
+  const auto copyOfValue = [](const auto& value) { return Error::Value(value); };
+  Error::UserInfo copy;
+  for (const auto& [key, value] : userInfo) {
+    copy.emplace_hint(copy.end(), key, std::visit(copyOfValue, value));
+  }
+  return copy;
+}
+
 }  // namespace
 
 Error::Error(std::string domain, std::int64_t code, UserInfo userInfo)
     : domain_(std::move(domain)), code_(code), userInfo_(std::move(userInfo)) {}
+
+Error Error::described(std::string domain, std::int64_t code, std::string text) {
+  Error error(std::move(domain), code);
+  error.userInfo_.emplace(NSLocalizedDescriptionKey, std::move(text));
+  return error;
+}
+
+Error::Error(const Error& other)
+    : domain_(other.domain_), code_(other.code_), userInfo_(copyOf(other.userInfo_)) {}
+
+Error& Error::operator=(const Error& other) {
+  return *this = Error(other);
+}
 
 std::string Error::localizedDescription() const {
   const auto entry = userInfo_.find(std::string_view(NSLocalizedDescriptionKey));

@@ -1,4 +1,5 @@
 #include "Tree.h"
+#include "UTF8.h"
 
 #include <Platform/JSONDecoder.h>
 
@@ -84,13 +85,16 @@ template <class T>
 class Borrowed {
  public:
   Borrowed() : lent_(spare.exchange(nullptr)) {
-    if (!lent_) lent_ = std::make_unique<T>();
+    if (lent_) return;
+    prepareSimdjson();
+    lent_ = std::make_unique<T>();
   }
   Borrowed(const Borrowed&) = delete;
   Borrowed& operator=(const Borrowed&) = delete;
   ~Borrowed() {
-    if (isWorthKeeping(*lent_)) lent_.reset(spare.exchange(lent_.release()));
+    if (lent_ && isWorthKeeping(*lent_)) lent_.reset(spare.exchange(lent_.release()));
   }
+  void discard() { lent_.reset(); }
   T* operator->() const { return lent_.get(); }
   T& operator*() const { return *lent_; }
 
@@ -131,9 +135,13 @@ bool readOrdinary(std::string_view data, void* result, Make make) {
   // Not if empty, for simdjson would copy from a null pointer then.
   if (data.empty() || isFullOfEscapes(data)) return false;
   try {
-    const Borrowed<simdjson::dom::parser> parser;
+    Borrowed<simdjson::dom::parser> parser;
     element root;
-    if (parser->parse(data.data(), data.size()).get(root)) return false;
+    if (const auto failure = parser->parse(data.data(), data.size()).get(root)) {
+      // A parser that memory ran out for would use what it lacks the next time.
+      if (failure == simdjson::MEMALLOC) parser.discard();
+      return false;
+    }
     const OrdinaryReader reader;
     make(result, Decoder(reader, placeOf(root)));
     return true;

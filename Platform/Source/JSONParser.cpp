@@ -1,7 +1,7 @@
 #include "JSONText.h"
 #include "Tree.h"
+#include "UTF8.h"
 
-#include <simdjson.h>
 #include <utf8proc.h>
 
 #include <algorithm>
@@ -69,7 +69,7 @@ class Parser {
   void checkEncoding() const {
     // Positions are kept in 32 bits.
     if (text_.size() >= Tree::none) failAsCorrupted("the document is too large", {});
-    if (simdjson::validate_utf8(text_.data(), text_.size())) return;
+    if (isUTF8(text_)) return;
     Position position;
     while (position.byte < text_.size()) {
       utf8proc_int32_t c = 0;

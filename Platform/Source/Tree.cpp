@@ -4,13 +4,17 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <new>
 #include <utility>
 
 namespace Platform {
 namespace {
 
 locale_t classicLocale() {
-  static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
+  static const locale_t locale = [] {
+    const locale_t made = newlocale(LC_ALL_MASK, "C", nullptr);
+    return made ? made : throw std::bad_alloc();
+  }();
   return locale;
 }
 

@@ -27,9 +27,10 @@ struct Found {
                        Position position, Found types = {}) {
   text +=
       " (line " + std::to_string(position.line) + ", byte " + std::to_string(position.byte) + ").";
-  Error::UserInfo info{{NSLocalizedDescriptionKey, std::move(text)},
-                       {"line", std::int64_t{position.line}},
-                       {"byte", std::int64_t{position.byte}}};
+  Error::UserInfo info;
+  info.emplace(NSLocalizedDescriptionKey, std::move(text));
+  info.emplace("line", std::int64_t{position.line});
+  info.emplace("byte", std::int64_t{position.byte});
   if (!path.empty()) info.emplace("codingPath", path);
   if (!types.expected.empty()) info.emplace("expected", std::string(types.expected));
   if (!types.found.empty()) info.emplace("found", std::string(types.found));

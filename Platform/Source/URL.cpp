@@ -7,6 +7,7 @@
 #include <charconv>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <utility>
 
 namespace Platform {
@@ -55,9 +56,9 @@ std::optional<URL> URL::parseAfresh(std::string text) {
   UriUriA uri;
   const char* failedAt = nullptr;
   const char* begin = url.text_.data();
-  if (uriParseSingleUriExA(&uri, begin, begin + url.text_.size(), &failedAt) != URI_SUCCESS) {
-    return std::nullopt;
-  }
+  const int status = uriParseSingleUriExA(&uri, begin, begin + url.text_.size(), &failedAt);
+  if (status == URI_ERROR_MALLOC) throw std::bad_alloc();
+  if (status != URI_SUCCESS) return std::nullopt;
   const std::unique_ptr<UriUriA, void (*)(UriUriA*)> release(&uri, uriFreeUriMembersA);
   if (!isPort(view(uri.portText))) return std::nullopt;
 

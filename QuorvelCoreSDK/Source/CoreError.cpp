@@ -42,9 +42,7 @@ Platform::Error makeCoreError(CoreErrorCode code, std::string_view detail) {
   const auto sentence = std::ranges::find(sentences, code, &Sentence::code);
   std::string text(sentence == sentences.end() ? std::string_view() : sentence->text);
   if (!detail.empty()) text.append(" (").append(detail).append(")");
-  return {CoreErrorDomain,
-          std::to_underlying(code),
-          {{Platform::NSLocalizedDescriptionKey, std::move(text)}}};
+  return Platform::Error::described(CoreErrorDomain, std::to_underlying(code), std::move(text));
 }
 
 }  // namespace QuorvelCoreSDK

@@ -71,6 +71,17 @@ curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address) {
   return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
 }
 
+/// Runs `body`; false if memory is missing. No exception may pass through libcurl.
+template <class Body>
+bool hasMemoryFor(Body body) {
+  try {
+    body();
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
 }  // namespace
 
 CurlTransfer::CurlTransfer(TransportRequest request, Transport::Completion completion,
@@ -81,7 +92,10 @@ CurlTransfer::CurlTransfer(TransportRequest request, Transport::Completion compl
       deadline_(deadlineAfter(configuration_->limit)) {}
 
 void CurlTransfer::prepare(CURL* easy) {
-  const auto set = [easy](CURLoption option, auto value) { curl_easy_setopt(easy, option, value); };
+  const auto set = [easy](CURLoption option, auto value) {
+    // A request must not go out without one of its options.
+    if (curl_easy_setopt(easy, option, value) == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
+  };
   const auto& network = *configuration_;
 
   set(CURLOPT_URL, request_.url.c_str());
@@ -171,7 +185,11 @@ std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t c
       std::from_chars(line.data() + blank + 1, line.data() + line.size(), transfer.status_);
     }
   } else if (const auto colon = line.find(':'); colon != line.npos) {
-    transfer.responseHeaders_.emplace_back(line.substr(0, colon), trimmed(line.substr(colon + 1)));
+    const auto name = line.substr(0, colon);
+    const auto value = trimmed(line.substr(colon + 1));
+    if (!hasMemoryFor([&] { transfer.responseHeaders_.emplace_back(name, value); })) {
+      return CURL_WRITEFUNC_ERROR;
+    }
   } else if (trimmed(line).empty()) {
     transfer.hasAllHeaders_ = transfer.status_ >= 200;
   }
@@ -184,8 +202,8 @@ std::size_t CurlTransfer::takeBody(char* data, std::size_t size, std::size_t cou
     transfer.isTooLarge_ = true;
     return CURL_WRITEFUNC_ERROR;
   }
-  transfer.body_.append(data, size * count);
-  return size * count;
+  const bool isTaken = hasMemoryFor([&] { transfer.body_.append(data, size * count); });
+  return isTaken ? size * count : CURL_WRITEFUNC_ERROR;
 }
 
 std::string_view CurlTransfer::detailOf(CURLcode result) const {

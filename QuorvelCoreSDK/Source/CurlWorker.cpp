@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
-#include <iterator>
 #include <new>
+#include <system_error>
 #include <utility>
 
 namespace QuorvelCoreSDK {
@@ -38,8 +38,18 @@ class WithoutSignals {
   sigset_t before_{};
 };
 
+/// Runs `body`, which ends what it can't get memory for.
+template <class Body>
+void withMemory(const Body& body) {
+  try {
+    body();
+  } catch (const std::bad_alloc&) {
+    // An error that told of it would need memory too; that the callback goes tells as much.
+  }
+}
+
 CURLM* makeMulti() {
-  curl_global_init(CURL_GLOBAL_DEFAULT);
+  if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw std::bad_alloc();
   auto* const multi = curl_multi_init();
   if (!multi) throw std::bad_alloc();
   curl_multi_setopt(multi, CURLMOPT_MAX_HOST_CONNECTIONS, mostConnections);
@@ -56,7 +66,9 @@ CurlWorker& CurlWorker::shared() {
 
 CurlWorker::CurlWorker() : process_(getpid()), multi_(makeMulti()) {
   // Registered after libcurl has set up the TLS library, so that it runs before that is torn down.
-  std::atexit(stopAtExit);
+  if (std::atexit(stopAtExit) == 0) return;
+  curl_multi_cleanup(multi_);
+  throw std::bad_alloc();
 }
 
 void CurlWorker::stopAtExit() {
@@ -78,18 +90,26 @@ void CurlWorker::stopAtExit() {
 }
 
 template <class Item>
-void CurlWorker::enqueue(std::vector<Item>& queue, Item item) {
+void CurlWorker::enqueue(std::list<Item>& queue, Item item) {
+  std::list<Item> added;
+  added.push_back(std::move(item));
   bool mustWake = false;
   {
     const std::lock_guard lock(mutex_);
-    queue.push_back(std::move(item));
+    if (!thread_.joinable() && !stopping_) startThread();
+    queue.splice(queue.end(), added);
     mustWake = std::exchange(isWaiting_, false);
-    if (!thread_.joinable() && !stopping_) {
-      const WithoutSignals inherited;
-      thread_ = std::thread([this] { run(); });
-    }
   }
   if (mustWake) curl_multi_wakeup(multi_);
+}
+
+void CurlWorker::startThread() {
+  const WithoutSignals inherited;
+  try {
+    thread_ = std::thread([this] { run(); });
+  } catch (const std::system_error&) {
+    throw std::bad_alloc();  // what a thread takes is memory
+  }
 }
 
 void CurlWorker::add(std::unique_ptr<CurlTransfer> transfer) {
@@ -129,25 +149,35 @@ void CurlWorker::startWaiting() {
   {
     const std::lock_guard lock(mutex_);
     isWaiting_ = false;
-    for (auto& transfer : added_) {
+    for (const auto& transfer : added_) {
       earliestDeadline_ = std::min(earliestDeadline_, transfer->deadline() + patience);
-      waiting_.push_back(std::move(transfer));
     }
-    added_.clear();
+    waiting_.splice(waiting_.end(), added_);
   }
   while (running_.size() < mostRunning && !waiting_.empty()) {
-    auto easy = takeEasy();
-    waiting_.front()->prepare(easy.get());
-    if (curl_multi_add_handle(multi_, easy.get()) != CURLM_OK) throw std::bad_alloc();
-    running_.emplace(easy.release(), std::move(waiting_.front()));
+    auto transfer = std::move(waiting_.front());
     waiting_.pop_front();
+    withMemory([&] { start(std::move(transfer)); });
   }
+}
+
+void CurlWorker::start(std::unique_ptr<CurlTransfer> transfer) {
+  auto easy = takeEasy();
+  transfer->prepare(easy.get());
+  const auto started = running_.emplace(easy.get(), std::move(transfer)).first;
+  if (curl_multi_add_handle(multi_, easy.get()) != CURLM_OK) {
+    easy.reset();
+    running_.erase(started);
+    throw std::bad_alloc();
+  }
+  static_cast<void>(easy.release());
 }
 
 void CurlWorker::finishDone() {
   int left = 0;
   while (const auto* message = stopping_ ? nullptr : curl_multi_info_read(multi_, &left)) {
-    if (message->msg == CURLMSG_DONE) finish(message->easy_handle, message->data.result);
+    if (message->msg != CURLMSG_DONE) continue;
+    withMemory([&] { finish(message->easy_handle, message->data.result); });
   }
 }
 
@@ -161,18 +191,20 @@ void CurlWorker::finishLate() {
     earliestDeadline_ = std::min(earliestDeadline_, transfer.deadline() + patience);
     return false;
   };
-  std::vector<CURL*> late;
-  for (const auto& [handle, transfer] : running_) {
-    if (isLate(*transfer)) late.push_back(handle);
+  // What the host adds meanwhile is not among them yet.
+  for (auto at = running_.begin(); at != running_.end();) {
+    const auto& [handle, transfer] = *at++;
+    if (isLate(*transfer)) withMemory([&] { finish(handle, CURLE_OPERATION_TIMEDOUT); });
   }
-  const auto lateWaiting = std::ranges::stable_partition(
-      waiting_, [&](const auto& transfer) { return !isLate(*transfer); });
-  const std::vector<std::unique_ptr<CurlTransfer>> neverRun(std::move_iterator(lateWaiting.begin()),
-                                                            std::move_iterator(lateWaiting.end()));
-  waiting_.erase(lateWaiting.begin(), waiting_.end());
-
-  for (auto* handle : late) finish(handle, CURLE_OPERATION_TIMEDOUT);
-  for (const auto& transfer : neverRun) transfer->finish(CURLE_OPERATION_TIMEDOUT, 0);
+  for (auto at = waiting_.begin(); at != waiting_.end();) {
+    if (!isLate(**at)) {
+      ++at;
+      continue;
+    }
+    const auto transfer = std::move(*at);
+    at = waiting_.erase(at);
+    withMemory([&] { transfer->finish(CURLE_OPERATION_TIMEDOUT, 0); });
+  }
 }
 
 void CurlWorker::finish(CURL* handle, CURLcode result) {
@@ -180,22 +212,22 @@ void CurlWorker::finish(CURL* handle, CURLcode result) {
   const auto transfer = std::move(running_.extract(handle).mapped());
   long proxyStatus = 0;
   curl_easy_getinfo(handle, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
-  transfer->finish(result, proxyStatus);  // first, since somebody waits for it
+  // First, since somebody waits for it.
+  withMemory([&] { transfer->finish(result, proxyStatus); });
   curl_multi_remove_handle(multi_, handle);
   curl_easy_reset(handle);
-  if (spare_.size() < mostSpare) spare_.push_back(std::move(easy));
+  if (spare_.size() < mostSpare) withMemory([&] { spare_.push_back(std::move(easy)); });
 }
 
 void CurlWorker::runTasks() {
   {
     const std::lock_guard lock(mutex_);
-    for (auto& task : tasks_) ready_.push_back(std::move(task));
-    tasks_.clear();
+    ready_.splice(ready_.end(), tasks_);
   }
   while (!stopping_ && !ready_.empty()) {
     const auto task = std::exchange(ready_.front(), nullptr);
     ready_.pop_front();
-    task();
+    withMemory(task);
   }
 }
 

@@ -3,7 +3,7 @@
 #include "CurlTransfer.h"
 
 #include <atomic>
-#include <deque>
+#include <list>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -16,6 +16,9 @@ namespace QuorvelCoreSDK {
 /// It starts when it is first needed and is stopped by an exit handler, which cleans up nothing and
 /// runs no code of the host: whatever was under way simply does not end. The object itself is never
 /// destroyed, so any order of teardown is safe.
+///
+/// When memory runs out on the thread, it ends what it is missing for, silently, and nothing else:
+/// going from one list to another takes none.
 class CurlWorker {
  public:
   [[nodiscard]] static CurlWorker& shared();
@@ -33,11 +36,13 @@ class CurlWorker {
   static void stopAtExit();
 
   template <class Item>
-  void enqueue(std::vector<Item>& queue, Item item);
+  void enqueue(std::list<Item>& queue, Item item);
+  void startThread();
   void run();
   /// Whether there is something to do. If not, the thread says that it is going to wait.
   [[nodiscard]] bool hasWork();
   void startWaiting();
+  void start(std::unique_ptr<CurlTransfer> transfer);
   void finishDone();
   void finishLate();
   void finish(CURL* handle, CURLcode result);
@@ -50,16 +55,16 @@ class CurlWorker {
   std::atomic<bool> stopping_ = false;
 
   std::mutex mutex_;  // guards these four
-  std::vector<std::unique_ptr<CurlTransfer>> added_;
-  std::vector<std::function<void()>> tasks_;
+  std::list<std::unique_ptr<CurlTransfer>> added_;
+  std::list<std::function<void()>> tasks_;
   std::thread thread_;
   bool isWaiting_ = false;  // and has to be woken for what is new
 
   // The rest belongs to the thread.
-  std::deque<std::unique_ptr<CurlTransfer>> waiting_;
+  std::list<std::unique_ptr<CurlTransfer>> waiting_;
   std::map<CURL*, std::unique_ptr<CurlTransfer>> running_;
   Clock::time_point earliestDeadline_ = Clock::time_point::max();  // or earlier
-  std::deque<std::function<void()>> ready_;
+  std::list<std::function<void()>> ready_;
   std::vector<Easy> spare_;
 };
 

@@ -52,7 +52,7 @@ void KeptDocument::get(Callback callback) {
       waiting_.emplace_back(callback);
     }
   }
-  if (isFirst) fetchOrLetGo();
+  if (isFirst) fetch();
   if (!document) return;
   if (parameters_.delivery == Delivery::atOnce) {
     if (const auto called = std::exchange(callback, nullptr)) called(std::move(document));
@@ -62,41 +62,50 @@ void KeptDocument::get(Callback callback) {
   }
 }
 
-void KeptDocument::fetchOrLetGo() {
-  try {
-    fetch();
-  } catch (...) {
-    // Nothing would ever answer those that wait, nor those that joined them later.
-    std::vector<OneCall<Document>> unanswered;
-    const std::lock_guard lock(mutex_);
-    std::swap(unanswered, waiting_);
-    throw;
+/// A fetch under way. If it goes before it is finished, because it never got out or its outcome is
+/// lost, nothing would ever answer those that wait, nor those that join them: they are let go of.
+struct KeptDocument::Fetch {
+  std::shared_ptr<KeptDocument> document;  // null when it is finished
+
+  explicit Fetch(std::shared_ptr<KeptDocument> of) : document(std::move(of)) {}
+  Fetch(Fetch&&) = default;
+  ~Fetch() {
+    if (document) document->takeWaiting();
   }
+};
+
+std::vector<OneCall<KeptDocument::Document>> KeptDocument::takeWaiting() {
+  const std::lock_guard lock(mutex_);
+  return std::exchange(waiting_, {});
 }
 
 void KeptDocument::fetch() {
+  const auto fetch = std::make_shared<Fetch>(Fetch(shared_from_this()));
   const auto& account = parameters_.environment;
   const ProviderService service(
       {.environment = account,
        .urlComponent = Platform::URL::parse(account.accountUrl() + parameters_.path).value(),
        .clientHeaders = parameters_.clientHeaders});
-  service.perform([self = shared_from_this()](auto data, const auto& response, auto error) {
-    self->finish(documentOf(std::move(data), response.get(), std::move(error)));
+  service.perform([fetch](auto data, const auto& response, auto error) {
+    const auto self = fetch->document;
+    self->finish(*fetch, documentOf(std::move(data), response.get(), std::move(error)));
   });
 }
 
-void KeptDocument::finish(std::expected<Platform::Data, Platform::Error> fetched) {
+void KeptDocument::finish(Fetch& fetch, std::expected<Platform::Data, Platform::Error> fetched) {
   const auto failure = fetched ? std::nullopt : std::optional(fetched.error());
   Document document;
+  if (fetched) document = std::make_shared<const Platform::Data>(*std::move(fetched));
   std::vector<OneCall<Document>> waiting;
   {
     const std::lock_guard lock(mutex_);
-    if (fetched) {
-      document_ = std::make_shared<const Platform::Data>(*std::move(fetched));
+    if (document) {
+      document_ = document;
       freshUntil_ = deadlineAfter(parameters_.environment.session_->timeToLive());
     }
     document = document_;
     std::swap(waiting, waiting_);
+    fetch.document = nullptr;
   }
   if (failure) {
     CoreLogger::warn(parameters_.name + " could not be fetched; " +

@@ -73,10 +73,11 @@ std::optional<Platform::Error> errorFor(const Platform::URLResponse* response,
   if (!http) return std::nullopt;
   const int status = http->statusCode();
   if (200 <= status && status < 300) return std::nullopt;
-  return Platform::Error(PellixErrorDomain, status,
-                         {{Platform::NSLocalizedDescriptionKey,
-                           Platform::HTTPURLResponse::localizedStringForStatusCode(status)},
-                          {"status_code", "HTTP Error: " + std::to_string(status)}});
+  Platform::Error::UserInfo info;
+  info.emplace(Platform::NSLocalizedDescriptionKey,
+               Platform::HTTPURLResponse::localizedStringForStatusCode(status));
+  info.emplace("status_code", "HTTP Error: " + std::to_string(status));
+  return Platform::Error(PellixErrorDomain, status, std::move(info));
 }
 
 }  // namespace PellixProvidersSDK

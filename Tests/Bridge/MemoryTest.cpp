@@ -1,5 +1,5 @@
 #include "Bridge/Bridge.h"
-#include "Bridge/Scarcity.h"
+#include "Support/Scarcity.h"
 
 #include <gmock/gmock.h>
 
@@ -8,6 +8,9 @@
 
 namespace BridgeTests {
 namespace {
+
+using Support::beginScarcity;
+using Support::endScarcity;
 
 /// Calls with ever more memory until there is enough; `check` hears what came of it, and whether
 /// memory ran out.

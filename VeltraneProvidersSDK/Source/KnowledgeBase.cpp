@@ -40,9 +40,8 @@ std::shared_ptr<const QuorvelCoreSDK::ClientHeaders> veltraneHeaders() {
 }
 
 Platform::Error makeVeltraneError(VeltraneErrorCode code, std::string text) {
-  return {VeltraneErrorDomain,
-          std::to_underlying(code),
-          {{Platform::NSLocalizedDescriptionKey, std::move(text)}}};
+  return Platform::Error::described(VeltraneErrorDomain, std::to_underlying(code),
+                                    std::move(text));
 }
 
 void postWithoutRequest(std::function<void()> task) {

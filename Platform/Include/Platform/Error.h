@@ -20,6 +20,15 @@ class PELLIX_EXPORT Error {
 
   Error(std::string domain, std::int64_t code, UserInfo userInfo = {});
 
+  /// An error with nothing but a text for people.
+  [[nodiscard]] static Error described(std::string domain, std::int64_t code, std::string text);
+
+  Error(const Error& other);
+  Error(Error&&) = default;
+  Error& operator=(const Error& other);
+  Error& operator=(Error&&) = default;
+  ~Error() = default;
+
   /// Who made the error; together with `code` it says which error this is.
   [[nodiscard]] const std::string& domain() const { return domain_; }
   [[nodiscard]] std::int64_t code() const { return code_; }

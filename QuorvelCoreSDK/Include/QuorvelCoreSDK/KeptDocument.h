@@ -51,9 +51,10 @@ class PELLIX_EXPORT KeptDocument final : public std::enable_shared_from_this<Kep
  private:
   using Clock = std::chrono::steady_clock;
 
+  struct Fetch;
   void fetch();
-  void fetchOrLetGo();
-  void finish(std::expected<Platform::Data, Platform::Error> fetched);
+  void finish(Fetch& fetch, std::expected<Platform::Data, Platform::Error> fetched);
+  std::vector<OneCall<Document>> takeWaiting();
 
   const Parameters parameters_;
   std::mutex mutex_;
