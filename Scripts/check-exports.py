@@ -45,7 +45,7 @@ def members(body):
     for statement in re.findall(r"([^;{}]*)(?:;|\{\};?)(?<!\})", body):
         if re.search(r"\b(using|friend|typedef)\b|= (0|default|delete)\s*$", statement):
             continue
-        if found := re.search(r"(~?\w+)\(", statement):
+        if found := re.search(r"(~?\w+|operator\W+)\(", statement):
             yield found[1]
 
 
