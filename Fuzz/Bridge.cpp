@@ -66,6 +66,9 @@ class Host {
     QVLMainQueue_setWakeHook(nullptr, nullptr, nullptr);
     QVLCoreLogger_setLevel(QVLLogLevelOff);
     QVLCoreLogger_setSink(nullptr, nullptr, nullptr);
+    for (const auto& context : contexts_) {
+      require(context->releases == 1, "a context is released once, when what it was for has ended");
+    }
     while (!held_.empty()) release();
 
     // The facade stays. It is set up for nobody, and so lets go of what it had.
@@ -76,9 +79,6 @@ class Host {
     VeltraneProvidersSDK::Testing::resetInstance();
     QuorvelCoreSDK::Testing::resetInstance();
     quorvel_.reset();
-    for (const auto& context : contexts_) {
-      require(context->releases == 1, "a context is released once");
-    }
     const std::weak_ptr<ScriptedTransport> transport = std::exchange(transport_, nullptr);
     require(transport.expired(), "nothing holds the host's transport when all has ended");
   }

@@ -38,8 +38,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Fuzz::require(canonicallyEquivalent(a, a), "equivalence is reflexive");
   if (!decomposedA) return 0;
   for (const auto form : {UTF8PROC_DECOMPOSE, UTF8PROC_COMPOSE}) {
-    Fuzz::require(canonicallyEquivalent(a, normalized(a, form).value()),
-                  "a text equals its normalisation forms");
+    const auto normalizedA = normalized(a, form).value();
+    Fuzz::require(canonicallyEquivalent(a, normalizedA), "a text equals its normalisation forms");
+    Fuzz::require(!decomposedB || canonicallyEquivalent(a + b, normalizedA + b),
+                  "texts stay equal when the same is added to both");
   }
   return 0;
 }

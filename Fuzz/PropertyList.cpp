@@ -93,7 +93,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::size_t most = 1000;
     if (tree.nodes.size() > most || document.find('\r') != document.npos) return 0;
     plist_t theirs = nullptr;
-    plist_from_xml(document.data(), static_cast<std::uint32_t>(size), &theirs);
+    plist_from_xml(reinterpret_cast<const char*>(data), static_cast<std::uint32_t>(size), &theirs);
     const std::unique_ptr<void, void (*)(plist_t)> release(theirs, plist_free);
     Fuzz::require(!theirs || same(tree, 0, theirs), "values are what they are elsewhere");
   } catch (const Platform::DecodingFailure& failure) {

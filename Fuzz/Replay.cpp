@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <iterator>
 #include <set>
 #include <vector>
@@ -14,7 +15,7 @@ int main(int argc, char** argv) {
     for (const auto& entry : std::filesystem::directory_iterator(argv[i])) files.insert(entry);
   }
   for (const auto& path : files) {
-    std::fprintf(stderr, "%s\n", path.c_str());  // the last one is the one that failed
+    std::cerr << path.string() << '\n';  // the last one is the one that failed
     std::ifstream file(path, std::ios::binary);
     const std::vector<char> content{std::istreambuf_iterator<char>(file), {}};
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(content.data()), content.size());

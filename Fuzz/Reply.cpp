@@ -33,8 +33,7 @@ bool covers(const nlohmann::json& whole, const nlohmann::json& part) {
     });
   }
   if (part.is_array()) {
-    return whole.is_array() &&
-           std::equal(whole.begin(), whole.end(), part.begin(), part.end(), covers);
+    return whole.is_array() && std::ranges::equal(whole, part, covers);
   }
   // The other parser holds as a double what has a fraction or an exponent.
   if (part.is_number()) return whole.is_number() && whole.get<double>() == part.get<double>();
