@@ -1,0 +1,64 @@
+#pragma once
+
+#include "Fuzz.h"
+#include "Tree.h"
+
+#include <Platform/JSONDecoder.h>
+
+#include <nlohmann/json.hpp>
+
+#include <set>
+
+namespace Fuzz {
+
+template <class Record>
+using Result = std::expected<std::shared_ptr<const Record>, Platform::Error>;
+
+/// Decodes as hosts do, and holds that against the authoritative reader alone.
+template <class Record, class Same>
+Result<Record> decode(std::string_view json, Same same) {
+  auto result = Platform::JSONDecoder().decode<Record>(json);
+  try {
+    const auto tree = Platform::parseJSON(json);
+    const Platform::TreeReader reader(tree);
+    const Record judged(Platform::Decoder(reader, reader.root()));
+    require(result && same(**result, judged), "both readers read the same");
+  } catch (const Platform::DecodingFailure& failure) {
+    require(!result && result.error() == failure.error, "both readers accept, or neither");
+  }
+  return result;
+}
+
+/// What another parser makes of a document.
+struct Opinion {
+  bool isKnown = true;
+  std::optional<nlohmann::json> document;  // nothing if it is malformed
+};
+
+inline Opinion opinionOn(std::string_view json) {
+  // It takes a NUL for the end of the document. In JSON, there is none anywhere.
+  if (json.find('\0') != json.npos) return {};
+  std::vector<std::set<std::string>> keys;
+  const auto firstOfEachKey = [&](int, auto event, auto& value) {
+    using Event = decltype(event);
+    if (event == Event::object_start) keys.emplace_back();
+    if (event == Event::object_end) keys.pop_back();
+    return event != Event::key || keys.back().insert(value).second;
+  };
+  try {
+    return {.document = nlohmann::json::parse(json.begin(), json.end(), firstOfEachKey)};
+  } catch (const nlohmann::json::out_of_range&) {
+    return {.isKnown = false};  // it stops at numbers beyond a double, which are no error here
+  } catch (const nlohmann::json::parse_error&) {
+    return {};
+  }
+}
+
+/// The value of a key, or null if there is none, nor an object.
+inline const nlohmann::json* member(const nlohmann::json* value, const std::string& key) {
+  if (!value || !value->is_object()) return nullptr;
+  const auto found = value->find(key);
+  return found == value->end() ? nullptr : &*found;
+}
+
+}  // namespace Fuzz
