@@ -55,8 +55,7 @@ bool canonicallyEquivalent(std::string_view a, std::string_view b) {
     if (isAscii(a[--start])) break;
   }
 
-  return isUTF8(a) && isUTF8(b) &&
-         decomposition(a.substr(start)) == decomposition(b.substr(start));
+  return isUTF8(a) && isUTF8(b) && decomposition(a.substr(start)) == decomposition(b.substr(start));
 }
 
 }  // namespace Platform

@@ -13,9 +13,9 @@ bool isControl(char c) {
   return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
 }
 
-/// A copy, value by value. The copy constructor of a variant with a string won't do: in libstdc++ 12
-/// it is undefined when the string gets no memory. For the same reason nobody here lists an error's
-/// user info in braces, out of which it would be copied.
+/// A copy, value by value. The copy constructor of a variant with a string won't do: in libstdc++
+/// 12 it is undefined when the string gets no memory. For the same reason nobody here lists an
+/// error's user info in braces, out of which it would be copied.
 Error::UserInfo copyOf(const Error::UserInfo& userInfo) {
   const auto copyOfValue = [](const auto& value) { return Error::Value(value); };
   Error::UserInfo copy;

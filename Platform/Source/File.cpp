@@ -28,10 +28,10 @@ class Descriptor {
 };
 
 std::unexpected<Error> failure(const std::filesystem::path& path, int code) {
-  return std::unexpected(Error::described(FileErrorDomain, code,
-                                          "The file \"" + path.filename().string() +
-                                              "\" can't be read: " +
-                                              std::generic_category().message(code) + "."));
+  return std::unexpected(
+      Error::described(FileErrorDomain, code,
+                       "The file \"" + path.filename().string() +
+                           "\" can't be read: " + std::generic_category().message(code) + "."));
 }
 
 }  // namespace

@@ -84,7 +84,8 @@ class BorrowedParser {
   BorrowedParser& operator=(const BorrowedParser&) = delete;
   ~BorrowedParser() {
     constexpr std::size_t worthKeeping = std::size_t{1} << 20;  // bytes of document
-    if (isWhole_ && parser_->capacity() <= worthKeeping) parser_.reset(spare.exchange(parser_.release()));
+    if (isWhole_ && parser_->capacity() <= worthKeeping)
+      parser_.reset(spare.exchange(parser_.release()));
   }
 
   /// The top of a document, unless it is not ordinary.

@@ -85,18 +85,18 @@ TEST(Callback, MayDropTheLastReferencesOnTheMainQueueAndOnTheWorker) {
       QuorvelCoreSDK::Quorvel::initialize({service.origin(), "the gate's", "client"}).value();
     }
     auto* const asked = provider.get();
-    asked->getDeflectionForQuery("How?", [&, end = std::shared_ptr<void>(nullptr, [](void*) {
-                                               stopTheQueue();
-                                             })](auto result) {
-      thread = std::this_thread::get_id();
-      EXPECT_EQ(result.has_value(), isEnabled);
-      if (result) article = (*result)->deflectionArticles().front();
-      EXPECT_EQ(article.expired(), !isEnabled);
-      result = std::unexpected(Platform::Error("none", 0));
-      EXPECT_TRUE(article.expired());
-      if (isEnabled) setUp("http://127.0.0.1:9", {});
-      provider.reset();
-    });
+    asked->getDeflectionForQuery(
+        "How?",
+        [&, end = std::shared_ptr<void>(nullptr, [](void*) { stopTheQueue(); })](auto result) {
+          thread = std::this_thread::get_id();
+          EXPECT_EQ(result.has_value(), isEnabled);
+          if (result) article = (*result)->deflectionArticles().front();
+          EXPECT_EQ(article.expired(), !isEnabled);
+          result = std::unexpected(Platform::Error("none", 0));
+          EXPECT_TRUE(article.expired());
+          if (isEnabled) setUp("http://127.0.0.1:9", {});
+          provider.reset();
+        });
     DispatchQueue::main().run();
     EXPECT_TRUE(watch.expired());
     EXPECT_EQ(thread == std::this_thread::get_id(), isEnabled);
@@ -138,12 +138,11 @@ TEST(Signal, OfABrokenPipeDoesNotEndTheProcess) {
   ASSERT_NE(std::signal(SIGPIPE, SIG_DFL), SIG_ERR);
   for (const auto then : {LoopbackReply::Then::close, LoopbackReply::Then::reset}) {
     // The service goes while a question is sent that is too long for any buffer on the way.
-    const LoopbackServer server(
-        [&](const auto& request) {
-          const bool isQuestion = request.head.find("/interactions") != std::string::npos;
-          return isQuestion ? LoopbackReply{"", then}
-                            : LoopbackReply{Support::httpReply("200 OK", settings), then};
-        });
+    const LoopbackServer server([&](const auto& request) {
+      const bool isQuestion = request.head.find("/interactions") != std::string::npos;
+      return isQuestion ? LoopbackReply{"", then}
+                        : LoopbackReply{Support::httpReply("200 OK", settings), then};
+    });
     const auto provider = setUp(server.origin(), {});
     for (int i = 0; i < 5; ++i) {
       Ending ending;

@@ -58,9 +58,9 @@ void ask(Library& library, const std::string& address, const std::string& applic
       QVL_UNTIL_NUL, configuration, nullptr);
   auto* const veltrane = CALL(library, QVLVeltrane_initialize)(quorvel);
   CALL(library, QVLPellix_initializeWithQuorvel_veltrane)(quorvel, veltrane);
-  for (const QVLObject* object : {static_cast<const QVLObject*>(configuration),
-                                  static_cast<const QVLObject*>(quorvel),
-                                  static_cast<const QVLObject*>(veltrane)}) {
+  for (const QVLObject* object :
+       {static_cast<const QVLObject*>(configuration), static_cast<const QVLObject*>(quorvel),
+        static_cast<const QVLObject*>(veltrane)}) {
     CALL(library, QVLRelease)(object);
   }
   auto* const provider = CALL(library, QVLPellix_provider)(CALL(library, QVLPellix_instance)());
@@ -92,8 +92,7 @@ int main(int count, char** arguments) {
   std::promise<void> allAsked;
   std::promise<void> gate;
   const auto libraryCount = static_cast<std::size_t>(count - 1);
-  const Support::LoopbackServer server(
-      answers(libraryCount, allAsked, gate.get_future().share()));
+  const Support::LoopbackServer server(answers(libraryCount, allAsked, gate.get_future().share()));
   std::list<Library> libraries;
   std::set<void*> instances;
   for (std::size_t i = 1; i <= libraryCount; ++i) {
@@ -110,8 +109,7 @@ int main(int count, char** arguments) {
   for (const auto& library : libraries) {
     CALL(library, QVLMainQueue_run)();
     ++expected;
-    const bool isRight =
-        library.answer == expected && library.calls == 1 && library.releases == 1;
+    const bool isRight = library.answer == expected && library.calls == 1 && library.releases == 1;
     std::printf("library %d: answer %d, %d calls, %d releases\n", static_cast<int>(expected),
                 static_cast<int>(library.answer), library.calls, library.releases);
     faults += isRight ? 0 : 1;
