@@ -2,15 +2,15 @@
 // that it does is allowed, if odd, so nothing may fail; what it is given it keeps as it likes.
 
 #include "Fuzz.h"
+#include "QuorvelCoreSDK/Source/SharedInstance.h"
 #include "Support/Recorder.h"
+#include "VeltraneProvidersSDK/Source/SharedInstance.h"
 
 #include <PellixProvidersSDK/QVLPellix.h>
 #include <QuorvelCoreSDK/QuorvelCoreSDK.h>
 #include <VeltraneProvidersSDK/Veltrane.h>
 
-#include <QuorvelCoreSDKTesting/ResetInstance.h>
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
-#include <VeltraneProvidersSDKTesting/ResetInstance.h>
 
 namespace {
 
@@ -76,8 +76,8 @@ class Host {
     QVLRelease(std::exchange(veltrane_, QVLVeltrane_initialize(seen(nobody))));
     QVLPellix_initializeWithQuorvel_veltrane(seen(nobody), veltrane_);
     QVLRelease(veltrane_);
-    VeltraneProvidersSDK::Testing::resetInstance();
-    QuorvelCoreSDK::Testing::resetInstance();
+    VeltraneProvidersSDK::setSharedInstance(nullptr);
+    QuorvelCoreSDK::setSharedInstance(nullptr);
     quorvel_.reset();
     const std::weak_ptr<ScriptedTransport> transport = std::exchange(transport_, nullptr);
     require(transport.expired(), "nothing holds the host's transport when all has ended");

@@ -26,6 +26,11 @@ namespace PellixProvidersSDK {
 ///    and an entry "status_code";
 ///  - those of the request service, such as `QuorvelCoreSDK::CoreErrorDomain`, unchanged.
 ///
+/// Memory: when it runs out, `std::bad_alloc` leaves the operation's call, or the call of the main
+/// queue's `run` or `runPending`; on the core's worker thread it ends the operation silently. The
+/// callback is released in any case. An operation whose call threw may be under way all the same:
+/// a resolution may be sent already when its vote fails.
+///
 /// Silent endings of any operation: no core instance; the endpoint table lacks the operation; the
 /// account's address and the endpoint's template make no URL; the body can't be encoded (a line is
 /// printed on standard output then); neither a response nor an error came.

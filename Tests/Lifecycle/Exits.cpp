@@ -128,13 +128,13 @@ int runHosts(const std::string& program, const std::string& way, const std::stri
             return {"", LoopbackReply::Then::stall};
           }
           if (request.head.starts_with("GET /arrived ")) future.wait();
-          return {Support::httpReply("200 OK", request.body.empty() ? settings
-                                                                    : PellixTests::responseJSON()),
+          return {Support::httpReply("200 OK",
+                                     request.body.empty() ? settings : PellixTests::responseJSON()),
                   LoopbackReply::Then::keep};
         },
         {.identity = identity});
-    const auto outcome = Support::runProcess(
-        {program, way, state, server.origin(), certificates}, environment);
+    const auto outcome =
+        Support::runProcess({program, way, state, server.origin(), certificates}, environment);
     if (outcome.exitCode == good) continue;
     ++failures;
     std::printf("%s, %s: %d\n%s%s\n", way.c_str(), state.c_str(), outcome.exitCode,

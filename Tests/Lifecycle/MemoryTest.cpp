@@ -7,7 +7,6 @@
 #include <QuorvelCoreSDK/CoreError.h>
 
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
-
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -92,34 +91,42 @@ TEST(Memory, ThatRunsOutWithinAFunctionLeavesAsAnException) {
   const Text good{std::string(100, '"')};
   const Text bad{std::string(100, '\xFF')};
   const Platform::Error error("domain", 1, {{"text", std::string(100, 'x')}, {"number", 5}});
-  const std::string list = "<plist><array><dict><key>value</key><real>1.5</real></dict></array></plist>";
+  const std::string list =
+      "<plist><array><dict><key>value</key><real>1.5</real></dict></array></plist>";
   const Work works[] = {
       {"decode, ordinary", [&] { return decodes(ordinary); }},
       {"decode, handed over", [&] { return decodes(handedOver); }},
-      {"decode, an error", [&] {
+      {"decode, an error",
+       [&] {
          const auto decoded = Platform::JSONDecoder().decode<DeflectionResponse>(wrong);
          return !decoded && decoded.error().userInfo().size() == 6;
        }},
-      {"encode", [&] {
+      {"encode",
+       [&] {
          const auto encoded = Platform::JSONEncoder().encode(good);
          return encoded && encoded->size() == 200 + std::string(R"({"text":""})").size();
        }},
       {"encode, an error", [&] { return !Platform::JSONEncoder().encode(bad); }},
       {"an error, copied", [&] { return Platform::Error(error) == error; }},
-      {"an error, copied onto another", [&] {
+      {"an error, copied onto another",
+       [&] {
          Platform::Error copy("other", 2, {{"text", 7}, {"number", "five"}});
          copy = error;
          return copy == error;
        }},
-      {"an error of the core", [&] {
+      {"an error of the core",
+       [&] {
          return QuorvelCoreSDK::makeCoreError(QuorvelCoreSDK::CoreErrorCode::timedOut, "detail")
-                    .userInfo().size() == 1;
+                    .userInfo()
+                    .size() == 1;
        }},
-      {"property list", [&] {
+      {"property list",
+       [&] {
          return Platform::PropertyListDecoder().decode<std::vector<Measure>>(list).has_value();
        }},
       {"URL", [&] { return Platform::URL::parse("http://[::1]:80/x/y?z").has_value(); }},
-      {"a task", [&] {
+      {"a task",
+       [&] {
          auto held = std::make_shared<int>(0);
          Platform::DispatchQueue queue;
          queue.post([held, more = std::string(100, 'x')] { ++*held; });
@@ -159,8 +166,7 @@ constexpr Operation operations[] = {
     {"reject",
      [](PellixProvider& provider, Ending& ending) {
        provider.rejectWithArticle(7, 4711, "a token that is long enough",
-                                  PellixProvidersSDK::RejectionReason::reason1,
-                                  ending.callback());
+                                  PellixProvidersSDK::RejectionReason::reason1, ending.callback());
      }},
 };
 
@@ -232,12 +238,11 @@ TEST(Memory, ThatRunsOutEndsAnOperationAndReleasesItsCallbackOnce) {
       for (int i = 0; i < 2; ++i) runOperation(operation, course, 1'000'000, Shortage::passing);
       const auto name = std::string(operation.name) + ", " + course.name;
       const auto before = Support::liveAllocations();
-      failEveryAllocation(
-          name, [&](std::size_t n, Shortage shortage) {
-            const bool failed = runOperation(operation, course, n, shortage);
-            EXPECT_EQ(Support::liveAllocations(), before);
-            return failed;
-          });
+      failEveryAllocation(name, [&](std::size_t n, Shortage shortage) {
+        const bool failed = runOperation(operation, course, n, shortage);
+        EXPECT_EQ(Support::liveAllocations(), before);
+        return failed;
+      });
     }
   }
 }

@@ -40,8 +40,7 @@ std::shared_ptr<const QuorvelCoreSDK::ClientHeaders> veltraneHeaders() {
 }
 
 Platform::Error makeVeltraneError(VeltraneErrorCode code, std::string text) {
-  return Platform::Error::described(VeltraneErrorDomain, std::to_underlying(code),
-                                    std::move(text));
+  return Platform::Error::described(VeltraneErrorDomain, std::to_underlying(code), std::move(text));
 }
 
 void postWithoutRequest(std::function<void()> task) {

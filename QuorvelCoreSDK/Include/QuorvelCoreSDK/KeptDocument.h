@@ -45,7 +45,8 @@ class PELLIX_EXPORT KeptDocument final : public std::enable_shared_from_this<Kep
   explicit KeptDocument(Parameters parameters);
 
   /// Calls `callback` once and lets go of it: with well-formed JSON, or with null if there is none
-  /// to be had. A document that has to be fetched comes on the transport's thread.
+  /// to be had. A document that has to be fetched comes on the transport's thread. If memory runs
+  /// out meanwhile, or the transport drops the request, `callback` is let go of without a call.
   void get(Callback callback);
 
  private:

@@ -50,6 +50,8 @@ class PELLIX_EXPORT ProviderService {
 
   /// Sends the request. `callback` runs once, never within this call, and is let go of right after.
   /// Thread safety: any thread.
+  /// Memory: `std::bad_alloc` leaves this call, also when the worker thread can't be started. Where
+  /// memory runs out later, the request ends silently, and `callback` is let go of.
   void perform(Callback callback) const;
 
  private:

@@ -32,6 +32,8 @@ struct TransportReply {
 /// What carries requests. The default is HTTP by libcurl; a host may put another in its place.
 ///
 /// Thread safety: any thread.
+/// Errors: a completion or a task throws `std::bad_alloc` when memory runs out; the request that it
+/// belongs to has ended then. Other exceptions are those of the host's own callbacks.
 class PELLIX_EXPORT Transport {
  public:
   using Completion = std::function<void(TransportReply)>;
