@@ -43,12 +43,12 @@ bool sameElements(const Tree& tree, std::uint32_t index, plist_t theirs) {
 
 bool sameMembers(const Tree& tree, std::uint32_t index, plist_t theirs) {
   for (auto at = index + 1; at < tree.nodes[index].next; at = tree.nodes[at + 1].next) {
-    const auto key = tree.stringOf(tree.nodes[at]);
+    const std::string key(tree.textOf(tree.nodes[at]));
     if (tree.member(index, key) != at + 1) return true;  // of a key given twice, its last counts
   }
   std::uint32_t count = 0;
   for (auto at = index + 1; at < tree.nodes[index].next; at = tree.nodes[at + 1].next, ++count) {
-    const auto key = tree.stringOf(tree.nodes[at]);
+    const std::string key(tree.textOf(tree.nodes[at]));
     if (!same(tree, at + 1, plist_dict_get_item(theirs, key.c_str()))) return false;
   }
   return count == plist_dict_get_size(theirs);
@@ -67,7 +67,7 @@ bool same(const Tree& tree, std::uint32_t index, plist_t theirs) {
     case Tree::Kind::array:
       return sameElements(tree, index, theirs);
     case Tree::Kind::string:
-      return tree.stringOf(node) == plist_get_string_ptr(theirs, nullptr);
+      return tree.textOf(node) == plist_get_string_ptr(theirs, nullptr);
     case Tree::Kind::number:
       return sameNumber(tree.textOf(node), theirs);
     case Tree::Kind::boolean: {
