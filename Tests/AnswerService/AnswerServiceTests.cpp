@@ -4,7 +4,6 @@
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
-#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
@@ -328,27 +327,6 @@ TEST_F(AnswerServiceTest, StopsAtOnceAndStartsAgain) {
   EXPECT_EQ(service_.record().requests.at("knowledge-settings"), 2);
   AnswerService::Service second;
   EXPECT_THROW(second.start(service_.port()), std::runtime_error);
-}
-
-TEST_F(AnswerServiceTest, ServesManyAtOnce) {
-  std::atomic<int> answered = 0;
-  {
-    std::vector<std::jthread> askers;
-    for (int asker = 0; asker < 16; ++asker) {
-      askers.emplace_back([&] {
-        httplib::Client client("127.0.0.1", service_.port());
-        client.set_keep_alive(true);
-        client.set_tcp_nodelay(true);
-        for (int i = 0; i < 10; ++i) {
-          const auto reply =
-              client.Post(kInteractions, kAuthorized, question("password").dump(), kJson);
-          if (reply && reply->status == 200) ++answered;
-        }
-      });
-    }
-  }
-  EXPECT_EQ(answered, 160);
-  EXPECT_EQ(service_.record().queries.size(), 160U);
 }
 
 TEST(AnswerServiceOptions, KeepsTheRecordInAFile) {

@@ -53,11 +53,7 @@ TEST(ReplyTest, IsHandedOnAsItCame) {
       {"HTTP/1.1 304 Not Modified\r\nContent-Length: 7\r\n\r\n", 304, std::nullopt},
       {httpReply("302 Found", "moved", "Location: /elsewhere\r\n"), 302, "moved"},
       {httpReply("400 Bad Request", "{\"a\":1}"), 400, "{\"a\":1}"},
-      {httpReply("401 Unauthorized", "", "WWW-Authenticate: Basic\r\n"), 401, std::nullopt},
-      {httpReply("407 Proxy Authentication Required"), 407, std::nullopt},
       {httpReply("429 Too Many Requests", "later", "Retry-After: 1\r\n"), 429, "later"},
-      {httpReply("500 Internal Server Error", "oh"), 500, "oh"},
-      {httpReply("503 Service Unavailable"), 503, std::nullopt},
       {httpReply("999 Whatever", "x"), 999, "x"},
       {"HTTP/1.1 100 Continue\r\n\r\n" + httpReply("200 OK", "x"), 200, "x"},
       {"HTTP/1.1 103 Early Hints\r\nLink: </a>\r\n\r\n" + httpReply("404 Not Found"), 404,
@@ -107,13 +103,10 @@ TEST(ReplyTest, ThatIsNoneEndsInAnErrorThatSaysWhy) {
       {"", Then::close, cannotConnect, "connect to", true},
       {"", Then::reset, connectionLost, "reset by peer"},
       {"", Then::close, connectionLost, "Empty reply"},
-      {ok + "X-Mo", Then::reset, connectionLost, "reset by peer"},
-      {ok + "X-Mo", Then::close, connectionLost, ""},
       {ok + "Content-Length: 10\r\n\r\nhalf", Then::reset, connectionLost, "reset by peer"},
       {ok + "Content-Length: 10\r\n\r\nhalf", Then::close, connectionLost, "6 bytes remaining"},
       {chunked + "5\r\nhalf", Then::close, connectionLost, "closed"},
       {chunked + "zz\r\nhalf", Then::keep, malformedReply, "chunk"},
-      {chunked + "2\r\nabc\r\n0\r\n\r\n", Then::keep, malformedReply, "chunk"},
       {chunked + "fffffffffffffffff\r\n", Then::keep, malformedReply, "chunk"},
       {ok + "Content-Length: -1\r\n\r\n", Then::keep, malformedReply, "Content-Length"},
       {"SSH-2.0-Server\r\n\r\n", Then::close, malformedReply, "HTTP/0.9"},
@@ -121,13 +114,10 @@ TEST(ReplyTest, ThatIsNoneEndsInAnErrorThatSaysWhy) {
       {"HTTP/7.5 200 OK\r\n\r\n", Then::close, malformedReply, "HTTP"},
       {"HTTP/1.1 what\r\n\r\n", Then::close, malformedReply, "HTTP"},
       {ok + "X-Long: " + std::string(150'000, 'a') + "\r\n\r\n", Then::keep, replyTooLarge, ""},
-      {ok + "X-Long: " + std::string(1'000'000, 'a'), Then::repeat, replyTooLarge, ""},
-      {"HTTP/1.1 100 Continue\r\n\r\n", Then::repeat, replyTooLarge, ""},
       {httpReply("200 OK", tooMuch), Then::keep, replyTooLarge, ""},
       {httpReply("404 Not Found", tooMuch), Then::keep, replyTooLarge, ""},
       {ok + "\r\n" + tooMuch, Then::close, replyTooLarge, ""},
       {chunked + "186a1\r\n" + tooMuch + "\r\n0\r\n\r\n", Then::keep, replyTooLarge, ""},
-      {ok + "\r\n", Then::repeat, replyTooLarge, ""},
       {"", Then::stall, timedOut, "0 bytes received"},
       {ok + "X-Mo", Then::stall, timedOut, "0 bytes received"},
       {ok + "Content-Length: 10\r\n\r\nhalf", Then::stall, timedOut, "4 out of 10 bytes"},
@@ -148,21 +138,6 @@ TEST(ReplyTest, ThatIsNoneEndsInAnErrorThatSaysWhy) {
     EXPECT_THAT(text, testing::Not(HasSubstr(secret)));
   }
   for (const auto& line : log.lines()) EXPECT_THAT(line, testing::Not(HasSubstr(secret)));
-}
-
-TEST(ReplyTest, NeverComesFromAServerThatResetsAtOnce) {
-  const LoopbackServer server(replying("", Then::reset), {.answersUnasked = true});
-  const auto outcome = Client(server.origin()).perform();
-  // The reset may arrive before the connection is seen to stand.
-  EXPECT_TRUE(outcome.code() == CoreErrorCode::connectionLost ||
-              outcome.code() == CoreErrorCode::cannotConnect)
-      << outcome.text();
-}
-
-TEST(ReplyTest, NeverComesFromAnUnknownHost) {
-  const auto outcome = Client("https://nobody.invalid").perform();
-  EXPECT_EQ(outcome.code(), CoreErrorCode::cannotResolveHost);
-  EXPECT_THAT(outcome.text(), HasSubstr("nobody.invalid"));
 }
 
 TEST(ReplyTest, IsNotHeldUpByASlowNameOrAStalledNeighbour) {

@@ -103,17 +103,6 @@ TEST_F(SecurityTest, AStalledNeighbourHoldsNothingUp) {
   EXPECT_EQ(server.connections(), 2U);
 }
 
-TEST_F(SecurityTest, FollowsNoRedirect) {
-  const LoopbackServer target(replying(httpReply("200 OK")));
-  for (const std::string status :
-       {"301 Moved Permanently", "302 Found", "307 Temporary Redirect"}) {
-    const LoopbackServer server(
-        replying(httpReply(status, "", "Location: " + target.origin() + "/\r\n")));
-    EXPECT_EQ(Client(server.origin()).perform().status(), std::stoi(status));
-  }
-  EXPECT_EQ(target.connections(), 0U);
-}
-
 TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationAlone) {
   using enum CoreErrorCode;
   const LoopbackServer server(replying(httpReply("200 OK", "direct")));
