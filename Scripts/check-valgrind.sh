@@ -11,13 +11,20 @@ build=${1-build/release}
 programs=(Tests/Platform/bin/PlatformTests bin/QuorvelCoreTests bin/PellixProvidersSDKTests
   bin/BridgeTests bin/LifecycleTests)
 
+check() {
+  valgrind --quiet --error-exitcode=99 --leak-check=full --show-leak-kinds=definite \
+    --errors-for-leak-kinds=definite --num-callers=25 --fair-sched=yes \
+    "$1" --gtest_brief=1 --gtest_filter="$2" >"$log.$BASHPID" 2>&1 || { cat "$log.$BASHPID"; exit 1; }
+}
+log=$(mktemp -d)/log
+trap 'rm -rf "${log%/log}"' EXIT
+export -f check
+export log
+
 for program in "${programs[@]}"; do
   [[ -x $build/$program ]] || die "$build has no $program."
   say "Checking ${program##*/}"
-  # Each suite in a process of its own: some of what they look at is made once for each process.
-  for suite in $("$build/$program" --gtest_list_tests | grep -E '^[A-Za-z0-9_/]+\.$'); do
-    valgrind --quiet --error-exitcode=99 --leak-check=full --show-leak-kinds=definite \
-      --errors-for-leak-kinds=definite --num-callers=25 --fair-sched=yes \
-      "$build/$program" --gtest_brief=1 --gtest_filter="$suite*"
-  done
+  # Each test in a process of its own: some of what they look at is made once for each process.
+  "$build/$program" --gtest_list_tests | awk '/^[^ ].*\.$/ { suite = $1 } /^  / { print suite $1 }' |
+    xargs -P "$jobs" -I{} bash -c 'check "$@"' _ "$build/$program" {}
 done

@@ -193,8 +193,10 @@ void CurlWorker::finishLate() {
   };
   // What the host adds meanwhile is not among them yet.
   for (auto at = running_.begin(); at != running_.end();) {
-    const auto& [handle, transfer] = *at++;
-    if (isLate(*transfer)) withMemory([&] { finish(handle, CURLE_OPERATION_TIMEDOUT); });
+    auto* const handle = at->first;
+    const bool isOver = isLate(*at->second);
+    ++at;  // before its place goes
+    if (isOver) withMemory([this, handle] { finish(handle, CURLE_OPERATION_TIMEDOUT); });
   }
   for (auto at = waiting_.begin(); at != waiting_.end();) {
     if (!isLate(**at)) {

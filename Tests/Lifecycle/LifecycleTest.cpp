@@ -98,6 +98,9 @@ TEST(Callback, MayDropTheLastReferencesOnTheMainQueueAndOnTheWorker) {
           provider.reset();
         });
     DispatchQueue::main().run();
+    std::promise<void> after;  // the step that called the callback holds the provider to its end
+    Quorvel::instance()->post([&] { after.set_value(); });
+    after.get_future().wait();
     EXPECT_TRUE(watch.expired());
     EXPECT_EQ(thread == std::this_thread::get_id(), isEnabled);
   }
