@@ -124,7 +124,11 @@ TEST(Memory, ThatRunsOutWithinAFunctionLeavesAsAnException) {
        [&] {
          return Platform::PropertyListDecoder().decode<std::vector<Measure>>(list).has_value();
        }},
-      {"URL", [&] { return Platform::URL::parse("http://[::1]:80/x/y?z").has_value(); }},
+      {"URL",  // two of them, for the latest one is kept
+       [&] {
+         return Platform::URL::parse("http://[::1]:80/a/path/that/takes/memory?z").has_value() &&
+                Platform::URL::parse("https://account.example/another/path").has_value();
+       }},
       {"a task",
        [&] {
          auto held = std::make_shared<int>(0);
@@ -157,16 +161,20 @@ struct Operation {
 constexpr Operation operations[] = {
     {"query",
      [](PellixProvider& provider, Ending& ending) {
-       provider.getDeflectionForQuery("How do I reset my password?", ending.callback());
+       auto callback = ending.callback();  // before there is any other argument
+       provider.getDeflectionForQuery("How do I reset my password?", std::move(callback));
      }},
     {"resolve",
      [](PellixProvider& provider, Ending& ending) {
-       provider.resolveWithArticle(7, 4711, "a token that is long enough", ending.callback());
+       auto callback = ending.callback();
+       provider.resolveWithArticle(7, 4711, "a token that is long enough", std::move(callback));
      }},
     {"reject",
      [](PellixProvider& provider, Ending& ending) {
+       auto callback = ending.callback();
        provider.rejectWithArticle(7, 4711, "a token that is long enough",
-                                  PellixProvidersSDK::RejectionReason::reason1, ending.callback());
+                                  PellixProvidersSDK::RejectionReason::reason1,
+                                  std::move(callback));
      }},
 };
 
