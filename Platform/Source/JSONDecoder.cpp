@@ -1,3 +1,4 @@
+#include "JSONText.h"
 #include "Tree.h"
 #include "UTF8.h"
 
@@ -5,7 +6,6 @@
 
 #include <simdjson.h>
 
-#include <algorithm>
 #include <atomic>
 #include <bit>
 #include <memory>
@@ -118,15 +118,19 @@ constinit std::atomic<T*> Borrowed<T>::spare{nullptr};
 /// Whether escapes make up much of a document, going by a sample. simdjson is good at much else,
 /// but takes them one by one.
 bool isFullOfEscapes(std::string_view data) {
-  constexpr std::size_t samples = 16;
-  constexpr std::size_t sample = 16;  // bytes
+  using JSONText::Block;
+  constexpr std::size_t samples = 16;  // blocks
   const auto step = data.size() / samples;
-  if (step < 16 * sample) return false;
-  std::ptrdiff_t backslashes = 0;
+  if (step < 16 * sizeof(Block)) return false;
+  Block found{};
   for (std::size_t i = 0; i < samples; ++i) {
-    backslashes += std::ranges::count(data.substr(i * step, sample), '\\');
+    Block block;
+    std::memcpy(&block, data.data() + i * step, sizeof block);
+    found += (block == '\\') & 1;
   }
-  return backslashes > static_cast<std::ptrdiff_t>(samples * sample / 32);
+  unsigned backslashes = 0;
+  for (std::size_t i = 0; i < sizeof found; ++i) backslashes += found[i];
+  return backslashes > samples * sizeof(Block) / 32;
 }
 
 /// Reads what is ordinary with the fast reader; whether it was.

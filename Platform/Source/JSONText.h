@@ -109,25 +109,28 @@ inline constexpr auto hexDigits = [] {
 /// Reads four digits behind a "u".
 [[gnu::always_inline]] inline std::uint32_t readCodeUnit(Cursor& cursor) {
   std::uint32_t unit = 0x10000;
-  if (cursor.at('u') && cursor.end - ++cursor.from >= 4) {
+  if (cursor.end - cursor.from > 4 && *cursor.from == 'u') {
     const auto digit = [&](std::size_t i) {
       return hexDigits[static_cast<unsigned char>(cursor.from[i])];
     };
-    unit = digit(0) << 12 | digit(1) << 8 | digit(2) << 4 | digit(3);
+    unit = digit(1) << 12 | digit(2) << 8 | digit(3) << 4 | digit(4);
   }
   if (unit > 0xFFFF) {
     cursor.fault = "a string holds an unknown escape";
+    cursor.from += cursor.at('u');
     return 0;
   }
-  cursor.from += 4;
+  cursor.from += 5;
   return unit;
 }
 
 /// Reads one escape.
 [[gnu::always_inline]] inline void readEscape(Cursor& cursor) {
   ++cursor.from;
-  if (cursor.from != cursor.end && simpleEscapes[static_cast<unsigned char>(*cursor.from)]) {
-    *cursor.to++ = simpleEscapes[static_cast<unsigned char>(*cursor.from++)];
+  const char letter = cursor.from == cursor.end ? '\0' : *cursor.from;
+  if (const char meaning = simpleEscapes[static_cast<unsigned char>(letter)]) {
+    *cursor.to++ = meaning;
+    ++cursor.from;
     return;
   }
   auto c = readCodeUnit(cursor);
@@ -145,11 +148,52 @@ inline constexpr auto hexDigits = [] {
   writeUTF8(cursor, c);
 }
 
+/// Reads four escapes at once for as long as they stand next to each other and all are characters
+/// of three bytes in UTF-8, as in text that is neither Latin nor an emoji.
+[[gnu::always_inline]] inline void readRunOfEscapes(Cursor& cursor) {
+  using Four = std::uint32_t __attribute__((vector_size(16)));
+  constexpr std::ptrdiff_t length = 6;  // bytes of one, digits included
+  while (cursor.end - cursor.from >= 4 * length) {
+    const auto load = [&](auto value, std::ptrdiff_t at) {
+      std::memcpy(&value, cursor.from + at, sizeof value);
+      return value;
+    };
+    const auto mark = [&](std::ptrdiff_t i) { return load(std::uint16_t{}, i * length); };
+    const auto digits = [&](std::ptrdiff_t i) { return load(std::uint32_t{}, i * length + 2); };
+    constexpr auto u = std::uint16_t{'\\'} | std::uint16_t{'u'} << 8;
+    if (((mark(0) ^ u) | (mark(1) ^ u) | (mark(2) ^ u) | (mark(3) ^ u)) != 0) return;
+
+    const auto text = std::bit_cast<Block>(Four{digits(0), digits(1), digits(2), digits(3)});
+    const Block decimal = text - '0';
+    const Block letter = (text | 0x20) - 'a';
+    const Block isDecimal = decimal < 10;
+    const Block isLetter = letter < 6;
+    const auto values = std::bit_cast<Four>((decimal & isDecimal) | ((letter + 10) & isLetter));
+    const Four bytes = (values << 4 | values >> 8) & 0x00FF00FF;
+    const Four units = (bytes << 8 | bytes >> 16) & 0xFFFF;
+
+    const Four isOther = (units < 0x800) | ((units & 0xF800) == 0xD800);
+    using Halves = std::uint64_t __attribute__((vector_size(16)));
+    const auto bad = std::bit_cast<Halves>(std::bit_cast<Block>(isOther) | ~(isDecimal | isLetter));
+    if ((bad[0] | bad[1]) != 0) return;
+
+    const Four encoded = 0x8080E0 | units >> 12 | (units & 0xFC0) << 2 | (units & 0x3F) << 16;
+    for (std::size_t i = 0; i < 4; ++i) {
+      const std::uint32_t bytesOfOne = encoded[i];
+      std::memcpy(cursor.to, &bytesOfOne, sizeof bytesOfOne);
+      cursor.to += 3;
+    }
+    cursor.from += 4 * length;
+  }
+}
+
 /// Reads a string's text from an escape on, up to a fault or to what is neither plain nor an
 /// escape.
 inline Cursor readEscaped(Cursor cursor) {
   while (cursor.fault.empty() && cursor.at('\\')) {
     readEscape(cursor);
+    // One often stands alone, so the next one is looked at before a run is tried.
+    if (cursor.at('\\') && std::endian::native == std::endian::little) readRunOfEscapes(cursor);
     // Where everything is escaped, the next one's place is known without a look at a block.
     if (!cursor.at('\\') && cursor.fault.empty()) copyPlain(cursor);
   }

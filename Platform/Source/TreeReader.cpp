@@ -71,9 +71,17 @@ const Tree::Node& TreeReader::expect(const Decoder& at, Kind kind) const {
        path, node.position, types);
 }
 
-Place TreeReader::member(const Decoder& at, std::string_view key, Run&) const {
+Place TreeReader::member(const Decoder& at, std::string_view key, Run& run) const {
   const auto& object = expect(at, Kind::object);
   const auto index = static_cast<std::uint32_t>(at.place().index);
+  if (run.isInOrder) {
+    const auto name = run.next.document ? run.next.index : index + 1;
+    run.isInOrder = name < object.next && tree_.textOf(tree_.nodes[name]) == key;
+    if (run.isInOrder) {
+      run.next = next({&tree_, name + 1});
+      return {&tree_, name + 1};
+    }
+  }
   if (const auto value = tree_.member(index, key); value != Tree::none) return {&tree_, value};
   auto path = at.codingPath();
   if (!path.empty()) path += '.';
