@@ -86,11 +86,6 @@ TEST(RequestTest, GoesToTheExactPath) {
   }
 }
 
-TEST(RequestTest, ReachesIPv6Loopback) {
-  const LoopbackServer server(replying(httpReply("200 OK")), {.isIPv6 = true});
-  EXPECT_EQ(Client(server.origin()).perform().status(), 200);
-}
-
 TEST(RequestTest, AsksForTheTokenEachTime) {
   const LoopbackServer server(replying(httpReply("200 OK")));
   int asked = 0;
