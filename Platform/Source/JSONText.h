@@ -135,7 +135,8 @@ inline constexpr auto hexDigits = [] {
   }
   auto c = readCodeUnit(cursor);
   if (0xD800 <= c && c <= 0xDFFF) {
-    const bool isPair = c < 0xDC00 && cursor.at('\\');
+    const bool isPair = c < 0xDC00 && cursor.end - cursor.from > 1 && cursor.from[0] == '\\' &&
+                        cursor.from[1] == 'u';
     if (isPair) ++cursor.from;
     const auto low = isPair ? readCodeUnit(cursor) : 0;
     if (!cursor.fault.empty()) return;
@@ -190,12 +191,13 @@ inline constexpr auto hexDigits = [] {
 /// Reads a string's text from an escape on, up to a fault or to what is neither plain nor an
 /// escape.
 inline Cursor readEscaped(Cursor cursor) {
-  while (cursor.fault.empty() && cursor.at('\\')) {
+  while (cursor.at('\\')) {
     readEscape(cursor);
+    if (!cursor.fault.empty()) break;
     // One often stands alone, so the next one is looked at before a run is tried.
     if (cursor.at('\\') && std::endian::native == std::endian::little) readRunOfEscapes(cursor);
     // Where everything is escaped, the next one's place is known without a look at a block.
-    if (!cursor.at('\\') && cursor.fault.empty()) copyPlain(cursor);
+    if (!cursor.at('\\')) copyPlain(cursor);
   }
   return cursor;
 }

@@ -246,10 +246,26 @@ TEST(JSONDecoder, RefusesMalformedDocuments) {
         "0@x10", "@NaN",  "@Infinity", "@nul",  "true@ish", "@True", "@\x01"}) {
     expectFault("{\"w\":" + value + "}");
   }
-  for (const auto& text :
-       {"a@\nb"s, "@\0"s, "@\x1f"s, "\\@x41"s, "\\u@12"s, "\\u@+123"s, "\\ud800@"s, "\\udc00@"s,
-        "\\ud800\\u0041@"s, "\\ud800\\ud800@"s, "\\udc00@\\ud800"s, "@\x80"s, "@\xC0\x80"s,
-        "@\xC3"s, "@\xED\xA0\x80"s, "@\xF4\x90\x80\x80"s, "\u00e9@\xFF"s}) {
+  for (const auto& text : {"a@\nb"s,
+                           "@\0"s,
+                           "@\x1f"s,
+                           "\\@x41"s,
+                           "\\u@12"s,
+                           "\\u@+123"s,
+                           "\\ud800@"s,
+                           "\\udc00@"s,
+                           "\\udc00@\\u4e00\\u4e00\\u4e00\\u4e00"s,
+                           "\\ud800@\\n"s,
+                           "\\ud800@\\"s,
+                           "\\ud800\\u0041@"s,
+                           "\\ud800\\ud800@"s,
+                           "\\udc00@\\ud800"s,
+                           "@\x80"s,
+                           "@\xC0\x80"s,
+                           "@\xC3"s,
+                           "@\xED\xA0\x80"s,
+                           "@\xF4\x90\x80\x80"s,
+                           "\u00e9@\xFF"s}) {
     expectFault("{\"v\":1,\n\"w\":\"" + text + "\"}");
   }
   expectFault("{\"v\":1}@\0"s);
