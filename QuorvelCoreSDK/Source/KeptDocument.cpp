@@ -7,6 +7,7 @@
 #include <QuorvelCoreSDK/KeptDocument.h>
 #include <QuorvelCoreSDK/ProviderService.h>
 
+#include <exception>
 #include <utility>
 
 namespace QuorvelCoreSDK {
@@ -112,7 +113,16 @@ void KeptDocument::finish(Fetch& fetch, std::expected<Platform::Data, Platform::
                      (document ? "the last ones are" : "the default is") + " used instead. " +
                      failure->description());
   }
-  for (const auto& call : waiting) call(document);
+  // What one of those that waited throws is no matter of the others.
+  std::exception_ptr thrown;
+  for (const auto& call : waiting) {
+    try {
+      call(document);
+    } catch (...) {
+      if (!thrown) thrown = std::current_exception();
+    }
+  }
+  if (thrown) std::rethrow_exception(thrown);
 }
 
 }  // namespace QuorvelCoreSDK

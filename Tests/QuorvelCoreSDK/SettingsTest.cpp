@@ -4,6 +4,8 @@
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
 #include <gmock/gmock.h>
 
+#include <stdexcept>
+
 namespace QuorvelCoreSDK {
 namespace {
 
@@ -150,6 +152,16 @@ TEST_F(SettingsTest, FallBackOnTheLastGoodOnesElseOnTheDefault) {
                         HasSubstr(why), HasSubstr(isGood ? "the last" : "the default")));
     }
   }
+}
+
+TEST_F(SettingsTest, AreHandedOnWhateverOneWhoWaitsThrows) {
+  setUp();
+  answer(200, red);
+  client_->quorvel->providerModule().settings()->getSettings<Colour>(
+      [](const auto&) { throw std::runtime_error("the host's own"); });
+  ask();
+  EXPECT_THROW(transport_->run(), std::runtime_error);
+  EXPECT_THAT(settled(), ElementsAre("red"));
 }
 
 TEST_F(SettingsTest, LetGoOfTheirCallback) {

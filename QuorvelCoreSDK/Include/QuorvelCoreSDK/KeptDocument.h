@@ -21,6 +21,7 @@ namespace QuorvelCoreSDK {
 /// configuration. Those who ask while a fetch is under way wait for that one. When a fetch fails,
 /// the last good document is the answer, and a warning is logged.
 ///
+/// Ownership: always held by a shared pointer, which a fetch under way shares.
 /// Thread safety: any thread.
 class PELLIX_EXPORT KeptDocument final : public std::enable_shared_from_this<KeptDocument> {
  public:

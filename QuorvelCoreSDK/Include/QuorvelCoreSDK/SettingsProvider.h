@@ -28,7 +28,8 @@ class PELLIX_EXPORT SettingsProvider {
   virtual ~SettingsProvider();
 
   /// Calls `callback` once with the record, or with its default if there is none to decode: at once
-  /// on this thread if the document is at hand, else on the thread on which it arrives.
+  /// on this thread if the document is at hand, else on the thread on which it arrives. If memory
+  /// runs out meanwhile, or the transport drops the request, it is let go of without a call.
   template <DecodableDefault T>
   void getSettings(std::function<void(std::shared_ptr<const typename T::DefaultType>)> callback) {
     answer(RecordType{.decode = decodeRecord<T>,
