@@ -108,9 +108,12 @@ void CurlTransfer::prepare(CURL* easy) {
   set(CURLOPT_OPENSOCKETFUNCTION, openSocket);
 
   // A request that has waited for its turn has that much less time left; zero would mean no limit.
-  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());
-  set(CURLOPT_TIMEOUT_MS, static_cast<long>(std::max<std::int64_t>(1, left.count())));
-  set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(network.connectLimit.count()));
+  constexpr std::chrono::milliseconds least(1);
+  const auto left =
+      std::max(least, std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now()));
+  set(CURLOPT_TIMEOUT_MS, static_cast<long>(left.count()));
+  set(CURLOPT_CONNECTTIMEOUT_MS,
+      static_cast<long>(std::clamp(network.connectLimit, least, left).count()));
 
   set(CURLOPT_SSL_VERIFYPEER, 1L);
   set(CURLOPT_SSL_VERIFYHOST, 2L);
@@ -178,7 +181,8 @@ std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t c
     transfer.isTooLarge_ = true;
     return CURL_WRITEFUNC_ERROR;
   }
-  if (line.starts_with("HTTP/")) {  // an interim response may have come before
+  if (transfer.hasAllHeaders_) return size * count;  // a trailer field: RFC 9110, section 6.5.1
+  if (line.starts_with("HTTP/")) {                   // an interim response may have come before
     transfer.responseHeaders_.clear();
     transfer.status_ = 0;
     if (const auto blank = line.find(' '); blank != line.npos) {

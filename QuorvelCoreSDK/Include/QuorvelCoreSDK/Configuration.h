@@ -29,7 +29,8 @@ struct NetworkConfiguration {
   std::size_t largestReply = std::size_t{16} << 20;
 };
 
-/// What a host may choose when it sets up the core.
+/// What a host may choose when it sets up the core. Times below zero count as zero, and more than a
+/// year as a year.
 struct Configuration {
   /// Supplies the token of the requests that need one.
   TokenSupplier token;
@@ -37,9 +38,9 @@ struct Configuration {
   /// The same goes for the knowledge base's.
   std::chrono::milliseconds settingsTimeToLive{300'000};
   NetworkConfiguration network;
-  /// Replaces the default transport; shared with the core instance.
+  /// Replaces the default transport; shared with the core instance. Null: the default.
   std::shared_ptr<Transport> transport;
-  /// Replaces the default settings service; shared with the core instance.
+  /// Replaces the default settings service; shared with the core instance. Null: the default.
   std::shared_ptr<SettingsProvider> settings;
 };
 

@@ -19,8 +19,8 @@ namespace QuorvelCoreSDK {
 /// One request to an account's services: a value that can be kept, copied and performed.
 ///
 /// There are no retries and no redirects; but a request that finds its kept connection dead, before
-/// any byte of a reply, goes out once more on another one. Requests have the limits of the core's
-/// configuration.
+/// any byte of a reply, goes out once more on another one, unless it is a POST. Requests have the
+/// limits of the core's configuration.
 class PELLIX_EXPORT ProviderService {
  public:
   /// Body bytes or nothing, response or null, error or nothing. Zero bytes come as nothing.
@@ -43,12 +43,14 @@ class PELLIX_EXPORT ProviderService {
     /// Where the callback runs, borrowed until then; null: on the transport's thread.
     Platform::DispatchQueue* dispatchQueue = nullptr;
     Reporter reporter = Reporter::none;
+    /// Never used: nothing is cached. It may be null.
     CachingDelegate* cachingDelegate = nullptr;
   };
 
   explicit ProviderService(Parameters parameters);
 
-  /// Sends the request. `callback` runs once, never within this call, and is let go of right after.
+  /// Sends the request. `callback` runs once, never within this call, and is let go of right after;
+  /// it may be empty.
   /// Thread safety: any thread.
   /// Memory: `std::bad_alloc` leaves this call, also when the worker thread can't be started. Where
   /// memory runs out later, the request ends silently, and `callback` is let go of.
