@@ -21,14 +21,18 @@ constexpr int longestWait = 60'000;       // milliseconds; nothing depends on it
 /// itself, and can say more of them, so it comes first.
 constexpr std::chrono::milliseconds patience(20);
 
-/// While it lives, a thread that this one starts receives no signal: the host's handlers run on the
-/// host's threads, and writing to a connection that is gone gives an error instead of a signal.
+/// While it lives, a thread that this one starts receives no signal but those of its own faults:
+/// the host's handlers run on the host's threads, and writing to a connection that is gone gives an
+/// error instead of a signal.
 class WithoutSignals {
  public:
   WithoutSignals() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before_);
+    sigset_t blocked;
+    sigfillset(&blocked);
+    for (const int fault : {SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP}) {
+      sigdelset(&blocked, fault);
+    }
+    pthread_sigmask(SIG_SETMASK, &blocked, &before_);
   }
   WithoutSignals(const WithoutSignals&) = delete;
   WithoutSignals& operator=(const WithoutSignals&) = delete;
