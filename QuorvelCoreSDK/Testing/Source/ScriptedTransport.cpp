@@ -18,8 +18,10 @@ ScriptedTransport::Answer failure(CoreErrorCode code, std::string_view detail) {
 }  // namespace
 
 void ScriptedTransport::answer(std::string path, Answer answer, Duration after) {
+  // What it replaces goes after the lock, for what that captured may come back here.
+  Script script{std::move(answer), after};
   const std::lock_guard lock(mutex_);
-  scripts_.insert_or_assign(std::move(path), Script{std::move(answer), after});
+  std::swap(scripts_[std::move(path)], script);
 }
 
 void ScriptedTransport::answer(std::string path, int status, std::string body, Duration after) {

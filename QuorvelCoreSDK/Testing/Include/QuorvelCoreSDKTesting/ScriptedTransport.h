@@ -66,7 +66,7 @@ class ScriptedTransport final : public Transport {
  private:
   struct Script {
     Answer answer;
-    Duration after;
+    Duration after{};
   };
   using Steps =
       std::multimap<Duration, std::function<void()>>;  // by their times, then as they came
