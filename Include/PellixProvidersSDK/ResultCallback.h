@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace PellixProvidersSDK {
 
@@ -31,5 +32,16 @@ using ResultCallback = std::function<void(Result<T>)>;
 template <class T>
 using OptionalsCallback =
     std::function<void(std::shared_ptr<const T>, std::optional<Platform::Error>)>;
+
+/// A callback with two arguments as one with a result, for those who offer both forms of an
+/// operation. An empty one stays empty.
+template <class T>
+ResultCallback<T> asResultCallback(OptionalsCallback<T> callback) {
+  if (!callback) return nullptr;
+  return [callback = std::exchange(callback, nullptr)](Result<T> result) {
+    result ? callback(*std::move(result), std::nullopt)
+           : callback(nullptr, std::move(result).error());
+  };
+}
 
 }  // namespace PellixProvidersSDK

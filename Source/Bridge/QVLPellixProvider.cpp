@@ -2,10 +2,10 @@
 #include "Bridge/Memory.h"
 #include "Bridge/Text.h"
 
+#include <utility>
+
 using namespace PellixProvidersSDK;
 using namespace PellixProvidersSDK::Bridge;
-
-#include <utility>
 
 namespace {
 

@@ -14,16 +14,6 @@
 namespace PellixProvidersSDK {
 namespace {
 
-/// The two-argument form as the other one, which is what every operation works with.
-template <class T>
-ResultCallback<T> asResultCallback(OptionalsCallback<T> callback) {
-  if (!callback) return nullptr;
-  return [callback = std::exchange(callback, nullptr)](Result<T> result) {
-    result ? callback(*std::move(result), std::nullopt)
-           : callback(nullptr, std::move(result).error());
-  };
-}
-
 using Response = std::shared_ptr<const Platform::URLResponse>;
 
 /// The answer to a question, out of what came back for it.

@@ -16,16 +16,6 @@ Platform::Error unscripted() {
                                        "no answer is scripted");
 }
 
-/// The two-argument form as the other one.
-template <class T>
-ResultCallback<T> asResultCallback(OptionalsCallback<T>& callback) {
-  if (!callback) return nullptr;
-  return [callback = std::exchange(callback, nullptr)](Result<T> result) {
-    result ? callback(*std::move(result), std::nullopt)
-           : callback(nullptr, std::move(result).error());
-  };
-}
-
 }  // namespace
 
 Ending<DeflectionResponse> responseFrom(std::string_view json) {
@@ -133,7 +123,7 @@ void FakePellixProvider::getDeflectionForQuery(std::string query,
 
 void FakePellixProvider::getDeflectionForQuery(std::string query,
                                                OptionalsCallback<DeflectionResponse> callback) {
-  getDeflectionForQuery(std::move(query), asResultCallback(callback));
+  getDeflectionForQuery(std::move(query), asResultCallback(std::exchange(callback, nullptr)));
 }
 
 void FakePellixProvider::resolveWithArticle(std::int64_t deflectionId, std::int64_t articleId,
@@ -150,7 +140,7 @@ void FakePellixProvider::resolveWithArticle(std::int64_t deflectionId, std::int6
                                             std::string interactionAccessToken,
                                             OptionalsCallback<PellixDispatcherResponse> callback) {
   resolveWithArticle(deflectionId, articleId, std::move(interactionAccessToken),
-                     asResultCallback(callback));
+                     asResultCallback(std::exchange(callback, nullptr)));
 }
 
 void FakePellixProvider::rejectWithArticle(std::int64_t deflectionId, std::int64_t articleId,
@@ -170,7 +160,7 @@ void FakePellixProvider::rejectWithArticle(std::int64_t deflectionId, std::int64
                                            RejectionReason reason,
                                            OptionalsCallback<PellixDispatcherResponse> callback) {
   rejectWithArticle(deflectionId, articleId, std::move(interactionAccessToken), reason,
-                    asResultCallback(callback));
+                    asResultCallback(std::exchange(callback, nullptr)));
 }
 
 }  // namespace PellixProvidersSDK::Testing

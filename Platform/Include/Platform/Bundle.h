@@ -33,6 +33,8 @@ class PELLIX_EXPORT Bundle {
   [[nodiscard]] static const Bundle& containing(const void* address);
 
   /// Makes `directory` the place of all resources. To be called before anything else is.
+  /// Errors: `std::filesystem::filesystem_error` if it is relative and there is no working
+  /// directory.
   static void setResourceDirectory(const std::filesystem::path& directory);
 
   /// The file `NAME.EXTENSION` among the resources, or nothing if there is none.
