@@ -55,6 +55,10 @@ case $step in
     mkdir "$work/readme"
     "$source_dir/Scripts/extract-code.sh" cmake "$source_dir/README.md" >"$work/readme/CMakeLists.txt"
     "$source_dir/Scripts/extract-code.sh" cpp "$source_dir/README.md" >"$work/readme/ask.cpp"
+    # A folder below may look for the package again.
+    mkdir "$work/readme/again"
+    echo "find_package(PellixProvidersSDK REQUIRED)" >"$work/readme/again/CMakeLists.txt"
+    echo "add_subdirectory(again)" >>"$work/readme/CMakeLists.txt"
     cmake -S "$work/readme" -B "$work/readme/build" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
     cmake --build "$work/readme/build" >/dev/null
     start_service
