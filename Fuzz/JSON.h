@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <map>
 #include <set>
 
 namespace Fuzz {
@@ -38,12 +39,12 @@ struct Opinion {
 inline Opinion opinionOn(std::string_view json) {
   // It takes a NUL for the end of the document. In JSON, there is none anywhere.
   if (json.find('\0') != json.npos) return {};
-  std::vector<std::set<std::string>> keys;
-  const auto firstOfEachKey = [&](int, auto event, auto& value) {
+  // By depth: it does not tell of the end of an object under a key that it was told to leave out.
+  std::map<int, std::set<std::string>> keys;
+  const auto firstOfEachKey = [&](int depth, auto event, auto& value) {
     using Event = decltype(event);
-    if (event == Event::object_start) keys.emplace_back();
-    if (event == Event::object_end) keys.pop_back();
-    return event != Event::key || keys.back().insert(value).second;
+    if (event == Event::object_start) keys[depth + 1].clear();
+    return event != Event::key || keys[depth].insert(value).second;
   };
   try {
     return {.document = nlohmann::json::parse(json.begin(), json.end(), firstOfEachKey)};

@@ -60,7 +60,8 @@ bool same(const Tree& tree, std::uint32_t index, plist_t theirs) {
                                          PLIST_BOOLEAN, PLIST_NONE,  PLIST_DATE,   PLIST_DATA};
   const auto& node = tree.nodes[index];
   const auto type = plist_get_node_type(theirs);
-  if (type != types[std::to_underlying(node.kind)] && type != PLIST_REAL) return false;
+  const bool isReal = type == PLIST_REAL && node.kind == Tree::Kind::number;
+  if (type != types[std::to_underlying(node.kind)] && !isReal) return false;
   switch (node.kind) {
     case Tree::Kind::object:
       return sameMembers(tree, index, theirs);
