@@ -52,7 +52,7 @@ print(*(s.getsockname()[1] for s in sockets))'
 # The server's program. Its package is unpacked and not installed: installed, it would start to serve.
 find_nginx() {
   local unpacked=$PWD/build/bench/nginx
-  if ! command -v nginx && ! [[ -x $unpacked/usr/sbin/nginx ]]; then
+  if ! command -v nginx >/dev/null && ! [[ -x $unpacked/usr/sbin/nginx ]]; then
     say "Unpacking nginx"
     mkdir -p "$unpacked"
     (
