@@ -169,6 +169,7 @@ TEST(LoadTest, EveryOperationEndsOnceAndAsTheServerMeant) {
     EXPECT_EQ(arrived, callers.started[i]) << paths[i];
     total += arrived;
   }
+  EXPECT_EQ(service.replies.size(), service.faults.size() + 1) << "every fault, and proper replies";
   EXPECT_EQ(service.votes + service.failedVotes, callers.started[1]);
   EXPECT_EQ(service.failedVotes, loggedVotes);
   EXPECT_EQ(service.failedFetches, loggedFetches);

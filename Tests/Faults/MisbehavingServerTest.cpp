@@ -23,7 +23,7 @@ namespace Faults {
 namespace {
 
 constexpr std::size_t largest = 100'000;
-constexpr std::chrono::milliseconds soon(250);  // a time limit that is meant to pass
+constexpr std::chrono::milliseconds soon(1000);  // a time limit that is meant to pass
 
 const std::string disabled = "QV_Pellix_Disabled 1006";
 const std::string unresolved = "com.quorvel.core 6: The server's name could not be resolved.";
@@ -144,6 +144,7 @@ std::vector<Row> rows() {
        {},
        none,
        Place::behindProxy},
+      {"is behind a proxy that stalls", stall, late, late, {}, none, Place::behindProxy},
       {"has a name that nobody knows", {}, unresolved, unresolved, {}, none, Place::nowhere},
       {"has an address of IPv6 only",
        {},

@@ -158,6 +158,7 @@ TEST_F(SecretsTest, AreNotAmongWhatPellixSays) {
     SCOPED_TRACE(reply.bytes);
     reply_ = &reply;
     expectNoSecret(run(ask));
+    expectNoSecret(run({"doctor"}));
     expectNoSecret(run((&reply - replies_.data()) % 2 == 0 ? resolve("answer.json") : reject));
   }
   expectNoSecret(run(resolve("broken.json")));
