@@ -5,7 +5,9 @@
 set -eu
 readelf=$1
 shift
-faults=$("$readelf" --wide --sections --symbols "$@" |
+[ $# -gt 0 ]
+seen=$("$readelf" --wide --sections --symbols "$@")
+faults=$(echo "$seen" |
   grep -E '\.(init_array|fini_array|ctors|dtors)|UND (__cxa_atexit|atexit)$|^File: ' |
   grep -B 1 -v '^File: ' || true)
 [ -z "$faults" ] && exit

@@ -14,7 +14,7 @@ test_packages=(bzip2 libglib2.0-dev libgmock-dev libgtest-dev libplist-dev local
   python3 unicode-data valgrind)
 bench_packages=(nlohmann-json3-dev openssl python3 rapidjson-dev valgrind)
 packages=("${library_packages[@]}" "${app_packages[@]}" "${test_packages[@]}")
-all_packages=(clang-19 clang-format-19 clang-tidy-19 googletest libc++-19-dev libc++abi-19-dev
+all_packages=(clang-19 clang-format-19 clang-tidy-19 git googletest libc++-19-dev libc++abi-19-dev
   libclang-rt-19-dev qt6-base-dev)
 fuzz_packages=(clang-19 libc++-19-dev libc++abi-19-dev libclang-rt-19-dev libplist-dev llvm-19
   nlohmann-json3-dev)

@@ -7,7 +7,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 source Scripts/common.sh
 
-unset "${!PELLIX_@}"
+unset "${!PELLIX_@}" http_proxy https_proxy HTTPS_PROXY ALL_PROXY all_proxy NO_PROXY no_proxy
+need_packages "${packages[@]}"
 observed=$(mktemp)
 trap 'rm -f "$observed"' EXIT
 

@@ -68,11 +68,14 @@ TEST_F(OnATerminal, FitsTheWidthAndObeysNoColor) {
   const auto shown = terminal.readUntil("Did one");
   EXPECT_THAT(shown, Not(HasSubstr("\033")));
   std::istringstream lines(shown);
+  int count = 0;
   for (std::string line; std::getline(lines, line);) {
     if (line.starts_with("   ") && line.find("https://") == line.npos) {
       EXPECT_LE(line.size(), 40U + std::string("…\r").size()) << line;
+      ++count;
     }
   }
+  EXPECT_GT(count, 0);
 }
 
 TEST_F(OnATerminal, CtrlCEndsCleanlyAtThePromptAndWhileWaiting) {

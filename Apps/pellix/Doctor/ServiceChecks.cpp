@@ -38,8 +38,8 @@ std::expected<std::shared_ptr<const T>, Platform::Error> recordIn(const Transpor
     return Platform::JSONDecoder().decode<T>(reply.data.value_or(""));
   }
   auto text = Platform::HTTPURLResponse::localizedStringForStatusCode(status);
-  return std::unexpected(Platform::Error(PellixProvidersSDK::PellixErrorDomain, status,
-                                         {{Platform::NSLocalizedDescriptionKey, std::move(text)}}));
+  return std::unexpected(
+      Platform::Error::described(PellixProvidersSDK::PellixErrorDomain, status, std::move(text)));
 }
 
 bool hasToken(const Patient& patient) {
