@@ -111,13 +111,14 @@ TEST(ScarceMemory, GivesNoObjectAndChangesNothing) {
   };
   const Call calls[] = {
       {"settings", [&] { return isMade(QVLPellixSettings_init()); }},
-      {"configuration", [&] { return isMade(QVLQuorvelConfiguration_init()); }},
       {"token",
        [&] { return QVLQuorvelConfiguration_setToken(configuration, text.data(), text.size()); }},
-      {"authorities",
+      {"configuration",
        [&] {
-         return QVLQuorvelConfiguration_setCertificateAuthorities(configuration, text.data(),
-                                                                  text.size());
+         auto* const made = QVLQuorvelConfiguration_init();
+         const bool isSet = made && QVLQuorvelConfiguration_setCertificateAuthorities(
+                                        made, text.data(), text.size());
+         return isMade(made) && isSet;
        }},
       {"core", [&] { return isMade(initialize(secure, nullptr)); }},
       {"core, refused",
