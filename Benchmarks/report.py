@@ -80,7 +80,7 @@ def table(figures, pattern):
 def render(figures):
     cpu = re.search(r"model name\s*: (.*)", open("/proc/cpuinfo", encoding="utf-8").read())
     gcc = subprocess.run(["g++", "-dumpfullversion"], capture_output=True, text=True, check=True)
-    text = (f"{datetime.date.today()}, {cpu[1] if cpu else 'unknown processor'}, {os.cpu_count()} "
+    text = (f"`./bench`, {datetime.date.today()}, {cpu[1] if cpu else 'unknown processor'}, {os.cpu_count()} "
             f"cores, gcc {gcc.stdout.strip()} -O2. What is bold misses its aim.\n")
     for title, pattern in TABLES:
         if rows := table(figures, pattern):
