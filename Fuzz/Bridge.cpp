@@ -29,7 +29,7 @@ QuorvelPointer makeQuorvel(const std::shared_ptr<ScriptedTransport>& transport,
 
 /// What C sees of a core, which it can't give a transport of its own.
 QVLQuorvel* seen(const QuorvelPointer& quorvel) {
-  const Platform::Object* object = quorvel.get();
+  const PellixPlatform::Object* object = quorvel.get();
   return static_cast<QVLQuorvel*>(const_cast<void*>(static_cast<const void*>(object)));
 }
 
@@ -195,11 +195,13 @@ class Host {
     if (form == 3) body = R"({"pellix":{"enabled":true},"locale":")" + body + R"("})";
     QuorvelCoreSDK::TransportReply reply{
         .data = body,
-        .response = std::make_shared<const Platform::HTTPURLResponse>(
-            body, status, Platform::HTTPURLResponse::HeaderFields{{body, "1"}, {"Via", body}})};
+        .response = std::make_shared<const PellixPlatform::HTTPURLResponse>(
+            body, status,
+            PellixPlatform::HTTPURLResponse::HeaderFields{{body, "1"}, {"Via", body}})};
     if (form == 5) reply.data.reset();
-    if (form == 6) reply.error = Platform::Error(body, status, {{body, body}, {"line", status}});
-    if (form == 7) reply.response = std::make_shared<const Platform::URLResponse>(body);
+    if (form == 6)
+      reply.error = PellixPlatform::Error(body, status, {{body, body}, {"line", status}});
+    if (form == 7) reply.response = std::make_shared<const PellixPlatform::URLResponse>(body);
     transport_->answer(path, [reply](const auto&) { return reply; });
   }
 

@@ -3,7 +3,7 @@
 
 #include "Fuzz.h"
 
-#include <Platform/CanonicalEquivalence.h>
+#include <PellixPlatform/CanonicalEquivalence.h>
 
 #include <utf8proc.h>
 
@@ -26,7 +26,7 @@ std::optional<std::string> normalized(std::string_view text, utf8proc_option_t f
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using Platform::canonicallyEquivalent;
+  using PellixPlatform::canonicallyEquivalent;
   Fuzz::Input input(Fuzz::textOf(data, size));
   const auto a = input.text();
   const auto b = input.text();

@@ -3,7 +3,7 @@
 #include "Fuzz.h"
 #include "Tree.h"
 
-#include <Platform/JSONDecoder.h>
+#include <PellixPlatform/JSONDecoder.h>
 
 #include <nlohmann/json.hpp>
 
@@ -13,18 +13,18 @@
 namespace Fuzz {
 
 template <class Record>
-using Result = std::expected<std::shared_ptr<const Record>, Platform::Error>;
+using Result = std::expected<std::shared_ptr<const Record>, PellixPlatform::Error>;
 
 /// Decodes as hosts do, and holds that against the authoritative reader alone.
 template <class Record, class Same>
 Result<Record> decode(std::string_view json, Same same) {
-  auto result = Platform::JSONDecoder().decode<Record>(json);
+  auto result = PellixPlatform::JSONDecoder().decode<Record>(json);
   try {
-    const auto tree = Platform::parseJSON(json);
-    const Platform::TreeReader reader(tree);
-    const Record judged(Platform::Decoder(reader, reader.root()));
+    const auto tree = PellixPlatform::parseJSON(json);
+    const PellixPlatform::TreeReader reader(tree);
+    const Record judged(PellixPlatform::Decoder(reader, reader.root()));
     require(result && same(**result, judged), "both readers read the same");
-  } catch (const Platform::DecodingFailure& failure) {
+  } catch (const PellixPlatform::DecodingFailure& failure) {
     require(!result && result.error() == failure.error, "both readers accept, or neither");
   }
   return result;

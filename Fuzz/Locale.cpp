@@ -5,7 +5,7 @@
 #include "JSON.h"
 #include "Resources/LocaleProvider.h"
 
-#include <Platform/Locale.h>
+#include <PellixPlatform/Locale.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 #include <QuorvelCoreSDK/ServicePaths.h>
 
@@ -20,7 +20,7 @@ using Languages = std::vector<std::string>;
 Languages languagesOf(Fuzz::Input& input) {
   constexpr const char* names[] = {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"};
   for (const char* name : names) setenv(name, input.text().c_str(), 1);
-  const auto languages = Platform::Locale::preferredLanguages();
+  const auto languages = PellixPlatform::Locale::preferredLanguages();
   static const std::regex tag("(?!(C|POSIX)$)[A-Za-z0-9]{1,8}(-[A-Za-z0-9]{1,8})*");
   for (const auto& language : languages) {
     // Long ones are beyond regular expressions, which go deep.
@@ -31,7 +31,8 @@ Languages languagesOf(Fuzz::Input& input) {
   }
   const std::string list = std::getenv("LANGUAGE");
   setenv("LANGUAGE", (list + ":" + list).c_str(), 1);
-  Fuzz::require(Platform::Locale::preferredLanguages() == languages, "repeats change nothing");
+  Fuzz::require(PellixPlatform::Locale::preferredLanguages() == languages,
+                "repeats change nothing");
   return languages;
 }
 

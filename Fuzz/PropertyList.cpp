@@ -4,7 +4,7 @@
 #include "Resources/PellixEndpoint.h"
 #include "Tree.h"
 
-#include <Platform/PropertyListDecoder.h>
+#include <PellixPlatform/PropertyListDecoder.h>
 
 #include <plist/plist.h>
 
@@ -12,13 +12,13 @@
 
 namespace {
 
-using Platform::Tree;
+using PellixPlatform::Tree;
 
 bool sameNumber(std::string_view ours, plist_t theirs) {
   if (plist_get_node_type(theirs) == PLIST_REAL) {
     double real = 0;
     plist_get_real_val(theirs, &real);
-    const auto value = Platform::nearestDouble(ours);
+    const auto value = PellixPlatform::nearestDouble(ours);
     return !value || *value == real;
   }
   // The other library takes a leading zero for the mark of an octal number, and reads an integer
@@ -27,7 +27,7 @@ bool sameNumber(std::string_view ours, plist_t theirs) {
   if (digits.starts_with('0') || digits.find_first_of(".eE") != digits.npos) return true;
   std::uint64_t integer = 0;
   plist_get_uint_val(theirs, &integer);
-  const auto value = Platform::exactInteger(ours);
+  const auto value = PellixPlatform::exactInteger(ours);
   return !value || static_cast<std::uint64_t>(*value) == integer;
 }
 
@@ -86,9 +86,9 @@ bool same(const Tree& tree, std::uint32_t index, plist_t theirs) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const auto document = Fuzz::textOf(data, size);
   using Endpoints = std::vector<PellixProvidersSDK::PellixEndpoint>;
-  const auto endpoints = Platform::PropertyListDecoder().decode<Endpoints>(document);
+  const auto endpoints = PellixPlatform::PropertyListDecoder().decode<Endpoints>(document);
   try {
-    const auto tree = Platform::parsePropertyList(document);
+    const auto tree = PellixPlatform::parsePropertyList(document);
     // The other library overflows the stack in deep documents, and leaves carriage returns, which
     // XML makes line feeds of, as they are.
     constexpr std::size_t most = 1000;
@@ -97,7 +97,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     plist_from_xml(reinterpret_cast<const char*>(data), static_cast<std::uint32_t>(size), &theirs);
     const std::unique_ptr<void, void (*)(plist_t)> release(theirs, plist_free);
     Fuzz::require(!theirs || same(tree, 0, theirs), "values are what they are elsewhere");
-  } catch (const Platform::DecodingFailure& failure) {
+  } catch (const PellixPlatform::DecodingFailure& failure) {
     Fuzz::require(!endpoints && endpoints.error() == failure.error,
                   "no record comes from a malformed document");
   }

@@ -2,15 +2,15 @@
 
 #include "JSON.h"
 
+#include <PellixPlatform/JSONEncoder.h>
 #include <PellixProvidersSDK/DeflectionResponse.h>
-#include <Platform/JSONEncoder.h>
 
 namespace {
 
 using PellixProvidersSDK::DeflectionResponse;
 
 std::string encoded(const DeflectionResponse& response) {
-  auto json = Platform::JSONEncoder().encode(response);
+  auto json = PellixPlatform::JSONEncoder().encode(response);
   Fuzz::require(json.has_value(), "what was decoded can be encoded");
   return *std::move(json);
 }
@@ -20,8 +20,8 @@ bool same(const DeflectionResponse& a, const DeflectionResponse& b) {
 }
 
 bool isWellFormed(const Fuzz::Result<DeflectionResponse>& result) {
-  return result ||
-         result.error().code() != std::to_underlying(Platform::DecodingErrorCode::dataCorrupted);
+  return result || result.error().code() !=
+                       std::to_underlying(PellixPlatform::DecodingErrorCode::dataCorrupted);
 }
 
 /// Whether everything in `part` stands in `whole` too.

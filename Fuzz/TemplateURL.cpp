@@ -3,8 +3,8 @@
 
 #include "Fuzz.h"
 
-#include <Platform/FormatTemplate.h>
-#include <Platform/URL.h>
+#include <PellixPlatform/FormatTemplate.h>
+#include <PellixPlatform/URL.h>
 #include <QuorvelCoreSDK/Quorvel.h>
 #include <QuorvelCoreSDK/ServicePaths.h>
 
@@ -16,8 +16,8 @@
 namespace {
 
 using Fuzz::require;
-using Platform::formatTemplate;
-using Platform::URL;
+using PellixPlatform::formatTemplate;
+using PellixPlatform::URL;
 
 std::string replaced(std::string text, std::string_view from, std::string_view to) {
   for (auto at = text.find(from); at != text.npos; at = text.find(from, at + to.size())) {

@@ -19,9 +19,9 @@ spec.loader.exec_module(exports)
 
 
 def headers(root):
-    for library, include in {"PellixProvidersSDK": "Include",
+    for library, include in {"PellixProvidersSDK": "Include", "PellixPlatform": "Platform/Include",
                              **{name: f"{name}/Include" for name in
-                                ("QuorvelCoreSDK", "VeltraneProvidersSDK", "Platform")}}.items():
+                                ("QuorvelCoreSDK", "VeltraneProvidersSDK")}}.items():
         for header in (root / include / library).glob("*.h"):
             yield f"{library}/{header.name}", header
 

@@ -1,9 +1,9 @@
-#include "Providers/PellixProviderWiring.h"
+#include "Providers/PellixProviderDependencies.h"
 #include "Resources/LocaleProvider.h"
 
+#include <PellixPlatform/FatalError.h>
+#include <PellixPlatform/UUID.h>
 #include <PellixProvidersSDK/Pellix.h>
-#include <Platform/FatalError.h>
-#include <Platform/UUID.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 #include <QuorvelCoreSDK/Quorvel.h>
 #include <VeltraneProvidersSDK/QVLLumenoProvider.h>
@@ -18,24 +18,24 @@ using QuorvelCoreSDK::Quorvel;
 using VeltraneProvidersSDK::QVLLumenoProvider;
 using VeltraneProvidersSDK::Veltrane;
 
-struct Pellix::Wiring {
+struct Pellix::Dependencies {
   std::shared_ptr<LocaleProvider> localeProvider;
   std::shared_ptr<PellixProvider> provider;
   std::shared_ptr<Veltrane> veltrane;
   std::string UUIDString;
   std::shared_ptr<Quorvel> quorvel;
 
-  Wiring(std::shared_ptr<Quorvel> withQuorvel, std::shared_ptr<Veltrane> withVeltrane)
+  Dependencies(std::shared_ptr<Quorvel> withQuorvel, std::shared_ptr<Veltrane> withVeltrane)
       : veltrane(std::move(withVeltrane)), quorvel(std::move(withQuorvel)) {
     localeProvider = std::make_shared<LocaleProvider>(veltrane);
-    UUIDString = Platform::makeUUIDString();
+    UUIDString = PellixPlatform::makeUUIDString();
     CoreLogger::debug("Initialized Providers with UUID: " + UUIDString);
     auto lumenoProvider = std::make_shared<QVLLumenoProvider>();
     provider = std::make_shared<PellixProvider>(
-        PellixProvider::Wiring{.quorvel = quorvel,
-                               .localeProvider = localeProvider,
-                               .UUID = UUIDString,
-                               .lumenoProvider = std::move(lumenoProvider)});
+        PellixProvider::Dependencies{.quorvel = quorvel,
+                                     .localeProvider = localeProvider,
+                                     .UUID = UUIDString,
+                                     .lumenoProvider = std::move(lumenoProvider)});
   }
 };
 
@@ -49,10 +49,11 @@ std::shared_ptr<const Pellix>& sharedFacade() {
 }  // namespace
 
 Pellix::Pellix() {
-  Platform::fatalUnimplementedInitializer("PellixProvidersSDK.Pellix", "init()");
+  PellixPlatform::fatalUnimplementedInitializer("PellixProvidersSDK.Pellix", "init()");
 }
 
-Pellix::Pellix(Wiring wiring) : wiring_(std::make_unique<const Wiring>(std::move(wiring))) {}
+Pellix::Pellix(Dependencies dependencies)
+    : dependencies_(std::make_unique<const Dependencies>(std::move(dependencies))) {}
 Pellix::~Pellix() = default;
 
 void Pellix::initialize(std::shared_ptr<Quorvel> withQuorvel, std::shared_ptr<Veltrane> veltrane) {
@@ -64,7 +65,7 @@ void Pellix::initialize(std::shared_ptr<Quorvel> withQuorvel, std::shared_ptr<Ve
   }
   auto& facade = sharedFacade();
   if (facade) {
-    const auto& existing = facade->wiring_->quorvel->accountDetails();
+    const auto& existing = facade->dependencies_->quorvel->accountDetails();
     const auto& added = withQuorvel->accountDetails();
     // The client identifiers are deliberately not looked at: whoever has the same application
     // identifier has the same details.
@@ -73,7 +74,8 @@ void Pellix::initialize(std::shared_ptr<Quorvel> withQuorvel, std::shared_ptr<Ve
       return;
     }
   }
-  facade = std::make_shared<const Pellix>(Wiring(std::move(withQuorvel), std::move(veltrane)));
+  facade =
+      std::make_shared<const Pellix>(Dependencies(std::move(withQuorvel), std::move(veltrane)));
   CoreLogger::info("Initializing Pellix SDK.");
 }
 
@@ -87,7 +89,7 @@ std::shared_ptr<const Pellix> Pellix::instance() {
 }
 
 const std::shared_ptr<PellixProvider>& Pellix::provider() const {
-  return wiring_->provider;
+  return dependencies_->provider;
 }
 
 }  // namespace PellixProvidersSDK

@@ -16,17 +16,17 @@ void listArticles(const DeflectionResponse& response, const Terminal& terminal) 
   }
   int rank = 0;
   for (const auto& article : response.deflectionArticles()) {
-    fmt::print("{}. {} {}\n", ++rank, terminal.bold(harmless(article->title())),
+    fmt::print("{}. {} {}\n", ++rank, terminal.bold(printable(article->title())),
                terminal.faint(fmt::format("(score {:.2f})", article->score())));
     fmt::print("{}", terminal.fit(plainLine(article->snippet()), "   "));
-    fmt::print("   {}\n", terminal.faint(harmless(article->htmlURL())));
+    fmt::print("   {}\n", terminal.faint(printable(article->htmlURL())));
   }
 }
 
 void showArticle(const DeflectionArticle& article, const Terminal& terminal) {
-  fmt::print("\n{}\n{}{}\n\n", terminal.bold(harmless(article.title())),
+  fmt::print("\n{}\n{}{}\n\n", terminal.bold(printable(article.title())),
              terminal.fit(plainText(article.body()), ""),
-             terminal.faint(harmless(article.htmlURL())));
+             terminal.faint(printable(article.htmlURL())));
 }
 
 }  // namespace PellixApp

@@ -3,7 +3,7 @@
 #include "Conversation.h"
 #include "Failure.h"
 
-#include <Platform/JSONEncoder.h>
+#include <PellixPlatform/JSONEncoder.h>
 
 #include <fmt/core.h>
 
@@ -28,7 +28,7 @@ ExitCode ask(const Pellix& pellix, const Options& options) {
     const bool offersMore = terminal.isInteractive && !response.deflectionArticles().empty();
     return offersMore ? converse(pellix, **answer) : ExitCode::answered;
   }
-  const auto encoded = Platform::JSONEncoder().encode(response);
+  const auto encoded = PellixPlatform::JSONEncoder().encode(response);
   if (!encoded) return reportFailure(encoded.error());
   fmt::print("{}\n", *encoded);
   return ExitCode::answered;

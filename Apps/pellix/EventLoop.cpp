@@ -1,6 +1,6 @@
 #include "EventLoop.h"
 
-#include <Platform/DispatchQueue.h>
+#include <PellixPlatform/DispatchQueue.h>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -59,7 +59,7 @@ EventLoop::EventLoop() {
   struct sigaction action = {};
   action.sa_handler = interrupt;
   ::sigaction(SIGINT, &action, nullptr);
-  Platform::DispatchQueue::main().setWakeHook([this] { wake(); });
+  PellixPlatform::DispatchQueue::main().setWakeHook([this] { wake(); });
 }
 
 void EventLoop::run(const std::function<void()>& afterAMoment) {
@@ -74,7 +74,7 @@ void EventLoop::run(const std::function<void()>& afterAMoment) {
     }
     std::array<char, 64> wakes{};
     static_cast<void>(!::read(reading_, wakes.data(), wakes.size()));
-    Platform::DispatchQueue::main().runPending();
+    PellixPlatform::DispatchQueue::main().runPending();
     if (isStopped_.exchange(false)) return;
   }
 }

@@ -1,7 +1,7 @@
 #include "Failure.h"
 
+#include <PellixPlatform/DecodingError.h>
 #include <PellixProvidersSDK/PellixError.h>
-#include <Platform/DecodingError.h>
 #include <QuorvelCoreSDK/CoreError.h>
 
 #include <fmt/core.h>
@@ -57,14 +57,14 @@ constexpr auto advices = std::to_array<Advice>({
 
 }  // namespace
 
-std::string_view adviceFor(const Platform::Error& error) {
+std::string_view adviceFor(const PellixPlatform::Error& error) {
   const auto advice = std::ranges::find_if(advices, [&](const Advice& row) {
     return row.domain == error.domain() && row.code == error.code();
   });
   return advice == advices.end() ? std::string_view() : advice->text;
 }
 
-ExitCode reportFailure(const Platform::Error& error) {
+ExitCode reportFailure(const PellixPlatform::Error& error) {
   fmt::print(stderr, "pellix: {}\n", error.description());
   const auto advice = adviceFor(error);
   if (!advice.empty()) fmt::print(stderr, "{}\n", advice);

@@ -7,7 +7,7 @@ namespace PellixApp {
 
 using PellixProvidersSDK::Pellix;
 
-std::expected<std::shared_ptr<const Pellix>, Platform::Error> setUp(const Options& options) {
+std::expected<std::shared_ptr<const Pellix>, PellixPlatform::Error> setUp(const Options& options) {
   if (options.verbose) {
     QuorvelCoreSDK::CoreLogger::setLevel(QuorvelCoreSDK::LogLevel::debug);
   }

@@ -4,8 +4,8 @@
 #include "Options.h"
 #include "WaitIndicator.h"
 
+#include <PellixPlatform/Error.h>
 #include <PellixProvidersSDK/PellixProvidersSDK.h>
-#include <Platform/Error.h>
 
 #include <chrono>
 #include <expected>
@@ -16,7 +16,8 @@
 namespace PellixApp {
 
 /// Sets up the three libraries for the account that the options name.
-[[nodiscard]] std::expected<std::shared_ptr<const PellixProvidersSDK::Pellix>, Platform::Error>
+[[nodiscard]] std::expected<std::shared_ptr<const PellixProvidersSDK::Pellix>,
+                            PellixPlatform::Error>
 setUp(const Options& options);
 
 /// Waits for what still goes on behind an operation that has ended, such as a vote.

@@ -1,7 +1,7 @@
 #include "Interaction.h"
 
-#include <Platform/File.h>
-#include <Platform/JSONDecoder.h>
+#include <PellixPlatform/File.h>
+#include <PellixPlatform/JSONDecoder.h>
 
 #include <fmt/core.h>
 
@@ -13,9 +13,9 @@ using PellixProvidersSDK::DeflectionResponse;
 
 std::expected<Interaction, std::string> readInteraction(const Options& options) {
   const auto& file = options.interactionFile;
-  const auto data = Platform::readFile(file == "-" ? "/dev/stdin" : file);
+  const auto data = PellixPlatform::readFile(file == "-" ? "/dev/stdin" : file);
   if (!data) return std::unexpected(data.error().localizedDescription());
-  const auto response = Platform::JSONDecoder().decode<DeflectionResponse>(*data);
+  const auto response = PellixPlatform::JSONDecoder().decode<DeflectionResponse>(*data);
   if (!response) {
     return std::unexpected("The interaction is not what 'pellix ask --json' writes. " +
                            response.error().localizedDescription());

@@ -2,7 +2,7 @@
 #include "Failure.h"
 #include "Options.h"
 
-#include <Platform/Bundle.h>
+#include <PellixPlatform/Bundle.h>
 
 #include <fmt/core.h>
 
@@ -23,7 +23,7 @@ ExitCode run(int argc, char** argv) {
   std::expected<Interaction, std::string> interaction;
   if (isReport(options->command)) interaction = readInteraction(*options);
   if (!interaction) return refuse(interaction.error());
-  if (!options->resources.empty()) Platform::Bundle::setResourceDirectory(options->resources);
+  if (!options->resources.empty()) PellixPlatform::Bundle::setResourceDirectory(options->resources);
   if (options->command == Command::doctor) return doctor(*options);
   const auto pellix = setUp(*options);
   if (!pellix) return reportFailure(pellix.error());

@@ -1,6 +1,6 @@
 #include "Options.h"
 
-#include <Platform/File.h>
+#include <PellixPlatform/File.h>
 
 #include <CLI/CLI.hpp>
 #include <fmt/core.h>
@@ -132,7 +132,7 @@ std::expected<Options, ExitCode> readOptions(int argc, char** argv) {
   options.question = CLI::detail::join(words, " ");
 
   if (!tokenFile.empty()) {
-    auto token = Platform::readFile(tokenFile);
+    auto token = PellixPlatform::readFile(tokenFile);
     if (!token) return std::unexpected(refuse(token.error().localizedDescription()));
     options.token = withoutLineEnd(*std::move(token));
   } else if (const char* token = std::getenv("PELLIX_TOKEN")) {

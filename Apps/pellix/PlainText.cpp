@@ -102,7 +102,7 @@ std::string plainText(std::string_view html) {
   if (!root) return {};
   Text text;
   walk(root, text);
-  return harmless(text.take());
+  return printable(text.take());
 }
 
 std::string plainLine(std::string_view html) {
@@ -111,7 +111,7 @@ std::string plainLine(std::string_view html) {
   return text;
 }
 
-std::string harmless(std::string_view text) {
+std::string printable(std::string_view text) {
   std::string result;
   result.reserve(text.size());
   for (std::size_t at = 0; at < text.size(); ++at) {

@@ -14,6 +14,6 @@ namespace PellixApp {
 
 /// A text without control characters (line feeds and blanks apart), so that nothing that a server
 /// sent can steer the terminal.
-[[nodiscard]] std::string harmless(std::string_view text);
+[[nodiscard]] std::string printable(std::string_view text);
 
 }  // namespace PellixApp

@@ -5,8 +5,8 @@
 #include "Support/Replies.h"
 #include "Support/Rounds.h"
 
+#include <PellixPlatform/JSONDecoder.h>
 #include <PellixProvidersSDK/DeflectionResponse.h>
-#include <Platform/JSONDecoder.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -17,7 +17,7 @@ namespace {
 using PellixProvidersSDK::DeflectionResponse;
 
 auto decodeWithOurs(std::string_view json) {
-  return Platform::JSONDecoder().decode<DeflectionResponse>(json);
+  return PellixPlatform::JSONDecoder().decode<DeflectionResponse>(json);
 }
 
 /// What no decoder can do without: looks at every byte once, and makes the strings.

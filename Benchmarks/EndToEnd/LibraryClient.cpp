@@ -18,7 +18,7 @@ class LibraryClient final : public Client {
     unanswered_ = count;
     microseconds_.clear();
     for (std::size_t i = 0; i < inFlight && unasked_ > 0; ++i) askOne();
-    Platform::DispatchQueue::main().run();
+    PellixPlatform::DispatchQueue::main().run();
     return std::move(microseconds_);
   }
 
@@ -30,7 +30,7 @@ class LibraryClient final : public Client {
       microseconds_.push_back(
           std::chrono::duration<double, std::micro>(Clock::now() - begin).count());
       if (unasked_ > 0) askOne();
-      if (--unanswered_ == 0) Platform::DispatchQueue::main().stop();
+      if (--unanswered_ == 0) PellixPlatform::DispatchQueue::main().stop();
     });
   }
 

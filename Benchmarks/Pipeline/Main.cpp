@@ -7,7 +7,7 @@
 #include "Support/Host.h"
 #include "Support/Replies.h"
 
-#include <Platform/JSONEncoder.h>
+#include <PellixPlatform/JSONEncoder.h>
 
 #include <string_view>
 
@@ -19,8 +19,8 @@ int main(int argc, char** argv) {
   const auto rest = [&] {
     const PellixProvidersSDK::InteractionRequestBody body("A81BC81B-DEAD-4E5D-ABFF-90865D1E13B1",
                                                           question, "en-us", {}, std::nullopt);
-    keep(Platform::JSONEncoder().encode(body));
-    keep(Platform::JSONDecoder().decode<PellixProvidersSDK::DeflectionResponse>(reply));
+    keep(PellixPlatform::JSONEncoder().encode(body));
+    keep(PellixPlatform::JSONDecoder().decode<PellixProvidersSDK::DeflectionResponse>(reply));
   };
   if (argc == 3) {
     const bool isQuery = argv[1] == std::string_view("query");

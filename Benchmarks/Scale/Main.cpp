@@ -5,7 +5,7 @@
 #include "Support/Replies.h"
 #include "Support/Rounds.h"
 
-#include <Platform/JSONDecoder.h>
+#include <PellixPlatform/JSONDecoder.h>
 
 #include <malloc.h>
 
@@ -61,7 +61,7 @@ void measureDecoding(const std::string& name, const std::vector<std::size_t>& si
     const auto json = makeReply(shapeFor(size));
     Rounds rounds;
     rounds.add("", [&] {
-      keep(Platform::JSONDecoder().decode<PellixProvidersSDK::DeflectionResponse>(json));
+      keep(PellixPlatform::JSONDecoder().decode<PellixProvidersSDK::DeflectionResponse>(json));
     });
     rounds.run(std::chrono::milliseconds(150));
     microseconds.push_back(rounds.microseconds(""));

@@ -77,9 +77,9 @@ class FakeTransport final : public QuorvelCoreSDK::Transport {
 
  private:
   const std::string reply_;
-  const std::shared_ptr<const Platform::URLResponse> response_ =
-      std::make_shared<const Platform::HTTPURLResponse>("https://acme.example/", 200,
-                                                        Platform::HTTPURLResponse::HeaderFields{});
+  const std::shared_ptr<const PellixPlatform::URLResponse> response_ =
+      std::make_shared<const PellixPlatform::HTTPURLResponse>(
+          "https://acme.example/", 200, PellixPlatform::HTTPURLResponse::HeaderFields{});
   bool isAnswering_ = true;
   std::size_t questions_ = 0;
   std::vector<std::function<void()>> tasks_, takenTasks_;  // their memory serves again
@@ -97,7 +97,7 @@ struct OfflineHost {
   void ask(ReplyCallback callback) const {
     provider->getDeflectionForQuery(question, std::move(callback));
     transport->run();
-    Platform::DispatchQueue::main().runPending();
+    PellixPlatform::DispatchQueue::main().runPending();
   }
 
   const std::shared_ptr<FakeTransport> transport;

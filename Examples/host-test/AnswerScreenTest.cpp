@@ -1,8 +1,8 @@
 // How a host tests what it makes of the library's answers, without a network: against the fake
 // provider, then with the whole library over a transport that answers as scripted.
 
+#include <PellixPlatform/DispatchQueue.h>
 #include <PellixProvidersSDK/PellixProvidersSDK.h>
-#include <Platform/DispatchQueue.h>
 #include <QuorvelCoreSDK/QuorvelCoreSDK.h>
 #include <VeltraneProvidersSDK/VeltraneProvidersSDK.h>
 
@@ -54,7 +54,7 @@ class AnswerScreen : public std::enable_shared_from_this<AnswerScreen> {
     std::optional<Result<DeflectionResponse>> result;
 
     ~Ending() {
-      Platform::DispatchQueue::main().post(
+      PellixPlatform::DispatchQueue::main().post(
           [screen = std::move(screen), question = question, result = std::move(result)] {
             if (const auto there = screen.lock()) there->show(question, result);
           });
@@ -106,7 +106,7 @@ TEST_F(WithAFake, ShowsHowAQuestionEnds) {
   const std::pair<Testing::Ending<DeflectionResponse>, std::string> cases[] = {
       {responseFrom(reply(article("Reset") + "," + article("Call"))), "articles: Reset Call"},
       {responseFrom(reply("")), "nothing found"},
-      {std::unexpected(Platform::Error("net", 8)), "failed: net (8)"},
+      {std::unexpected(PellixPlatform::Error("net", 8)), "failed: net (8)"},
       {Testing::silence, "no answer"},
   };
   for (const auto& [ending, text] : cases) {
@@ -114,7 +114,7 @@ TEST_F(WithAFake, ShowsHowAQuestionEnds) {
     screen->ask("How?");
     EXPECT_EQ(screen->text(), "loading");
     provider->finishAll();
-    Platform::DispatchQueue::main().runPending();
+    PellixPlatform::DispatchQueue::main().runPending();
     EXPECT_EQ(screen->text(), text);
   }
 }
@@ -126,7 +126,7 @@ TEST_F(WithAFake, ShowsTheLatestQuestionsAnswerWhicheverComesFirst) {
   screen->ask("new");
   for (const std::size_t call : {1U, 0U}) {
     provider->finish(call);
-    Platform::DispatchQueue::main().runPending();
+    PellixPlatform::DispatchQueue::main().runPending();
     EXPECT_EQ(screen->text(), "articles: New");
   }
   screen->solvedBy(0);

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <Platform/Decoder.h>
-#include <Platform/Encoder.h>
-#include <Platform/Object.h>
+#include <PellixPlatform/Decoder.h>
+#include <PellixPlatform/Encoder.h>
+#include <PellixPlatform/Object.h>
 
 #include <cstdint>
 #include <string>
@@ -13,21 +13,21 @@ namespace PellixProvidersSDK {
 ///
 /// Its encoded form and its equality hold a token that no accessor shows.
 /// Thread safety: immutable, any thread.
-class PELLIX_EXPORT Deflection final : public Platform::Object {
+class PELLIX_EXPORT Deflection final : public PellixPlatform::Object {
  public:
   /// For decoders: reads the record's JSON form. Every key is required.
-  explicit Deflection(const Platform::Decoder& decoder);
+  explicit Deflection(const PellixPlatform::Decoder& decoder);
 
   ~Deflection() override;
 
   /// For encoders: writes the record's JSON form, the token included.
-  void encode(Platform::Encoder& encoder) const;
+  void encode(PellixPlatform::Encoder& encoder) const;
 
   /// The identifier to resolve or reject with.
   [[nodiscard]] std::int64_t deflectionID() const { return fields_.deflectionID; }
 
   /// Equal if `other` is a deflection with the same identifier and token; see `DeflectionArticle`.
-  [[nodiscard]] bool isEqual(const Platform::Object* other) const override;
+  [[nodiscard]] bool isEqual(const PellixPlatform::Object* other) const override;
 
  private:
   struct Fields {

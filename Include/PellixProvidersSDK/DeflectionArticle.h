@@ -1,8 +1,8 @@
 #pragma once
 
-#include <Platform/Decoder.h>
-#include <Platform/Encoder.h>
-#include <Platform/Object.h>
+#include <PellixPlatform/Decoder.h>
+#include <PellixPlatform/Encoder.h>
+#include <PellixPlatform/Object.h>
 
 #include <cstdint>
 #include <string>
@@ -13,7 +13,7 @@ namespace PellixProvidersSDK {
 /// One knowledge-base article that may answer a question.
 ///
 /// Thread safety: immutable, any thread.
-class PELLIX_EXPORT DeflectionArticle final : public Platform::Object {
+class PELLIX_EXPORT DeflectionArticle final : public PellixPlatform::Object {
  public:
   struct Fields {
     std::int64_t id;
@@ -33,12 +33,12 @@ class PELLIX_EXPORT DeflectionArticle final : public Platform::Object {
   explicit DeflectionArticle(Fields fields);
 
   /// For decoders: reads the record's JSON form. Every key is required.
-  explicit DeflectionArticle(const Platform::Decoder& decoder);
+  explicit DeflectionArticle(const PellixPlatform::Decoder& decoder);
 
   ~DeflectionArticle() override;
 
   /// For encoders: writes the record's JSON form.
-  void encode(Platform::Encoder& encoder) const;
+  void encode(PellixPlatform::Encoder& encoder) const;
 
   /// The identifier of the proposal; another one than the article's.
   [[nodiscard]] std::int64_t id() const { return fields_.id; }
@@ -62,7 +62,7 @@ class PELLIX_EXPORT DeflectionArticle final : public Platform::Object {
   /// Equal if `other` is an article whose fields are all equal: texts by canonical equivalence, the
   /// score as a number (NaN equals nothing, not even in the same article). `hash` goes by identity
   /// all the same.
-  [[nodiscard]] bool isEqual(const Platform::Object* other) const override;
+  [[nodiscard]] bool isEqual(const PellixPlatform::Object* other) const override;
 
  private:
   const Fields fields_;

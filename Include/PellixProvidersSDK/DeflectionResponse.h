@@ -13,15 +13,15 @@ namespace PellixProvidersSDK {
 ///
 /// Ownership: the deflection and the articles are shared; a host may keep any of them.
 /// Thread safety: immutable, any thread.
-class PELLIX_EXPORT DeflectionResponse final : public Platform::Object {
+class PELLIX_EXPORT DeflectionResponse final : public PellixPlatform::Object {
  public:
   /// For decoders: reads the record's JSON form. Every key is required.
-  explicit DeflectionResponse(const Platform::Decoder& decoder);
+  explicit DeflectionResponse(const PellixPlatform::Decoder& decoder);
 
   ~DeflectionResponse() override;
 
   /// For encoders: writes the record's JSON form.
-  void encode(Platform::Encoder& encoder) const;
+  void encode(PellixPlatform::Encoder& encoder) const;
 
   /// Never null.
   [[nodiscard]] const std::shared_ptr<const Deflection>& deflection() const {
@@ -39,7 +39,7 @@ class PELLIX_EXPORT DeflectionResponse final : public Platform::Object {
 
   /// Equal if `other` is a response with equal deflection, articles (in the same order) and token;
   /// see `DeflectionArticle`.
-  [[nodiscard]] bool isEqual(const Platform::Object* other) const override;
+  [[nodiscard]] bool isEqual(const PellixPlatform::Object* other) const override;
 
  private:
   struct Fields {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <PellixPlatform/Object.h>
 #include <PellixProvidersSDK/PellixProvider.h>
-#include <Platform/Object.h>
 
 #include <memory>
 
@@ -18,14 +18,14 @@ namespace PellixProvidersSDK {
 ///
 /// Thread safety: call `initialize` from one thread, before any other thread reads `instance`.
 /// Whatever goes wrong is logged, never reported to the caller.
-class PELLIX_EXPORT Pellix final : public Platform::Object {
+class PELLIX_EXPORT Pellix final : public PellixPlatform::Object {
  public:
   /// Stops the process: use `initialize`.
   [[noreturn]] Pellix();
 
-  /// For the library itself, which alone knows what a `Wiring` is.
-  struct Wiring;
-  explicit Pellix(Wiring wiring);
+  /// For the library itself, which alone knows what a `Dependencies` is.
+  struct Dependencies;
+  explicit Pellix(Dependencies dependencies);
 
   ~Pellix() override;
 
@@ -45,7 +45,7 @@ class PELLIX_EXPORT Pellix final : public Platform::Object {
   [[nodiscard]] const std::shared_ptr<PellixProvider>& provider() const;
 
  private:
-  const std::unique_ptr<const Wiring> wiring_;
+  const std::unique_ptr<const Dependencies> dependencies_;
 };
 
 }  // namespace PellixProvidersSDK

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <Platform/Data.h>
-#include <Platform/Object.h>
-#include <Platform/URLResponse.h>
+#include <PellixPlatform/Data.h>
+#include <PellixPlatform/Object.h>
+#include <PellixPlatform/URLResponse.h>
 
 #include <memory>
 #include <optional>
@@ -14,29 +14,29 @@ namespace PellixProvidersSDK {
 ///
 /// Ownership: the response is shared, the body is the record's own.
 /// Thread safety: immutable, any thread.
-class PELLIX_EXPORT PellixDispatcherResponse final : public Platform::Object {
+class PELLIX_EXPORT PellixDispatcherResponse final : public PellixPlatform::Object {
  public:
   /// Stores both as they are. `response` is not null.
-  PellixDispatcherResponse(std::shared_ptr<const Platform::HTTPURLResponse> response,
-                           std::optional<Platform::Data> data);
+  PellixDispatcherResponse(std::shared_ptr<const PellixPlatform::HTTPURLResponse> response,
+                           std::optional<PellixPlatform::Data> data);
 
   ~PellixDispatcherResponse() override;
 
   /// Never null.
-  [[nodiscard]] const std::shared_ptr<const Platform::HTTPURLResponse>& response() const {
+  [[nodiscard]] const std::shared_ptr<const PellixPlatform::HTTPURLResponse>& response() const {
     return fields_.response;
   }
   /// The body, or nothing if there was none.
-  [[nodiscard]] const std::optional<Platform::Data>& data() const { return fields_.data; }
+  [[nodiscard]] const std::optional<PellixPlatform::Data>& data() const { return fields_.data; }
 
   /// Equal if `other` is such a record with an equal response and the same body; no body is not the
   /// same as an empty one. `hash` goes by identity all the same.
-  [[nodiscard]] bool isEqual(const Platform::Object* other) const override;
+  [[nodiscard]] bool isEqual(const PellixPlatform::Object* other) const override;
 
  private:
   struct Fields {
-    std::shared_ptr<const Platform::HTTPURLResponse> response;
-    std::optional<Platform::Data> data;
+    std::shared_ptr<const PellixPlatform::HTTPURLResponse> response;
+    std::optional<PellixPlatform::Data> data;
   };
 
   const Fields fields_;

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <PellixPlatform/Object.h>
 #include <PellixProvidersSDK/PellixProviderProtocol.h>
-#include <Platform/Object.h>
 
 #include <memory>
 #include <string>
@@ -15,8 +15,8 @@ namespace PellixProvidersSDK {
 /// Ownership: operations under way do not keep the provider alive. If it goes, they end silently.
 ///
 /// Threads of callbacks: results come on the main queue, which the host runs
-/// (`Platform::DispatchQueue::main`). The error that says that the feature is disabled comes on the
-/// core's worker thread, or within the call when all that it takes is at hand.
+/// (`PellixPlatform::DispatchQueue::main`). The error that says that the feature is disabled comes
+/// on the core's worker thread, or within the call when all that it takes is at hand.
 ///
 /// Errors that any operation may give:
 ///  - domain "QV_Pellix_Disabled", code 1006, no user info: the feature is disabled for the
@@ -34,22 +34,23 @@ namespace PellixProvidersSDK {
 /// Silent endings of any operation: no core instance; the endpoint table lacks the operation; the
 /// account's address and the endpoint's template make no URL; the body can't be encoded (a line is
 /// printed on standard output then); neither a response nor an error came.
-class PELLIX_EXPORT PellixProvider final : public Platform::Object, public PellixProviderProtocol {
+class PELLIX_EXPORT PellixProvider final : public PellixPlatform::Object,
+                                           public PellixProviderProtocol {
  public:
   /// Stops the process: providers are made by `Pellix::initialize`.
   [[noreturn]] PellixProvider();
 
-  /// For the library itself, which alone knows what a `Wiring` is.
-  struct Wiring;
-  explicit PellixProvider(Wiring wiring);
+  /// For the library itself, which alone knows what a `Dependencies` is.
+  struct Dependencies;
+  explicit PellixProvider(Dependencies dependencies);
 
   ~PellixProvider() override;
 
   /// Asks for articles that may answer `query`, a person's question in UTF-8, sent as it is.
   ///
   /// Besides the errors above, a reply that can't be decoded gives the decoder's error
-  /// (`Platform::DecodingErrorDomain`). Besides the silent endings above, a success without a body
-  /// is one.
+  /// (`PellixPlatform::DecodingErrorDomain`). Besides the silent endings above, a success without a
+  /// body is one.
   void getDeflectionForQuery(std::string query,
                              ResultCallback<DeflectionResponse> callback) override;
 
@@ -83,7 +84,7 @@ class PELLIX_EXPORT PellixProvider final : public Platform::Object, public Pelli
 
  private:
   struct Steps;
-  const std::unique_ptr<const Wiring> wiring_;
+  const std::unique_ptr<const Dependencies> dependencies_;
 };
 
 }  // namespace PellixProvidersSDK

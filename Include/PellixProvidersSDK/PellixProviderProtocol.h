@@ -1,10 +1,10 @@
 #pragma once
 
+#include <PellixPlatform/Export.h>
 #include <PellixProvidersSDK/DeflectionResponse.h>
 #include <PellixProvidersSDK/PellixDispatcherResponse.h>
 #include <PellixProvidersSDK/RejectionReason.h>
 #include <PellixProvidersSDK/ResultCallback.h>
-#include <Platform/Export.h>
 
 #include <cstdint>
 #include <string>

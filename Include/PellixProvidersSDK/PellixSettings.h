@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Platform/Decoder.h>
-#include <Platform/Object.h>
+#include <PellixPlatform/Decoder.h>
+#include <PellixPlatform/Object.h>
 
 #include <memory>
 
@@ -10,7 +10,7 @@ namespace PellixProvidersSDK {
 /// What an account's settings say about this library.
 ///
 /// Thread safety: immutable, any thread.
-class PELLIX_EXPORT PellixSettings final : public Platform::Object {
+class PELLIX_EXPORT PellixSettings final : public PellixPlatform::Object {
  public:
   using DefaultType = PellixSettings;
 
@@ -18,7 +18,7 @@ class PELLIX_EXPORT PellixSettings final : public Platform::Object {
   PellixSettings();
 
   /// For decoders: reads `enabled` in the member `pellix` of the account's settings document.
-  explicit PellixSettings(const Platform::Decoder& decoder);
+  explicit PellixSettings(const PellixPlatform::Decoder& decoder);
 
   ~PellixSettings() override;
 

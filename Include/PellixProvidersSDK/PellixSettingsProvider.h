@@ -18,7 +18,7 @@ concept PellixSettingsProviderProtocol = requires(SettingsCallback callback) {
 };
 
 /// Tells the account's settings for this library. It has no instances.
-class PELLIX_EXPORT PellixSettingsProvider final : public Platform::Object {
+class PELLIX_EXPORT PellixSettingsProvider final : public PellixPlatform::Object {
  public:
   /// Stops the process: the operations are class-level.
   [[noreturn]] PellixSettingsProvider();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Platform/Error.h>
+#include <PellixPlatform/Error.h>
 
 #include <expected>
 #include <functional>
@@ -12,7 +12,7 @@ namespace PellixProvidersSDK {
 
 /// A record, or why there is none.
 template <class T>
-using Result = std::expected<std::shared_ptr<const T>, Platform::Error>;
+using Result = std::expected<std::shared_ptr<const T>, PellixPlatform::Error>;
 
 /// How an operation reports its result.
 ///
@@ -31,7 +31,7 @@ using ResultCallback = std::function<void(Result<T>)>;
 /// of their parameters. Ambiguous are `nullptr` and variadic generic lambdas: name the type then.
 template <class T>
 using OptionalsCallback =
-    std::function<void(std::shared_ptr<const T>, std::optional<Platform::Error>)>;
+    std::function<void(std::shared_ptr<const T>, std::optional<PellixPlatform::Error>)>;
 
 /// A callback with two arguments as one with a result, for those who offer both forms of an
 /// operation. An empty one stays empty.

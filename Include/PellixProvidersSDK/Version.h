@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Platform/Export.h>
+#include <PellixPlatform/Export.h>
 
 #ifdef __cplusplus
 extern "C" {

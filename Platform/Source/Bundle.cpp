@@ -1,8 +1,8 @@
 #include "ResourceDirectory.h"
 #include "Tree.h"
 
-#include <Platform/Bundle.h>
-#include <Platform/File.h>
+#include <PellixPlatform/Bundle.h>
+#include <PellixPlatform/File.h>
 
 #include <dlfcn.h>
 
@@ -13,7 +13,7 @@
 #include <system_error>
 #include <utility>
 
-namespace Platform {
+namespace PellixPlatform {
 namespace {
 
 namespace fs = std::filesystem;
@@ -149,4 +149,4 @@ std::optional<InfoValue> Bundle::objectForInfoDictionaryKey(std::string_view key
   return std::visit([](const auto& value) { return InfoValue(value); }, entry->second);
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,13 +1,13 @@
 #include "UTF8.h"
 
-#include <Platform/CanonicalEquivalence.h>
+#include <PellixPlatform/CanonicalEquivalence.h>
 
 #include <utf8proc.h>
 
 #include <algorithm>
 #include <vector>
 
-namespace Platform {
+namespace PellixPlatform {
 namespace {
 
 bool isAscii(char c) {
@@ -58,4 +58,4 @@ bool canonicallyEquivalent(std::string_view a, std::string_view b) {
   return isUTF8(a) && isUTF8(b) && decomposition(a.substr(start)) == decomposition(b.substr(start));
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

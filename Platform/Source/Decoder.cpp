@@ -1,6 +1,6 @@
-#include <Platform/Decoder.h>
+#include <PellixPlatform/Decoder.h>
 
-namespace Platform {
+namespace PellixPlatform {
 
 std::string Decoder::codingPath() const {
   if (!parent_) return {};
@@ -10,4 +10,4 @@ std::string Decoder::codingPath() const {
   return path += key_;
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,11 +1,11 @@
-#include <Platform/DispatchQueue.h>
+#include <PellixPlatform/DispatchQueue.h>
 
 #include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <utility>
 
-namespace Platform {
+namespace PellixPlatform {
 
 using Hook = std::shared_ptr<const std::function<void()>>;
 
@@ -116,4 +116,4 @@ void DispatchQueue::setWakeHook(std::function<void()> hook) {
   if (wake) (*added)();
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

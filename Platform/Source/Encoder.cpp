@@ -1,14 +1,14 @@
 #include "JSONText.h"
 #include "UTF8.h"
 
-#include <Platform/JSONEncoder.h>
+#include <PellixPlatform/JSONEncoder.h>
 
 #include <charconv>
 #include <cmath>
 #include <exception>
 #include <utility>
 
-namespace Platform {
+namespace PellixPlatform {
 
 const char EncodingErrorDomain[] = "Platform.EncodingError";
 
@@ -116,4 +116,4 @@ std::expected<Data, Error> JSONEncoder::run(const void* record, Write write) {
   }
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,9 +1,9 @@
-#include <Platform/Error.h>
+#include <PellixPlatform/Error.h>
 
 #include <algorithm>
 #include <utility>
 
-namespace Platform {
+namespace PellixPlatform {
 
 const char NSLocalizedDescriptionKey[] = "NSLocalizedDescriptionKey";
 
@@ -57,4 +57,4 @@ std::string Error::description() const {
   return text == place ? text : place + ": " + text;
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,10 +1,10 @@
-#include <Platform/FatalError.h>
+#include <PellixPlatform/FatalError.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
-namespace Platform {
+namespace PellixPlatform {
 
 void fatalError(std::string_view report) {
   std::fwrite(report.data(), 1, report.size(), stderr);
@@ -17,4 +17,4 @@ void fatalUnimplementedInitializer(std::string_view className, std::string_view 
              "' for class '" + std::string(className) + "'");
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,4 +1,4 @@
-#include <Platform/File.h>
+#include <PellixPlatform/File.h>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <system_error>
 
-namespace Platform {
+namespace PellixPlatform {
 
 const char FileErrorDomain[] = "Platform.FileError";
 
@@ -52,4 +52,4 @@ std::expected<Data, Error> readFile(const std::filesystem::path& path) {
   }
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

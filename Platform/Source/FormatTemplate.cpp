@@ -1,8 +1,8 @@
-#include <Platform/FormatTemplate.h>
+#include <PellixPlatform/FormatTemplate.h>
 
 #include <utility>
 
-namespace Platform {
+namespace PellixPlatform {
 
 std::optional<std::string> formatTemplate(std::string_view text, std::string_view argument) {
   std::string result;
@@ -28,4 +28,4 @@ std::optional<std::string> formatTemplate(std::string_view text, std::string_vie
   }
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,9 +1,9 @@
-#include <Platform/URLResponse.h>
+#include <PellixPlatform/URLResponse.h>
 
 #include <algorithm>
 #include <array>
 
-namespace Platform {
+namespace PellixPlatform {
 namespace {
 
 struct Status {
@@ -85,4 +85,4 @@ std::string HTTPURLResponse::localizedStringForStatusCode(std::int64_t statusCod
   return std::string(isKnown ? status->text : "Unknown status");
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

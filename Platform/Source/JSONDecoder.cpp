@@ -2,7 +2,7 @@
 #include "Tree.h"
 #include "UTF8.h"
 
-#include <Platform/JSONDecoder.h>
+#include <PellixPlatform/JSONDecoder.h>
 
 #include <simdjson.h>
 
@@ -10,7 +10,7 @@
 #include <bit>
 #include <memory>
 
-namespace Platform {
+namespace PellixPlatform {
 namespace {
 
 using simdjson::dom::element;
@@ -20,8 +20,8 @@ using ObjectIterator = simdjson::dom::object::iterator;
 /// A place of the fast reader is simdjson's own: an element and an iterator are both a document and
 /// an index into it.
 template <class T>
-Place placeOf(T value) {
-  return std::bit_cast<Place>(value);
+Cursor placeOf(T value) {
+  return std::bit_cast<Cursor>(value);
 }
 
 /// Thrown at anything out of the ordinary; the authoritative reader decides then.
@@ -30,7 +30,7 @@ struct NotOrdinary {};
 /// The fast reader. It accepts only what is ordinary and makes no errors.
 class OrdinaryReader final : public DocumentReader {
  public:
-  [[nodiscard]] Place member(const Decoder& at, std::string_view key, Run& run) const override {
+  [[nodiscard]] Cursor member(const Decoder& at, std::string_view key, Run& run) const override {
     const auto object = get<simdjson::dom::object>(at);
     if (run.isInOrder) {
       auto entry = run.next.document ? std::bit_cast<ObjectIterator>(run.next) : object.begin();
@@ -49,14 +49,14 @@ class OrdinaryReader final : public DocumentReader {
     const auto array = get<simdjson::dom::array>(at);
     return {placeOf(array.begin()), placeOf(array.end()), array.size()};
   }
-  [[nodiscard]] Place next(Place place) const override {
+  [[nodiscard]] Cursor next(Cursor place) const override {
     return placeOf(++std::bit_cast<ArrayIterator>(place));
   }
   [[nodiscard]] std::int64_t integer(const Decoder& at) const override {
     return get<std::int64_t>(at);
   }
   [[nodiscard]] double real(const Decoder& at) const override {
-    switch (std::bit_cast<element>(at.place()).type()) {
+    switch (std::bit_cast<element>(at.cursor()).type()) {
       case simdjson::dom::element_type::DOUBLE:
         return get<double>(at);
       case simdjson::dom::element_type::INT64:
@@ -74,7 +74,7 @@ class OrdinaryReader final : public DocumentReader {
   template <class T>
   static T get(const Decoder& at) {
     T value;
-    if (std::bit_cast<element>(at.place()).get(value)) throw NotOrdinary{};
+    if (std::bit_cast<element>(at.cursor()).get(value)) throw NotOrdinary{};
     return value;
   }
 };
@@ -169,4 +169,4 @@ std::optional<Error> JSONDecoder::read(std::string_view data, void* result, Make
   }
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

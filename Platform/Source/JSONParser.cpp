@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace Platform {
+namespace PellixPlatform {
 namespace {
 
 bool isDigit(char c) {
@@ -229,4 +229,4 @@ Tree parseJSON(std::string_view document, Tree recycled) {
   return Parser(document, std::move(recycled)).parse();
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -9,7 +9,7 @@
 #include <string_view>
 
 /// The text of JSON strings, sixteen bytes at a time where nothing needs a closer look.
-namespace Platform::JSONText {
+namespace PellixPlatform::JSONText {
 
 using Block = unsigned char __attribute__((vector_size(16)));
 
@@ -202,4 +202,4 @@ inline Cursor readEscaped(Cursor cursor) {
   return cursor;
 }
 
-}  // namespace Platform::JSONText
+}  // namespace PellixPlatform::JSONText

@@ -1,4 +1,4 @@
-#include <Platform/Locale.h>
+#include <PellixPlatform/Locale.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-namespace Platform::Locale {
+namespace PellixPlatform::Locale {
 namespace {
 
 struct HostChoice {
@@ -89,4 +89,4 @@ void setPreferredLanguages(std::optional<std::vector<std::string>> languages) {
   choice.languages = std::move(languages);
 }
 
-}  // namespace Platform::Locale
+}  // namespace PellixPlatform::Locale

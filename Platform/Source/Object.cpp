@@ -1,8 +1,8 @@
-#include <Platform/Object.h>
+#include <PellixPlatform/Object.h>
 
 #include <functional>
 
-namespace Platform {
+namespace PellixPlatform {
 
 Object::~Object() = default;
 
@@ -14,4 +14,4 @@ std::size_t Object::hash() const {
   return std::hash<const Object*>{}(this);
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

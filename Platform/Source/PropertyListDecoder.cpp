@@ -1,8 +1,8 @@
 #include "Tree.h"
 
-#include <Platform/PropertyListDecoder.h>
+#include <PellixPlatform/PropertyListDecoder.h>
 
-namespace Platform {
+namespace PellixPlatform {
 
 std::optional<Error> PropertyListDecoder::read(std::string_view data, void* result, Make make) {
   try {
@@ -15,4 +15,4 @@ std::optional<Error> PropertyListDecoder::read(std::string_view data, void* resu
   }
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -7,7 +7,7 @@
 #include <memory>
 #include <new>
 
-namespace Platform {
+namespace PellixPlatform {
 namespace {
 
 using Kind = Tree::Kind;
@@ -216,4 +216,4 @@ Tree parsePropertyList(std::string_view document) {
   return Parser().parse(document);
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

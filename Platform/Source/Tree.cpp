@@ -7,7 +7,7 @@
 #include <new>
 #include <utility>
 
-namespace Platform {
+namespace PellixPlatform {
 namespace {
 
 locale_t classicLocale() {
@@ -101,4 +101,4 @@ std::optional<double> nearestDouble(std::string_view number) {
   return std::isfinite(value) ? std::optional(value) : std::nullopt;
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <Platform/Decoder.h>
-#include <Platform/DecodingError.h>
+#include <PellixPlatform/Decoder.h>
+#include <PellixPlatform/DecodingError.h>
 
 #include <exception>
 #include <utility>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// What the authoritative reader throws to end a decoding.
 struct DecodingFailure : std::exception {
@@ -89,11 +89,11 @@ class TreeReader final : public DocumentReader {
  public:
   explicit TreeReader(const Tree& tree) : tree_(tree) {}
 
-  [[nodiscard]] Place root() const { return {&tree_, 0}; }
+  [[nodiscard]] Cursor root() const { return {&tree_, 0}; }
 
-  [[nodiscard]] Place member(const Decoder& at, std::string_view key, Run& run) const override;
+  [[nodiscard]] Cursor member(const Decoder& at, std::string_view key, Run& run) const override;
   [[nodiscard]] Elements elements(const Decoder& at) const override;
-  [[nodiscard]] Place next(Place element) const override;
+  [[nodiscard]] Cursor next(Cursor element) const override;
   [[nodiscard]] std::int64_t integer(const Decoder& at) const override;
   [[nodiscard]] double real(const Decoder& at) const override;
   [[nodiscard]] bool boolean(const Decoder& at) const override;
@@ -105,4 +105,4 @@ class TreeReader final : public DocumentReader {
   const Tree& tree_;
 };
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -3,7 +3,7 @@
 #include <array>
 #include <utility>
 
-namespace Platform {
+namespace PellixPlatform {
 
 const char DecodingErrorDomain[] = "Platform.DecodingError";
 
@@ -56,7 +56,7 @@ void failAsCorrupted(std::string_view what, Position where) {
 }
 
 const Tree::Node& TreeReader::expect(const Decoder& at, Kind kind) const {
-  const auto& node = tree_.nodes[at.place().index];
+  const auto& node = tree_.nodes[at.cursor().index];
   if (node.kind == kind) return node;
   const auto path = at.codingPath();
   const Found types{.expected = nameOf(kind), .found = nameOf(node.kind)};
@@ -71,9 +71,9 @@ const Tree::Node& TreeReader::expect(const Decoder& at, Kind kind) const {
        path, node.position, types);
 }
 
-Place TreeReader::member(const Decoder& at, std::string_view key, Run& run) const {
+Cursor TreeReader::member(const Decoder& at, std::string_view key, Run& run) const {
   const auto& object = expect(at, Kind::object);
-  const auto index = static_cast<std::uint32_t>(at.place().index);
+  const auto index = static_cast<std::uint32_t>(at.cursor().index);
   if (run.isInOrder) {
     const auto name = run.next.document ? run.next.index : index + 1;
     run.isInOrder = name < object.next && tree_.textOf(tree_.nodes[name]) == key;
@@ -91,14 +91,14 @@ Place TreeReader::member(const Decoder& at, std::string_view key, Run& run) cons
 
 DocumentReader::Elements TreeReader::elements(const Decoder& at) const {
   const auto& array = expect(at, Kind::array);
-  Elements elements{{&tree_, at.place().index + 1}, {&tree_, array.next}, 0};
+  Elements elements{{&tree_, at.cursor().index + 1}, {&tree_, array.next}, 0};
   for (auto place = elements.begin; place.index != array.next; place = next(place)) {
     ++elements.count;
   }
   return elements;
 }
 
-Place TreeReader::next(Place element) const {
+Cursor TreeReader::next(Cursor element) const {
   return {&tree_, tree_.nodes[element.index].next};
 }
 
@@ -122,4 +122,4 @@ std::string TreeReader::string(const Decoder& at) const {
   return std::string(tree_.textOf(expect(at, Kind::string)));
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,4 +1,4 @@
-#include <Platform/URL.h>
+#include <PellixPlatform/URL.h>
 
 #include <uriparser/Uri.h>
 
@@ -10,7 +10,7 @@
 #include <new>
 #include <utility>
 
-namespace Platform {
+namespace PellixPlatform {
 namespace {
 
 std::string_view view(const UriTextRangeA& range) {
@@ -75,4 +75,4 @@ bool URL::isLoopback() const {
   return host_ == "localhost" || host_ == "::1" || (isIPv4_ && host_.starts_with("127."));
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,9 +1,9 @@
-#include <Platform/URLResponse.h>
+#include <PellixPlatform/URLResponse.h>
 
 #include <algorithm>
 #include <typeinfo>
 
-namespace Platform {
+namespace PellixPlatform {
 namespace {
 
 char lowerCase(char c) {
@@ -61,4 +61,4 @@ bool HTTPURLResponse::isEqual(const Object* other) const {
          });
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

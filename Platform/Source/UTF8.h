@@ -5,7 +5,7 @@
 #include <new>
 #include <string_view>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// Makes what simdjson makes once for a process: a few small allocations in a function that may not
 /// throw, so that the process would end if one failed. Here there is memory for them, or
@@ -23,4 +23,4 @@ inline bool isUTF8(std::string_view text) {
   return simdjson::validate_utf8(text.data(), text.size());
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,8 +1,8 @@
-#include <Platform/UUID.h>
+#include <PellixPlatform/UUID.h>
 
 #include <uuid/uuid.h>
 
-namespace Platform {
+namespace PellixPlatform {
 
 std::string makeUUIDString() {
   uuid_t uuid;
@@ -12,4 +12,4 @@ std::string makeUUIDString() {
   return text;
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

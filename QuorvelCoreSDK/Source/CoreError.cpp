@@ -38,11 +38,12 @@ constexpr auto sentences = std::to_array<Sentence>({
 
 }  // namespace
 
-Platform::Error makeCoreError(CoreErrorCode code, std::string_view detail) {
+PellixPlatform::Error makeCoreError(CoreErrorCode code, std::string_view detail) {
   const auto sentence = std::ranges::find(sentences, code, &Sentence::code);
   std::string text(sentence == sentences.end() ? std::string_view() : sentence->text);
   if (!detail.empty()) text.append(" (").append(detail).append(")");
-  return Platform::Error::described(CoreErrorDomain, std::to_underlying(code), std::move(text));
+  return PellixPlatform::Error::described(CoreErrorDomain, std::to_underlying(code),
+                                          std::move(text));
 }
 
 }  // namespace QuorvelCoreSDK

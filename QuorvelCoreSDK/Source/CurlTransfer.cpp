@@ -1,6 +1,6 @@
 #include "CurlTransfer.h"
 
-#include <Platform/URL.h>
+#include <PellixPlatform/URL.h>
 #include <QuorvelCoreSDK/CoreError.h>
 
 #include <sys/socket.h>
@@ -89,7 +89,7 @@ CurlTransfer::CurlTransfer(TransportRequest request, Transport::Completion compl
     : request_(std::move(request)),
       completion_(std::move(completion)),
       configuration_(std::move(configuration)),
-      deadline_(deadlineAfter(configuration_->limit)) {}
+      deadline_(deadlineAfter(configuration_->requestTimeout)) {}
 
 void CurlTransfer::prepare(CURL* easy) {
   const auto set = [easy](CURLoption option, auto value) {
@@ -113,7 +113,7 @@ void CurlTransfer::prepare(CURL* easy) {
       std::max(least, std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now()));
   set(CURLOPT_TIMEOUT_MS, static_cast<long>(left.count()));
   set(CURLOPT_CONNECTTIMEOUT_MS,
-      static_cast<long>(std::clamp(network.connectLimit, least, left).count()));
+      static_cast<long>(std::clamp(network.connectTimeout, least, left).count()));
 
   set(CURLOPT_SSL_VERIFYPEER, 1L);
   set(CURLOPT_SSL_VERIFYHOST, 2L);
@@ -123,13 +123,13 @@ void CurlTransfer::prepare(CURL* easy) {
   }
   set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
 
-  const auto url = Platform::URL::parse(request_.url);
+  const auto url = PellixPlatform::URL::parse(request_.url);
   // Without TLS, only a first reply would tell that a connection can't be shared.
   set(CURLOPT_PIPEWAIT, url && url->scheme() == "https" ? 1L : 0L);
   if (!network.proxy.empty()) {
     set(CURLOPT_PROXY, network.proxy.c_str());
     set(CURLOPT_NOPROXY, "");
-  } else if (network.ignoreEnvironment || (url && url->isLoopback())) {
+  } else if (network.ignoreProxyEnvironment || (url && url->isLoopback())) {
     set(CURLOPT_PROXY, "");
   }
 
@@ -202,7 +202,7 @@ std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t c
 
 std::size_t CurlTransfer::takeBody(char* data, std::size_t size, std::size_t count, void* self) {
   auto& transfer = *static_cast<CurlTransfer*>(self);
-  if (size * count > transfer.configuration_->largestReply - transfer.body_.size()) {
+  if (size * count > transfer.configuration_->maxResponseBytes - transfer.body_.size()) {
     transfer.isTooLarge_ = true;
     return CURL_WRITEFUNC_ERROR;
   }
@@ -219,7 +219,7 @@ std::string_view CurlTransfer::detailOf(CURLcode result) const {
   return detail;
 }
 
-Platform::Error CurlTransfer::errorFor(CURLcode result, long proxyStatus) const {
+PellixPlatform::Error CurlTransfer::errorFor(CURLcode result, long proxyStatus) const {
   using enum CoreErrorCode;
   // A header line beyond libcurl's own bound is "out of memory" in its words.
   if (isTooLarge_ || (result == CURLE_OUT_OF_MEMORY && !hasAllHeaders_)) {
@@ -240,7 +240,7 @@ Platform::Error CurlTransfer::errorFor(CURLcode result, long proxyStatus) const 
 void CurlTransfer::finish(CURLcode result, long proxyStatus) {
   TransportReply reply;
   if (result == CURLE_OK && hasAllHeaders_) {
-    reply.response = std::make_shared<const Platform::HTTPURLResponse>(
+    reply.response = std::make_shared<const PellixPlatform::HTTPURLResponse>(
         std::move(request_.url), status_, std::move(responseHeaders_));
     if (!body_.empty()) reply.data = std::move(body_);
   } else {

@@ -37,7 +37,7 @@ class CurlTransfer {
   static std::size_t takeHeader(char* data, std::size_t size, std::size_t count, void* self);
   static std::size_t takeBody(char* data, std::size_t size, std::size_t count, void* self);
 
-  [[nodiscard]] Platform::Error errorFor(CURLcode result, long proxyStatus) const;
+  [[nodiscard]] PellixPlatform::Error errorFor(CURLcode result, long proxyStatus) const;
   [[nodiscard]] std::string_view detailOf(CURLcode result) const;
 
   TransportRequest request_;
@@ -49,10 +49,10 @@ class CurlTransfer {
   char detail_[CURL_ERROR_SIZE] = "";
   bool isSent_ = false;
   int status_ = 0;
-  Platform::HTTPURLResponse::HeaderFields responseHeaders_;
+  PellixPlatform::HTTPURLResponse::HeaderFields responseHeaders_;
   std::size_t headerBytes_ = 0;
   bool hasAllHeaders_ = false;  // of the final response
-  Platform::Data body_;
+  PellixPlatform::Data body_;
   bool isTooLarge_ = false;
 };
 

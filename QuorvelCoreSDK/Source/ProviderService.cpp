@@ -14,7 +14,7 @@ namespace {
 
 using Parameters = ProviderService::Parameters;
 
-bool isSecure(const Platform::URL& url) {
+bool isSecure(const PellixPlatform::URL& url) {
   return url.scheme() == "https" || (url.scheme() == "http" && url.isLoopback());
 }
 
@@ -34,8 +34,8 @@ bool isHeaderValue(std::string_view value) {
   });
 }
 
-std::expected<TransportRequest, Platform::Error> makeRequest(const Parameters& parameters,
-                                                             const Session& session) {
+std::expected<TransportRequest, PellixPlatform::Error> makeRequest(const Parameters& parameters,
+                                                                   const Session& session) {
   const auto& url = parameters.urlComponent;
   if (!isSecure(url)) return std::unexpected(makeCoreError(CoreErrorCode::insecureUrl));
 
@@ -64,10 +64,11 @@ std::expected<TransportRequest, Platform::Error> makeRequest(const Parameters& p
   return request;
 }
 
-using Call = OneCall<std::optional<Platform::Data>, std::shared_ptr<const Platform::URLResponse>,
-                     std::optional<Platform::Error>>;
+using Call =
+    OneCall<std::optional<PellixPlatform::Data>, std::shared_ptr<const PellixPlatform::URLResponse>,
+            std::optional<PellixPlatform::Error>>;
 
-void deliver(const Call& call, Platform::DispatchQueue* queue, TransportReply reply) {
+void deliver(const Call& call, PellixPlatform::DispatchQueue* queue, TransportReply reply) {
   if (reply.data && reply.data->empty()) reply.data.reset();
   if (!queue) {
     call(std::move(reply.data), std::move(reply.response), std::move(reply.error));
@@ -91,7 +92,7 @@ void ProviderService::perform(Callback callback) const {
   const Call call(callback);
   if (!session) {
     // Without a transport there is no thread but the queue's.
-    deliver(call, queue ? queue : &Platform::DispatchQueue::main(),
+    deliver(call, queue ? queue : &PellixPlatform::DispatchQueue::main(),
             {.error = makeCoreError(CoreErrorCode::notInitialized)});
     return;
   }

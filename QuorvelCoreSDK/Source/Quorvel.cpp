@@ -3,7 +3,7 @@
 #include "SettingsService.h"
 #include "SharedInstance.h"
 
-#include <Platform/URL.h>
+#include <PellixPlatform/URL.h>
 #include <QuorvelCoreSDK/CoreError.h>
 #include <QuorvelCoreSDK/Quorvel.h>
 
@@ -31,7 +31,7 @@ Shared& shared() {
 }
 
 /// Why an account's address can't be served, or nothing.
-std::optional<CoreErrorCode> faultOf(const std::optional<Platform::URL>& url) {
+std::optional<CoreErrorCode> faultOf(const std::optional<PellixPlatform::URL>& url) {
   if (!url || url->scheme().empty() || url->host().empty() || url->hasUserInfo() ||
       url->hasQuery() || url->hasFragment()) {
     return CoreErrorCode::invalidAccountUrl;
@@ -51,11 +51,11 @@ AccountDetails::AccountDetails(std::string accountUrl, std::string applicationId
 Quorvel::Quorvel(Parts parts) : parts_(std::make_unique<const Parts>(std::move(parts))) {}
 Quorvel::~Quorvel() = default;
 
-std::expected<std::shared_ptr<Quorvel>, Platform::Error> Quorvel::initialize(
+std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> Quorvel::initialize(
     AccountDetails accountDetails, Configuration configuration) {
   auto& address = accountDetails.accountUrl_;
   while (address.ends_with('/')) address.pop_back();
-  if (const auto fault = faultOf(Platform::URL::parse(address))) {
+  if (const auto fault = faultOf(PellixPlatform::URL::parse(address))) {
     return std::unexpected(makeCoreError(*fault));
   }
 

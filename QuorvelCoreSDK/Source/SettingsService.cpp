@@ -12,15 +12,15 @@ namespace QuorvelCoreSDK {
 SettingsProvider::~SettingsProvider() = default;
 
 SettingsService::SettingsService(AccountDetails account)
-    : document_(std::make_shared<KeptDocument>(
-          KeptDocument::Parameters{.environment = std::move(account),
-                                   .path = std::string(ServicePaths::accountSettings),
-                                   .name = "The account's settings",
-                                   .clientHeaders = coreHeaders()})) {}
+    : document_(std::make_shared<CachedDocument>(
+          CachedDocument::Parameters{.environment = std::move(account),
+                                     .path = std::string(ServicePaths::accountSettings),
+                                     .name = "The account's settings",
+                                     .clientHeaders = coreHeaders()})) {}
 
 void SettingsService::answer(RecordType type, Continuation continuation) {
-  document_->get([type,
-                  continuation = std::move(continuation)](const KeptDocument::Document& document) {
+  document_->get([type, continuation =
+                            std::move(continuation)](const CachedDocument::Document& document) {
     if (!document) return continuation(type.makeDefault());
     auto record = type.decode(*document);
     if (!record) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QuorvelCoreSDK/KeptDocument.h>
+#include <QuorvelCoreSDK/CachedDocument.h>
 #include <QuorvelCoreSDK/SettingsProvider.h>
 
 namespace QuorvelCoreSDK {
@@ -14,7 +14,7 @@ class SettingsService final : public SettingsProvider {
  private:
   void answer(RecordType type, Continuation continuation) override;
 
-  const std::shared_ptr<KeptDocument> document_;
+  const std::shared_ptr<CachedDocument> document_;
 };
 
 }  // namespace QuorvelCoreSDK

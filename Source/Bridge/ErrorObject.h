@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Platform/Error.h>
-#include <Platform/Object.h>
+#include <PellixPlatform/Error.h>
+#include <PellixPlatform/Object.h>
 
 #include <string>
 #include <utility>
@@ -9,16 +9,16 @@
 namespace PellixProvidersSDK::Bridge {
 
 /// An error value as an object, which is what hosts can hold.
-class ErrorObject final : public Platform::Object {
+class ErrorObject final : public PellixPlatform::Object {
  public:
-  explicit ErrorObject(Platform::Error error)
+  explicit ErrorObject(PellixPlatform::Error error)
       : error_(std::move(error)), localizedDescription_(error_.localizedDescription()) {}
 
-  [[nodiscard]] const Platform::Error& error() const { return error_; }
+  [[nodiscard]] const PellixPlatform::Error& error() const { return error_; }
   [[nodiscard]] const std::string& localizedDescription() const { return localizedDescription_; }
 
  private:
-  const Platform::Error error_;
+  const PellixPlatform::Error error_;
   const std::string localizedDescription_;
 };
 

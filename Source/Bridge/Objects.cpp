@@ -2,7 +2,7 @@
 
 #include "Bridge/Memory.h"
 
-#include <Platform/FatalError.h>
+#include <PellixPlatform/FatalError.h>
 
 #include <cstdio>
 #include <mutex>
@@ -13,7 +13,7 @@ namespace PellixProvidersSDK::Bridge {
 namespace {
 
 struct References {
-  std::shared_ptr<const Platform::Object> object;
+  std::shared_ptr<const PellixPlatform::Object> object;
   std::size_t count = 0;
 };
 
@@ -32,10 +32,10 @@ Table& table() {
 void misuse(const char* function, const char* what) {
   char report[256];  // memory may be what is missing
   std::snprintf(report, sizeof report, "Fatal error: %s: %s", function, what);
-  Platform::fatalError(report);
+  PellixPlatform::fatalError(report);
 }
 
-void retain(std::shared_ptr<const Platform::Object> object) {
+void retain(std::shared_ptr<const PellixPlatform::Object> object) {
   auto& all = table();
   const std::lock_guard lock(all.mutex);
   auto& references = all.references[object.get()];
@@ -57,7 +57,7 @@ void QVLRetain(const QVLObject* object) {
 
 void QVLRelease(const QVLObject* object) {
   if (!object) misuse(__func__, "null where an object is needed");
-  std::shared_ptr<const Platform::Object> last;  // goes after the lock does
+  std::shared_ptr<const PellixPlatform::Object> last;  // goes after the lock does
   auto& all = table();
   const std::lock_guard lock(all.mutex);
   const auto found = all.references.find(object);

@@ -27,7 +27,7 @@ const Deflection* classOf(const QVLDeflection*);
 const DeflectionArticle* classOf(const QVLDeflectionArticle*);
 const DeflectionResponse* classOf(const QVLDeflectionResponse*);
 const PellixDispatcherResponse* classOf(const QVLPellixDispatcherResponse*);
-const Platform::HTTPURLResponse* classOf(const QVLHTTPURLResponse*);
+const PellixPlatform::HTTPURLResponse* classOf(const QVLHTTPURLResponse*);
 const ErrorObject* classOf(const QVLError*);
 QuorvelCoreSDK::Quorvel* classOf(const QVLQuorvel*);
 ConfigurationObject* classOf(const QVLQuorvelConfiguration*);
@@ -43,21 +43,21 @@ using ClassOf = std::remove_pointer_t<decltype(classOf(static_cast<Handle*>(null
 template <class Handle>
 ClassOf<Handle>& objectOf(Handle* handle, const char* function) {
   if (!handle) misuse(function, "null where an object is needed");
-  const auto* root = reinterpret_cast<const Platform::Object*>(handle);
+  const auto* root = reinterpret_cast<const PellixPlatform::Object*>(handle);
   const auto* object = dynamic_cast<const ClassOf<Handle>*>(root);
   if (!object) misuse(function, "an object of another class");
   return const_cast<ClassOf<Handle>&>(*object);  // the host's `const` says less than the class
 }
 
 /// The object that a record is compared with: of any class, or null.
-inline const Platform::Object* anyObject(const QVLObject* handle) {
-  return static_cast<const Platform::Object*>(handle);
+inline const PellixPlatform::Object* anyObject(const QVLObject* handle) {
+  return static_cast<const PellixPlatform::Object*>(handle);
 }
 
 /// What the host sees of an object, borrowed. Null stays null.
 template <class Handle>
 Handle* handleOf(ClassOf<Handle>* object) {
-  const Platform::Object* root = object;
+  const PellixPlatform::Object* root = object;
   return const_cast<Handle*>(reinterpret_cast<const Handle*>(root));
 }
 
@@ -68,7 +68,7 @@ std::shared_ptr<Class> shared(Class& object) {
 }
 
 /// Adds a reference of the host's.
-void retain(std::shared_ptr<const Platform::Object> object);
+void retain(std::shared_ptr<const PellixPlatform::Object> object);
 
 /// What the host sees of a new object, retained.
 template <class Handle>

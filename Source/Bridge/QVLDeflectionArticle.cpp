@@ -1,6 +1,6 @@
 #include "Bridge/Text.h"
 
-#include <Platform/FatalError.h>
+#include <PellixPlatform/FatalError.h>
 
 using namespace PellixProvidersSDK::Bridge;
 
@@ -58,5 +58,5 @@ bool QVLDeflectionArticle_isEqual(const QVLDeflectionArticle* article, const QVL
 }
 
 void QVLDeflectionArticle_init() {
-  Platform::fatalUnimplementedInitializer("PellixProvidersSDK.DeflectionArticle", "init()");
+  PellixPlatform::fatalUnimplementedInitializer("PellixProvidersSDK.DeflectionArticle", "init()");
 }

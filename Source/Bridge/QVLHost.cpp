@@ -1,15 +1,15 @@
 #include "Bridge/Memory.h"
 #include "Bridge/Text.h"
 
-#include <Platform/Bundle.h>
-#include <Platform/DispatchQueue.h>
+#include <PellixPlatform/Bundle.h>
+#include <PellixPlatform/DispatchQueue.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 
 #include <algorithm>
 #include <system_error>
 
 using namespace PellixProvidersSDK::Bridge;
-using Platform::DispatchQueue;
+using PellixPlatform::DispatchQueue;
 using QuorvelCoreSDK::CoreLogger;
 using QuorvelCoreSDK::LogLevel;
 
@@ -61,7 +61,7 @@ bool QVLBundle_setResourceDirectory(const char* path, size_t pathLength) {
   bool isSet = true;
   const bool hadMemory = withMemory([&] {
     try {
-      Platform::Bundle::setResourceDirectory(directory);
+      PellixPlatform::Bundle::setResourceDirectory(directory);
     } catch (const std::system_error&) {
       isSet = false;  // there is no working directory that the path could be relative to
     }

@@ -1,6 +1,6 @@
 #include "Bridge/Text.h"
 
-#include <Platform/FatalError.h>
+#include <PellixPlatform/FatalError.h>
 
 using namespace PellixProvidersSDK::Bridge;
 
@@ -22,5 +22,6 @@ bool QVLPellixDispatcherResponse_isEqual(const QVLPellixDispatcherResponse* resp
 }
 
 void QVLPellixDispatcherResponse_init() {
-  Platform::fatalUnimplementedInitializer("PellixProvidersSDK.PellixDispatcherResponse", "init()");
+  PellixPlatform::fatalUnimplementedInitializer("PellixProvidersSDK.PellixDispatcherResponse",
+                                                "init()");
 }

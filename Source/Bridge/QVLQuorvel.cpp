@@ -7,7 +7,7 @@
 
 namespace PellixProvidersSDK::Bridge {
 
-class ConfigurationObject final : public Platform::Object {
+class ConfigurationObject final : public PellixPlatform::Object {
  public:
   QuorvelCoreSDK::Configuration values;
 };

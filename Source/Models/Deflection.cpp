@@ -2,7 +2,7 @@
 
 namespace PellixProvidersSDK {
 
-using Platform::Key;
+using PellixPlatform::Key;
 
 struct [[gnu::visibility("hidden")]] Deflection::Keys {
   static constexpr std::tuple table{
@@ -11,16 +11,17 @@ struct [[gnu::visibility("hidden")]] Deflection::Keys {
   };
 };
 
-Deflection::Deflection(const Platform::Decoder& decoder) : fields_(decoder.decode(Keys::table)) {}
+Deflection::Deflection(const PellixPlatform::Decoder& decoder)
+    : fields_(decoder.decode(Keys::table)) {}
 Deflection::~Deflection() = default;
 
-void Deflection::encode(Platform::Encoder& encoder) const {
+void Deflection::encode(PellixPlatform::Encoder& encoder) const {
   encoder.encode(fields_, Keys::table);
 }
 
-bool Deflection::isEqual(const Platform::Object* other) const {
+bool Deflection::isEqual(const PellixPlatform::Object* other) const {
   const auto* that = dynamic_cast<const Deflection*>(other);
-  return that && Platform::sameFields(fields_, that->fields_, Keys::table);
+  return that && PellixPlatform::sameFields(fields_, that->fields_, Keys::table);
 }
 
 }  // namespace PellixProvidersSDK

@@ -4,7 +4,7 @@
 
 namespace PellixProvidersSDK {
 
-using Platform::Key;
+using PellixPlatform::Key;
 
 namespace {
 
@@ -27,17 +27,17 @@ constexpr std::tuple keys{
 }  // namespace
 
 DeflectionArticle::DeflectionArticle(Fields fields) : fields_(std::move(fields)) {}
-DeflectionArticle::DeflectionArticle(const Platform::Decoder& decoder)
+DeflectionArticle::DeflectionArticle(const PellixPlatform::Decoder& decoder)
     : fields_(decoder.decode(keys)) {}
 DeflectionArticle::~DeflectionArticle() = default;
 
-void DeflectionArticle::encode(Platform::Encoder& encoder) const {
+void DeflectionArticle::encode(PellixPlatform::Encoder& encoder) const {
   encoder.encode(fields_, keys);
 }
 
-bool DeflectionArticle::isEqual(const Platform::Object* other) const {
+bool DeflectionArticle::isEqual(const PellixPlatform::Object* other) const {
   const auto* that = dynamic_cast<const DeflectionArticle*>(other);
-  return that && Platform::sameFields(fields_, that->fields_, keys);
+  return that && PellixPlatform::sameFields(fields_, that->fields_, keys);
 }
 
 }  // namespace PellixProvidersSDK

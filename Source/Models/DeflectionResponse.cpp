@@ -2,7 +2,7 @@
 
 namespace PellixProvidersSDK {
 
-using Platform::Key;
+using PellixPlatform::Key;
 
 struct [[gnu::visibility("hidden")]] DeflectionResponse::Keys {
   static constexpr std::tuple table{
@@ -12,17 +12,17 @@ struct [[gnu::visibility("hidden")]] DeflectionResponse::Keys {
   };
 };
 
-DeflectionResponse::DeflectionResponse(const Platform::Decoder& decoder)
+DeflectionResponse::DeflectionResponse(const PellixPlatform::Decoder& decoder)
     : fields_(decoder.decode(Keys::table)) {}
 DeflectionResponse::~DeflectionResponse() = default;
 
-void DeflectionResponse::encode(Platform::Encoder& encoder) const {
+void DeflectionResponse::encode(PellixPlatform::Encoder& encoder) const {
   encoder.encode(fields_, Keys::table);
 }
 
-bool DeflectionResponse::isEqual(const Platform::Object* other) const {
+bool DeflectionResponse::isEqual(const PellixPlatform::Object* other) const {
   const auto* that = dynamic_cast<const DeflectionResponse*>(other);
-  return that && Platform::sameFields(fields_, that->fields_, Keys::table);
+  return that && PellixPlatform::sameFields(fields_, that->fields_, Keys::table);
 }
 
 }  // namespace PellixProvidersSDK

@@ -5,12 +5,13 @@
 namespace PellixProvidersSDK {
 
 PellixDispatcherResponse::PellixDispatcherResponse(
-    std::shared_ptr<const Platform::HTTPURLResponse> response, std::optional<Platform::Data> data)
+    std::shared_ptr<const PellixPlatform::HTTPURLResponse> response,
+    std::optional<PellixPlatform::Data> data)
     : fields_{.response = std::move(response), .data = std::move(data)} {}
 
 PellixDispatcherResponse::~PellixDispatcherResponse() = default;
 
-bool PellixDispatcherResponse::isEqual(const Platform::Object* other) const {
+bool PellixDispatcherResponse::isEqual(const PellixPlatform::Object* other) const {
   const auto* that = dynamic_cast<const PellixDispatcherResponse*>(other);
   return that && fields_.response->isEqual(that->fields_.response.get()) &&
          fields_.data == that->fields_.data;

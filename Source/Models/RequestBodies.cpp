@@ -4,7 +4,7 @@
 
 namespace PellixProvidersSDK {
 
-using Platform::Key;
+using PellixPlatform::Key;
 
 InteractionRequestBody::InteractionRequestBody(std::string reference, std::string question,
                                                std::string inLocale,
@@ -16,7 +16,7 @@ InteractionRequestBody::InteractionRequestBody(std::string reference, std::strin
       labels(std::move(withLabels)),
       brandID(brand) {}
 
-void InteractionRequestBody::encode(Platform::Encoder& encoder) const {
+void InteractionRequestBody::encode(PellixPlatform::Encoder& encoder) const {
   using Body = InteractionRequestBody;
   static constexpr std::tuple keys{
       Key{"via_id", &Body::viaID},
@@ -31,7 +31,7 @@ void InteractionRequestBody::encode(Platform::Encoder& encoder) const {
   encoder.encode(*this, keys);
 }
 
-void ResolutionRequestBody::encode(Platform::Encoder& encoder) const {
+void ResolutionRequestBody::encode(PellixPlatform::Encoder& encoder) const {
   using Body = ResolutionRequestBody;
   static constexpr std::tuple keys{
       Key{"deflection_id", &Body::deflectionId},
@@ -42,7 +42,7 @@ void ResolutionRequestBody::encode(Platform::Encoder& encoder) const {
   encoder.encode(*this, keys);
 }
 
-void RejectionRequestBody::encode(Platform::Encoder& encoder) const {
+void RejectionRequestBody::encode(PellixPlatform::Encoder& encoder) const {
   using Body = RejectionRequestBody;
   static constexpr std::tuple keys{
       Key{"deflection_id", &Body::deflectionId},

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Platform/Encoder.h>
+#include <PellixPlatform/Encoder.h>
 
 #include <cstdint>
 #include <optional>
@@ -29,7 +29,7 @@ struct InteractionRequestBody {
   InteractionRequestBody(std::string reference, std::string question, std::string inLocale,
                          std::vector<std::string> withLabels, std::optional<std::int64_t> brand);
 
-  void encode(Platform::Encoder& encoder) const;
+  void encode(PellixPlatform::Encoder& encoder) const;
 };
 
 /// What is sent to report that an article resolved a question.
@@ -39,7 +39,7 @@ struct ResolutionRequestBody {
   std::int64_t resolutionChannelId = 0;
   std::string interactionAccessToken;
 
-  void encode(Platform::Encoder& encoder) const;
+  void encode(PellixPlatform::Encoder& encoder) const;
 };
 
 /// What is sent to report that an article was rejected. Nothing is checked, the reason neither.
@@ -50,7 +50,7 @@ struct RejectionRequestBody {
   std::string interactionAccessToken;
   std::int64_t reason = 0;
 
-  void encode(Platform::Encoder& encoder) const;
+  void encode(PellixPlatform::Encoder& encoder) const;
 };
 
 }  // namespace PellixProvidersSDK

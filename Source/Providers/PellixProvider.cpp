@@ -1,12 +1,12 @@
 #include "Models/RequestBodies.h"
 #include "Providers/Once.h"
-#include "Providers/PellixProviderWiring.h"
+#include "Providers/PellixProviderDependencies.h"
 #include "Providers/PendingCallback.h"
 #include "Providers/Pipeline.h"
 
+#include <PellixPlatform/FatalError.h>
+#include <PellixPlatform/JSONDecoder.h>
 #include <PellixProvidersSDK/PellixProvider.h>
-#include <Platform/FatalError.h>
-#include <Platform/JSONDecoder.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 
 #include <utility>
@@ -14,27 +14,28 @@
 namespace PellixProvidersSDK {
 namespace {
 
-using Response = std::shared_ptr<const Platform::URLResponse>;
+using Response = std::shared_ptr<const PellixPlatform::URLResponse>;
 
 /// The answer to a question, out of what came back for it.
-void finishQuery(PendingCallback<DeflectionResponse>& callback, std::optional<Platform::Data> data,
-                 const Response& response, std::optional<Platform::Error> error) {
+void finishQuery(PendingCallback<DeflectionResponse>& callback,
+                 std::optional<PellixPlatform::Data> data, const Response& response,
+                 std::optional<PellixPlatform::Error> error) {
   if (auto failure = errorFor(response.get(), std::move(error))) {
     return callback(std::unexpected(*std::move(failure)));
   }
-  if (!std::dynamic_pointer_cast<const Platform::HTTPURLResponse>(response)) return;
+  if (!std::dynamic_pointer_cast<const PellixPlatform::HTTPURLResponse>(response)) return;
   if (!data) return;
-  callback(Platform::JSONDecoder().decode<DeflectionResponse>(*data));
+  callback(PellixPlatform::JSONDecoder().decode<DeflectionResponse>(*data));
 }
 
 /// The outcome of a resolution or a rejection, out of what came back for it.
 void finishReport(PendingCallback<PellixDispatcherResponse>& callback,
-                  std::optional<Platform::Data> data, const Response& response,
-                  std::optional<Platform::Error> error) {
+                  std::optional<PellixPlatform::Data> data, const Response& response,
+                  std::optional<PellixPlatform::Error> error) {
   if (auto failure = errorFor(response.get(), std::move(error))) {
     return callback(std::unexpected(*std::move(failure)));
   }
-  auto http = std::dynamic_pointer_cast<const Platform::HTTPURLResponse>(response);
+  auto http = std::dynamic_pointer_cast<const PellixPlatform::HTTPURLResponse>(response);
   if (!http) return;
   callback(std::make_shared<const PellixDispatcherResponse>(std::move(http), std::move(data)));
 }
@@ -42,11 +43,12 @@ void finishReport(PendingCallback<PellixDispatcherResponse>& callback,
 /// Votes for an article; only a failure shows, and only in the log.
 void upVote(VeltraneProvidersSDK::LumenoProviderProtocol& lumenoProvider, std::int64_t articleId) {
   auto id = std::to_string(articleId);
-  lumenoProvider.upVoteArticle(id, [id](const auto&, const std::optional<Platform::Error>& error) {
-    if (!error) return;
-    QuorvelCoreSDK::CoreLogger::debug("Could not upvote article with id=" + id +
-                                      ". Error: " + error->description());
-  });
+  lumenoProvider.upVoteArticle(
+      id, [id](const auto&, const std::optional<PellixPlatform::Error>& error) {
+        if (!error) return;
+        QuorvelCoreSDK::CoreLogger::debug("Could not upvote article with id=" + id +
+                                          ". Error: " + error->description());
+      });
 }
 
 /// What a step leaves to the next one instead of keeping the provider alive.
@@ -59,11 +61,11 @@ std::weak_ptr<PellixProvider> weakReference(PellixProvider& provider) {
 PellixProviderProtocol::~PellixProviderProtocol() = default;
 
 PellixProvider::PellixProvider() {
-  Platform::fatalUnimplementedInitializer("PellixProvidersSDK.PellixProvider", "init()");
+  PellixPlatform::fatalUnimplementedInitializer("PellixProvidersSDK.PellixProvider", "init()");
 }
 
-PellixProvider::PellixProvider(Wiring wiring)
-    : wiring_(std::make_unique<const Wiring>(std::move(wiring))) {}
+PellixProvider::PellixProvider(Dependencies dependencies)
+    : dependencies_(std::make_unique<const Dependencies>(std::move(dependencies))) {}
 PellixProvider::~PellixProvider() = default;
 
 /// What the operations share. No step keeps the provider alive for the next one, and an operation
@@ -85,10 +87,10 @@ struct PellixProvider::Steps {
   /// Sends a request if one can be made, and says whether; `finish` gets what came back, on the
   /// main queue.
   template <class T, class Finish>
-  static bool send(PellixProvider& provider, std::optional<Platform::Data> body,
+  static bool send(PellixProvider& provider, std::optional<PellixPlatform::Data> body,
                    const PellixEndpoint& endpoint, PendingCallback<T> callback, Finish finish) {
     const auto service =
-        makeProviderService(provider.wiring_->quorvel.get(), std::move(body), endpoint);
+        makeProviderService(provider.dependencies_->quorvel.get(), std::move(body), endpoint);
     if (!service) return false;
     service->perform(once([weak = weakReference(provider), callback = std::move(callback), finish](
                               auto data, const auto& response, auto error) mutable {
@@ -113,16 +115,16 @@ struct PellixProvider::Steps {
 void PellixProvider::getDeflectionForQuery(std::string query,
                                            ResultCallback<DeflectionResponse> callback) {
   PendingCallback pending(callback);
-  QuorvelCoreSDK::CoreLogger::debug("UUID for deflection: " + wiring_->UUID);
+  QuorvelCoreSDK::CoreLogger::debug("UUID for deflection: " + dependencies_->UUID);
   const auto* const endpoint = findEndpoint("interaction");
   if (!endpoint) return;
 
-  wiring_->localeProvider->getLocale(
+  dependencies_->localeProvider->getLocale(
       once([weak = weakReference(*this), query = std::move(query), endpoint,
             pending = std::move(pending)](std::string locale) mutable {
         const auto self = weak.lock();
         if (!self) return;
-        auto body = encodeBody(InteractionRequestBody(self->wiring_->UUID, std::move(query),
+        auto body = encodeBody(InteractionRequestBody(self->dependencies_->UUID, std::move(query),
                                                       std::move(locale), {}, std::nullopt));
 
         Steps::whenEnabled(
@@ -148,7 +150,7 @@ void PellixProvider::resolveWithArticle(std::int64_t deflectionId, std::int64_t 
   Steps::whenEnabled(*this, PendingCallback(callback),
                      [body = std::move(body)](PellixProvider& provider, auto gated) {
                        if (!Steps::report(provider, "resolve", body, std::move(gated))) return;
-                       upVote(*provider.wiring_->lumenoProvider, body.articleId);
+                       upVote(*provider.dependencies_->lumenoProvider, body.articleId);
                      });
 }
 

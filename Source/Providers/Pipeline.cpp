@@ -4,9 +4,9 @@
 #include "PellixHeaders.h"
 #include "Resources/EndpointsReader.h"
 
+#include <PellixPlatform/FormatTemplate.h>
 #include <PellixProvidersSDK/PellixError.h>
 #include <PellixProvidersSDK/PellixSettingsProvider.h>
-#include <Platform/FormatTemplate.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 
 #include <algorithm>
@@ -30,7 +30,7 @@ void checkEnabled(std::function<void(bool)> callback) {
       });
 }
 
-Platform::Error disabledError() {
+PellixPlatform::Error disabledError() {
   QuorvelCoreSDK::CoreLogger::warn("Pellix is disabled at account level.");
   return {PellixDisabledErrorDomain, PellixDisabledErrorCode};
 }
@@ -44,12 +44,12 @@ const PellixEndpoint* findEndpoint(std::string_view name) {
 }
 
 std::optional<QuorvelCoreSDK::ProviderService> makeProviderService(
-    const QuorvelCoreSDK::Quorvel* quorvel, std::optional<Platform::Data> body,
+    const QuorvelCoreSDK::Quorvel* quorvel, std::optional<PellixPlatform::Data> body,
     const PellixEndpoint& endpoint) {
   if (!quorvel) return std::nullopt;
   const auto& accountUrl = quorvel->accountDetails().accountUrl();
-  auto address = Platform::formatTemplate(endpoint.urlString(), accountUrl);
-  auto url = address ? Platform::URL::parse(*std::move(address)) : std::nullopt;
+  auto address = PellixPlatform::formatTemplate(endpoint.urlString(), accountUrl);
+  auto url = address ? PellixPlatform::URL::parse(*std::move(address)) : std::nullopt;
   if (!url) return std::nullopt;
   if (!body) return std::nullopt;
   return QuorvelCoreSDK::ProviderService({
@@ -60,24 +60,24 @@ std::optional<QuorvelCoreSDK::ProviderService> makeProviderService(
       .clientHeaders = std::make_shared<const PellixHeaders>("Pellix", libraryVersion(&anchor),
                                                              std::map<std::string, std::string>()),
       .body = std::move(body),
-      .dispatchQueue = &Platform::DispatchQueue::main(),
+      .dispatchQueue = &PellixPlatform::DispatchQueue::main(),
       .reporter = QuorvelCoreSDK::Reporter::none,
       .cachingDelegate = nullptr,
   });
 }
 
-std::optional<Platform::Error> errorFor(const Platform::URLResponse* response,
-                                        std::optional<Platform::Error> error) {
+std::optional<PellixPlatform::Error> errorFor(const PellixPlatform::URLResponse* response,
+                                              std::optional<PellixPlatform::Error> error) {
   if (error) return error;
-  const auto* http = dynamic_cast<const Platform::HTTPURLResponse*>(response);
+  const auto* http = dynamic_cast<const PellixPlatform::HTTPURLResponse*>(response);
   if (!http) return std::nullopt;
   const int status = http->statusCode();
   if (200 <= status && status < 300) return std::nullopt;
-  Platform::Error::UserInfo info;
-  info.emplace(Platform::NSLocalizedDescriptionKey,
-               Platform::HTTPURLResponse::localizedStringForStatusCode(status));
+  PellixPlatform::Error::UserInfo info;
+  info.emplace(PellixPlatform::NSLocalizedDescriptionKey,
+               PellixPlatform::HTTPURLResponse::localizedStringForStatusCode(status));
   info.emplace("status_code", "HTTP Error: " + std::to_string(status));
-  return Platform::Error(PellixErrorDomain, status, std::move(info));
+  return PellixPlatform::Error(PellixErrorDomain, status, std::move(info));
 }
 
 }  // namespace PellixProvidersSDK

@@ -3,9 +3,9 @@
 #include "PrintError.h"
 #include "Resources/PellixEndpoint.h"
 
-#include <Platform/Error.h>
-#include <Platform/JSONEncoder.h>
-#include <Platform/URLResponse.h>
+#include <PellixPlatform/Error.h>
+#include <PellixPlatform/JSONEncoder.h>
+#include <PellixPlatform/URLResponse.h>
 #include <QuorvelCoreSDK/ProviderService.h>
 #include <QuorvelCoreSDK/Quorvel.h>
 
@@ -21,15 +21,15 @@ namespace PellixProvidersSDK {
 void checkEnabled(std::function<void(bool)> callback);
 
 /// Logs that the feature is disabled, and makes the error that says so.
-[[nodiscard]] Platform::Error disabledError();
+[[nodiscard]] PellixPlatform::Error disabledError();
 
 /// The first endpoint of that exact name, or null. It lives as long as the process.
 [[nodiscard]] const PellixEndpoint* findEndpoint(std::string_view name);
 
 /// A body's JSON. If it can't be encoded, prints why and gives nothing.
 template <class Body>
-[[nodiscard]] std::optional<Platform::Data> encodeBody(const Body& body) {
-  auto encoded = Platform::JSONEncoder().encode(body);
+[[nodiscard]] std::optional<PellixPlatform::Data> encodeBody(const Body& body) {
+  auto encoded = PellixPlatform::JSONEncoder().encode(body);
   if (encoded) return *std::move(encoded);
   printError(encoded.error());
   return std::nullopt;
@@ -37,11 +37,11 @@ template <class Body>
 
 /// The request for an endpoint, or nothing: without a core instance, an address or a body.
 [[nodiscard]] std::optional<QuorvelCoreSDK::ProviderService> makeProviderService(
-    const QuorvelCoreSDK::Quorvel* quorvel, std::optional<Platform::Data> body,
+    const QuorvelCoreSDK::Quorvel* quorvel, std::optional<PellixPlatform::Data> body,
     const PellixEndpoint& endpoint);
 
 /// The error that a request's outcome amounts to, or nothing.
-[[nodiscard]] std::optional<Platform::Error> errorFor(const Platform::URLResponse* response,
-                                                      std::optional<Platform::Error> error);
+[[nodiscard]] std::optional<PellixPlatform::Error> errorFor(
+    const PellixPlatform::URLResponse* response, std::optional<PellixPlatform::Error> error);
 
 }  // namespace PellixProvidersSDK

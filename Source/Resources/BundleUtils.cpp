@@ -7,12 +7,12 @@ namespace PellixProvidersSDK {
 BundleUtils::BundleUtils(const void* forObject, std::string atPath)
     : object(forObject), path(std::move(atPath)) {}
 
-const Platform::Bundle* BundleUtils::bundle() const {
-  if (!bundle_ && object) bundle_ = &Platform::Bundle::containing(object);
+const PellixPlatform::Bundle* BundleUtils::bundle() const {
+  if (!bundle_ && object) bundle_ = &PellixPlatform::Bundle::containing(object);
   return bundle_;
 }
 
-const Platform::Bundle* BundleUtils::stringsBundle() const {
+const PellixPlatform::Bundle* BundleUtils::stringsBundle() const {
   if (!stringsBundle_) stringsBundle_ = bundle();
   return stringsBundle_;
 }

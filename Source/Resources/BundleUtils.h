@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Platform/Bundle.h>
+#include <PellixPlatform/Bundle.h>
 
 #include <string>
 
@@ -16,13 +16,13 @@ class BundleUtils {
   const std::string path;
 
   /// The bundle that holds `object`. Looked up when first asked for.
-  [[nodiscard]] const Platform::Bundle* bundle() const;
+  [[nodiscard]] const PellixPlatform::Bundle* bundle() const;
   /// The bundle with the texts: the same one.
-  [[nodiscard]] const Platform::Bundle* stringsBundle() const;
+  [[nodiscard]] const PellixPlatform::Bundle* stringsBundle() const;
 
  private:
-  mutable const Platform::Bundle* bundle_ = nullptr;
-  mutable const Platform::Bundle* stringsBundle_ = nullptr;
+  mutable const PellixPlatform::Bundle* bundle_ = nullptr;
+  mutable const PellixPlatform::Bundle* stringsBundle_ = nullptr;
 };
 
 }  // namespace PellixProvidersSDK

@@ -2,9 +2,9 @@
 
 #include "PrintError.h"
 
-#include <Platform/Bundle.h>
-#include <Platform/File.h>
-#include <Platform/PropertyListDecoder.h>
+#include <PellixPlatform/Bundle.h>
+#include <PellixPlatform/File.h>
+#include <PellixPlatform/PropertyListDecoder.h>
 
 namespace PellixProvidersSDK {
 namespace {
@@ -15,14 +15,15 @@ constexpr char anchor = 0;  // stands for the class where its bundle is looked f
 
 std::unique_ptr<const EndpointsReader> EndpointsReader::make() {
   auto reader = std::make_unique<EndpointsReader>();
-  const auto path = Platform::Bundle::containing(&anchor).pathForResource("Endpoints", "plist");
+  const auto path =
+      PellixPlatform::Bundle::containing(&anchor).pathForResource("Endpoints", "plist");
   if (!path) return nullptr;
-  const auto data = Platform::readFile(*path);
+  const auto data = PellixPlatform::readFile(*path);
   if (!data) {
     printError(data.error());
     return reader;
   }
-  auto decoded = Platform::PropertyListDecoder().decode<std::vector<PellixEndpoint>>(*data);
+  auto decoded = PellixPlatform::PropertyListDecoder().decode<std::vector<PellixEndpoint>>(*data);
   if (decoded) {
     reader->endpoints_ = *std::move(decoded);
   } else {

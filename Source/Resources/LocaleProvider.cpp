@@ -1,6 +1,6 @@
 #include "Resources/LocaleProvider.h"
 
-#include <Platform/Locale.h>
+#include <PellixPlatform/Locale.h>
 #include <VeltraneProvidersSDK/QVLLumenoSettingsProvider.h>
 
 #include <utility>
@@ -24,7 +24,7 @@ void LocaleProvider::getLocale(std::function<void(std::string)> callback) const 
   QVLLumenoSettingsProvider::getLumenoSettings(
       [callback = std::move(callback)](const std::shared_ptr<const LumenoSettings>& settings) {
         if (settings) return callback(settings->locale());
-        auto languages = Platform::Locale::preferredLanguages();
+        auto languages = PellixPlatform::Locale::preferredLanguages();
         callback(languages.empty() ? std::string() : std::move(languages.front()));
       });
 }

@@ -4,7 +4,7 @@
 
 namespace PellixProvidersSDK {
 
-using Platform::Key;
+using PellixPlatform::Key;
 using QuorvelCoreSDK::HttpMethod;
 
 struct PellixEndpoint::Keys {
@@ -15,7 +15,7 @@ struct PellixEndpoint::Keys {
   };
 };
 
-PellixEndpoint::PellixEndpoint(const Platform::Decoder& decoder)
+PellixEndpoint::PellixEndpoint(const PellixPlatform::Decoder& decoder)
     : fields_(decoder.decode(Keys::table)) {}
 
 HttpMethod PellixEndpoint::httpMethod() const {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Platform/Decoder.h>
+#include <PellixPlatform/Decoder.h>
 #include <QuorvelCoreSDK/HttpMethod.h>
 
 #include <string>
@@ -10,7 +10,7 @@ namespace PellixProvidersSDK {
 /// One operation's address template and method: an entry of the endpoint table. Immutable.
 class PellixEndpoint {
  public:
-  explicit PellixEndpoint(const Platform::Decoder& decoder);
+  explicit PellixEndpoint(const PellixPlatform::Decoder& decoder);
 
   /// A template that takes the account's base address as its one argument.
   [[nodiscard]] const std::string& urlString() const { return fields_.urlString; }

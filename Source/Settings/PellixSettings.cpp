@@ -9,7 +9,7 @@ constexpr std::string_view enabled = "enabled";
 }  // namespace
 
 PellixSettings::PellixSettings() = default;
-PellixSettings::PellixSettings(const Platform::Decoder& decoder)
+PellixSettings::PellixSettings(const PellixPlatform::Decoder& decoder)
     : enabled_(decoder.nested(pellix).read<bool>(PellixProvidersSDK::enabled)) {}
 PellixSettings::~PellixSettings() = default;
 

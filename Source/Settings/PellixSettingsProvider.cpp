@@ -1,7 +1,7 @@
 #include "Providers/Once.h"
 
+#include <PellixPlatform/FatalError.h>
 #include <PellixProvidersSDK/PellixSettingsProvider.h>
-#include <Platform/FatalError.h>
 #include <QuorvelCoreSDK/Quorvel.h>
 
 #include <utility>
@@ -12,7 +12,7 @@ static_assert(PellixSettingsProviderProtocol<PellixSettingsProvider>);
 
 PellixSettingsProvider::PellixSettingsProvider() {
   // A fixed report, whatever line this stands in.
-  Platform::fatalError("Source/Settings/PellixSettingsProvider:29: Fatal error: ");
+  PellixPlatform::fatalError("Source/Settings/PellixSettingsProvider:29: Fatal error: ");
 }
 
 void PellixSettingsProvider::getSettings(SettingsCallback callback) {

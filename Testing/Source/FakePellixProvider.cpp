@@ -1,4 +1,4 @@
-#include <Platform/JSONDecoder.h>
+#include <PellixPlatform/JSONDecoder.h>
 #include <QuorvelCoreSDK/CoreError.h>
 
 #include <PellixProvidersSDKTesting/FakePellixProvider.h>
@@ -11,7 +11,7 @@
 namespace PellixProvidersSDK::Testing {
 namespace {
 
-Platform::Error unscripted() {
+PellixPlatform::Error unscripted() {
   return QuorvelCoreSDK::makeCoreError(QuorvelCoreSDK::CoreErrorCode::cannotConnect,
                                        "no answer is scripted");
 }
@@ -19,18 +19,19 @@ Platform::Error unscripted() {
 }  // namespace
 
 Ending<DeflectionResponse> responseFrom(std::string_view json) {
-  auto response = Platform::JSONDecoder().decode<DeflectionResponse>(json);
+  auto response = PellixPlatform::JSONDecoder().decode<DeflectionResponse>(json);
   if (!response) throw std::invalid_argument("No response: " + response.error().description());
   return response;
 }
 
-Ending<PellixDispatcherResponse> httpResponse(int status, std::optional<Platform::Data> body) {
+Ending<PellixDispatcherResponse> httpResponse(int status,
+                                              std::optional<PellixPlatform::Data> body) {
   if (status < 200 || 299 < status) {
     throw std::invalid_argument("No success: status " + std::to_string(status));
   }
   return std::make_shared<const PellixDispatcherResponse>(
-      std::make_shared<const Platform::HTTPURLResponse>("https://fake.invalid/", status,
-                                                        Platform::HTTPURLResponse::HeaderFields{}),
+      std::make_shared<const PellixPlatform::HTTPURLResponse>(
+          "https://fake.invalid/", status, PellixPlatform::HTTPURLResponse::HeaderFields{}),
       std::move(body));
 }
 

@@ -19,7 +19,7 @@ inline constexpr std::string_view rejectPath = "/answers/v1/rejections";
 
 /// What the host sees of an object that a test made in C++. The test keeps it alive.
 template <class Handle>
-Handle* seen(const Platform::Object& object) {
+Handle* seen(const PellixPlatform::Object& object) {
   return static_cast<Handle*>(const_cast<void*>(static_cast<const void*>(&object)));
 }
 

@@ -72,7 +72,7 @@ TEST(BridgedObject, OutlivesTheOneItWasAskedOf) {
 }
 
 TEST(BridgedObject, GoesWithItsLastOwner) {
-  std::weak_ptr<const Platform::Object> watch;
+  std::weak_ptr<const PellixPlatform::Object> watch;
   {
     const auto record = std::make_shared<const PellixProvidersSDK::PellixSettings>();
     watch = record;

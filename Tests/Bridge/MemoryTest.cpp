@@ -1,7 +1,7 @@
 #include "Bridge/Bridge.h"
-#include "Support/Scarcity.h"
+#include "Support/FailingAllocations.h"
 
-#include <Platform/Bundle.h>
+#include <PellixPlatform/Bundle.h>
 
 #include <gmock/gmock.h>
 
@@ -11,8 +11,8 @@
 namespace BridgeTests {
 namespace {
 
-using Support::beginScarcity;
-using Support::endScarcity;
+using Support::beginFailingAllocations;
+using Support::endFailingAllocations;
 
 /// Calls with ever more memory until there is enough, and with ever later allocations failing alone
 /// until none fails; `check` hears what came of it, and whether an allocation failed.
@@ -22,9 +22,9 @@ void withScarceMemory(Call call, Check check) {
     std::size_t limit = 0;
     for (bool failed = true; failed; ++limit) {
       ASSERT_LT(limit, 1000U);
-      beginScarcity(limit, shortage);
+      beginFailingAllocations(limit, shortage);
       const auto result = call();
-      failed = endScarcity();
+      failed = endFailingAllocations();
       check(result, failed);
     }
     EXPECT_GT(limit, 1U);
@@ -91,7 +91,7 @@ struct Call {
 TEST(ScarceMemory, GivesNoObjectAndChangesNothing) {
   // Longer than what a string holds without memory of its own.
   const std::string text(100, 'x');
-  const auto resources = Platform::Bundle::containing(&PellixProvidersSDK::PellixErrorDomain)
+  const auto resources = PellixPlatform::Bundle::containing(&PellixProvidersSDK::PellixErrorDomain)
                              .pathForResource("Info", "plist")
                              .value()
                              .parent_path()
@@ -184,7 +184,7 @@ TEST(ScarceMemory, IsReportedWhereAReferenceIsLost) {
   const auto settings = std::make_shared<const PellixProvidersSDK::PellixSettings>();
   EXPECT_EXIT(
       {
-        beginScarcity(0);
+        beginFailingAllocations(0);
         QVLRetain(settings.get());
       },
       testing::KilledBySignal(SIGABRT), testing::StrEq("Fatal error: QVLRetain: out of memory\n"));

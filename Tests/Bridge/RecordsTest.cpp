@@ -8,13 +8,13 @@ namespace BridgeTests {
 namespace {
 
 using namespace std::string_literals;
+using PellixPlatform::HTTPURLResponse;
 using PellixProvidersSDK::DeflectionArticle;
 using PellixProvidersSDK::PellixDispatcherResponse;
-using Platform::HTTPURLResponse;
 
 template <class Record>
 std::shared_ptr<const Record> decoded(const std::string& json) {
-  return Platform::JSONDecoder().decode<Record>(json).value();
+  return PellixPlatform::JSONDecoder().decode<Record>(json).value();
 }
 
 /// A borrowed text, checked for the NUL behind it.
@@ -125,10 +125,10 @@ TEST(BridgedError, HasDomainCodeAndUserInfo) {
   const Host host;
   host.transport->answer(std::string(PellixTests::queryPath), [](const auto&) {
     return QuorvelCoreSDK::TransportReply{
-        .error = Platform::Error("do\0main"s, -5,
-                                 {{"line", std::int64_t{3}},
-                                  {"NSLocalizedDescriptionKey", "Out\nof order"},
-                                  {"path", "a\0b"s}})};
+        .error = PellixPlatform::Error("do\0main"s, -5,
+                                       {{"line", std::int64_t{3}},
+                                        {"NSLocalizedDescriptionKey", "Out\nof order"},
+                                        {"path", "a\0b"s}})};
   });
   bool called = false;
   QVLPellixProvider_getDeflectionForQueryWithQuery_callback(
@@ -176,35 +176,35 @@ TEST(BridgedEquality, IsThatOfTheContent) {
 
   struct Case {
     const char* what;
-    bool (*isEqual)(const Platform::Object& self, const QVLObject* other);
-    const Platform::Object* self;
-    const Platform::Object* same;
-    const Platform::Object* different;
+    bool (*isEqual)(const PellixPlatform::Object& self, const QVLObject* other);
+    const PellixPlatform::Object* self;
+    const PellixPlatform::Object* same;
+    const PellixPlatform::Object* different;
   };
   const Case cases[] = {
       {"article",
-       [](const Platform::Object& self, const QVLObject* other) {
+       [](const PellixPlatform::Object& self, const QVLObject* other) {
          return QVLDeflectionArticle_isEqual(seen<const QVLDeflectionArticle>(self), other);
        },
        article.get(), sameArticle.get(), otherArticle.get()},
       {"deflection",
-       [](const Platform::Object& self, const QVLObject* other) {
+       [](const PellixPlatform::Object& self, const QVLObject* other) {
          return QVLDeflection_isEqual(seen<const QVLDeflection>(self), other);
        },
        firstResponse->deflection().get(), sameResponse->deflection().get(), article.get()},
       {"response",
-       [](const Platform::Object& self, const QVLObject* other) {
+       [](const PellixPlatform::Object& self, const QVLObject* other) {
          return QVLDeflectionResponse_isEqual(seen<const QVLDeflectionResponse>(self), other);
        },
        firstResponse.get(), sameResponse.get(), firstResponse->deflection().get()},
       {"dispatcher response",
-       [](const Platform::Object& self, const QVLObject* other) {
+       [](const PellixPlatform::Object& self, const QVLObject* other) {
          return QVLPellixDispatcherResponse_isEqual(seen<const QVLPellixDispatcherResponse>(self),
                                                     other);
        },
        report.get(), sameReport.get(), otherReport.get()},
       {"HTTP response",
-       [](const Platform::Object& self, const QVLObject* other) {
+       [](const PellixPlatform::Object& self, const QVLObject* other) {
          return QVLHTTPURLResponse_isEqual(seen<const QVLHTTPURLResponse>(self), other);
        },
        report->response().get(), sameReport->response().get(), report.get()},

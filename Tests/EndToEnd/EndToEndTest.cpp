@@ -13,7 +13,7 @@
 namespace {
 
 using namespace PellixProvidersSDK;
-using Platform::DispatchQueue;
+using PellixPlatform::DispatchQueue;
 using QuorvelCoreSDK::Quorvel;
 using VeltraneProvidersSDK::Veltrane;
 

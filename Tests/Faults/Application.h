@@ -12,7 +12,7 @@
 
 namespace Faults {
 
-using Platform::DispatchQueue;
+using PellixPlatform::DispatchQueue;
 using QuorvelCoreSDK::Quorvel;
 using Support::httpReply;
 using Support::LoopbackReply;
@@ -50,7 +50,7 @@ inline std::string properReply(const LoopbackRequest& request) {
 }
 
 /// What an operation's callback was called with, call by call: an error, or nothing for a success.
-using Calls = std::vector<std::optional<Platform::Error>>;
+using Calls = std::vector<std::optional<PellixPlatform::Error>>;
 
 /// How an operation ended, in words.
 inline std::string textOf(const Calls& calls) {

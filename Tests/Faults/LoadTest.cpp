@@ -151,8 +151,9 @@ TEST(LoadTest, EveryOperationEndsOnceAndAsTheServerMeant) {
   const LoopbackServer server([&](const auto& request) { return service.answer(request); },
                               {.keepsRequests = false});
   const Application application(
-      server.origin(), {.settingsTimeToLive = std::chrono::milliseconds(20),
-                        .network = {.limit = std::chrono::minutes(1), .largestReply = largest}});
+      server.origin(),
+      {.settingsTimeToLive = std::chrono::milliseconds(20),
+       .network = {.requestTimeout = std::chrono::minutes(1), .maxResponseBytes = largest}});
   ASSERT_TRUE(application.keepSettings());
   const auto before = peakMebibytes();
   Callers callers;

@@ -1,7 +1,7 @@
 #include "Application.h"
 #include "Support/TemporaryDirectory.h"
 
-#include <Platform/File.h>
+#include <PellixPlatform/File.h>
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>
@@ -33,7 +33,7 @@ const std::string untrusted = "com.quorvel.core 10: The server's certificate is 
 const std::string proxyFailed = "com.quorvel.core 16: The proxy did not pass the request on.";
 
 enum class Certificate : std::uint8_t { none, good, expired, notIssued, ofAnotherHost };
-enum class Place : std::uint8_t { here, behindProxy, nowhere };
+enum class Cursor : std::uint8_t { here, behindProxy, nowhere };
 
 /// A way in which a server misbehaves, and how the operations end then.
 struct Row {
@@ -43,7 +43,7 @@ struct Row {
   std::string report = ending;  // of a resolution and a rejection, if it is not the same
   LoopbackServer::Options server = {};
   Certificate certificate = Certificate::none;
-  Place place = Place::here;
+  Cursor place = Cursor::here;
   bool isWell = false;  // the reply only comes before the proper one
 
   friend void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
@@ -56,7 +56,7 @@ std::vector<Row> rows() {
   const std::string half = ok + "Content-Length: 10\r\n\r\n{\"a\":";
   const std::string early = "HTTP/1.1 103 Early Hints\r\n\r\n";
   const std::string basic = "-Authenticate: Basic realm=\"x\"\r\n";
-  const std::string zeros = Platform::readFile(COMPRESSED_ZEROS).value();
+  const std::string zeros = PellixPlatform::readFile(COMPRESSED_ZEROS).value();
   const std::string either = lost + "<br>or " + unreachable;  // it is a matter of timing
   const LoopbackReply reset{"", Then::reset};
   const LoopbackReply stall{"", Then::stall};
@@ -111,7 +111,7 @@ std::vector<Row> rows() {
       {"has a certificate of its own making", {}, untrusted, untrusted, {}, notIssued},
       {"has another host's certificate", {}, untrusted, untrusted, {}, ofAnotherHost},
 
-      {"sends an interim reply first", {early}, success, success, {}, none, Place::here, true},
+      {"sends an interim reply first", {early}, success, success, {}, none, Cursor::here, true},
       {"answers 200 without a body", {httpReply("200 OK")}, silence, success},
       {"answers 204", {"HTTP/1.1 204 No Content\r\n\r\n"}, silence, success},
       status("301", "Moved Permanently", "Location: /elsewhere\r\n"),
@@ -129,30 +129,30 @@ std::vector<Row> rows() {
        unreachable,
        {.isDeaf = true},
        none,
-       Place::behindProxy},
+       Cursor::behindProxy},
       {"is behind a proxy that refuses to pass anything on",
        {httpReply("403 Forbidden")},
        proxyFailed,
        proxyFailed,
        {},
        none,
-       Place::behindProxy},
+       Cursor::behindProxy},
       {"is behind a proxy that wants another password",
        {httpReply("407 Proxy Authentication Required", "", "Proxy" + basic)},
        proxyFailed,
        proxyFailed,
        {},
        none,
-       Place::behindProxy},
-      {"is behind a proxy that stalls", stall, late, late, {}, none, Place::behindProxy},
-      {"has a name that nobody knows", {}, unresolved, unresolved, {}, none, Place::nowhere},
+       Cursor::behindProxy},
+      {"is behind a proxy that stalls", stall, late, late, {}, none, Cursor::behindProxy},
+      {"has a name that nobody knows", {}, unresolved, unresolved, {}, none, Cursor::nowhere},
       {"has an address of IPv6 only",
        {},
        success,
        success,
        {.isIPv6 = true},
        none,
-       Place::here,
+       Cursor::here,
        true},
   };
 }
@@ -207,22 +207,23 @@ class MisbehavingServerTest : public testing::TestWithParam<Row> {
 
   [[nodiscard]] Application application(std::shared_ptr<OwnSettings> settings) const {
     QuorvelCoreSDK::Configuration configuration{
-        .network = {.ignoreEnvironment = true,
+        .network = {.ignoreProxyEnvironment = true,
                     .certificateAuthorities = directory_.path() / "authority.pem",
-                    .largestReply = largest},
+                    .maxResponseBytes = largest},
         .settings = std::move(settings)};
     auto& network = configuration.network;
-    if (row_.ending == late) (seesRequests() ? network.limit : network.connectLimit) = soon;
+    if (row_.ending == late)
+      (seesRequests() ? network.requestTimeout : network.connectTimeout) = soon;
     auto address = port_->origin();
-    if (row_.place == Place::behindProxy) network.proxy = "http://me:x@" + address.substr(7);
+    if (row_.place == Cursor::behindProxy) network.proxy = "http://me:x@" + address.substr(7);
     if (row_.certificate != Certificate::none) address.insert(4, "s");
-    if (row_.place != Place::here) address = "https://account.invalid";
+    if (row_.place != Cursor::here) address = "https://account.invalid";
     return Application(address, std::move(configuration));
   }
 
   /// Whether the server misbehaves only once it has a request.
   [[nodiscard]] bool seesRequests() const {
-    return row_.place == Place::here && row_.ending != untrusted && !row_.server.isDeaf &&
+    return row_.place == Cursor::here && row_.ending != untrusted && !row_.server.isDeaf &&
            !row_.server.isFull && !row_.server.answersUnasked;
   }
 
@@ -269,7 +270,7 @@ TEST_P(MisbehavingServerTest, EndsEveryOperationOnce) {
   table_ += "| " + row_.name;
   {
     SCOPED_TRACE("with settings that are kept already");
-    const bool couldKeep = row_.place == Place::here;
+    const bool couldKeep = row_.place == Cursor::here;
     const auto app = application(couldKeep ? nullptr : std::make_shared<OwnSettings>());
     isWell_ = couldKeep;
     auto server =

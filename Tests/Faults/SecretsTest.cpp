@@ -74,7 +74,7 @@ void expectNoSecret(const std::string& text) {
   EXPECT_THAT(text, Not(HasSubstr("86753098")));
 }
 
-void expectNoSecret(const Platform::Error& error) {
+void expectNoSecret(const PellixPlatform::Error& error) {
   expectNoSecret(error.description());
   expectNoSecret(error.localizedDescription());
   for (const auto& [key, value] : error.userInfo()) {

@@ -18,7 +18,7 @@
 namespace {
 
 using namespace LifecycleTests;
-using Platform::DispatchQueue;
+using PellixPlatform::DispatchQueue;
 using QuorvelCoreSDK::ProviderService;
 using Support::LoopbackReply;
 
@@ -52,9 +52,10 @@ bool beginQuestions(PellixProvider& provider) {
   }
   std::promise<bool> arrived;
   const auto& account = Quorvel::instance()->accountDetails();
-  ProviderService({.environment = account,
-                   .urlComponent = Platform::URL::parse(account.accountUrl() + "/arrived").value(),
-                   .clientHeaders = std::make_shared<const Headers>()})
+  ProviderService(
+      {.environment = account,
+       .urlComponent = PellixPlatform::URL::parse(account.accountUrl() + "/arrived").value(),
+       .clientHeaders = std::make_shared<const Headers>()})
       .perform([&](auto, auto, const auto& error) { arrived.set_value(!error); });
   return arrived.get_future().get();
 }

@@ -12,7 +12,7 @@
 namespace LifecycleTests {
 namespace {
 
-using Platform::DispatchQueue;
+using PellixPlatform::DispatchQueue;
 using QuorvelCoreSDK::Transport;
 using Support::LoopbackReply;
 using Support::LoopbackServer;
@@ -93,7 +93,7 @@ TEST(Callback, MayDropTheLastReferencesOnTheMainQueueAndOnTheWorker) {
           EXPECT_EQ(result.has_value(), isEnabled);
           if (result) article = (*result)->deflectionArticles().front();
           EXPECT_EQ(article.expired(), !isEnabled);
-          result = std::unexpected(Platform::Error("none", 0));
+          result = std::unexpected(PellixPlatform::Error("none", 0));
           EXPECT_TRUE(article.expired());
           if (isEnabled) setUp("http://127.0.0.1:9", {});
           provider.reset();

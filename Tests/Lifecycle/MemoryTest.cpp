@@ -1,9 +1,9 @@
 #include "Lifecycle/Application.h"
-#include "Support/Scarcity.h"
+#include "Support/FailingAllocations.h"
 
-#include <Platform/JSONDecoder.h>
-#include <Platform/JSONEncoder.h>
-#include <Platform/PropertyListDecoder.h>
+#include <PellixPlatform/JSONDecoder.h>
+#include <PellixPlatform/JSONEncoder.h>
+#include <PellixPlatform/PropertyListDecoder.h>
 #include <QuorvelCoreSDK/CoreError.h>
 
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
@@ -64,18 +64,18 @@ struct Work {
 /// A record with nothing but a number.
 struct Measure {
   double value;
-  explicit Measure(const Platform::Decoder& decoder) : value(decoder.read<double>("value")) {}
+  explicit Measure(const PellixPlatform::Decoder& decoder) : value(decoder.read<double>("value")) {}
 };
 
 /// A record whose encoding comes to its end or fails.
 struct Text {
   std::string value;
-  static constexpr std::tuple keys{Platform::Key{"text", &Text::value}};
-  void encode(Platform::Encoder& encoder) const { encoder.encode(*this, keys); }
+  static constexpr std::tuple keys{PellixPlatform::Key{"text", &Text::value}};
+  void encode(PellixPlatform::Encoder& encoder) const { encoder.encode(*this, keys); }
 };
 
 bool decodes(const std::string& document) {
-  const auto decoded = Platform::JSONDecoder().decode<DeflectionResponse>(document);
+  const auto decoded = PellixPlatform::JSONDecoder().decode<DeflectionResponse>(document);
   return decoded && (*decoded)->deflection()->deflectionID() == 7 &&
          (*decoded)->deflectionArticles().size() == 2;
 }
@@ -90,7 +90,7 @@ TEST(Memory, ThatRunsOutWithinAFunctionLeavesAsAnException) {
   const auto wrong = replaced(ordinary, "4711", "null");
   const Text good{std::string(100, '"')};
   const Text bad{std::string(100, '\xFF')};
-  const Platform::Error error("domain", 1, {{"text", std::string(100, 'x')}, {"number", 5}});
+  const PellixPlatform::Error error("domain", 1, {{"text", std::string(100, 'x')}, {"number", 5}});
   const std::string list =
       "<plist><array><dict><key>value</key><real>1.5</real></dict></array></plist>";
   const Work works[] = {
@@ -98,19 +98,19 @@ TEST(Memory, ThatRunsOutWithinAFunctionLeavesAsAnException) {
       {"decode, handed over", [&] { return decodes(handedOver); }},
       {"decode, an error",
        [&] {
-         const auto decoded = Platform::JSONDecoder().decode<DeflectionResponse>(wrong);
+         const auto decoded = PellixPlatform::JSONDecoder().decode<DeflectionResponse>(wrong);
          return !decoded && decoded.error().userInfo().size() == 6;
        }},
       {"encode",
        [&] {
-         const auto encoded = Platform::JSONEncoder().encode(good);
+         const auto encoded = PellixPlatform::JSONEncoder().encode(good);
          return encoded && encoded->size() == 200 + std::string(R"({"text":""})").size();
        }},
-      {"encode, an error", [&] { return !Platform::JSONEncoder().encode(bad); }},
-      {"an error, copied", [&] { return Platform::Error(error) == error; }},
+      {"encode, an error", [&] { return !PellixPlatform::JSONEncoder().encode(bad); }},
+      {"an error, copied", [&] { return PellixPlatform::Error(error) == error; }},
       {"an error, copied onto another",
        [&] {
-         Platform::Error copy("other", 2, {{"text", 7}, {"number", "five"}});
+         PellixPlatform::Error copy("other", 2, {{"text", 7}, {"number", "five"}});
          copy = error;
          return copy == error;
        }},
@@ -122,17 +122,20 @@ TEST(Memory, ThatRunsOutWithinAFunctionLeavesAsAnException) {
        }},
       {"property list",
        [&] {
-         return Platform::PropertyListDecoder().decode<std::vector<Measure>>(list).has_value();
+         return PellixPlatform::PropertyListDecoder()
+             .decode<std::vector<Measure>>(list)
+             .has_value();
        }},
       {"URL",  // two of them, for the latest one is kept
        [&] {
-         return Platform::URL::parse("http://[::1]:80/a/path/that/takes/memory?z").has_value() &&
-                Platform::URL::parse("https://account.example/another/path").has_value();
+         return PellixPlatform::URL::parse("http://[::1]:80/a/path/that/takes/memory?z")
+                    .has_value() &&
+                PellixPlatform::URL::parse("https://account.example/another/path").has_value();
        }},
       {"a task",
        [&] {
          auto held = std::make_shared<int>(0);
-         Platform::DispatchQueue queue;
+         PellixPlatform::DispatchQueue queue;
          queue.post([held, more = std::string(100, 'x')] { ++*held; });
          return queue.runPending() == 1 && *held == 1;
        }},
@@ -142,9 +145,9 @@ TEST(Memory, ThatRunsOutWithinAFunctionLeavesAsAnException) {
     failEveryAllocation(work.name, [&](std::size_t n, Shortage shortage) {
       const auto before = Support::liveAllocations();
       bool isRight = false;
-      Support::beginScarcity(n, shortage);
+      Support::beginFailingAllocations(n, shortage);
       const bool returned = isCompleted([&] { isRight = work.isRight(); });
-      const bool failed = Support::endScarcity();
+      const bool failed = Support::endFailingAllocations();
       EXPECT_TRUE(isRight || (failed && !returned)) << work.name;
       EXPECT_TRUE(work.isRight());
       EXPECT_EQ(Support::liveAllocations(), before);
@@ -225,10 +228,10 @@ bool runOperation(const Operation& operation, const Course& course, std::size_t 
   };
   EXPECT_TRUE(!course.isSettled || askAgain());
   Ending ending;
-  Support::beginScarcity(n, shortage);
+  Support::beginFailingAllocations(n, shortage);
   static_cast<void>(isCompleted([&] { operation.start(*provider, ending); }));
   settle(*transport);
-  const bool failed = Support::endScarcity();
+  const bool failed = Support::endFailingAllocations();
   settle(*transport);
   EXPECT_LE(ending.calls, 1);
   EXPECT_EQ(ending.releases, 1);
@@ -270,14 +273,14 @@ void beginAProcess(std::size_t n, Shortage shortage, int report) {
   const auto transport = transportFor(courses[1]);
   Ending ending;
   bool isAsked = false;
-  Support::beginScarcity(n, shortage);
+  Support::beginFailingAllocations(n, shortage);
   static_cast<void>(isCompleted([&] {
     const auto provider = setUp("https://acme.example", {.transport = transport});
     isAsked = true;
     operations[0].start(*provider, ending);
   }));
   settle(*transport);
-  const bool failed = Support::endScarcity();
+  const bool failed = Support::endFailingAllocations();
   settle(*transport);
   const bool isEnded = !isAsked || (ending.calls <= 1 && ending.releases == 1);
   const auto provider = setUp("https://acme.example", {.transport = transport});
@@ -290,7 +293,7 @@ void beginAProcess(std::size_t n, Shortage shortage, int report) {
 
 TEST(Memory, ThatRunsOutAtTheStartOfAProcessLeavesNothingSpoilt) {
   // But for what simdjson makes once, which nobody can make fail and live.
-  ASSERT_TRUE(Platform::JSONEncoder().encode(Text{"text"}));
+  ASSERT_TRUE(PellixPlatform::JSONEncoder().encode(Text{"text"}));
   failEveryAllocation("a process's start", [&](std::size_t n, Shortage shortage) {
     int ends[2];
     if (pipe(ends) != 0) return false;

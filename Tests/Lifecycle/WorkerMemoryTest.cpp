@@ -1,6 +1,6 @@
 #include "Lifecycle/Application.h"
+#include "Support/FailingAllocations.h"
 #include "Support/LoopbackServer.h"
-#include "Support/Scarcity.h"
 
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -11,7 +11,7 @@
 namespace LifecycleTests {
 namespace {
 
-using Platform::DispatchQueue;
+using PellixPlatform::DispatchQueue;
 using Support::LoopbackReply;
 
 LoopbackReply answer(const Support::LoopbackRequest& request) {
@@ -66,10 +66,10 @@ TEST(WorkerMemory, ThatRunsOutEndsARequestAndNotTheProcess) {
   int failures = 0;
   for (std::size_t n = 0, unharmed = 0; unharmed < 10; ++n) {
     ASSERT_LT(n, 20'000U);
-    onWorker([n] { Support::beginScarcity(n, Support::Shortage::passing); });
+    onWorker([n] { Support::beginFailingAllocations(n, Support::Shortage::passing); });
     const auto ending = ask(*provider);
     bool failed = false;
-    onWorker([&] { failed = Support::endScarcity(); });
+    onWorker([&] { failed = Support::endFailingAllocations(); });
     ASSERT_EQ(ending.releases, 1) << n;
     ASSERT_LE(ending.calls, 1) << n;
     ASSERT_TRUE(failed || ending.records == 1) << n;

@@ -28,7 +28,9 @@ TEST(Callback, GetsResultsOnTheMainQueue) {
       {"response", reply(200, responseJSON()), "response 7"},
       {"HTTP error", reply(404, "{}"), "com.pellix.providers 404"},
       {"decoder's error", reply(200, "[]"), "Platform.DecodingError 3"},
-      {"transport error", {.error = Platform::Error("host.transport", 1)}, "host.transport 1"},
+      {"transport error",
+       {.error = PellixPlatform::Error("host.transport", 1)},
+       "host.transport 1"},
   };
   for (const auto& each : cases) {
     const Host host;
@@ -38,7 +40,7 @@ TEST(Callback, GetsResultsOnTheMainQueue) {
     host.ask(outcome);
     runElsewhere(host);
     EXPECT_EQ(outcome.text(), "still held, silence") << each.what;
-    Platform::DispatchQueue::main().runPending();
+    PellixPlatform::DispatchQueue::main().runPending();
     EXPECT_EQ(outcome.text(), each.expected) << each.what;
     EXPECT_EQ(outcome.thread, std::this_thread::get_id()) << each.what;
   }
@@ -77,7 +79,7 @@ void countResult(const QueryResult& result) {
 }
 
 void countOptionals(const std::shared_ptr<const DeflectionResponse>& response,
-                    const std::optional<Platform::Error>& error) {
+                    const std::optional<PellixPlatform::Error>& error) {
   if (response && !error) ++successes;
   if (!response && error) ++failures;
 }
@@ -87,7 +89,7 @@ void countFor(int times, const QueryResult& result) {
 }
 
 void countOptionalsFor(int times, const std::shared_ptr<const DeflectionResponse>& response,
-                       const std::optional<Platform::Error>& error) {
+                       const std::optional<PellixPlatform::Error>& error) {
   for (int i = 0; i < times; ++i) countOptionals(response, error);
 }
 
@@ -96,7 +98,7 @@ void askInEveryForm(PellixProvider& to) {
   to.getDeflectionForQuery("q", [](const QueryResult& result) { countResult(result); });
   to.getDeflectionForQuery(
       "q", [](const std::shared_ptr<const DeflectionResponse>& response,
-              std::optional<Platform::Error> error) { countOptionals(response, error); });
+              std::optional<PellixPlatform::Error> error) { countOptionals(response, error); });
   to.getDeflectionForQuery("q", [](const auto& result) { countResult(result); });
   to.getDeflectionForQuery("q", [](auto response, auto error) { countOptionals(response, error); });
   to.getDeflectionForQuery("q", [n = 1](auto&& result) mutable { countFor(n--, result); });
@@ -188,9 +190,9 @@ TEST(Callback, IsReleasedAtItsEndAndNotLater) {
   const Host other;
   other.provider->getDeflectionForQuery("q", outcome.callback());
   other.transport->run();
-  Platform::DispatchQueue::main().post([&] { atTheEnd = outcome.text(); });
+  PellixPlatform::DispatchQueue::main().post([&] { atTheEnd = outcome.text(); });
   outcome.results.clear();
-  Platform::DispatchQueue::main().runPending();
+  PellixPlatform::DispatchQueue::main().runPending();
   EXPECT_EQ(atTheEnd, "response 7");
 }
 
@@ -216,7 +218,7 @@ TEST(Callback, IsReleasedSilentlyIfTheProviderGoesMeanwhile) {
     host.ask(outcome);
     host.transport->run();
     if (!watch.expired()) letGo();
-    Platform::DispatchQueue::main().runPending();
+    PellixPlatform::DispatchQueue::main().runPending();
     EXPECT_EQ(outcome.text(), "silence") << stage;
     EXPECT_EQ(host.requestedPaths().back(), stage == "main queue" ? queryPath : stage);
   }

@@ -107,10 +107,10 @@ class OwnSettings final : public QuorvelCoreSDK::SettingsProvider {
 };
 
 inline TransportReply reply(int status, std::optional<std::string> data,
-                            std::optional<Platform::Error> error = {}) {
+                            std::optional<PellixPlatform::Error> error = {}) {
   return {.data = std::move(data),
-          .response = std::make_shared<const Platform::HTTPURLResponse>(
-              "https://acme.example/", status, Platform::HTTPURLResponse::HeaderFields{}),
+          .response = std::make_shared<const PellixPlatform::HTTPURLResponse>(
+              "https://acme.example/", status, PellixPlatform::HTTPURLResponse::HeaderFields{}),
           .error = std::move(error)};
 }
 

@@ -1,6 +1,6 @@
 #include "PellixProvidersSDK/Host.h"
 
-#include <Platform/Locale.h>
+#include <PellixPlatform/Locale.h>
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -38,14 +38,14 @@ TEST(LocaleOfAQuery, IsTheFirstToBeHad) {
     const Host host;
     host.veltrane->setLumenoLocaleOverride(each.lumenoLocaleOverride);
     host.transport->answer(std::string(knowledgeSettings), each.status, each.document);
-    Platform::Locale::setPreferredLanguages(each.preferred);
+    PellixPlatform::Locale::setPreferredLanguages(each.preferred);
     EXPECT_EQ(host.outcomeOf(), "response 7") << each.what;
     EXPECT_EQ(sentLocale(host), each.expected) << each.what;
     EXPECT_EQ(host.transport->requests(knowledgeSettings).size(),
               each.lumenoLocaleOverride ? 0U : 1U)
         << each.what;
   }
-  Platform::Locale::setPreferredLanguages(std::nullopt);
+  PellixPlatform::Locale::setPreferredLanguages(std::nullopt);
 }
 
 TEST(LocaleOfAQuery, IsChosenAfreshEachTime) {

@@ -47,7 +47,7 @@ TEST(PendingCallback, IsTakenFromTheCallerAndCalledOnce) {
   EXPECT_FALSE(callback);
   auto moved = std::move(pending);
   EXPECT_EQ(outcome.text(), "still held, silence");
-  const Platform::Error error("host", 1);
+  const PellixPlatform::Error error("host", 1);
   moved(std::unexpected(error));
   EXPECT_EQ(outcome.text(), "host 1");  // released, though what held it is still there
   moved(std::unexpected(error));

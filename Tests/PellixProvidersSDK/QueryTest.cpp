@@ -3,8 +3,8 @@
 #include "Support/StandardOutput.h"
 #include "Support/TemporaryDirectory.h"
 
-#include <Platform/Bundle.h>
-#include <Platform/DecodingError.h>
+#include <PellixPlatform/Bundle.h>
+#include <PellixPlatform/DecodingError.h>
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -17,7 +17,7 @@ using testing::IsEmpty;
 using testing::Pair;
 using testing::UnorderedElementsAre;
 
-const Platform::Error transportError("host.transport", -7, {{"reason", "it rained"}});
+const PellixPlatform::Error transportError("host.transport", -7, {{"reason", "it rained"}});
 
 void answerSettings(Host& host, int status, std::string document) {
   host.transport->answer(std::string(accountSettings), status, std::move(document));
@@ -63,8 +63,9 @@ TEST(Query, EndsAsItsStagesDo) {
        [](Host& host) { answerQuery(host, {.data = responseJSON()}); }, "silence", 1},
       {"a response that is not HTTP's",
        [](Host& host) {
-         answerQuery(host, {.data = responseJSON(),
-                            .response = std::make_shared<const Platform::URLResponse>("file:a")});
+         answerQuery(host,
+                     {.data = responseJSON(),
+                      .response = std::make_shared<const PellixPlatform::URLResponse>("file:a")});
        },
        "silence", 1},
       {"no body", [](Host& host) { answerQuery(host, reply(204, std::nullopt)); }, "silence", 1},
@@ -128,10 +129,10 @@ TEST(Query, TurnsOtherStatusesIntoErrors) {
       host.ask(outcome);
       Support::settle(*host.transport);
       ASSERT_EQ(outcome.results.size(), 1U) << status;
-      EXPECT_EQ(
-          outcome.results[0].error(),
-          Platform::Error(PellixProvidersSDK::PellixErrorDomain, status,
-                          {{"NSLocalizedDescriptionKey", text}, {"status_code", statusCode}}));
+      EXPECT_EQ(outcome.results[0].error(),
+                PellixPlatform::Error(
+                    PellixProvidersSDK::PellixErrorDomain, status,
+                    {{"NSLocalizedDescriptionKey", text}, {"status_code", statusCode}}));
       EXPECT_TRUE(outcome.isReleased()) << status;
     }
   }
@@ -144,7 +145,7 @@ TEST(Query, SaysThatTheFeatureIsDisabled) {
   host.ask(outcome);
   Support::settle(*host.transport);
   ASSERT_EQ(outcome.results.size(), 1U);
-  EXPECT_EQ(outcome.results[0].error(), Platform::Error("QV_Pellix_Disabled", 1006));
+  EXPECT_EQ(outcome.results[0].error(), PellixPlatform::Error("QV_Pellix_Disabled", 1006));
   EXPECT_THAT(host.newLines(), ElementsAre("debug: UUID for deflection: " + host.UUID,
                                            "warn: Pellix is disabled at account level."));
   EXPECT_THAT(host.requestedPaths(), ElementsAre(knowledgeSettings, accountSettings));
@@ -234,7 +235,7 @@ TEST(Query, SaysWhoAsks) {
     for (const auto& [entry, version] : cases) {
       const Support::TemporaryDirectory resources;
       resources.write("Info.plist", "<plist><dict>" + std::string(entry) + "</dict></plist>");
-      Platform::Bundle::setResourceDirectory(resources.path());
+      PellixPlatform::Bundle::setResourceDirectory(resources.path());
       EXPECT_EQ(host.outcomeOf(), "response 7");
       EXPECT_THAT(host.transport->requests().back().headers,
                   UnorderedElementsAre(Pair("Authorization", "Bearer secret"),
@@ -244,7 +245,7 @@ TEST(Query, SaysWhoAsks) {
                                        Pair("X-Quorvel-Client-Version", version)));
     }
     const Support::TemporaryDirectory nothing;
-    Platform::Bundle::setResourceDirectory(nothing.path());
+    PellixPlatform::Bundle::setResourceDirectory(nothing.path());
     EXPECT_EQ(host.outcomeOf(), "response 7");
     EXPECT_THAT(host.transport->requests().back().headers,
                 testing::Contains(Pair("X-Quorvel-Client-Version", "1.0.0-default")));

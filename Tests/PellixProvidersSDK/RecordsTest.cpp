@@ -1,10 +1,10 @@
 #include "PellixProvidersSDK/Samples.h"
 
+#include <PellixPlatform/DecodingError.h>
+#include <PellixPlatform/JSONDecoder.h>
+#include <PellixPlatform/JSONEncoder.h>
 #include <PellixProvidersSDK/DeflectionResponse.h>
 #include <PellixProvidersSDK/PellixSettings.h>
-#include <Platform/DecodingError.h>
-#include <Platform/JSONDecoder.h>
-#include <Platform/JSONEncoder.h>
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -25,7 +25,7 @@ const Json response = Json::parse(responseJSON());
 
 template <class T>
 std::shared_ptr<const T> decode(const std::string& json) {
-  return Platform::JSONDecoder().decode<T>(json).value();
+  return PellixPlatform::JSONDecoder().decode<T>(json).value();
 }
 template <class T>
 std::shared_ptr<const T> decode(const Json& json) {
@@ -35,7 +35,7 @@ std::shared_ptr<const T> decode(const Json& json) {
 /// "fine", or the error's code and coding path.
 template <class T>
 std::string outcomeOf(const std::string& json) {
-  const auto record = Platform::JSONDecoder().decode<T>(json);
+  const auto record = PellixPlatform::JSONDecoder().decode<T>(json);
   if (record) return "fine";
   const auto& info = record.error().userInfo();
   const auto path = info.find("codingPath");
@@ -171,7 +171,7 @@ TEST(Article, ShowsWhatItHolds) {
                                 .score = 0.75,
                                 .snippet = "<em>Reset</em>"});
   EXPECT_TRUE(made.isEqual(decoded.get()));
-  EXPECT_EQ(Json::parse(Platform::JSONEncoder().encode(made).value()), article);
+  EXPECT_EQ(Json::parse(PellixPlatform::JSONEncoder().encode(made).value()), article);
 }
 
 TEST(Response, SaysWhereItIsWrong) {
@@ -215,7 +215,7 @@ TEST(Records, IgnoreOtherKeysWhateverTheirValues) {
 template <class T>
 void expectRoundTrip(const Json& json) {
   const auto decoded = decode<T>(json);
-  const auto text = Platform::JSONEncoder().encode(*decoded).value();
+  const auto text = PellixPlatform::JSONEncoder().encode(*decoded).value();
   EXPECT_EQ(Json::parse(text), json);  // the same keys in the same order
   EXPECT_TRUE(decode<T>(text)->isEqual(decoded.get()));
 }
@@ -282,7 +282,7 @@ TEST(Article, ComparesItsScoreAsANumber) {
   EXPECT_FALSE(nan.isEqual(&nan));
 
   // A list that both sides share is equal without a look at its articles.
-  using Platform::FieldEquality;
+  using PellixPlatform::FieldEquality;
   const std::vector list{
       std::make_shared<const DeflectionArticle>(DeflectionArticle::Fields{.score = std::nan("")})};
   const auto sameArticles = list;
@@ -330,8 +330,8 @@ TEST(Records, EqualNothingOfAnotherClass) {
   const PellixProvidersSDK::PellixSettings plain;
   const auto anArticle = decode<DeflectionArticle>(article);
   const auto aResponse = decode<DeflectionResponse>(response);
-  const Platform::Object* const objects[] = {anArticle.get(), aResponse->deflection().get(),
-                                             aResponse.get(), &plain};
+  const PellixPlatform::Object* const objects[] = {anArticle.get(), aResponse->deflection().get(),
+                                                   aResponse.get(), &plain};
   for (const auto* object : objects) {
     EXPECT_FALSE(object->isEqual(nullptr));
     for (const auto* other : objects) EXPECT_EQ(object->isEqual(other), object == other);

@@ -1,9 +1,9 @@
 #include "Models/RequestBodies.h"
 #include "Resources/PellixEndpoint.h"
 
+#include <PellixPlatform/JSONDecoder.h>
+#include <PellixPlatform/JSONEncoder.h>
 #include <PellixProvidersSDK/RejectionReason.h>
-#include <Platform/JSONDecoder.h>
-#include <Platform/JSONEncoder.h>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -20,7 +20,7 @@ constexpr auto least = std::numeric_limits<std::int64_t>::min();
 
 template <class Body>
 Json encoded(const Body& body) {
-  return Json::parse(Platform::JSONEncoder().encode(body).value());
+  return Json::parse(PellixPlatform::JSONEncoder().encode(body).value());
 }
 
 TEST(RequestBodies, HaveTheirKeysInOrder) {
@@ -46,7 +46,7 @@ TEST(RequestBodies, HaveTheirKeysInOrder) {
 }
 
 TEST(RequestBodies, AreNotEncodedIfATextIsNotUTF8) {
-  const Platform::JSONEncoder encoder;
+  const PellixPlatform::JSONEncoder encoder;
   const std::string broken = "\xFF";
   EXPECT_FALSE(encoder.encode(InteractionRequestBody(broken, "", "", {}, std::nullopt)));
   EXPECT_FALSE(encoder.encode(InteractionRequestBody("", "", broken, {}, std::nullopt)));
@@ -83,7 +83,7 @@ TEST(Endpoint, HasAMethodWhateverItsText) {
   };
   for (const auto& [text, method] : cases) {
     const Json json{{"urlString", "u"}, {"method", text}, {"name", "n"}};
-    const auto endpoint = Platform::JSONDecoder().decode<PellixEndpoint>(json.dump());
+    const auto endpoint = PellixPlatform::JSONDecoder().decode<PellixEndpoint>(json.dump());
     ASSERT_TRUE(endpoint) << text;
     EXPECT_EQ(endpoint->httpMethod(), method) << text;
     EXPECT_EQ(endpoint->method(), text);

@@ -1,6 +1,6 @@
 #include "PellixProvidersSDK/Host.h"
 
-#include <Platform/JSONDecoder.h>
+#include <PellixPlatform/JSONDecoder.h>
 
 #include <gtest/gtest.h>
 
@@ -33,7 +33,7 @@ TEST(Settings, AreReadFromTheirPlaceInTheDocument) {
       {"", "5 "},
   };
   for (const auto& [document, expected] : cases) {
-    const auto settings = Platform::JSONDecoder().decode<PellixSettings>(document);
+    const auto settings = PellixPlatform::JSONDecoder().decode<PellixSettings>(document);
     std::string text;
     if (settings) {
       text = (*settings)->enabled() ? "enabled" : "disabled";

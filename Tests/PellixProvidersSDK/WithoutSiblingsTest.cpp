@@ -1,9 +1,9 @@
 #include "PellixProvidersSDK/Host.h"
-#include "Providers/PellixProviderWiring.h"
+#include "Providers/PellixProviderDependencies.h"
 #include "QuorvelCoreSDK/Source/SharedInstance.h"
 #include "VeltraneProvidersSDK/Source/SharedInstance.h"
 
-#include <Platform/Locale.h>
+#include <PellixPlatform/Locale.h>
 
 #include <gmock/gmock.h>
 
@@ -35,11 +35,11 @@ TEST(WithoutAKnowledgeBaseInstance, AQueryGoesByThePreferredLanguages) {
   const Host host;
   host.veltrane->setLumenoLocaleOverride("fr");
   VeltraneProvidersSDK::setSharedInstance(nullptr);
-  Platform::Locale::setPreferredLanguages({{"pt-BR", "en"}});
+  PellixPlatform::Locale::setPreferredLanguages({{"pt-BR", "en"}});
   EXPECT_EQ(host.outcomeOf(), "response 7");
   EXPECT_THAT(host.transport->requests(queryPath).at(0).body.value(),
               testing::HasSubstr(R"("locale":"pt-BR")"));
-  Platform::Locale::setPreferredLanguages(std::nullopt);
+  PellixPlatform::Locale::setPreferredLanguages(std::nullopt);
 }
 
 TEST(WithoutACoreInstanceOfItsOwn, AProviderEndsAQuerySilentlyUnlessTheFeatureIsDisabled) {
@@ -49,10 +49,10 @@ TEST(WithoutACoreInstanceOfItsOwn, AProviderEndsAQuerySilentlyUnlessTheFeatureIs
     Host host;
     host.transport->answer(std::string(accountSettings), 200, settings);
     host.provider = std::make_shared<PellixProvider>(
-        PellixProvider::Wiring{.quorvel = nullptr,
-                               .localeProvider = std::make_shared<LocaleProvider>(nullptr),
-                               .UUID = "A",
-                               .lumenoProvider = nullptr});
+        PellixProvider::Dependencies{.quorvel = nullptr,
+                                     .localeProvider = std::make_shared<LocaleProvider>(nullptr),
+                                     .UUID = "A",
+                                     .lumenoProvider = nullptr});
     EXPECT_EQ(host.outcomeOf(), expected);
     EXPECT_THAT(host.requestedPaths(), ElementsAre(knowledgeSettings, accountSettings));
   }

@@ -1,7 +1,7 @@
 #include "Support/TemporaryDirectory.h"
 
-#include <Platform/Bundle.h>
-#include <Platform/File.h>
+#include <PellixPlatform/Bundle.h>
+#include <PellixPlatform/File.h>
 
 #include <gmock/gmock.h>
 
@@ -12,8 +12,8 @@ namespace PlatformTests {
 namespace {
 
 namespace fs = std::filesystem;
-using Platform::Bundle;
-using Platform::InfoValue;
+using PellixPlatform::Bundle;
+using PellixPlatform::InfoValue;
 using Support::TemporaryDirectory;
 
 int anchor = 1;
@@ -84,14 +84,14 @@ TEST(Bundle, TakesARelativeDirectoryOnce) {
 TEST(Bundle, IsFoundBesideTheImageThatHoldsTheAddress) {
   fs::current_path("/");
   const auto& bundle = Bundle::containing(&anchor);
-  EXPECT_EQ(bundle.objectForInfoDictionaryKey("Place"), InfoValue("installed"));
+  EXPECT_EQ(bundle.objectForInfoDictionaryKey("Cursor"), InfoValue("installed"));
   EXPECT_EQ(&Bundle::containing(blankAnchor + sizeof blankAnchor / 2), &bundle);
 }
 
 TEST(Bundle, IsFoundInTheSourcesForAnImageThatIsNotInstalled) {
   // An address of the C library's.
   const auto& bundle = Bundle::containing(std::localeconv());
-  EXPECT_EQ(bundle.objectForInfoDictionaryKey("Place"), std::nullopt);
+  EXPECT_EQ(bundle.objectForInfoDictionaryKey("Cursor"), std::nullopt);
   EXPECT_NE(bundle.pathForResource("Info", "plist"), std::nullopt);
 }
 
@@ -101,14 +101,14 @@ TEST(ReadFile, ReadsAllBytes) {
     std::string content(size, '\0');
     for (std::size_t i = 0; i < size; ++i) content[i] = static_cast<char>(i % 251);
     directory.write("file", content);
-    EXPECT_TRUE(Platform::readFile(directory.path() / "file") == content) << size;
+    EXPECT_TRUE(PellixPlatform::readFile(directory.path() / "file") == content) << size;
   }
 }
 
 TEST(ReadFile, SaysWhyItCanNot) {
   const TemporaryDirectory directory;
   const auto error = [](const fs::path& path) {
-    return Platform::readFile(path).error().description();
+    return PellixPlatform::readFile(path).error().description();
   };
   EXPECT_EQ(error(directory.path() / "none"),
             "Platform.FileError (2): The file \"none\" can't be read: No such file or directory.");
@@ -116,7 +116,7 @@ TEST(ReadFile, SaysWhyItCanNot) {
               testing::MatchesRegex("Platform.FileError .21.: The file \"pellix-.{6}\" can't be "
                                     "read: Is a directory."));
   directory.write("file", "");
-  EXPECT_EQ(Platform::readFile(directory.path() / "file/below").error().code(), ENOTDIR);
+  EXPECT_EQ(PellixPlatform::readFile(directory.path() / "file/below").error().code(), ENOTDIR);
 }
 
 }  // namespace

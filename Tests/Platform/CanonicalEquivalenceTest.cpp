@@ -1,4 +1,4 @@
-#include <Platform/CanonicalEquivalence.h>
+#include <PellixPlatform/CanonicalEquivalence.h>
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@ namespace PlatformTests {
 namespace {
 
 using namespace std::string_literals;
-using Platform::canonicallyEquivalent;
+using PellixPlatform::canonicallyEquivalent;
 
 bool bothWays(const std::string& a, const std::string& b) {
   const bool result = canonicallyEquivalent(a, b);

@@ -1,4 +1,4 @@
-#include <Platform/DispatchQueue.h>
+#include <PellixPlatform/DispatchQueue.h>
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 namespace PlatformTests {
 namespace {
 
-using Platform::DispatchQueue;
+using PellixPlatform::DispatchQueue;
 using Log = std::vector<std::string>;
 
 TEST(DispatchQueue, TheMainOneIsAlwaysTheSame) {

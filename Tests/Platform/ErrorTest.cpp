@@ -1,5 +1,5 @@
-#include <Platform/Error.h>
-#include <Platform/FatalError.h>
+#include <PellixPlatform/Error.h>
+#include <PellixPlatform/FatalError.h>
 
 #include <gmock/gmock.h>
 
@@ -8,11 +8,11 @@
 namespace PlatformTests {
 namespace {
 
-using Platform::Error;
+using PellixPlatform::Error;
 
 TEST(Error, DescribesItself) {
   const auto described = [](const char* text) {
-    return Error("D", 7, {{Platform::NSLocalizedDescriptionKey, text}});
+    return Error("D", 7, {{PellixPlatform::NSLocalizedDescriptionKey, text}});
   };
   const struct {
     Error error;
@@ -22,7 +22,8 @@ TEST(Error, DescribesItself) {
       {Error("D", -7), "D (-7)", "D (-7)"},
       {described("Why."), "Why.", "D (7): Why."},
       {described("a\r\nb\tc\x1b[0m\x7f"), "a  b c [0m ", "D (7): a  b c [0m "},
-      {Error("D", 7, {{Platform::NSLocalizedDescriptionKey, 5}, {"x", "y"}}), "D (7)", "D (7)"},
+      {Error("D", 7, {{PellixPlatform::NSLocalizedDescriptionKey, 5}, {"x", "y"}}), "D (7)",
+       "D (7)"},
   };
   for (const auto& [error, localized, full] : cases) {
     EXPECT_EQ(error.localizedDescription(), localized);
@@ -40,9 +41,9 @@ TEST(Error, IsComparedByContent) {
 }
 
 TEST(FatalErrorDeathTest, ReportsAndAborts) {
-  EXPECT_EXIT(Platform::fatalError("No 100% way on.\nNone."), testing::KilledBySignal(SIGABRT),
-              testing::StrEq("No 100% way on.\nNone.\n"));
-  EXPECT_EXIT(Platform::fatalUnimplementedInitializer("A.B", "init(coder:)"),
+  EXPECT_EXIT(PellixPlatform::fatalError("No 100% way on.\nNone."),
+              testing::KilledBySignal(SIGABRT), testing::StrEq("No 100% way on.\nNone.\n"));
+  EXPECT_EXIT(PellixPlatform::fatalUnimplementedInitializer("A.B", "init(coder:)"),
               testing::KilledBySignal(SIGABRT),
               testing::StrEq("Fatal error: Use of unimplemented initializer 'init(coder:)' for "
                              "class 'A.B'\n"));

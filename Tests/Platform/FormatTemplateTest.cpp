@@ -1,4 +1,4 @@
-#include <Platform/FormatTemplate.h>
+#include <PellixPlatform/FormatTemplate.h>
 
 #include <gtest/gtest.h>
 
@@ -23,14 +23,14 @@ TEST(FormatTemplate, PutsInItsOneArgument) {
       {"\u00e9 %@ \u00e9", "\u00e9 <%@> \u00e9"},
   };
   for (const auto& [text, expected] : cases) {
-    EXPECT_EQ(Platform::formatTemplate(text, "<%@>"), expected) << text;
+    EXPECT_EQ(PellixPlatform::formatTemplate(text, "<%@>"), expected) << text;
   }
 }
 
 TEST(FormatTemplate, GivesNothingForAnythingElse) {
   for (const char* text : {"%@ and %@", "%2$@", "%0$@", "%11$@", "%1$", "%1$s", "%1@", "%d", "%s",
                            "%n", "% @", "%-5@", "%*@", "%", "%@ %", "%%%"}) {
-    EXPECT_EQ(Platform::formatTemplate(text, "x"), std::nullopt) << text;
+    EXPECT_EQ(PellixPlatform::formatTemplate(text, "x"), std::nullopt) << text;
   }
 }
 

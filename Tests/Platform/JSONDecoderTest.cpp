@@ -1,7 +1,7 @@
 #include "Platform/Records.h"
 
-#include <Platform/DecodingError.h>
-#include <Platform/JSONDecoder.h>
+#include <PellixPlatform/DecodingError.h>
+#include <PellixPlatform/JSONDecoder.h>
 
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@ using namespace std::string_literals;
 
 template <class T>
 auto decode(std::string_view json) {
-  return Platform::JSONDecoder().decode<T>(json);
+  return PellixPlatform::JSONDecoder().decode<T>(json);
 }
 
 /// The value of "v", or why it can't be had.
@@ -81,7 +81,7 @@ TEST(JSONDecoder, SaysWhatIsWrongAndWhere) {
     const auto sample = decode<Sample>(json);
     ASSERT_FALSE(sample) << json;
     EXPECT_EQ(summary(sample.error()), expected) << json;
-    EXPECT_EQ(sample.error().domain(), Platform::DecodingErrorDomain);
+    EXPECT_EQ(sample.error().domain(), PellixPlatform::DecodingErrorDomain);
   }
 }
 

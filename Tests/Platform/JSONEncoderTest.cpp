@@ -1,7 +1,7 @@
 #include "Platform/Records.h"
 
-#include <Platform/JSONDecoder.h>
-#include <Platform/JSONEncoder.h>
+#include <PellixPlatform/JSONDecoder.h>
+#include <PellixPlatform/JSONEncoder.h>
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@ using namespace std::string_literals;
 
 template <class T>
 std::string encoded(T value) {
-  const auto data = Platform::JSONEncoder().encode(Value<T>(std::move(value)));
+  const auto data = PellixPlatform::JSONEncoder().encode(Value<T>(std::move(value)));
   return data ? *data
               : std::to_string(data.error().code()) + " " + data.error().domain() + ": " +
                     data.error().localizedDescription();
@@ -29,7 +29,7 @@ TEST(JSONEncoder, WritesCompactlyInDeclaredOrder) {
                        .tags = {"a", "", "{", "["},
                        .parts = {std::make_shared<const Value<std::int64_t>>(1),
                                  std::make_shared<const Value<std::int64_t>>(2)}});
-  EXPECT_EQ(Platform::JSONEncoder().encode(sample),
+  EXPECT_EQ(PellixPlatform::JSONEncoder().encode(sample),
             R"({"count":-3,"share":0.25,"isOpen":true,"title":"T","author":{"v":"Ann"},)"
             R"("tags":["a","","{","["],"parts":[{"v":1},{"v":2}]})");
 }
@@ -59,14 +59,14 @@ TEST(JSONEncoder, LeavesOutOptionalFieldsWithoutAValue) {
       std::int64_t second = 2;
       std::optional<std::int64_t> third;
     };
-    void encode(Platform::Encoder& encoder) const {
-      encoder.encode(fields, std::tuple{Platform::Key{"first", &Fields::first},
-                                        Platform::Key{"second", &Fields::second},
-                                        Platform::Key{"third", &Fields::third}});
+    void encode(PellixPlatform::Encoder& encoder) const {
+      encoder.encode(fields, std::tuple{PellixPlatform::Key{"first", &Fields::first},
+                                        PellixPlatform::Key{"second", &Fields::second},
+                                        PellixPlatform::Key{"third", &Fields::third}});
     }
     Fields fields;
   };
-  const Platform::JSONEncoder encoder;
+  const PellixPlatform::JSONEncoder encoder;
   EXPECT_EQ(encoder.encode(Query{}), R"({"second":2})");
   EXPECT_EQ(encoder.encode(Query{{"", 1, 0}}), R"({"first":"","second":1,"third":0})");
 }
@@ -91,9 +91,9 @@ TEST(JSONEncoder, WritesWhatTheDecoderReads) {
                        .title = "\0\"\\\n\u00e9\U0001F600"s,
                        .author = std::make_shared<const Value<std::string>>("}],\""),
                        .tags = {"", "\x7f"}});
-  const auto data = Platform::JSONEncoder().encode(sample);
+  const auto data = PellixPlatform::JSONEncoder().encode(sample);
   ASSERT_TRUE(data);
-  const auto read = Platform::JSONDecoder().decode<Sample>(*data);
+  const auto read = PellixPlatform::JSONDecoder().decode<Sample>(*data);
   ASSERT_TRUE(read) << read.error().description();
   EXPECT_TRUE((*read)->isEqual(&sample));
 }

@@ -1,4 +1,4 @@
-#include <Platform/Locale.h>
+#include <PellixPlatform/Locale.h>
 
 #include <gtest/gtest.h>
 
@@ -43,19 +43,20 @@ TEST(Locale, TakesThePreferredLanguagesFromTheEnvironment) {
     setEnvironment("LC_ALL", all);
     setEnvironment("LC_MESSAGES", messages);
     setEnvironment("LANG", lang);
-    EXPECT_EQ(Platform::Locale::preferredLanguages(), expected) << testing::PrintToString(expected);
+    EXPECT_EQ(PellixPlatform::Locale::preferredLanguages(), expected)
+        << testing::PrintToString(expected);
   }
 }
 
 TEST(Locale, PrefersTheHostsChoice) {
   setEnvironment("LANGUAGE", "de");
   setEnvironment("LC_ALL", "de");
-  Platform::Locale::setPreferredLanguages(Tags{"ja", "en-US"});
-  EXPECT_EQ(Platform::Locale::preferredLanguages(), (Tags{"ja", "en-US"}));
-  Platform::Locale::setPreferredLanguages(Tags{});
-  EXPECT_EQ(Platform::Locale::preferredLanguages(), Tags{});
-  Platform::Locale::setPreferredLanguages(std::nullopt);
-  EXPECT_EQ(Platform::Locale::preferredLanguages(), Tags{"de"});
+  PellixPlatform::Locale::setPreferredLanguages(Tags{"ja", "en-US"});
+  EXPECT_EQ(PellixPlatform::Locale::preferredLanguages(), (Tags{"ja", "en-US"}));
+  PellixPlatform::Locale::setPreferredLanguages(Tags{});
+  EXPECT_EQ(PellixPlatform::Locale::preferredLanguages(), Tags{});
+  PellixPlatform::Locale::setPreferredLanguages(std::nullopt);
+  EXPECT_EQ(PellixPlatform::Locale::preferredLanguages(), Tags{"de"});
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "Platform/Records.h"
 
-#include <Platform/PropertyListDecoder.h>
+#include <PellixPlatform/PropertyListDecoder.h>
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@ using namespace std::string_literals;
 
 template <class T>
 std::expected<T, std::string> decode(std::string_view document) {
-  const auto value = Platform::PropertyListDecoder().decode<T>(document);
+  const auto value = PellixPlatform::PropertyListDecoder().decode<T>(document);
   if (!value) return std::unexpected(summary(value.error()));
   return *value;
 }
@@ -156,7 +156,7 @@ TEST(PropertyListDecoder, RefusesMalformedDocuments) {
        "unknown encoding (line 1, byte 30)."},
   };
   for (const auto& [document, expected] : cases) {
-    const auto value = Platform::PropertyListDecoder().decode<bool>(document);
+    const auto value = PellixPlatform::PropertyListDecoder().decode<bool>(document);
     ASSERT_FALSE(value) << document;
     EXPECT_EQ(value.error().localizedDescription(), "Data corrupted: "s + expected) << document;
   }

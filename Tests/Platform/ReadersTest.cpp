@@ -3,7 +3,7 @@
 #include "Platform/Records.h"
 #include "Tree.h"
 
-#include <Platform/JSONDecoder.h>
+#include <PellixPlatform/JSONDecoder.h>
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -14,21 +14,21 @@
 namespace PlatformTests {
 namespace {
 
-using Result = std::expected<std::shared_ptr<const Sample>, Platform::Error>;
+using Result = std::expected<std::shared_ptr<const Sample>, PellixPlatform::Error>;
 
 Result authoritative(std::string_view json) {
   try {
-    const auto tree = Platform::parseJSON(json);
-    const Platform::TreeReader reader(tree);
-    return std::make_shared<const Sample>(Platform::Decoder(reader, reader.root()));
-  } catch (const Platform::DecodingFailure& failure) {
+    const auto tree = PellixPlatform::parseJSON(json);
+    const PellixPlatform::TreeReader reader(tree);
+    return std::make_shared<const Sample>(PellixPlatform::Decoder(reader, reader.root()));
+  } catch (const PellixPlatform::DecodingFailure& failure) {
     return std::unexpected(failure.error);
   }
 }
 
 bool isWellFormed(const Result& result) {
-  return result ||
-         result.error().code() != std::to_underlying(Platform::DecodingErrorCode::dataCorrupted);
+  return result || result.error().code() !=
+                       std::to_underlying(PellixPlatform::DecodingErrorCode::dataCorrupted);
 }
 
 bool same(const Result& a, const Result& b) {
@@ -119,7 +119,7 @@ TEST(Readers, AgreeOnMutatedDocuments) {
     std::string json = corpus[static_cast<std::size_t>(round) % std::size(corpus)];
     mutate(json, random);
     const auto expected = authoritative(json);
-    ASSERT_TRUE(same(Platform::JSONDecoder().decode<Sample>(json), expected)) << json;
+    ASSERT_TRUE(same(PellixPlatform::JSONDecoder().decode<Sample>(json), expected)) << json;
 
     // Numbers beyond a double are no errors here.
     const bool isAccepted = isWellFormed(expected);
@@ -150,9 +150,9 @@ TEST(Readers, TheAuthoritativeOneReadsRunsOfEscapes) {
       json += '"';
       const auto expected = nlohmann::json::parse(json, nullptr, false);
       try {
-        const auto tree = Platform::parseJSON(json);
+        const auto tree = PellixPlatform::parseJSON(json);
         EXPECT_EQ(tree.textOf(tree.nodes.front()), expected.get<std::string>()) << json;
-      } catch (const Platform::DecodingFailure&) {
+      } catch (const PellixPlatform::DecodingFailure&) {
         EXPECT_TRUE(expected.is_discarded()) << json;
       }
     }
@@ -161,15 +161,15 @@ TEST(Readers, TheAuthoritativeOneReadsRunsOfEscapes) {
 
 /// Keeps where it was decoded from.
 struct Root {
-  explicit Root(const Platform::Decoder& decoder) : index(decoder.place().index) {
+  explicit Root(const PellixPlatform::Decoder& decoder) : index(decoder.cursor().index) {
     static_cast<void>(decoder.read<std::int64_t>("v"));
   }
   std::size_t index;
 };
 
 TEST(Readers, TheFastOneReadsWhatIsOrdinary) {
-  const Platform::Tree tree;
-  const auto authoritativeRoot = Platform::TreeReader(tree).root().index;
+  const PellixPlatform::Tree tree;
+  const auto authoritativeRoot = PellixPlatform::TreeReader(tree).root().index;
   std::string escapes;  // which the other one reads faster
   while (escapes.size() < 8192) escapes += R"(\u3042)";
   const std::pair<std::string, bool> cases[] = {
@@ -183,7 +183,7 @@ TEST(Readers, TheFastOneReadsWhatIsOrdinary) {
       {"\xEF\xBB\xBF{\"v\":1,\"w\":1e400}", false},
   };
   for (const auto& [json, isFast] : cases) {
-    const auto root = Platform::JSONDecoder().decode<Root>(json);
+    const auto root = PellixPlatform::JSONDecoder().decode<Root>(json);
     ASSERT_TRUE(root) << root.error().description();
     EXPECT_EQ(root->index != authoritativeRoot, isFast) << json;
   }

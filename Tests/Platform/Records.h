@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Platform/Decoder.h>
-#include <Platform/Encoder.h>
+#include <PellixPlatform/Decoder.h>
+#include <PellixPlatform/Encoder.h>
 
 #include <cstdint>
 #include <memory>
@@ -13,19 +13,19 @@ namespace PlatformTests {
 
 /// A record of one field, "v".
 template <class T>
-class Value final : public Platform::Object {
+class Value final : public PellixPlatform::Object {
  public:
   struct Fields {
     T v{};
   };
-  static constexpr std::tuple keys{Platform::Key{"v", &Fields::v}};
+  static constexpr std::tuple keys{PellixPlatform::Key{"v", &Fields::v}};
 
   explicit Value(T v) : fields_{std::move(v)} {}
-  explicit Value(const Platform::Decoder& decoder) : fields_(decoder.decode(keys)) {}
-  void encode(Platform::Encoder& encoder) const { encoder.encode(fields_, keys); }
+  explicit Value(const PellixPlatform::Decoder& decoder) : fields_(decoder.decode(keys)) {}
+  void encode(PellixPlatform::Encoder& encoder) const { encoder.encode(fields_, keys); }
   [[nodiscard]] bool isEqual(const Object* other) const override {
     const auto* that = dynamic_cast<const Value*>(other);
-    return that && Platform::sameFields(fields_, that->fields_, keys);
+    return that && PellixPlatform::sameFields(fields_, that->fields_, keys);
   }
   [[nodiscard]] const T& v() const { return fields_.v; }
 
@@ -34,7 +34,7 @@ class Value final : public Platform::Object {
 };
 
 /// A record with a field of every kind.
-class Sample final : public Platform::Object {
+class Sample final : public PellixPlatform::Object {
  public:
   struct Fields {
     std::int64_t count = 0;
@@ -46,17 +46,17 @@ class Sample final : public Platform::Object {
     std::vector<std::shared_ptr<const Value<std::int64_t>>> parts;
   };
   static constexpr std::tuple keys{
-      Platform::Key{"count", &Fields::count},   Platform::Key{"share", &Fields::share},
-      Platform::Key{"isOpen", &Fields::isOpen}, Platform::Key{"title", &Fields::title},
-      Platform::Key{"author", &Fields::author}, Platform::Key{"tags", &Fields::tags},
-      Platform::Key{"parts", &Fields::parts}};
+      PellixPlatform::Key{"count", &Fields::count},   PellixPlatform::Key{"share", &Fields::share},
+      PellixPlatform::Key{"isOpen", &Fields::isOpen}, PellixPlatform::Key{"title", &Fields::title},
+      PellixPlatform::Key{"author", &Fields::author}, PellixPlatform::Key{"tags", &Fields::tags},
+      PellixPlatform::Key{"parts", &Fields::parts}};
 
   explicit Sample(Fields values) : fields(std::move(values)) {}
-  explicit Sample(const Platform::Decoder& decoder) : fields(decoder.decode(keys)) {}
-  void encode(Platform::Encoder& encoder) const { encoder.encode(fields, keys); }
+  explicit Sample(const PellixPlatform::Decoder& decoder) : fields(decoder.decode(keys)) {}
+  void encode(PellixPlatform::Encoder& encoder) const { encoder.encode(fields, keys); }
   [[nodiscard]] bool isEqual(const Object* other) const override {
     const auto* that = dynamic_cast<const Sample*>(other);
-    return that && Platform::sameFields(fields, that->fields, keys);
+    return that && PellixPlatform::sameFields(fields, that->fields, keys);
   }
 
   const Fields fields;
@@ -67,7 +67,7 @@ constexpr std::string_view sampleJSON =
     R"("tags":["a","b"],"parts":[{"v":1},{"v":-2}]})";
 
 /// An error of a decoder in one line: code, coding path, expected and found types, line and byte.
-inline std::string summary(const Platform::Error& error) {
+inline std::string summary(const PellixPlatform::Error& error) {
   std::string text = std::to_string(error.code());
   for (const char* key : {"codingPath", "expected", "found", "line", "byte"}) {
     const auto entry = error.userInfo().find(std::string_view(key));

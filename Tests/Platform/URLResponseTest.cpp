@@ -1,12 +1,12 @@
-#include <Platform/URLResponse.h>
+#include <PellixPlatform/URLResponse.h>
 
 #include <gtest/gtest.h>
 
 namespace PlatformTests {
 namespace {
 
-using Platform::HTTPURLResponse;
-using Platform::URLResponse;
+using PellixPlatform::HTTPURLResponse;
+using PellixPlatform::URLResponse;
 using Fields = HTTPURLResponse::HeaderFields;
 
 TEST(HTTPURLResponse, JoinsFieldsOfTheSameName) {

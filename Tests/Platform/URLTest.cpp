@@ -1,4 +1,4 @@
-#include <Platform/URL.h>
+#include <PellixPlatform/URL.h>
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@ namespace PlatformTests {
 namespace {
 
 using namespace std::string_literals;
-using Platform::URL;
+using PellixPlatform::URL;
 
 TEST(URL, TakesApartWhatFollowsTheGrammar) {
   const struct {

@@ -89,7 +89,7 @@ TEST(AccountTest, SendsNothingThatCannotStandInARequest) {
     const Client client("https://account.example",
                         {.token = [&token] { return token; }, .transport = transport});
     auto parameters = client.parameters();
-    parameters.urlComponent = Platform::URL::parse(url).value();
+    parameters.urlComponent = PellixPlatform::URL::parse(url).value();
     parameters.clientHeaders = std::make_shared<const TestHeaders>(headers);
     auto outcome = Client::begin(std::move(parameters));
     EXPECT_EQ(outcome.wait_for(std::chrono::seconds(0)), std::future_status::timeout)
@@ -107,9 +107,10 @@ TEST(AccountTest, SendsNothingThatCannotStandInARequest) {
 TEST(AccountTest, AnswersOnAQueueWithoutAnInstance) {
   ProviderService::Parameters parameters{
       .environment = {"https://account.example", "a", "c"},
-      .urlComponent = Platform::URL::parse("https://account.example/x").value(),
+      .urlComponent = PellixPlatform::URL::parse("https://account.example/x").value(),
       .clientHeaders = std::make_shared<const TestHeaders>()};
-  for (Platform::DispatchQueue own; auto* queue : {&own, &Platform::DispatchQueue::main()}) {
+  for (PellixPlatform::DispatchQueue own;
+       auto* queue : {&own, &PellixPlatform::DispatchQueue::main()}) {
     parameters.dispatchQueue = queue == &own ? queue : nullptr;
     auto outcome = Client::begin(parameters);
     queue->runPending();

@@ -19,9 +19,9 @@ inline constexpr auto generousLimit = std::chrono::minutes(1);  // that nothing 
 inline constexpr char secret[] = "s3cret-t0ken";
 
 struct Outcome {
-  std::optional<Platform::Data> data;
-  std::shared_ptr<const Platform::HTTPURLResponse> response;
-  std::optional<Platform::Error> error;
+  std::optional<PellixPlatform::Data> data;
+  std::shared_ptr<const PellixPlatform::HTTPURLResponse> response;
+  std::optional<PellixPlatform::Error> error;
   std::thread::id thread;
 
   [[nodiscard]] int status() const { return response ? response->statusCode() : 0; }
@@ -68,7 +68,7 @@ struct Client {
   [[nodiscard]] ProviderService::Parameters parameters(const std::string& path = "/x") const {
     const auto& account = quorvel->accountDetails();
     return {.environment = account,
-            .urlComponent = Platform::URL::parse(account.accountUrl() + path).value(),
+            .urlComponent = PellixPlatform::URL::parse(account.accountUrl() + path).value(),
             .requiresAuth = true,
             .clientHeaders = std::make_shared<const TestHeaders>()};
   }
@@ -76,9 +76,10 @@ struct Client {
   static std::future<Outcome> begin(ProviderService::Parameters parameters) {
     auto promise = std::make_shared<std::promise<Outcome>>();
     ProviderService(std::move(parameters)).perform([promise](auto data, auto response, auto error) {
-      promise->set_value({std::move(data),
-                          std::dynamic_pointer_cast<const Platform::HTTPURLResponse>(response),
-                          std::move(error), std::this_thread::get_id()});
+      promise->set_value(
+          {std::move(data),
+           std::dynamic_pointer_cast<const PellixPlatform::HTTPURLResponse>(response),
+           std::move(error), std::this_thread::get_id()});
     });
     return promise->get_future();
   }

@@ -81,7 +81,8 @@ TEST(ConcurrencyTest, BeyondABoundRequestsWaitForAConnection) {
 TEST(ConcurrencyTest, WhoWaitsForAConnectionHasALimitToo) {
   const LoopbackServer server(replying("", LoopbackReply::Then::stall));
   const Client patient(server.origin());
-  const Client hurried(server.origin(), {.network = {.limit = std::chrono::milliseconds(50)}});
+  const Client hurried(server.origin(),
+                       {.network = {.requestTimeout = std::chrono::milliseconds(50)}});
   std::vector<std::future<Outcome>> stalled;
   for (int i = 0; i < 270; ++i) {
     stalled.push_back(Client::begin(patient.parameters()));
@@ -110,7 +111,7 @@ TEST(ConcurrencyTest, CallbacksRunOnTheWorkerOrOnTheirQueue) {
   EXPECT_NE(worker, std::this_thread::get_id());
   EXPECT_EQ(client.perform().thread, worker);
 
-  Platform::DispatchQueue queue;
+  PellixPlatform::DispatchQueue queue;
   auto parameters = client.parameters();
   parameters.dispatchQueue = &queue;
   auto outcome = Client::begin(parameters);
@@ -146,7 +147,7 @@ std::future<bool> lookNext(Post post, std::weak_ptr<int> watched) {
 TEST(ConcurrencyTest, CallbacksAreLetGoOfRightAfterTheirCall) {
   const LoopbackServer server(echo);
   const Client client(server.origin());
-  Platform::DispatchQueue queue;
+  PellixPlatform::DispatchQueue queue;
   const auto postToWorker = [&](std::function<void()> task) { client.quorvel->post(task); };
   const auto postToQueue = [&](std::function<void()> task) { queue.post(task); };
   for (int i = 0; i < 300; ++i) {
@@ -161,7 +162,8 @@ TEST(ConcurrencyTest, CallbacksAreLetGoOfRightAfterTheirCall) {
       const bool isQueued = i % 2 == 0;
       auto parameters = client.parameters();
       parameters.dispatchQueue = isQueued ? &queue : nullptr;
-      if (i % 3 == 0) parameters.urlComponent = Platform::URL::parse("http://refused").value();
+      if (i % 3 == 0)
+        parameters.urlComponent = PellixPlatform::URL::parse("http://refused").value();
       ProviderService(parameters)
           .perform([kept = std::exchange(held, nullptr), isGone, isQueued, &postToWorker,
                     &postToQueue, &queue](auto, auto, auto) {
@@ -214,7 +216,8 @@ TEST(ConcurrencyTest, WaitingEndsWhenNothingIsUnderWay) {
 TEST(ConcurrencyTest, EndlessLimitsAreLimitsToo) {
   const LoopbackServer server(echo);
   const auto endless = std::chrono::milliseconds::max();
-  const Client client(server.origin(), {.network = {.connectLimit = endless, .limit = endless}});
+  const Client client(server.origin(),
+                      {.network = {.connectTimeout = endless, .requestTimeout = endless}});
   EXPECT_EQ(client.perform().status(), 200);
 }
 

@@ -68,7 +68,7 @@ TEST(ReplyTest, IsHandedOnAsItCame) {
   for (const auto& [bytes, status, data, then] : cases) {
     SCOPED_TRACE(bytes.substr(0, 100));
     const LoopbackServer server(replying(bytes, then));
-    const Client client(server.origin(), {.network = {.largestReply = largest}});
+    const Client client(server.origin(), {.network = {.maxResponseBytes = largest}});
     const auto outcome = client.perform();
     EXPECT_FALSE(outcome.error) << outcome.text();
     EXPECT_EQ(outcome.status(), status);
@@ -83,7 +83,7 @@ TEST(ReplyTest, BringsItsOwnHeaderFieldsOnly) {
                "X-Trimmed: \t a:b \t\r\nX-Two: 1\r\nx-two: 2\r\nTransfer-Encoding: chunked\r\n\r\n"
                "2\r\n{}\r\n0\r\nX-Two: 3\r\nX-Trailer: 1\r\n\r\n"));
   const auto outcome = Client(server.origin()).perform();
-  const Platform::HTTPURLResponse::HeaderFields expected{
+  const PellixPlatform::HTTPURLResponse::HeaderFields expected{
       {"Transfer-Encoding", "chunked"}, {"X-Blank", ""}, {"X-Trimmed", "a:b"}, {"X-Two", "1, 2"}};
   EXPECT_EQ(outcome.response->allHeaderFields(), expected);
 }
@@ -119,8 +119,8 @@ TEST(ReplyTest, ThatIsNoneEndsInAnErrorThatSaysWhy) {
   for (const auto& [bytes, then, code, cause, isDeaf] : cases) {
     SCOPED_TRACE(bytes.substr(0, 100) + (then == Then::close ? " close" : " go on"));
     const LoopbackServer server(replying(bytes, then), {.isDeaf = isDeaf});
-    Configuration configuration{.network = {.largestReply = largest}};
-    if (then == Then::stall) configuration.network.limit = std::chrono::milliseconds(1000);
+    Configuration configuration{.network = {.maxResponseBytes = largest}};
+    if (then == Then::stall) configuration.network.requestTimeout = std::chrono::milliseconds(1000);
     const auto outcome = Client(server.origin(), configuration).perform();
     EXPECT_EQ(outcome.code(), code) << outcome.text();
     EXPECT_EQ(outcome.response, nullptr);
@@ -140,7 +140,7 @@ TEST(ReplyTest, IsNotHeldUpByASlowNameOrAStalledNeighbour) {
   });
   const Client client(server.origin());
   const Client nowhere("https://slow.invalid",
-                       {.network = {.limit = std::chrono::milliseconds(300)}});
+                       {.network = {.requestTimeout = std::chrono::milliseconds(300)}});
   auto stalled = Client::begin(client.parameters("/stall"));
   ASSERT_TRUE(server.waitForRequests(1));
   EXPECT_EQ(nowhere.perform().code(), CoreErrorCode::timedOut);

@@ -14,10 +14,10 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-struct Colour final : Platform::Object {
+struct Colour final : PellixPlatform::Object {
   using DefaultType = Colour;
   explicit Colour(std::string colour) : name(std::move(colour)) {}
-  explicit Colour(const Platform::Decoder& decoder)
+  explicit Colour(const PellixPlatform::Decoder& decoder)
       : name(decoder.nested("theme").read<std::string>("colour")) {}
   static std::shared_ptr<const Colour> default_() { return std::make_shared<Colour>("default"); }
   const std::string name;

@@ -1,6 +1,6 @@
 #include "Support/Recorder.h"
 
-#include <Platform/DispatchQueue.h>
+#include <PellixPlatform/DispatchQueue.h>
 #include <QuorvelCoreSDK/ServicePaths.h>
 #include <VeltraneProvidersSDK/VeltraneProvidersSDK.h>
 
@@ -115,7 +115,7 @@ TEST_F(KnowledgeBaseTest, AnswersWithoutInstances) {
   ask();
   vote("1");
   EXPECT_THAT(settled(), IsEmpty());
-  Platform::DispatchQueue::main().runPending();
+  PellixPlatform::DispatchQueue::main().runPending();
   EXPECT_THAT(settled(), ElementsAre("none", notSetUp));
 
   setUpCore();
@@ -209,7 +209,7 @@ TEST_F(KnowledgeBaseTest, LetsGoOfItsCallbacks) {
       held.reset();
       EXPECT_FALSE(watched.expired());
       settled();
-      Platform::DispatchQueue::main().runPending();
+      PellixPlatform::DispatchQueue::main().runPending();
       EXPECT_TRUE(watched.expired());
     }
   }

@@ -1,6 +1,6 @@
 #include "Support/Process.h"
 
-#include <Platform/File.h>
+#include <PellixPlatform/File.h>
 
 #include <gmock/gmock.h>
 
@@ -37,8 +37,8 @@ std::string completionsOf(const std::string& command, const std::string& word) {
 }
 
 TEST(Manual, TellsOfAllThatTheHelpDoesAndTheCompletionsOfferIt) {
-  const auto page = Platform::readFile(std::string(sources) + "pellix.1").value();
-  const auto zsh = Platform::readFile(std::string(sources) + "Completion/_pellix").value();
+  const auto page = PellixPlatform::readFile(std::string(sources) + "pellix.1").value();
+  const auto zsh = PellixPlatform::readFile(std::string(sources) + "Completion/_pellix").value();
   auto commands = inHelp("", "\n  ([a-z]+)  ");
   ASSERT_EQ(commands.size(), 5U);
   for (const auto& command : commands) {

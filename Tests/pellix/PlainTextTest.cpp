@@ -4,9 +4,9 @@
 
 namespace {
 
-using PellixApp::harmless;
 using PellixApp::plainLine;
 using PellixApp::plainText;
+using PellixApp::printable;
 
 TEST(PlainText, MakesHTMLReadable) {
   struct Row {
@@ -41,8 +41,8 @@ TEST(PlainText, SurvivesDepth) {
 }
 
 TEST(PlainText, TakesTerminalControlsOut) {
-  EXPECT_EQ(harmless("a\x07\x1b]0;t\x7f\xC2\x9B"
-                     "b\u00E4\n"),
+  EXPECT_EQ(printable("a\x07\x1b]0;t\x7f\xC2\x9B"
+                      "b\u00E4\n"),
             "a]0;tb\u00E4\n");
 }
 

@@ -1,6 +1,6 @@
 #include "KnowledgeBase.h"
 
-#include <Platform/DispatchQueue.h>
+#include <PellixPlatform/DispatchQueue.h>
 #include <QuorvelCoreSDK/ProviderService.h>
 #include <VeltraneProvidersSDK/Veltrane.h>
 
@@ -19,18 +19,18 @@ class VeltraneHeaders final : public QuorvelCoreSDK::ClientHeaders {
   [[nodiscard]] std::map<std::string, std::string> aditionalHeaders() const override { return {}; }
 };
 
-Reply replyOf(std::optional<Platform::Data> data, const Platform::URLResponse* response,
-              std::optional<Platform::Error> error) {
+Reply replyOf(std::optional<PellixPlatform::Data> data, const PellixPlatform::URLResponse* response,
+              std::optional<PellixPlatform::Error> error) {
   if (error) return std::unexpected(*std::move(error));
-  const auto* http = dynamic_cast<const Platform::HTTPURLResponse*>(response);
+  const auto* http = dynamic_cast<const PellixPlatform::HTTPURLResponse*>(response);
   const int status = http ? http->statusCode() : 0;
   if (status < 200 || 299 < status) {
     return std::unexpected(makeVeltraneError(
         VeltraneErrorCode::refused,
         "The knowledge base answered with status " + std::to_string(status) + " " +
-            Platform::HTTPURLResponse::localizedStringForStatusCode(status) + "."));
+            PellixPlatform::HTTPURLResponse::localizedStringForStatusCode(status) + "."));
   }
-  return std::move(data).value_or(Platform::Data());
+  return std::move(data).value_or(PellixPlatform::Data());
 }
 
 }  // namespace
@@ -39,8 +39,9 @@ std::shared_ptr<const QuorvelCoreSDK::ClientHeaders> veltraneHeaders() {
   return std::make_shared<const VeltraneHeaders>();
 }
 
-Platform::Error makeVeltraneError(VeltraneErrorCode code, std::string text) {
-  return Platform::Error::described(VeltraneErrorDomain, std::to_underlying(code), std::move(text));
+PellixPlatform::Error makeVeltraneError(VeltraneErrorCode code, std::string text) {
+  return PellixPlatform::Error::described(VeltraneErrorDomain, std::to_underlying(code),
+                                          std::move(text));
 }
 
 void postWithoutRequest(std::function<void()> task) {
@@ -49,7 +50,7 @@ void postWithoutRequest(std::function<void()> task) {
   if (quorvel) {
     quorvel->post(std::move(task));
   } else {
-    Platform::DispatchQueue::main().post(std::move(task));
+    PellixPlatform::DispatchQueue::main().post(std::move(task));
   }
 }
 
@@ -65,7 +66,7 @@ void postToKnowledgeBase(std::string_view path, std::function<void(Reply)> callb
   const auto& account = veltrane->quorvel()->accountDetails();
   const QuorvelCoreSDK::ProviderService service(
       {.environment = account,
-       .urlComponent = Platform::URL::parse(account.accountUrl() + std::string(path)).value(),
+       .urlComponent = PellixPlatform::URL::parse(account.accountUrl() + std::string(path)).value(),
        .requiresAuth = true,
        .httpMethod = QuorvelCoreSDK::HttpMethod::post,
        .clientHeaders = veltraneHeaders()});

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Platform/Data.h>
-#include <Platform/Error.h>
+#include <PellixPlatform/Data.h>
+#include <PellixPlatform/Error.h>
 #include <QuorvelCoreSDK/ClientHeaders.h>
 #include <VeltraneProvidersSDK/VeltraneError.h>
 
@@ -16,14 +16,14 @@ namespace VeltraneProvidersSDK {
 /// How this library presents itself in its requests.
 [[nodiscard]] std::shared_ptr<const QuorvelCoreSDK::ClientHeaders> veltraneHeaders();
 
-[[nodiscard]] Platform::Error makeVeltraneError(VeltraneErrorCode code, std::string text);
+[[nodiscard]] PellixPlatform::Error makeVeltraneError(VeltraneErrorCode code, std::string text);
 
 /// Runs `task` later: on the worker thread of the core instance at hand, or on the main queue
 /// without one.
 void postWithoutRequest(std::function<void()> task);
 
 /// The body of a reply with a status in 200..299, or why there is none.
-using Reply = std::expected<Platform::Data, Platform::Error>;
+using Reply = std::expected<PellixPlatform::Data, PellixPlatform::Error>;
 
 /// Posts to the knowledge base, with authentication. Answers once, on the worker thread, or where
 /// `postWithoutRequest` does without a shared instance, and never within this call.

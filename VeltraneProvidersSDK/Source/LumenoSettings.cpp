@@ -2,7 +2,7 @@
 
 namespace VeltraneProvidersSDK {
 
-LumenoSettings::LumenoSettings(const Platform::Decoder& decoder)
+LumenoSettings::LumenoSettings(const PellixPlatform::Decoder& decoder)
     : locale_(decoder.read<std::string>("locale")) {}
 
 LumenoSettings::~LumenoSettings() = default;

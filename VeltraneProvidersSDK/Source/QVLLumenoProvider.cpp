@@ -1,6 +1,6 @@
 #include "KnowledgeBase.h"
 
-#include <Platform/JSONDecoder.h>
+#include <PellixPlatform/JSONDecoder.h>
 #include <QuorvelCoreSDK/OneCall.h>
 #include <QuorvelCoreSDK/ServicePaths.h>
 #include <VeltraneProvidersSDK/QVLLumenoProvider.h>
@@ -16,16 +16,16 @@ namespace ServicePaths = QuorvelCoreSDK::ServicePaths;
 struct DecodedVote {
   ArticleVote vote;
 
-  static constexpr std::tuple keys{Platform::Key{"id", &ArticleVote::id},
-                                   Platform::Key{"article_id", &ArticleVote::articleId},
-                                   Platform::Key{"value", &ArticleVote::value}};
-  explicit DecodedVote(const Platform::Decoder& decoder) : vote(decoder.decode(keys)) {}
+  static constexpr std::tuple keys{PellixPlatform::Key{"id", &ArticleVote::id},
+                                   PellixPlatform::Key{"article_id", &ArticleVote::articleId},
+                                   PellixPlatform::Key{"value", &ArticleVote::value}};
+  explicit DecodedVote(const PellixPlatform::Decoder& decoder) : vote(decoder.decode(keys)) {}
 };
 
 struct DecodedVotes {
   std::vector<ArticleVote> votes;
 
-  explicit DecodedVotes(const Platform::Decoder& decoder) {
+  explicit DecodedVotes(const PellixPlatform::Decoder& decoder) {
     for (auto& decoded : decoder.read<std::vector<DecodedVote>>("votes")) {
       votes.push_back(decoded.vote);
     }
@@ -56,7 +56,7 @@ QVLLumenoProvider::~QVLLumenoProvider() = default;
 void QVLLumenoProvider::upVoteArticle(std::optional<std::string> withId,
                                       VotesCallback withCallback) {
   const auto finish = [call = QuorvelCoreSDK::OneCall(withCallback)](
-                          std::expected<std::vector<ArticleVote>, Platform::Error> votes) {
+                          std::expected<std::vector<ArticleVote>, PellixPlatform::Error> votes) {
     votes ? call(*std::move(votes), std::nullopt) : call(std::nullopt, std::move(votes).error());
   };
   if (!withId || withId->empty()) {
@@ -70,7 +70,7 @@ void QVLLumenoProvider::upVoteArticle(std::optional<std::string> withId,
   path.append(percentEncoded(*withId)).append(ServicePaths::upVoteSuffix);
   postToKnowledgeBase(path, [finish](Reply reply) {
     if (!reply) return finish(std::unexpected(std::move(reply).error()));
-    auto decoded = Platform::JSONDecoder().decode<DecodedVotes>(*reply);
+    auto decoded = PellixPlatform::JSONDecoder().decode<DecodedVotes>(*reply);
     if (!decoded) return finish(std::unexpected(std::move(decoded).error()));
     finish(std::move(decoded->votes));
   });

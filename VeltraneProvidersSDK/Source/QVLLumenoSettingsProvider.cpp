@@ -1,8 +1,8 @@
 #include "KnowledgeBase.h"
 
-#include <Platform/JSONDecoder.h>
+#include <PellixPlatform/JSONDecoder.h>
+#include <QuorvelCoreSDK/CachedDocument.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
-#include <QuorvelCoreSDK/KeptDocument.h>
 #include <QuorvelCoreSDK/OneCall.h>
 #include <VeltraneProvidersSDK/QVLLumenoSettingsProvider.h>
 #include <VeltraneProvidersSDK/Veltrane.h>
@@ -10,12 +10,12 @@
 namespace VeltraneProvidersSDK {
 namespace {
 
+using QuorvelCoreSDK::CachedDocument;
 using QuorvelCoreSDK::CoreLogger;
-using QuorvelCoreSDK::KeptDocument;
 
-std::shared_ptr<const LumenoSettings> settingsIn(const KeptDocument::Document& document) {
+std::shared_ptr<const LumenoSettings> settingsIn(const CachedDocument::Document& document) {
   if (!document) return nullptr;
-  auto settings = Platform::JSONDecoder().decode<LumenoSettings>(*document);
+  auto settings = PellixPlatform::JSONDecoder().decode<LumenoSettings>(*document);
   if (settings) return *std::move(settings);
   CoreLogger::warn("The knowledge base's settings could not be used. " +
                    settings.error().description());
@@ -29,7 +29,7 @@ void QVLLumenoSettingsProvider::getLumenoSettings(
   const QuorvelCoreSDK::OneCall call(callback);
   if (const auto veltrane = Veltrane::instance()) {
     veltrane->lumenoSettings().get(
-        [call](const KeptDocument::Document& document) { call(settingsIn(document)); });
+        [call](const CachedDocument::Document& document) { call(settingsIn(document)); });
   } else {
     postWithoutRequest([call] { call(nullptr); });
   }

@@ -1,8 +1,8 @@
 #include "KnowledgeBase.h"
 #include "SharedInstance.h"
 
-#include <Platform/FatalError.h>
-#include <QuorvelCoreSDK/KeptDocument.h>
+#include <PellixPlatform/FatalError.h>
+#include <QuorvelCoreSDK/CachedDocument.h>
 #include <QuorvelCoreSDK/ServicePaths.h>
 #include <VeltraneProvidersSDK/Veltrane.h>
 
@@ -13,14 +13,14 @@ namespace VeltraneProvidersSDK {
 
 struct Veltrane::State {
   const std::shared_ptr<QuorvelCoreSDK::Quorvel> quorvel;
-  const std::shared_ptr<QuorvelCoreSDK::KeptDocument> settings;
+  const std::shared_ptr<QuorvelCoreSDK::CachedDocument> settings;
   mutable std::mutex mutex;
   std::optional<std::string> localeOverride;
 };
 
 namespace {
 
-using QuorvelCoreSDK::KeptDocument;
+using QuorvelCoreSDK::CachedDocument;
 
 struct Shared {
   std::mutex mutex;
@@ -32,14 +32,14 @@ Shared& shared() {
   return slot;
 }
 
-std::shared_ptr<KeptDocument> keptSettings(const QuorvelCoreSDK::Quorvel& quorvel) {
+std::shared_ptr<CachedDocument> keptSettings(const QuorvelCoreSDK::Quorvel& quorvel) {
   // Posted, so that what follows runs where the next request starts, and never within the call.
-  return std::make_shared<KeptDocument>(
-      KeptDocument::Parameters{.environment = quorvel.accountDetails(),
-                               .path = std::string(QuorvelCoreSDK::ServicePaths::knowledgeSettings),
-                               .name = "The knowledge base's settings",
-                               .clientHeaders = veltraneHeaders(),
-                               .delivery = KeptDocument::Delivery::posted});
+  return std::make_shared<CachedDocument>(CachedDocument::Parameters{
+      .environment = quorvel.accountDetails(),
+      .path = std::string(QuorvelCoreSDK::ServicePaths::knowledgeSettings),
+      .name = "The knowledge base's settings",
+      .clientHeaders = veltraneHeaders(),
+      .delivery = CachedDocument::Delivery::posted});
 }
 
 }  // namespace
@@ -50,7 +50,7 @@ Veltrane::~Veltrane() = default;
 
 std::shared_ptr<Veltrane> Veltrane::initialize(
     const std::shared_ptr<QuorvelCoreSDK::Quorvel>& quorvel) {
-  if (!quorvel) Platform::fatalError("Veltrane::initialize needs a core instance");
+  if (!quorvel) PellixPlatform::fatalError("Veltrane::initialize needs a core instance");
   std::shared_ptr<Veltrane> instance(new Veltrane(quorvel));
   setSharedInstance(instance);
   return instance;
@@ -82,7 +82,7 @@ const std::shared_ptr<QuorvelCoreSDK::Quorvel>& Veltrane::quorvel() const {
   return state_->quorvel;
 }
 
-KeptDocument& Veltrane::lumenoSettings() const {
+CachedDocument& Veltrane::lumenoSettings() const {
   return *state_->settings;
 }
 

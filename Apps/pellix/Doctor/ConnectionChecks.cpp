@@ -4,16 +4,16 @@ namespace PellixApp {
 namespace {
 
 /// What to say of a step that is taken only if those before it succeed.
-Finding findingOf(const Patient& patient, Step step, const std::string& success) {
-  if (!patient.probe) return skipped("there is no usable account address");
-  if (patient.probe->failed < step) return skipped("the step before it failed");
-  return step < patient.probe->failed ? ok(success) : patient.probe->finding;
+Finding findingOf(const Diagnosis& diagnosis, Step step, const std::string& success) {
+  if (!diagnosis.probe) return skipped("there is no usable account address");
+  if (diagnosis.probe->failed < step) return skipped("the step before it failed");
+  return step < diagnosis.probe->failed ? ok(success) : diagnosis.probe->finding;
 }
 
 }  // namespace
 
-Finding checkAccountAddress(Patient& patient) {
-  const auto& options = patient.options;
+Finding checkAccountAddress(Diagnosis& diagnosis) {
+  const auto& options = diagnosis.options;
   if (options.accountUrl.empty()) {
     return problem("There is no account address.", "Set PELLIX_ACCOUNT_URL or give --account-url.");
   }
@@ -23,30 +23,30 @@ Finding checkAccountAddress(Patient& patient) {
     return problem(account.error().localizedDescription(),
                    "Give an address such as https://example.com.");
   }
-  patient.account = *std::move(account);
-  const auto& address = patient.account->accountDetails().accountUrl();
-  patient.probe = probe(address, options);
+  diagnosis.account = *std::move(account);
+  const auto& address = diagnosis.account->accountDetails().accountUrl();
+  diagnosis.probe = probe(address, options);
   return ok(address);
 }
 
-Finding checkNameResolution(Patient& patient) {
-  return findingOf(patient, Step::resolution, "the name is known");
+Finding checkNameResolution(Diagnosis& diagnosis) {
+  return findingOf(diagnosis, Step::resolution, "the name is known");
 }
 
-Finding checkConnection(Patient& patient) {
-  return findingOf(patient, Step::connection, patient.probe ? patient.probe->peer : "");
+Finding checkConnection(Diagnosis& diagnosis) {
+  return findingOf(diagnosis, Step::connection, diagnosis.probe ? diagnosis.probe->peer : "");
 }
 
-Finding checkTLS(Patient& patient) {
-  if (!patient.probe || patient.probe->failed < Step::security) {
-    return findingOf(patient, Step::security, "");
+Finding checkTLS(Diagnosis& diagnosis) {
+  if (!diagnosis.probe || diagnosis.probe->failed < Step::security) {
+    return findingOf(diagnosis, Step::security, "");
   }
-  if (!patient.account->accountDetails().accountUrl().starts_with("https:")) {
+  if (!diagnosis.account->accountDetails().accountUrl().starts_with("https:")) {
     return skipped("not used: http on loopback");
   }
   auto finding =
-      findingOf(patient, Step::security, "valid until " + patient.probe->certificateValidity);
-  finding.found += oneLine("; trusted are " + certificateStore(patient.options));
+      findingOf(diagnosis, Step::security, "valid until " + diagnosis.probe->certificateValidity);
+  finding.found += oneLine("; trusted are " + certificateStore(diagnosis.options));
   return finding;
 }
 

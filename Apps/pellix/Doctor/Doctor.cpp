@@ -2,7 +2,7 @@
 #include "Doctor/Checks.h"
 #include "Terminal.h"
 
-#include <Platform/JSONEncoder.h>
+#include <PellixPlatform/JSONEncoder.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 
 #include <fmt/core.h>
@@ -15,7 +15,7 @@ namespace {
 
 struct Check {
   const char* name;
-  Finding (*run)(Patient& patient);
+  Finding (*run)(Diagnosis& diagnosis);
 };
 
 /// Each builds on those before it.
@@ -39,9 +39,9 @@ struct Report {
   bool healthy = false;
   std::vector<Finding> checks;
 
-  void encode(Platform::Encoder& encoder) const {
-    constexpr std::tuple keys{Platform::Key{"healthy", &Report::healthy},
-                              Platform::Key{"checks", &Report::checks}};
+  void encode(PellixPlatform::Encoder& encoder) const {
+    constexpr std::tuple keys{PellixPlatform::Key{"healthy", &Report::healthy},
+                              PellixPlatform::Key{"checks", &Report::checks}};
     encoder.encode(*this, keys);
   }
 };
@@ -59,15 +59,15 @@ ExitCode doctor(const Options& options) {
   using namespace QuorvelCoreSDK;
   // What the library would warn of is told by the checks.
   CoreLogger::setLevel(options.verbose ? LogLevel::debug : LogLevel::off);
-  Patient patient{.options = options};
+  Diagnosis diagnosis{.options = options};
   Report report;
   for (const auto& check : checks) {
-    auto& finding = report.checks.emplace_back(check.run(patient));
+    auto& finding = report.checks.emplace_back(check.run(diagnosis));
     finding.check = check.name;
     if (!options.json) writeLines(finding);
   }
   report.healthy = std::ranges::none_of(report.checks, &Finding::isProblem);
-  if (options.json) fmt::print("{}\n", Platform::JSONEncoder().encode(report).value());
+  if (options.json) fmt::print("{}\n", PellixPlatform::JSONEncoder().encode(report).value());
   return report.healthy ? ExitCode::answered : ExitCode::failed;
 }
 

@@ -8,10 +8,11 @@
 
 namespace PellixApp {
 
-void Finding::encode(Platform::Encoder& encoder) const {
-  constexpr std::tuple keys{
-      Platform::Key{"check", &Finding::check}, Platform::Key{"status", &Finding::status},
-      Platform::Key{"found", &Finding::found}, Platform::Key{"remedy", &Finding::remedy}};
+void Finding::encode(PellixPlatform::Encoder& encoder) const {
+  constexpr std::tuple keys{PellixPlatform::Key{"check", &Finding::check},
+                            PellixPlatform::Key{"status", &Finding::status},
+                            PellixPlatform::Key{"found", &Finding::found},
+                            PellixPlatform::Key{"remedy", &Finding::remedy}};
   encoder.encode(*this, keys);
 }
 
@@ -37,7 +38,7 @@ std::string oneLine(std::string_view text) {
     line += length < 0 ? "?" : c == '\n' ? " " : character;
     text.remove_prefix(character.size());
   }
-  return harmless(line);
+  return printable(line);
 }
 
 }  // namespace PellixApp

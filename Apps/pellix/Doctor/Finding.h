@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Platform/Encoder.h>
+#include <PellixPlatform/Encoder.h>
 
 #include <optional>
 #include <string>
@@ -16,7 +16,7 @@ struct Finding {
   std::optional<std::string> remedy;  ///< For a problem.
 
   [[nodiscard]] bool isProblem() const { return remedy.has_value(); }
-  void encode(Platform::Encoder& encoder) const;
+  void encode(PellixPlatform::Encoder& encoder) const;
 };
 
 [[nodiscard]] Finding ok(std::string_view found);

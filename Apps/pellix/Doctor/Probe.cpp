@@ -1,6 +1,6 @@
 #include "Doctor/Probe.h"
 
-#include <Platform/URL.h>
+#include <PellixPlatform/URL.h>
 
 #include <curl/curl.h>
 #include <fmt/chrono.h>
@@ -77,7 +77,7 @@ Attempt attempt(const std::string& address, const Options& options, Trust trust)
     set(CURLOPT_CAINFO, options.certificateAuthorities.c_str());
     set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
   }
-  if (Platform::URL::parse(address)->isLoopback()) set(CURLOPT_PROXY, "");
+  if (PellixPlatform::URL::parse(address)->isLoopback()) set(CURLOPT_PROXY, "");
 
   Attempt made{.result = curl_easy_perform(easy)};
   made.isResolved = info<curl_off_t>(easy, CURLINFO_NAMELOOKUP_TIME_T) > 0;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Platform/Export.h>
+#include <PellixPlatform/Export.h>
 
 #include <memory>
 #include <string>
@@ -25,7 +25,7 @@ class PELLIX_EXPORT AccountDetails {
  private:
   friend class Quorvel;
   friend class ProviderService;
-  friend class KeptDocument;
+  friend class CachedDocument;
 
   std::string accountUrl_;
   std::string applicationId_;

@@ -18,15 +18,15 @@ struct NetworkConfiguration {
   /// Requests to loopback never go through a proxy that only the environment names.
   std::string proxy;
   /// Whether to pay no attention to what the environment says of proxies.
-  bool ignoreEnvironment = false;
+  bool ignoreProxyEnvironment = false;
   /// A file of trusted certificates in PEM; empty: the system's.
   std::filesystem::path certificateAuthorities;
   /// How long a connection may take to be made.
-  std::chrono::milliseconds connectLimit{10'000};
+  std::chrono::milliseconds connectTimeout{10'000};
   /// How long a request may take in all.
-  std::chrono::milliseconds limit{30'000};
+  std::chrono::milliseconds requestTimeout{30'000};
   /// How many bytes a reply's body may have.
-  std::size_t largestReply = std::size_t{16} << 20;
+  std::size_t maxResponseBytes = std::size_t{16} << 20;
 };
 
 /// What a host may choose when it sets up the core. Times below zero count as zero, and more than a

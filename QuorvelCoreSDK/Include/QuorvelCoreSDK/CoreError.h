@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Platform/Error.h>
-#include <Platform/Export.h>
+#include <PellixPlatform/Error.h>
+#include <PellixPlatform/Export.h>
 
 #include <string_view>
 
@@ -32,7 +32,7 @@ enum class CoreErrorCode : std::int64_t {
 };
 
 /// An error of this domain: the code's sentence, and `detail` in brackets if there is any.
-[[nodiscard]] PELLIX_EXPORT Platform::Error makeCoreError(CoreErrorCode code,
-                                                          std::string_view detail = {});
+[[nodiscard]] PELLIX_EXPORT PellixPlatform::Error makeCoreError(CoreErrorCode code,
+                                                                std::string_view detail = {});
 
 }  // namespace QuorvelCoreSDK

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <Platform/Data.h>
-#include <Platform/DispatchQueue.h>
-#include <Platform/Error.h>
-#include <Platform/URL.h>
-#include <Platform/URLResponse.h>
+#include <PellixPlatform/Data.h>
+#include <PellixPlatform/DispatchQueue.h>
+#include <PellixPlatform/Error.h>
+#include <PellixPlatform/URL.h>
+#include <PellixPlatform/URLResponse.h>
 #include <QuorvelCoreSDK/AccountDetails.h>
 #include <QuorvelCoreSDK/ClientHeaders.h>
 #include <QuorvelCoreSDK/HttpMethod.h>
@@ -24,24 +24,24 @@ namespace QuorvelCoreSDK {
 class PELLIX_EXPORT ProviderService {
  public:
   /// Body bytes or nothing, response or null, error or nothing. Zero bytes come as nothing.
-  using Callback = std::function<void(std::optional<Platform::Data>,
-                                      std::shared_ptr<const Platform::URLResponse>,
-                                      std::optional<Platform::Error>)>;
+  using Callback = std::function<void(std::optional<PellixPlatform::Data>,
+                                      std::shared_ptr<const PellixPlatform::URLResponse>,
+                                      std::optional<PellixPlatform::Error>)>;
 
   struct Parameters {
     /// As handed out by a core instance.
     AccountDetails environment;
     /// The full address: https, or http to loopback.
-    Platform::URL urlComponent;
+    PellixPlatform::URL urlComponent;
     /// Whether the core's bearer token is sent. If there is none then, nothing is sent at all.
     bool requiresAuth = false;
     HttpMethod httpMethod = HttpMethod::get;
     /// Never null.
     std::shared_ptr<const ClientHeaders> clientHeaders;
     /// JSON; nothing: no body.
-    std::optional<Platform::Data> body;
+    std::optional<PellixPlatform::Data> body;
     /// Where the callback runs, borrowed until then; null: on the transport's thread.
-    Platform::DispatchQueue* dispatchQueue = nullptr;
+    PellixPlatform::DispatchQueue* dispatchQueue = nullptr;
     Reporter reporter = Reporter::none;
     /// Never used: nothing is cached. It may be null.
     CachingDelegate* cachingDelegate = nullptr;

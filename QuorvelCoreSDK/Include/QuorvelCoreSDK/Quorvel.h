@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Platform/Error.h>
-#include <Platform/Object.h>
+#include <PellixPlatform/Error.h>
+#include <PellixPlatform/Object.h>
 #include <QuorvelCoreSDK/AccountDetails.h>
 #include <QuorvelCoreSDK/Configuration.h>
 #include <QuorvelCoreSDK/ProviderModule.h>
@@ -19,14 +19,14 @@ namespace QuorvelCoreSDK {
 /// only exit.
 ///
 /// Thread safety: any thread.
-class PELLIX_EXPORT Quorvel final : public Platform::Object {
+class PELLIX_EXPORT Quorvel final : public PellixPlatform::Object {
  public:
   ~Quorvel() override;
 
   /// Sets up the core for an account and makes the result the shared instance, in place of an
   /// earlier one. Errors: `invalidAccountUrl`, and `insecureUrl` for an address that is neither
   /// https nor loopback; the shared instance stays as it was then.
-  [[nodiscard]] static std::expected<std::shared_ptr<Quorvel>, Platform::Error> initialize(
+  [[nodiscard]] static std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> initialize(
       AccountDetails accountDetails, Configuration configuration = {});
 
   /// The shared instance, or null while there is none.

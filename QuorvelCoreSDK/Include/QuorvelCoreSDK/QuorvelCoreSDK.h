@@ -1,12 +1,12 @@
 #pragma once
 
 #include <QuorvelCoreSDK/AccountDetails.h>
+#include <QuorvelCoreSDK/CachedDocument.h>
 #include <QuorvelCoreSDK/ClientHeaders.h>
 #include <QuorvelCoreSDK/Configuration.h>
 #include <QuorvelCoreSDK/CoreError.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 #include <QuorvelCoreSDK/HttpMethod.h>
-#include <QuorvelCoreSDK/KeptDocument.h>
 #include <QuorvelCoreSDK/OneCall.h>
 #include <QuorvelCoreSDK/ProviderModule.h>
 #include <QuorvelCoreSDK/ProviderService.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Platform/JSONDecoder.h>
-#include <Platform/Object.h>
+#include <PellixPlatform/JSONDecoder.h>
+#include <PellixPlatform/Object.h>
 #include <QuorvelCoreSDK/OneCall.h>
 
 #include <concepts>
@@ -13,8 +13,8 @@ namespace QuorvelCoreSDK {
 /// A settings record: it decodes itself from the account's settings document, and has a default for
 /// when there is none to decode.
 template <class T>
-concept DecodableDefault = std::derived_from<typename T::DefaultType, Platform::Object> &&
-                           std::constructible_from<T, const Platform::Decoder&> && requires {
+concept DecodableDefault = std::derived_from<typename T::DefaultType, PellixPlatform::Object> &&
+                           std::constructible_from<T, const PellixPlatform::Decoder&> && requires {
                              {
                                T::default_()
                              } -> std::same_as<std::shared_ptr<const typename T::DefaultType>>;
@@ -40,12 +40,12 @@ class PELLIX_EXPORT SettingsProvider {
   }
 
  protected:
-  using Record = std::shared_ptr<const Platform::Object>;
+  using Record = std::shared_ptr<const PellixPlatform::Object>;
   using Continuation = std::function<void(Record)>;
 
   /// A settings record's type, as far as the service needs to know it.
   struct RecordType {
-    std::expected<Record, Platform::Error> (*decode)(std::string_view document);
+    std::expected<Record, PellixPlatform::Error> (*decode)(std::string_view document);
     Record (*makeDefault)();
   };
 
@@ -54,8 +54,8 @@ class PELLIX_EXPORT SettingsProvider {
 
  private:
   template <class T>
-  static std::expected<Record, Platform::Error> decodeRecord(std::string_view document) {
-    return Platform::JSONDecoder().decode<T>(document);
+  static std::expected<Record, PellixPlatform::Error> decodeRecord(std::string_view document) {
+    return PellixPlatform::JSONDecoder().decode<T>(document);
   }
 };
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <Platform/Data.h>
-#include <Platform/Error.h>
-#include <Platform/URLResponse.h>
+#include <PellixPlatform/Data.h>
+#include <PellixPlatform/Error.h>
+#include <PellixPlatform/URLResponse.h>
 #include <QuorvelCoreSDK/HttpMethod.h>
 
 #include <functional>
@@ -19,14 +19,14 @@ struct TransportRequest {
   HttpMethod method = HttpMethod::get;
   std::string url;                                           ///< https, or http to loopback.
   std::vector<std::pair<std::string, std::string>> headers;  ///< Holds the token, if there is one.
-  std::optional<Platform::Data> body;
+  std::optional<PellixPlatform::Data> body;
 };
 
 /// How a request ended. An error says that it failed on the way; else there is a response.
 struct TransportReply {
-  std::optional<Platform::Data> data;  ///< Absent if no byte came.
-  std::shared_ptr<const Platform::URLResponse> response;
-  std::optional<Platform::Error> error;
+  std::optional<PellixPlatform::Data> data;  ///< Absent if no byte came.
+  std::shared_ptr<const PellixPlatform::URLResponse> response;
+  std::optional<PellixPlatform::Error> error;
 };
 
 /// What carries requests. The default is HTTP by libcurl; a host may put another in its place.

@@ -1,4 +1,4 @@
-#include <Platform/DispatchQueue.h>
+#include <PellixPlatform/DispatchQueue.h>
 
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
 
@@ -28,9 +28,9 @@ void ScriptedTransport::answer(std::string path, int status, std::string body, D
   const auto reply = [status, body = std::move(body)](const TransportRequest& request) {
     return TransportReply{
         .data = body,
-        .response = std::make_shared<const Platform::HTTPURLResponse>(
+        .response = std::make_shared<const PellixPlatform::HTTPURLResponse>(
             request.url, status,
-            Platform::HTTPURLResponse::HeaderFields{{"Content-Type", "application/json"}})};
+            PellixPlatform::HTTPURLResponse::HeaderFields{{"Content-Type", "application/json"}})};
   };
   answer(std::move(path), reply, after);
 }
@@ -60,7 +60,7 @@ std::size_t ScriptedTransport::advance(Duration time) {
 }
 
 void ScriptedTransport::settle() {
-  while (run() + Platform::DispatchQueue::main().runPending() > 0) {
+  while (run() + PellixPlatform::DispatchQueue::main().runPending() > 0) {
   }
 }
 

@@ -26,7 +26,7 @@ inline constexpr std::nullopt_t silence = std::nullopt;
 /// A success with the reply to a resolution or a rejection. Throws `std::invalid_argument` unless
 /// the status is one of 200..299: the real provider gives an error for others.
 [[nodiscard]] Ending<PellixDispatcherResponse> httpResponse(
-    int status = 200, std::optional<Platform::Data> body = {});
+    int status = 200, std::optional<PellixPlatform::Data> body = {});
 
 /// A provider without anything behind it, for the tests of hosts: it ends operations as it is told
 /// to, when it is told to.

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Platform/Error.h>
-#include <Platform/Export.h>
+#include <PellixPlatform/Error.h>
+#include <PellixPlatform/Export.h>
 
 #include <cstdint>
 #include <functional>
@@ -24,8 +24,8 @@ struct ArticleVote {
 class PELLIX_EXPORT LumenoProviderProtocol {
  public:
   /// The article's votes, or nothing; an error, or nothing.
-  using VotesCallback =
-      std::function<void(std::optional<std::vector<ArticleVote>>, std::optional<Platform::Error>)>;
+  using VotesCallback = std::function<void(std::optional<std::vector<ArticleVote>>,
+                                           std::optional<PellixPlatform::Error>)>;
 
   virtual ~LumenoProviderProtocol();
 

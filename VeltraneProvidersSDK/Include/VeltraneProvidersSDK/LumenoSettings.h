@@ -1,16 +1,16 @@
 #pragma once
 
-#include <Platform/Decoder.h>
-#include <Platform/Object.h>
+#include <PellixPlatform/Decoder.h>
+#include <PellixPlatform/Object.h>
 
 #include <string>
 
 namespace VeltraneProvidersSDK {
 
 /// The knowledge base's settings, as far as clients need them. Immutable.
-class PELLIX_EXPORT LumenoSettings final : public Platform::Object {
+class PELLIX_EXPORT LumenoSettings final : public PellixPlatform::Object {
  public:
-  explicit LumenoSettings(const Platform::Decoder& decoder);
+  explicit LumenoSettings(const PellixPlatform::Decoder& decoder);
   ~LumenoSettings() override;
 
   /// The locale that the knowledge base is written in; may be empty.

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Platform/Object.h>
-#include <QuorvelCoreSDK/KeptDocument.h>
+#include <PellixPlatform/Object.h>
+#include <QuorvelCoreSDK/CachedDocument.h>
 #include <QuorvelCoreSDK/Quorvel.h>
 
 #include <memory>
@@ -13,7 +13,7 @@ namespace VeltraneProvidersSDK {
 /// The knowledge-base library's instance for one account.
 ///
 /// Thread safety: any thread.
-class PELLIX_EXPORT Veltrane final : public Platform::Object {
+class PELLIX_EXPORT Veltrane final : public PellixPlatform::Object {
  public:
   ~Veltrane() override;
 
@@ -37,7 +37,7 @@ class PELLIX_EXPORT Veltrane final : public Platform::Object {
   friend class QVLLumenoSettingsProvider;
   struct State;
   explicit Veltrane(const std::shared_ptr<QuorvelCoreSDK::Quorvel>& quorvel);
-  [[nodiscard]] QuorvelCoreSDK::KeptDocument& lumenoSettings() const;
+  [[nodiscard]] QuorvelCoreSDK::CachedDocument& lumenoSettings() const;
   const std::unique_ptr<State> state_;
 };
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Platform/Object.h>
+#include <PellixPlatform/Object.h>
 
 #include <cstdint>
 #include <optional>
@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// What a server answered, besides the body. Its own class says that no more is known than where
 /// the answer came from; over HTTP it is an `HTTPURLResponse`.
@@ -58,4 +58,4 @@ class PELLIX_EXPORT HTTPURLResponse final : public URLResponse {
   HeaderFields headerFields_;
 };
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <Platform/Export.h>
+#include <PellixPlatform/Export.h>
 
 #include <cstddef>
 #include <memory>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// The root class of everything that is handed out by reference.
 ///
@@ -29,4 +29,4 @@ class PELLIX_EXPORT Object : public std::enable_shared_from_this<Object> {
   Object& operator=(const Object&) = default;
 };
 
-}  // namespace Platform
+}  // namespace PellixPlatform

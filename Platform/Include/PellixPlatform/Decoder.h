@@ -1,20 +1,20 @@
 #pragma once
 
-#include <Platform/Coding.h>
-#include <Platform/Error.h>
-#include <Platform/Export.h>
-#include <Platform/Object.h>
+#include <PellixPlatform/Coding.h>
+#include <PellixPlatform/Error.h>
+#include <PellixPlatform/Export.h>
+#include <PellixPlatform/Object.h>
 
 #include <cstddef>
 #include <expected>
 #include <type_traits>
 
-namespace Platform {
+namespace PellixPlatform {
 
 class Decoder;
 
 /// A place in a document. What it holds is its reader's business.
-struct Place {
+struct Cursor {
   const void* document;
   std::size_t index;
 };
@@ -24,8 +24,8 @@ struct Place {
 class PELLIX_EXPORT DocumentReader {
  public:
   struct Elements {
-    Place begin;
-    Place end;
+    Cursor begin;
+    Cursor end;
     std::size_t count;
   };
 
@@ -33,15 +33,15 @@ class PELLIX_EXPORT DocumentReader {
   /// order of the questions, each stands right behind the one before and need not be looked for. No
   /// key may be asked for twice in a run: so none stands twice in what the run has passed either.
   struct Run {
-    Place next{};  // no document: at the beginning
+    Cursor next{};  // no document: at the beginning
     bool isInOrder = true;
   };
 
   /// The value of a key of the object at a place; the first, if the key stands there twice.
-  [[nodiscard]] virtual Place member(const Decoder& at, std::string_view key, Run& run) const = 0;
+  [[nodiscard]] virtual Cursor member(const Decoder& at, std::string_view key, Run& run) const = 0;
   [[nodiscard]] virtual Elements elements(const Decoder& at) const = 0;
   /// The place behind an element.
-  [[nodiscard]] virtual Place next(Place element) const = 0;
+  [[nodiscard]] virtual Cursor next(Cursor element) const = 0;
   [[nodiscard]] virtual std::int64_t integer(const Decoder& at) const = 0;
   [[nodiscard]] virtual double real(const Decoder& at) const = 0;
   [[nodiscard]] virtual bool boolean(const Decoder& at) const = 0;
@@ -56,7 +56,7 @@ class PELLIX_EXPORT DocumentReader {
 /// that no partly filled record is ever seen; the decoder that was asked turns it into an `Error`.
 class PELLIX_EXPORT Decoder {
  public:
-  Decoder(const DocumentReader& reader, Place root) : reader_(&reader), place_(root) {}
+  Decoder(const DocumentReader& reader, Cursor root) : reader_(&reader), cursor_(root) {}
 
   /// Reads every field of a key table, in its order. Each key is required.
   template <class Fields, class... Members>
@@ -93,7 +93,7 @@ class PELLIX_EXPORT Decoder {
     return Reading<T>::value(*this);
   }
 
-  [[nodiscard]] Place place() const { return place_; }
+  [[nodiscard]] Cursor cursor() const { return cursor_; }
 
   /// How to get here from the top of the document, as in `articles[1].title`; empty at the top.
   [[nodiscard]] std::string codingPath() const;
@@ -108,11 +108,11 @@ class PELLIX_EXPORT Decoder {
     return {*this, reader_->member(*this, key, run), key, 0};
   }
 
-  Decoder(const Decoder& parent, Place place, std::string_view key, std::size_t index)
-      : reader_(parent.reader_), place_(place), parent_(&parent), key_(key), index_(index) {}
+  Decoder(const Decoder& parent, Cursor place, std::string_view key, std::size_t index)
+      : reader_(parent.reader_), cursor_(place), parent_(&parent), key_(key), index_(index) {}
 
   const DocumentReader* reader_;
-  Place place_;
+  Cursor cursor_;
   const Decoder* parent_ = nullptr;
   std::string_view key_;  // empty data: an element of a list
   std::size_t index_ = 0;
@@ -149,7 +149,7 @@ struct Decoder::Reading<std::vector<T>> {
     const auto elements = at.reader_->elements(at);
     std::vector<T> list;
     list.reserve(elements.count);
-    Place place = elements.begin;
+    Cursor place = elements.begin;
     for (std::size_t index = 0; place.index != elements.end.index; ++index) {
       list.push_back(Decoder(at, place, {}, index).template value<T>());
       place = at.reader_->next(place);
@@ -181,4 +181,4 @@ class DecoderFor {
   using Make = void (*)(void* result, const Decoder& decoder);
 };
 
-}  // namespace Platform
+}  // namespace PellixPlatform

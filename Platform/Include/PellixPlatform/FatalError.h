@@ -1,10 +1,10 @@
 #pragma once
 
-#include <Platform/Export.h>
+#include <PellixPlatform/Export.h>
 
 #include <string_view>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// Stops the process because its program is wrong: writes `report` and a line feed to standard
 /// error, then aborts. Never for a failure that a correct program can meet.
@@ -14,4 +14,4 @@ namespace Platform {
 [[noreturn]] PELLIX_EXPORT void fatalUnimplementedInitializer(std::string_view className,
                                                               std::string_view initializer);
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Platform/Data.h>
-#include <Platform/Error.h>
+#include <PellixPlatform/Data.h>
+#include <PellixPlatform/Error.h>
 #include <QuorvelCoreSDK/AccountDetails.h>
 #include <QuorvelCoreSDK/ClientHeaders.h>
 #include <QuorvelCoreSDK/OneCall.h>
@@ -23,9 +23,9 @@ namespace QuorvelCoreSDK {
 ///
 /// Ownership: always held by a shared pointer, which a fetch under way shares.
 /// Thread safety: any thread.
-class PELLIX_EXPORT KeptDocument final : public std::enable_shared_from_this<KeptDocument> {
+class PELLIX_EXPORT CachedDocument final : public std::enable_shared_from_this<CachedDocument> {
  public:
-  using Document = std::shared_ptr<const Platform::Data>;
+  using Document = std::shared_ptr<const PellixPlatform::Data>;
   using Callback = std::function<void(Document)>;
 
   /// Where a document that is at hand is handed out: within the call, or on the transport's thread.
@@ -43,7 +43,7 @@ class PELLIX_EXPORT KeptDocument final : public std::enable_shared_from_this<Kep
     Delivery delivery = Delivery::atOnce;
   };
 
-  explicit KeptDocument(Parameters parameters);
+  explicit CachedDocument(Parameters parameters);
 
   /// Calls `callback` once and lets go of it: with well-formed JSON, or with null if there is none
   /// to be had. A document that has to be fetched comes on the transport's thread. If memory runs
@@ -55,7 +55,7 @@ class PELLIX_EXPORT KeptDocument final : public std::enable_shared_from_this<Kep
 
   struct Fetch;
   void fetch();
-  void finish(Fetch& fetch, std::expected<Platform::Data, Platform::Error> fetched);
+  void finish(Fetch& fetch, std::expected<PellixPlatform::Data, PellixPlatform::Error> fetched);
   std::vector<OneCall<Document>> takeWaiting();
 
   const Parameters parameters_;

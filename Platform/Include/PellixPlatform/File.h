@@ -1,12 +1,12 @@
 #pragma once
 
-#include <Platform/Data.h>
-#include <Platform/Error.h>
+#include <PellixPlatform/Data.h>
+#include <PellixPlatform/Error.h>
 
 #include <expected>
 #include <filesystem>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// The domain of the errors of `readFile`; their code is the `errno` of the call that failed.
 PELLIX_EXPORT extern const char FileErrorDomain[];
@@ -14,4 +14,4 @@ PELLIX_EXPORT extern const char FileErrorDomain[];
 /// All the bytes of a file, or why they can't be read.
 [[nodiscard]] PELLIX_EXPORT std::expected<Data, Error> readFile(const std::filesystem::path& path);
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <Platform/Coding.h>
-#include <Platform/Data.h>
-#include <Platform/Error.h>
-#include <Platform/Export.h>
+#include <PellixPlatform/Coding.h>
+#include <PellixPlatform/Data.h>
+#include <PellixPlatform/Error.h>
+#include <PellixPlatform/Export.h>
 
 #include <expected>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// The domain of the errors that encoders make.
 PELLIX_EXPORT extern const char EncodingErrorDomain[];
@@ -80,4 +80,4 @@ class PELLIX_EXPORT Encoder {
   std::string_view key_;  // the latest, to say in an error
 };
 
-}  // namespace Platform
+}  // namespace PellixPlatform

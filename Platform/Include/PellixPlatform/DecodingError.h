@@ -1,10 +1,10 @@
 #pragma once
 
-#include <Platform/Export.h>
+#include <PellixPlatform/Export.h>
 
 #include <cstdint>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// The domain of the errors that decoders make.
 PELLIX_EXPORT extern const char DecodingErrorDomain[];
@@ -20,4 +20,4 @@ enum class DecodingErrorCode : std::int64_t {
   dataCorrupted = 5,     ///< The document is not well formed.
 };
 
-}  // namespace Platform
+}  // namespace PellixPlatform

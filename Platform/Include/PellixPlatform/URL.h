@@ -1,12 +1,12 @@
 #pragma once
 
-#include <Platform/Export.h>
+#include <PellixPlatform/Export.h>
 
 #include <optional>
 #include <string>
 #include <string_view>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// An address in the grammar of RFC 3986, kept as the text it was made from.
 class PELLIX_EXPORT URL {
@@ -42,4 +42,4 @@ class PELLIX_EXPORT URL {
   bool hasFragment_ = false;
 };
 
-}  // namespace Platform
+}  // namespace PellixPlatform

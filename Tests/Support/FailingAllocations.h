@@ -10,10 +10,10 @@ enum class Shortage : std::uint8_t { lasting, passing };
 
 /// From now on so many allocations succeed on this thread, and then none, or all but one. Without a
 /// sanitizer, those by `malloc` count too, which C libraries make.
-void beginScarcity(std::size_t allocations, Shortage shortage = Shortage::lasting);
+void beginFailingAllocations(std::size_t allocations, Shortage shortage = Shortage::lasting);
 
 /// There is plenty again. Whether an allocation failed meanwhile.
-bool endScarcity();
+bool endFailingAllocations();
 
 /// How many allocations by `new` are there, of all threads.
 [[nodiscard]] std::ptrdiff_t liveAllocations();

@@ -1,4 +1,4 @@
-#include "Doctor/Visit.h"
+#include "Doctor/Observation.h"
 
 #include "Doctor/Probe.h"
 #include "Host.h"
@@ -28,7 +28,7 @@ class Headers final : public QuorvelCoreSDK::ClientHeaders {
 TransportReply perform(const TransportRequest& request, const Account& account, bool needsToken) {
   static_cast<void>(EventLoop::shared());  // before anything can wake it
   const ProviderService service({.environment = account->accountDetails(),
-                                 .urlComponent = Platform::URL::parse(request.url).value(),
+                                 .urlComponent = PellixPlatform::URL::parse(request.url).value(),
                                  .requiresAuth = needsToken,
                                  .httpMethod = request.method,
                                  .clientHeaders = std::make_shared<const Headers>(),
@@ -46,8 +46,8 @@ TransportReply fetch(std::string_view path, const Account& account) {
   return perform(request, account, false);
 }
 
-/// Answers the library with what a visit brought, and with an enabled feature in any case, so that
-/// it makes its query; and keeps that.
+/// Answers the library with what an observation brought, and with an enabled feature in any case,
+/// so that it makes its query; and keeps that.
 class CapturingTransport final : public QuorvelCoreSDK::Transport {
  public:
   CapturingTransport(Account account, TransportReply knowledgeSettings)
@@ -56,7 +56,7 @@ class CapturingTransport final : public QuorvelCoreSDK::Transport {
   void send(TransportRequest request, Completion completion) override {
     TransportReply reply{.error = makeCoreError(QuorvelCoreSDK::CoreErrorCode::transportFailed)};
     if (request.url.ends_with(ServicePaths::accountSettings)) {
-      using Response = Platform::HTTPURLResponse;
+      using Response = PellixPlatform::HTTPURLResponse;
       reply = {
           .data = R"({"pellix":{"enabled":true}})",
           .response = std::make_shared<const Response>(request.url, 200, Response::HeaderFields())};
@@ -78,24 +78,25 @@ class CapturingTransport final : public QuorvelCoreSDK::Transport {
 
 }  // namespace
 
-std::expected<Account, Platform::Error> accountFor(const Options& options) {
+std::expected<Account, PellixPlatform::Error> accountFor(const Options& options) {
   QuorvelCoreSDK::Configuration configuration;
   configuration.token = [token = options.token] { return token; };
   configuration.network.certificateAuthorities = options.certificateAuthorities;
-  configuration.network.connectLimit = longestConnecting;
-  configuration.network.limit = std::chrono::seconds(8);
+  configuration.network.connectTimeout = longestConnecting;
+  configuration.network.requestTimeout = std::chrono::seconds(8);
   return Quorvel::initialize({options.accountUrl, options.applicationId, options.clientId},
                              std::move(configuration));
 }
 
-Visit visit(const Account& account) {
+Observation observe(const Account& account) {
   return {.settings = fetch(ServicePaths::accountSettings, account),
           .knowledgeSettings = fetch(ServicePaths::knowledgeSettings, account)};
 }
 
-std::optional<TransportRequest> queryAfter(const Visit& visit, const Account& account,
+std::optional<TransportRequest> queryAfter(const Observation& observation, const Account& account,
                                            const Options& options) {
-  const auto transport = std::make_shared<CapturingTransport>(account, visit.knowledgeSettings);
+  const auto transport =
+      std::make_shared<CapturingTransport>(account, observation.knowledgeSettings);
   QuorvelCoreSDK::Configuration configuration;
   configuration.token = [] { return "none"; };  // without one, the library makes no query
   configuration.transport = transport;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <Platform/Decoder.h>
+#include <PellixPlatform/Decoder.h>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// Decodes property lists in XML, in UTF-8 or UTF-16. Documents that declare or use entities of
 /// their own are refused, and so is the binary form.
@@ -14,4 +14,4 @@ class PELLIX_EXPORT PropertyListDecoder : public DecoderFor<PropertyListDecoder>
   static std::optional<Error> read(std::string_view data, void* result, Make make);
 };
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <Platform/Export.h>
+#include <PellixPlatform/Export.h>
 
 #include <optional>
 #include <string>
 #include <vector>
 
-namespace Platform::Locale {
+namespace PellixPlatform::Locale {
 
 /// The person's preferred languages as BCP 47 tags, most preferred first; may be empty.
 ///
@@ -20,4 +20,4 @@ namespace Platform::Locale {
 /// back to the environment. Thread safety: any thread.
 PELLIX_EXPORT void setPreferredLanguages(std::optional<std::vector<std::string>> languages);
 
-}  // namespace Platform::Locale
+}  // namespace PellixPlatform::Locale

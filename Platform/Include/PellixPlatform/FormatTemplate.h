@@ -1,12 +1,12 @@
 #pragma once
 
-#include <Platform/Export.h>
+#include <PellixPlatform/Export.h>
 
 #include <optional>
 #include <string>
 #include <string_view>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// Expands a printf-style template that takes exactly one object argument. It knows `%@` (once),
 /// `%1$@` (as often as wanted) and `%%`; the argument is put in as it stands and never expanded
@@ -15,4 +15,4 @@ namespace Platform {
 [[nodiscard]] PELLIX_EXPORT std::optional<std::string> formatTemplate(std::string_view text,
                                                                       std::string_view argument);
 
-}  // namespace Platform
+}  // namespace PellixPlatform

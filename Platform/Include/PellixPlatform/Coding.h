@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Platform/CanonicalEquivalence.h>
+#include <PellixPlatform/CanonicalEquivalence.h>
 
 #include <algorithm>
 #include <concepts>
@@ -12,7 +12,7 @@
 #include <tuple>
 #include <vector>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// One row of a record's key table: a key of the encoded form and the field that it stands for.
 ///
@@ -60,4 +60,4 @@ template <class Fields, class... Members>
       keys);
 }
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <Platform/Export.h>
+#include <PellixPlatform/Export.h>
 
 #include <cstddef>
 #include <functional>
 #include <memory>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// A queue of tasks that one thread runs in the order in which any thread posted them.
 ///
@@ -59,4 +59,4 @@ class PELLIX_EXPORT DispatchQueue {
   const std::unique_ptr<State> state_;
 };
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,5 +1,5 @@
 // Takes the place of the program's allocation functions.
-#include "Support/Scarcity.h"
+#include "Support/FailingAllocations.h"
 
 #include <atomic>
 #include <cerrno>
@@ -67,13 +67,13 @@ void release(void* memory) noexcept {
 
 }  // namespace
 
-void beginScarcity(std::size_t allocations, Shortage shortage) {
+void beginFailingAllocations(std::size_t allocations, Shortage shortage) {
   left = allocations;
   isPassing = shortage == Shortage::passing;
   ranOut = false;
 }
 
-bool endScarcity() {
+bool endFailingAllocations() {
   left = plenty;
   return ranOut;
 }

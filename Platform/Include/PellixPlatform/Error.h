@@ -1,13 +1,13 @@
 #pragma once
 
-#include <Platform/Export.h>
+#include <PellixPlatform/Export.h>
 
 #include <cstdint>
 #include <map>
 #include <string>
 #include <variant>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// The user-info key under which an error keeps a sentence for people.
 PELLIX_EXPORT extern const char NSLocalizedDescriptionKey[];
@@ -49,4 +49,4 @@ class PELLIX_EXPORT Error {
   UserInfo userInfo_;
 };
 
-}  // namespace Platform
+}  // namespace PellixPlatform

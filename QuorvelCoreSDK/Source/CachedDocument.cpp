@@ -1,10 +1,10 @@
 #include "Deadline.h"
 #include "Session.h"
 
-#include <Platform/JSONDecoder.h>
+#include <PellixPlatform/JSONDecoder.h>
+#include <QuorvelCoreSDK/CachedDocument.h>
 #include <QuorvelCoreSDK/CoreError.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
-#include <QuorvelCoreSDK/KeptDocument.h>
 #include <QuorvelCoreSDK/ProviderService.h>
 
 #include <exception>
@@ -15,23 +15,23 @@ namespace {
 
 /// Decodes from anything that is well formed.
 struct WellFormed {
-  explicit WellFormed(const Platform::Decoder&) {}
+  explicit WellFormed(const PellixPlatform::Decoder&) {}
 };
 
-std::expected<Platform::Data, Platform::Error> documentOf(std::optional<Platform::Data> data,
-                                                          const Platform::URLResponse* response,
-                                                          std::optional<Platform::Error> error) {
+std::expected<PellixPlatform::Data, PellixPlatform::Error> documentOf(
+    std::optional<PellixPlatform::Data> data, const PellixPlatform::URLResponse* response,
+    std::optional<PellixPlatform::Error> error) {
   if (error) return std::unexpected(*std::move(error));
-  const auto* http = dynamic_cast<const Platform::HTTPURLResponse*>(response);
+  const auto* http = dynamic_cast<const PellixPlatform::HTTPURLResponse*>(response);
   const int status = http ? http->statusCode() : 0;
   if (status < 200 || 299 < status) {
     return std::unexpected(
         makeCoreError(CoreErrorCode::transportFailed,
                       "status " + std::to_string(status) + " " +
-                          Platform::HTTPURLResponse::localizedStringForStatusCode(status)));
+                          PellixPlatform::HTTPURLResponse::localizedStringForStatusCode(status)));
   }
-  auto document = std::move(data).value_or(Platform::Data());
-  if (auto checked = Platform::JSONDecoder().decode<WellFormed>(document); !checked) {
+  auto document = std::move(data).value_or(PellixPlatform::Data());
+  if (auto checked = PellixPlatform::JSONDecoder().decode<WellFormed>(document); !checked) {
     return std::unexpected(std::move(checked).error());
   }
   return document;
@@ -39,9 +39,9 @@ std::expected<Platform::Data, Platform::Error> documentOf(std::optional<Platform
 
 }  // namespace
 
-KeptDocument::KeptDocument(Parameters parameters) : parameters_(std::move(parameters)) {}
+CachedDocument::CachedDocument(Parameters parameters) : parameters_(std::move(parameters)) {}
 
-void KeptDocument::get(Callback callback) {
+void CachedDocument::get(Callback callback) {
   Document document;
   bool isFirst = false;
   {
@@ -65,27 +65,27 @@ void KeptDocument::get(Callback callback) {
 
 /// A fetch under way. If it goes before it is finished, because it never got out or its outcome is
 /// lost, nothing would ever answer those that wait, nor those that join them: they are let go of.
-struct KeptDocument::Fetch {
-  std::shared_ptr<KeptDocument> document;  // null when it is finished
+struct CachedDocument::Fetch {
+  std::shared_ptr<CachedDocument> document;  // null when it is finished
 
-  explicit Fetch(std::shared_ptr<KeptDocument> of) : document(std::move(of)) {}
+  explicit Fetch(std::shared_ptr<CachedDocument> of) : document(std::move(of)) {}
   Fetch(Fetch&&) = default;
   ~Fetch() {
     if (document) document->takeWaiting();
   }
 };
 
-std::vector<OneCall<KeptDocument::Document>> KeptDocument::takeWaiting() {
+std::vector<OneCall<CachedDocument::Document>> CachedDocument::takeWaiting() {
   const std::lock_guard lock(mutex_);
   return std::exchange(waiting_, {});
 }
 
-void KeptDocument::fetch() {
+void CachedDocument::fetch() {
   const auto fetch = std::make_shared<Fetch>(Fetch(shared_from_this()));
   const auto& account = parameters_.environment;
   const ProviderService service(
       {.environment = account,
-       .urlComponent = Platform::URL::parse(account.accountUrl() + parameters_.path).value(),
+       .urlComponent = PellixPlatform::URL::parse(account.accountUrl() + parameters_.path).value(),
        .clientHeaders = parameters_.clientHeaders});
   service.perform([fetch](auto data, const auto& response, auto error) {
     const auto self = fetch->document;
@@ -93,10 +93,11 @@ void KeptDocument::fetch() {
   });
 }
 
-void KeptDocument::finish(Fetch& fetch, std::expected<Platform::Data, Platform::Error> fetched) {
+void CachedDocument::finish(Fetch& fetch,
+                            std::expected<PellixPlatform::Data, PellixPlatform::Error> fetched) {
   const auto failure = fetched ? std::nullopt : std::optional(fetched.error());
   Document document;
-  if (fetched) document = std::make_shared<const Platform::Data>(*std::move(fetched));
+  if (fetched) document = std::make_shared<const PellixPlatform::Data>(*std::move(fetched));
   std::vector<OneCall<Document>> waiting;
   {
     const std::lock_guard lock(mutex_);

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <Platform/Decoder.h>
+#include <PellixPlatform/Decoder.h>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// Decodes JSON (RFC 8259) in UTF-8, a leading byte-order mark allowed.
 ///
@@ -18,4 +18,4 @@ class PELLIX_EXPORT JSONDecoder : public DecoderFor<JSONDecoder> {
   static std::optional<Error> read(std::string_view data, void* result, Make make);
 };
 
-}  // namespace Platform
+}  // namespace PellixPlatform

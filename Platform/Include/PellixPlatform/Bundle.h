@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Platform/Export.h>
+#include <PellixPlatform/Export.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -10,7 +10,7 @@
 #include <string_view>
 #include <variant>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// A value of a bundle's information dictionary; `std::monostate` stands for a list, a dictionary,
 /// a date or data.
@@ -51,4 +51,4 @@ class PELLIX_EXPORT Bundle {
   std::map<std::string, InfoValue, std::less<>> info_;
 };
 
-}  // namespace Platform
+}  // namespace PellixPlatform

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <Platform/Encoder.h>
+#include <PellixPlatform/Encoder.h>
 
-namespace Platform {
+namespace PellixPlatform {
 
 /// Encodes records as compact JSON (RFC 8259), keys in their declared order.
 ///
@@ -22,4 +22,4 @@ class PELLIX_EXPORT JSONEncoder {
   static std::expected<Data, Error> run(const void* record, Write write);
 };
 
-}  // namespace Platform
+}  // namespace PellixPlatform
