@@ -7,8 +7,8 @@ jobs=$(nproc)
 
 # The tests belong to every build, so that what is built once serves both ./demo and ./test.
 library_packages=(g++ cmake ninja-build pkg-config libcurl4-openssl-dev libexpat1-dev
-  libsimdjson-dev liburiparser-dev libutf8proc-dev uuid-dev)
-app_packages=(libcli11-dev libcpp-httplib-dev libfmt-dev libsqlite3-dev libssl-dev libxml2-dev
+  libsimdjson-dev libssl-dev liburiparser-dev libutf8proc-dev uuid-dev)
+app_packages=(libcli11-dev libcpp-httplib-dev libfmt-dev libsqlite3-dev libxml2-dev
   nlohmann-json3-dev)
 test_packages=(bzip2 libglib2.0-dev libgmock-dev libgtest-dev libplist-dev locales
   python3 unicode-data valgrind)

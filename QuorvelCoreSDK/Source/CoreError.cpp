@@ -16,8 +16,7 @@ struct Sentence {
 };
 
 constexpr auto sentences = std::to_array<Sentence>({
-    {CoreErrorCode::invalidAccountUrl,
-     "The account address must be an absolute URL without user, query or fragment."},
+    {CoreErrorCode::invalidAccountUrl, "The account's address can't be served."},
     {CoreErrorCode::insecureUrl, "The address must use https; http is for loopback alone."},
     {CoreErrorCode::missingToken, "The request needs a bearer token, and there is none."},
     {CoreErrorCode::invalidHeader, "The token or a header holds characters that can't be sent."},
@@ -34,6 +33,7 @@ constexpr auto sentences = std::to_array<Sentence>({
     {CoreErrorCode::replyTooLarge, "The server's reply is too large."},
     {CoreErrorCode::proxyFailed, "The proxy did not pass the request on."},
     {CoreErrorCode::transportFailed, "The request failed."},
+    {CoreErrorCode::invalidProxy, "The proxy's address can't be used."},
 });
 
 }  // namespace

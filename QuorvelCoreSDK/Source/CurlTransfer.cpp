@@ -1,9 +1,9 @@
 #include "CurlTransfer.h"
 
-#include <PellixPlatform/URL.h>
-#include <QuorvelCoreSDK/CoreError.h>
+#include "CurlFailure.h"
+#include "TlsContext.h"
 
-#include <sys/socket.h>
+#include <PellixPlatform/URL.h>
 
 #include <algorithm>
 #include <array>
@@ -31,34 +31,6 @@ const char* nameOf(HttpMethod method) {
   return "GET";
 }
 
-struct Meaning {
-  CURLcode result;
-  CoreErrorCode code;
-};
-
-constexpr auto meanings = std::to_array<Meaning>({
-    {CURLE_COULDNT_RESOLVE_HOST, CoreErrorCode::cannotResolveHost},
-    {CURLE_COULDNT_RESOLVE_PROXY, CoreErrorCode::cannotResolveProxy},
-    {CURLE_COULDNT_CONNECT, CoreErrorCode::cannotConnect},
-    {CURLE_OPERATION_TIMEDOUT, CoreErrorCode::timedOut},
-    {CURLE_PEER_FAILED_VERIFICATION, CoreErrorCode::untrustedCertificate},
-    {CURLE_SSL_ISSUER_ERROR, CoreErrorCode::untrustedCertificate},
-    {CURLE_SSL_CONNECT_ERROR, CoreErrorCode::secureConnectionFailed},
-    {CURLE_SSL_CIPHER, CoreErrorCode::secureConnectionFailed},
-    {CURLE_SSL_CACERT_BADFILE, CoreErrorCode::unreadableCertificateStore},
-    {CURLE_GOT_NOTHING, CoreErrorCode::connectionLost},
-    {CURLE_SEND_ERROR, CoreErrorCode::connectionLost},
-    {CURLE_RECV_ERROR, CoreErrorCode::connectionLost},
-    {CURLE_PARTIAL_FILE, CoreErrorCode::connectionLost},
-    {CURLE_ABORTED_BY_CALLBACK, CoreErrorCode::connectionLost},  // by `mayBeSent`
-    {CURLE_HTTP2, CoreErrorCode::malformedReply},
-    {CURLE_HTTP2_STREAM, CoreErrorCode::connectionLost},
-    {CURLE_WEIRD_SERVER_REPLY, CoreErrorCode::malformedReply},
-    {CURLE_UNSUPPORTED_PROTOCOL, CoreErrorCode::malformedReply},
-    {CURLE_BAD_CONTENT_ENCODING, CoreErrorCode::malformedReply},
-    {CURLE_PROXY, CoreErrorCode::proxyFailed},
-});
-
 std::string_view trimmed(std::string_view text) {
   constexpr std::string_view blanks = " \t\r\n";
   const auto begin = text.find_first_not_of(blanks);
@@ -66,9 +38,30 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
 }
 
-/// A socket that the host's child processes do not inherit.
-curl_socket_t openSocket(void*, curlsocktype, curl_sockaddr* address) {
-  return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+curl_socket_t openSocket(void* sockets, curlsocktype, curl_sockaddr* address) {
+  return static_cast<Sockets*>(sockets)->open(address->family, address->socktype,
+                                              address->protocol);
+}
+
+int closeSocket(void* sockets, curl_socket_t socket) {
+  static_cast<Sockets*>(sockets)->close(socket);
+  return 0;
+}
+
+/// The number that follows a text in a note.
+std::optional<std::int64_t> numberBehind(std::string_view note, std::string_view text, int base) {
+  const auto found = note.find(text);
+  if (found == note.npos) return std::nullopt;
+  const auto digits = note.substr(found + text.size());
+  std::int64_t number = 0;
+  const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), number, base);
+  return read.ec == std::errc() ? std::optional(number) : std::nullopt;
+}
+
+void* tlsOf(CURL* easy) {
+  curl_tlssessioninfo* session = nullptr;
+  curl_easy_getinfo(easy, CURLINFO_TLS_SSL_PTR, &session);
+  return session ? session->internals : nullptr;
 }
 
 /// Runs `body`; false if memory is missing. No exception may pass through libcurl.
@@ -85,18 +78,30 @@ bool hasMemoryFor(Body body) {
 }  // namespace
 
 CurlTransfer::CurlTransfer(TransportRequest request, Transport::Completion completion,
-                           std::shared_ptr<const NetworkConfiguration> configuration)
+                           std::shared_ptr<const Network> network)
     : request_(std::move(request)),
       completion_(std::move(completion)),
-      configuration_(std::move(configuration)),
-      deadline_(deadlineAfter(configuration_->requestTimeout)) {}
+      network_(std::move(network)),
+      deadline_(deadlineAfter(network_->requestTimeout)) {}
 
-void CurlTransfer::prepare(CURL* easy) {
+std::string_view CurlTransfer::origin() const {
+  const std::string_view url = request_.url;
+  const auto host = url.find("//") + 2;
+  return url.substr(0, url.find_first_of("/?#", host));
+}
+
+void CurlTransfer::prepare(CURL* easy, Sockets& sockets, bool isMultiplexed) {
+  easy_ = easy;
+  sockets_ = &sockets;
+  isMultiplexed_ = isMultiplexed;
+  isStale_ = false;
+  detail_[0] = 0;
+  sentBytes_ = 0;
   const auto set = [easy](CURLoption option, auto value) {
     // A request must not go out without one of its options.
     if (curl_easy_setopt(easy, option, value) == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
   };
-  const auto& network = *configuration_;
+  const auto& network = *network_;
 
   set(CURLOPT_URL, request_.url.c_str());
   set(CURLOPT_PATH_AS_IS, 1L);
@@ -106,6 +111,10 @@ void CurlTransfer::prepare(CURL* easy) {
   set(CURLOPT_FOLLOWLOCATION, 0L);
   set(CURLOPT_ERRORBUFFER, detail_);
   set(CURLOPT_OPENSOCKETFUNCTION, openSocket);
+  set(CURLOPT_OPENSOCKETDATA, &sockets);
+  set(CURLOPT_CLOSESOCKETFUNCTION, closeSocket);
+  set(CURLOPT_CLOSESOCKETDATA, &sockets);
+  set(CURLOPT_FRESH_CONNECT, attempts_ > 1 ? 1L : 0L);
 
   // A request that has waited for its turn has that much less time left; zero would mean no limit.
   constexpr std::chrono::milliseconds least(1);
@@ -115,23 +124,23 @@ void CurlTransfer::prepare(CURL* easy) {
   set(CURLOPT_CONNECTTIMEOUT_MS,
       static_cast<long>(std::clamp(network.connectTimeout, least, left).count()));
 
+  set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
   set(CURLOPT_SSL_VERIFYPEER, 1L);
   set(CURLOPT_SSL_VERIFYHOST, 2L);
   if (!network.certificateAuthorities.empty()) {
     set(CURLOPT_CAINFO, network.certificateAuthorities.c_str());
     set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
   }
+  set(CURLOPT_SSL_CTX_FUNCTION, network.logsTlsSecrets ? watchTls : watchTlsInSecret);
+  set(CURLOPT_SSL_CTX_DATA, &sockets);
   set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
 
+  // Both are always said, so that libcurl does not read the environment while the host may be
+  // changing it.
   const auto url = PellixPlatform::URL::parse(request_.url);
-  // Without TLS, only a first reply would tell that a connection can't be shared.
-  set(CURLOPT_PIPEWAIT, url && url->scheme() == "https" ? 1L : 0L);
-  if (!network.proxy.empty()) {
-    set(CURLOPT_PROXY, network.proxy.c_str());
-    set(CURLOPT_NOPROXY, "");
-  } else if (network.ignoreProxyEnvironment || (url && url->isLoopback())) {
-    set(CURLOPT_PROXY, "");
-  }
+  const bool isDirect = url && url->isLoopback();
+  set(CURLOPT_PROXY, isDirect ? "" : network.proxy.c_str());
+  set(CURLOPT_NOPROXY, network.proxyExceptions.c_str());
 
   const bool expectsBody =
       request_.method == HttpMethod::post || request_.method == HttpMethod::put;
@@ -141,11 +150,15 @@ void CurlTransfer::prepare(CURL* easy) {
         static_cast<curl_off_t>(request_.body ? request_.body->size() : 0));
   }
   set(CURLOPT_CUSTOMREQUEST, nameOf(request_.method));
-  if (request_.method == HttpMethod::post) {
-    set(CURLOPT_PREREQFUNCTION, mayBeSent);
-    set(CURLOPT_PREREQDATA, this);
+  set(CURLOPT_PREREQFUNCTION, static_cast<curl_prereq_callback>(mayBeSent));
+  set(CURLOPT_PREREQDATA, this);
+  if (isMultiplexed) {
+    set(CURLOPT_VERBOSE, 1L);
+    set(CURLOPT_DEBUGFUNCTION, takeNote);
+    set(CURLOPT_DEBUGDATA, this);
   }
 
+  headers_.reset();
   const auto addHeader = [this](const std::string& line) {
     auto* const longer = curl_slist_append(headers_.get(), line.c_str());
     if (!longer) throw std::bad_alloc();
@@ -168,9 +181,70 @@ void CurlTransfer::prepare(CURL* easy) {
   set(CURLOPT_WRITEDATA, this);
 }
 
-int CurlTransfer::mayBeSent(void* self, char*, char*, int, int) {
-  const bool isSecond = std::exchange(static_cast<CurlTransfer*>(self)->isSent_, true);
-  return isSecond ? CURL_PREREQFUNC_ABORT : CURL_PREREQFUNC_OK;
+int CurlTransfer::mayBeSent(void* self, char* peer, char*, int peerPort, int localPort) {
+  const bool may = static_cast<CurlTransfer*>(self)->mayBeSent(
+      {.peer = peer, .peerPort = peerPort, .localPort = localPort});
+  return may ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+}
+
+bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
+  const auto previous = std::exchange(connection_, nullptr);
+  Sockets::endUse(previous);
+  long sent = 0;
+  curl_easy_getinfo(easy_, CURLINFO_REQUEST_SIZE, &sent);
+  const bool isFirst = !isSent_;
+  // libcurl begins anew by itself for two reasons: the connection has come to an end, or the server
+  // says that it took nothing of the request, by ending the connection at an earlier stream or by
+  // refusing this one (RFC 9113, section 8.7). Of the latter libcurl says nothing, so it is what is
+  // left while the connection is sound.
+  const bool isRefused = isMultiplexed_ && detail_[0] == 0 &&
+                         (Sockets::wasLeftOut(previous, stream_) || !Sockets::hasBroken(previous));
+  if (request_.method == HttpMethod::post && !isFirst && sent != sentBytes_ && !isRefused) {
+    return false;
+  }
+  if (sockets_->isClosedByPeer(route)) {
+    isStale_ = true;
+    return false;
+  }
+  connection_ = sockets_->beginUse(route, tlsOf(easy_));
+  sentAt_ = Clock::now();
+  sentBytes_ = sent;
+  stream_ = 0;
+  hasConnection_ = true;
+  isSent_ = true;
+  return true;
+}
+
+int CurlTransfer::takeNote(CURL*, curl_infotype kind, char* text, std::size_t size, void* self) {
+  if (kind != CURLINFO_TEXT) return 0;
+  auto& transfer = *static_cast<CurlTransfer*>(self);
+  const std::string_view note(text, size);
+  // As libcurl 7.88 and 8 say it. A note that is not understood is as good as none.
+  if (const auto last = numberBehind(note, "eived GOAWAY, error=0, last_stream=", 10)) {
+    Sockets::noteLastStream(transfer.connection_, *last);
+  } else if (const auto hexadecimal = numberBehind(note, "Using Stream ID: ", 16)) {
+    transfer.stream_ = *hexadecimal;
+  } else if (const auto opened = numberBehind(note, "[HTTP/2] [", 10)) {
+    if (note.contains("] OPENED stream for ")) transfer.stream_ = *opened;
+  }
+  return 0;
+}
+
+bool CurlTransfer::mustStartAgain(CURLcode result) const {
+  constexpr int mostAttempts = 4;
+  return result == CURLE_ABORTED_BY_CALLBACK && isStale_ && attempts_ < mostAttempts &&
+         Clock::now() < deadline_;
+}
+
+void CurlTransfer::leaveConnection(CURLcode result) {
+  ++attempts_;
+  hasConnection_ = false;
+  const auto connection = std::exchange(connection_, nullptr);
+  if (result == CURLE_OPERATION_TIMEDOUT) {
+    sockets_->breakIfSilent(connection,
+                            std::chrono::floor<std::chrono::milliseconds>(Clock::now() - sentAt_));
+  }
+  Sockets::endUse(connection);
 }
 
 std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t count, void* self) {
@@ -202,7 +276,7 @@ std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t c
 
 std::size_t CurlTransfer::takeBody(char* data, std::size_t size, std::size_t count, void* self) {
   auto& transfer = *static_cast<CurlTransfer*>(self);
-  if (size * count > transfer.configuration_->maxResponseBytes - transfer.body_.size()) {
+  if (size * count > transfer.network_->maxResponseBytes - transfer.body_.size()) {
     transfer.isTooLarge_ = true;
     return CURL_WRITEFUNC_ERROR;
   }
@@ -210,31 +284,15 @@ std::size_t CurlTransfer::takeBody(char* data, std::size_t size, std::size_t cou
   return isTaken ? size * count : CURL_WRITEFUNC_ERROR;
 }
 
-std::string_view CurlTransfer::detailOf(CURLcode result) const {
-  const std::string_view detail(detail_[0] ? detail_ : curl_easy_strerror(result));
-  // What libcurl goes on to quote may hold the proxy's password.
-  constexpr std::string_view unusable = "Unsupported proxy";
-  if (detail.starts_with(unusable)) return unusable;
-  if (result == CURLE_ABORTED_BY_CALLBACK) return "the request is not sent a second time";
-  return detail;
-}
-
 PellixPlatform::Error CurlTransfer::errorFor(CURLcode result, long proxyStatus) const {
-  using enum CoreErrorCode;
   // A header line beyond libcurl's own bound is "out of memory" in its words.
   if (isTooLarge_ || (result == CURLE_OUT_OF_MEMORY && !hasAllHeaders_)) {
-    return makeCoreError(replyTooLarge);
+    return makeCoreError(CoreErrorCode::replyTooLarge);
   }
-  if (result == CURLE_OK)
-    return makeCoreError(connectionLost, "the header fields are not complete");
-
-  const auto detail = detailOf(result);
-  const auto meaning = std::ranges::find(meanings, result, &Meaning::result);
-  auto code = meaning == meanings.end() ? transportFailed : meaning->code;
-  // For these two, libcurl's code is that of a connection that breaks.
-  if (proxyStatus >= 300) code = proxyFailed;
-  if (detail.ends_with(" in chunked-encoding")) code = malformedReply;
-  return makeCoreError(code, detail);
+  if (result == CURLE_OK) {
+    return makeCoreError(CoreErrorCode::connectionLost, "the header fields are not complete");
+  }
+  return curlFailure(result, detail_, proxyStatus);
 }
 
 void CurlTransfer::finish(CURLcode result, long proxyStatus) {

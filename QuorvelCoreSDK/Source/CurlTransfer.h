@@ -1,8 +1,10 @@
 #pragma once
 
 #include "Deadline.h"
+#include "Network.h"
+#include "Sockets.h"
 
-#include <QuorvelCoreSDK/Configuration.h>
+#include <QuorvelCoreSDK/Transport.h>
 
 #include <curl/curl.h>
 
@@ -12,14 +14,28 @@ namespace QuorvelCoreSDK {
 class CurlTransfer {
  public:
   CurlTransfer(TransportRequest request, Transport::Completion completion,
-               std::shared_ptr<const NetworkConfiguration> configuration);
+               std::shared_ptr<const Network> network);
   CurlTransfer(const CurlTransfer&) = delete;
   CurlTransfer& operator=(const CurlTransfer&) = delete;
 
   [[nodiscard]] Clock::time_point deadline() const { return deadline_; }
 
-  /// Sets every option of `easy`, which is fresh or reset. It refers to this transfer then.
-  void prepare(CURL* easy);
+  /// Scheme, host and port of the address, as it is written.
+  [[nodiscard]] std::string_view origin() const;
+
+  /// Sets every option of `easy`, which is fresh or reset. It refers to this transfer and to
+  /// `sockets` then. `isMultiplexed` says that the origin speaks HTTP/2.
+  void prepare(CURL* easy, Sockets& sockets, bool isMultiplexed);
+
+  /// Whether a connection stands that the request goes out over.
+  [[nodiscard]] bool hasConnection() const { return hasConnection_; }
+
+  /// Whether the request found a connection that the server had closed, so that nothing was sent
+  /// and it should be prepared anew. Not more often than a few times.
+  [[nodiscard]] bool mustStartAgain(CURLcode result) const;
+
+  /// Says that libcurl has ended the transfer, before it may be prepared anew or finished.
+  void leaveConnection(CURLcode result);
 
   /// Calls the completion with how the transfer ended, and lets go of it. `proxyStatus` is what a
   /// proxy answered that was asked for a tunnel, else 0.
@@ -30,24 +46,37 @@ class CurlTransfer {
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
   };
 
-  /// When a kept connection breaks before any of the reply has come, libcurl sends the request once
-  /// more on a fresh one. The server may have acted on it by then, so what is not idempotent is
-  /// sent once: RFC 9110, section 9.2.2.
-  static int mayBeSent(void* self, char*, char*, int, int);
+  /// Runs when a connection stands, right before the request goes out, also when libcurl sends it
+  /// once more by itself, because a kept connection broke before any of the reply had come. The
+  /// server may have acted on it by then, so what is not idempotent is sent once (RFC 9110, section
+  /// 9.2.2), unless the server has said, or it is plain, that it took nothing of it.
+  static int mayBeSent(void* self, char* peer, char* local, int peerPort, int localPort);
+  [[nodiscard]] bool mayBeSent(const Sockets::Route& route);
+  static int takeNote(CURL*, curl_infotype kind, char* text, std::size_t size, void* self);
   static std::size_t takeHeader(char* data, std::size_t size, std::size_t count, void* self);
   static std::size_t takeBody(char* data, std::size_t size, std::size_t count, void* self);
 
   [[nodiscard]] PellixPlatform::Error errorFor(CURLcode result, long proxyStatus) const;
-  [[nodiscard]] std::string_view detailOf(CURLcode result) const;
 
   TransportRequest request_;
   Transport::Completion completion_;
-  const std::shared_ptr<const NetworkConfiguration> configuration_;
+  const std::shared_ptr<const Network> network_;
   const Clock::time_point deadline_;
+
+  CURL* easy_ = nullptr;
+  Sockets* sockets_ = nullptr;
+  Sockets::Use connection_;  // null while there is none
+  Clock::time_point sentAt_;
+  std::int64_t stream_ = 0;  // of the latest attempt over HTTP/2, 0 while it is not known
+  long sentBytes_ = 0;       // before the latest attempt
+  int attempts_ = 0;
+  bool hasConnection_ = false;
+  bool isMultiplexed_ = false;
+  bool isStale_ = false;  // the connection was closed by the server
+  bool isSent_ = false;   // perhaps in part, and perhaps it was heard
 
   std::unique_ptr<curl_slist, FreeList> headers_;
   char detail_[CURL_ERROR_SIZE] = "";
-  bool isSent_ = false;
   int status_ = 0;
   PellixPlatform::HTTPURLResponse::HeaderFields responseHeaders_;
   std::size_t headerBytes_ = 0;

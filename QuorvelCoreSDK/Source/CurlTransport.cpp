@@ -2,18 +2,37 @@
 
 #include "CurlWorker.h"
 
+#include <PellixPlatform/DispatchQueue.h>
+#include <QuorvelCoreSDK/CoreError.h>
+
+#include <system_error>
+
 namespace QuorvelCoreSDK {
 
-CurlTransport::CurlTransport(NetworkConfiguration configuration)
-    : configuration_(std::make_shared<const NetworkConfiguration>(std::move(configuration))) {}
+CurlTransport::CurlTransport(Network network)
+    : network_(std::make_shared<const Network>(std::move(network))) {}
 
 void CurlTransport::send(TransportRequest request, Completion completion) {
-  CurlWorker::shared().add(
-      std::make_unique<CurlTransfer>(std::move(request), std::move(completion), configuration_));
+  try {
+    auto& worker = CurlWorker::shared();
+    worker.add(std::make_unique<CurlTransfer>(std::move(request), std::move(completion), network_));
+  } catch (const std::system_error& failure) {
+    // Without a worker there is no thread but the main queue's.
+    PellixPlatform::DispatchQueue::main().post(
+        [completion = std::move(completion),
+         error = makeCoreError(CoreErrorCode::transportFailed, failure.what())] {
+          completion({.error = error});
+        });
+  }
 }
 
 void CurlTransport::post(std::function<void()> task) {
-  CurlWorker::shared().post(std::move(task));
+  try {
+    auto& worker = CurlWorker::shared();
+    worker.post(std::move(task));
+  } catch (const std::system_error&) {
+    PellixPlatform::DispatchQueue::main().post(std::move(task));
+  }
 }
 
 }  // namespace QuorvelCoreSDK

@@ -1,19 +1,21 @@
 #pragma once
 
-#include <QuorvelCoreSDK/Configuration.h>
+#include "Network.h"
+
+#include <QuorvelCoreSDK/Transport.h>
 
 namespace QuorvelCoreSDK {
 
 /// HTTP by libcurl, on the one worker thread of the process.
 class CurlTransport final : public Transport {
  public:
-  explicit CurlTransport(NetworkConfiguration configuration);
+  explicit CurlTransport(Network network);
 
   void send(TransportRequest request, Completion completion) override;
   void post(std::function<void()> task) override;
 
  private:
-  const std::shared_ptr<const NetworkConfiguration> configuration_;
+  const std::shared_ptr<const Network> network_;
 };
 
 }  // namespace QuorvelCoreSDK

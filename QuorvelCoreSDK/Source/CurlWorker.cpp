@@ -12,13 +12,14 @@
 namespace QuorvelCoreSDK {
 namespace {
 
-constexpr std::size_t mostRunning = 256;  // transfers; more wait for their turn
-constexpr long mostConnections = 16;      // to one host; whoever has none waits for one
-constexpr std::size_t mostSpare = 32;     // handles kept for reuse
-constexpr int longestWait = 60'000;       // milliseconds; nothing depends on it
+constexpr std::size_t mostRunning = 256;     // transfers; more wait for their turn
+constexpr std::size_t mostConnections = 16;  // to one server, if each request takes one
+constexpr std::size_t mostStreams = 100;     // to one server otherwise: RFC 9113, section 6.5.2
+constexpr std::size_t mostConnecting = 4;    // at once then, since the others can join them
+constexpr std::size_t mostSpare = 32;        // handles kept for reuse
+constexpr int longestWait = 60'000;          // milliseconds; nothing depends on it
 
-/// libcurl forgets the time limit of a transfer that waits for a connection. It ends the others by
-/// itself, and can say more of them, so it comes first.
+/// libcurl ends what is late by itself, and can say more of it, so it comes first.
 constexpr std::chrono::milliseconds patience(20);
 
 /// While it lives, a thread that this one starts receives no signal but those of its own faults:
@@ -44,11 +45,13 @@ class WithoutSignals {
 
 /// Runs `body`, which ends what it can't get memory for.
 template <class Body>
-void withMemory(const Body& body) {
+bool withMemory(const Body& body) {
   try {
     body();
+    return true;
   } catch (const std::bad_alloc&) {
     // An error that told of it would need memory too; that the callback goes tells as much.
+    return false;
   }
 }
 
@@ -56,7 +59,11 @@ CURLM* makeMulti() {
   if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw std::bad_alloc();
   auto* const multi = curl_multi_init();
   if (!multi) throw std::bad_alloc();
-  curl_multi_setopt(multi, CURLMOPT_MAX_HOST_CONNECTIONS, mostConnections);
+  // It comes without an error, and could never be woken, if the system has no descriptor left.
+  if (curl_multi_wakeup(multi) != CURLM_OK) {
+    curl_multi_cleanup(multi);
+    throw std::system_error(std::make_error_code(std::errc::too_many_files_open));
+  }
   curl_multi_setopt(multi, CURLMOPT_PIPELINING, static_cast<long>(CURLPIPE_MULTIPLEX));
   return multi;
 }
@@ -127,9 +134,11 @@ void CurlWorker::post(std::function<void()> task) {
 void CurlWorker::run() {
   while (!stopping_) {
     runTasks();
+    sortAdded();
     startWaiting();
     int stillRunning = 0;
     curl_multi_perform(multi_, &stillRunning);
+    countConnecting();
     finishDone();
     finishLate();
     if (!stopping_ && !hasWork()) wait();
@@ -139,49 +148,90 @@ void CurlWorker::run() {
 void CurlWorker::wait() {
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(earliestDeadline_ - Clock::now());
   const auto most = std::clamp<std::int64_t>(left.count(), 0, longestWait);
-  curl_multi_poll(multi_, nullptr, 0, static_cast<int>(most), nullptr);
+  curl_waitfd closing{.fd = sockets_.descriptor(), .events = CURL_WAIT_POLLIN, .revents = 0};
+  curl_multi_poll(multi_, &closing, 1, static_cast<int>(most), nullptr);
+  if (closing.revents != 0) sockets_.closeIdle();
+}
+
+bool CurlWorker::mayStart(const Origin& origin) const {
+  if (origin.waiting.empty() || running_.size() >= mostRunning) return false;
+  if (!origin.isMultiplexed) return origin.running < mostConnections;
+  return origin.running < mostStreams && origin.connecting < mostConnecting;
 }
 
 bool CurlWorker::hasWork() {
-  if (running_.size() < mostRunning && !waiting_.empty()) return true;
+  for (const auto& [name, origin] : origins_) {
+    if (mayStart(origin)) return true;
+  }
   const std::lock_guard lock(mutex_);
   isWaiting_ = added_.empty() && tasks_.empty();
   return !isWaiting_;
 }
 
-void CurlWorker::startWaiting() {
+void CurlWorker::sortAdded() {
+  std::list<std::unique_ptr<CurlTransfer>> added;
   {
     const std::lock_guard lock(mutex_);
     isWaiting_ = false;
-    for (const auto& transfer : added_) {
-      earliestDeadline_ = std::min(earliestDeadline_, transfer->deadline() + patience);
-    }
-    waiting_.splice(waiting_.end(), added_);
+    added.splice(added.end(), added_);
   }
-  while (running_.size() < mostRunning && !waiting_.empty()) {
-    auto transfer = std::move(waiting_.front());
-    waiting_.pop_front();
-    withMemory([&] { start(std::move(transfer)); });
+  while (!added.empty()) {
+    const auto& transfer = *added.front();
+    earliestDeadline_ = std::min(earliestDeadline_, transfer.deadline() + patience);
+    const bool isSorted = withMemory([&] {
+      auto found = origins_.find(transfer.origin());
+      if (found == origins_.end())
+        found = origins_.try_emplace(std::string(transfer.origin())).first;
+      auto& waiting = found->second.waiting;
+      waiting.splice(waiting.end(), added, added.begin());
+    });
+    if (!isSorted) added.pop_front();
   }
 }
 
-void CurlWorker::start(std::unique_ptr<CurlTransfer> transfer) {
+void CurlWorker::startWaiting() {
+  // Each origin has its turn, so that a busy one does not shut the others out.
+  auto origin = origins_.upper_bound(latestOrigin_);
+  for (std::size_t left = origins_.size(); left > 0; --left) {
+    if (origin == origins_.end()) origin = origins_.begin();
+    const bool hadTurn = mayStart(origin->second);
+    while (mayStart(origin->second)) startNext(origin->second);
+    if (hadTurn) withMemory([&] { latestOrigin_ = origin->first; });
+    ++origin;
+  }
+}
+
+void CurlWorker::startNext(Origin& origin) {
+  auto transfer = std::move(origin.waiting.front());
+  origin.waiting.pop_front();
+  withMemory([&] { start(origin, std::move(transfer)); });
+}
+
+void CurlWorker::start(Origin& origin, std::unique_ptr<CurlTransfer> transfer) {
   auto easy = takeEasy();
-  transfer->prepare(easy.get());
-  const auto started = running_.emplace(easy.get(), std::move(transfer)).first;
+  transfer->prepare(easy.get(), sockets_, origin.isMultiplexed);
+  const auto started = running_.emplace(easy.get(), Running{&origin, std::move(transfer)}).first;
   if (curl_multi_add_handle(multi_, easy.get()) != CURLM_OK) {
     easy.reset();
     running_.erase(started);
     throw std::bad_alloc();
   }
+  ++origin.running;
+  ++origin.connecting;
   static_cast<void>(easy.release());
+}
+
+void CurlWorker::countConnecting() {
+  for (auto& [name, origin] : origins_) origin.connecting = 0;
+  for (const auto& [handle, running] : running_) {
+    if (!running.transfer->hasConnection()) ++running.origin->connecting;
+  }
 }
 
 void CurlWorker::finishDone() {
   int left = 0;
   while (const auto* message = stopping_ ? nullptr : curl_multi_info_read(multi_, &left)) {
-    if (message->msg != CURLMSG_DONE) continue;
-    withMemory([&] { finish(message->easy_handle, message->data.result); });
+    if (message->msg == CURLMSG_DONE) finish(message->easy_handle, message->data.result);
   }
 }
 
@@ -198,28 +248,39 @@ void CurlWorker::finishLate() {
   // What the host adds meanwhile is not among them yet.
   for (auto at = running_.begin(); at != running_.end();) {
     auto* const handle = at->first;
-    const bool isOver = isLate(*at->second);
+    const bool isOver = isLate(*at->second.transfer);
     ++at;  // before its place goes
-    if (isOver) withMemory([this, handle] { finish(handle, CURLE_OPERATION_TIMEDOUT); });
+    if (isOver) finish(handle, CURLE_OPERATION_TIMEDOUT);
   }
-  for (auto at = waiting_.begin(); at != waiting_.end();) {
-    if (!isLate(**at)) {
-      ++at;
-      continue;
+  for (auto& [name, origin] : origins_) {
+    for (auto at = origin.waiting.begin(); at != origin.waiting.end();) {
+      if (!isLate(**at)) {
+        ++at;
+        continue;
+      }
+      const auto transfer = std::move(*at);
+      at = origin.waiting.erase(at);
+      withMemory([&] { transfer->finish(CURLE_OPERATION_TIMEDOUT, 0); });
     }
-    const auto transfer = std::move(*at);
-    at = waiting_.erase(at);
-    withMemory([&] { transfer->finish(CURLE_OPERATION_TIMEDOUT, 0); });
   }
 }
 
 void CurlWorker::finish(CURL* handle, CURLcode result) {
   Easy easy(handle);
-  const auto transfer = std::move(running_.extract(handle).mapped());
+  auto [origin, transfer] = std::move(running_.extract(handle).mapped());
+  --origin->running;
   long proxyStatus = 0;
   curl_easy_getinfo(handle, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
-  // First, since somebody waits for it.
-  withMemory([&] { transfer->finish(result, proxyStatus); });
+  long version = CURL_HTTP_VERSION_NONE;
+  curl_easy_getinfo(handle, CURLINFO_HTTP_VERSION, &version);
+  if (version != CURL_HTTP_VERSION_NONE) origin->isMultiplexed = version >= CURL_HTTP_VERSION_2_0;
+  transfer->leaveConnection(result);
+  if (transfer->mustStartAgain(result)) {
+    withMemory([&] { origin->waiting.push_front(std::move(transfer)); });
+  } else {
+    // First, since somebody waits for it.
+    withMemory([&] { transfer->finish(result, proxyStatus); });
+  }
   curl_multi_remove_handle(multi_, handle);
   curl_easy_reset(handle);
   if (spare_.size() < mostSpare) withMemory([&] { spare_.push_back(std::move(easy)); });

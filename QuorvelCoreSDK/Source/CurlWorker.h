@@ -21,6 +21,8 @@ namespace QuorvelCoreSDK {
 /// going from one list to another takes none.
 class CurlWorker {
  public:
+  /// Made by the first call that can make it. Errors: `std::system_error` while the system has no
+  /// descriptors for it.
   [[nodiscard]] static CurlWorker& shared();
 
   void add(std::unique_ptr<CurlTransfer> transfer);
@@ -42,7 +44,21 @@ class CurlWorker {
   /// Whether there is something to do. If not, the thread says that it is going to wait.
   [[nodiscard]] bool hasWork();
   void startWaiting();
-  void start(std::unique_ptr<CurlTransfer> transfer);
+  /// What is on its way to one server. What waits here waits for libcurl to have a connection for
+  /// it: libcurl's own queue now and then forgets one, and would rather wait than connect.
+  struct Origin {
+    std::list<std::unique_ptr<CurlTransfer>> waiting;
+    std::size_t running = 0;
+    std::size_t connecting = 0;  // of these, as seen last
+    bool isMultiplexed = false;  // as far as the latest reply tells
+  };
+  using Origins = std::map<std::string, Origin, std::less<>>;
+
+  void sortAdded();
+  void startNext(Origin& origin);
+  void start(Origin& origin, std::unique_ptr<CurlTransfer> transfer);
+  [[nodiscard]] bool mayStart(const Origin& origin) const;
+  void countConnecting();
   void finishDone();
   void finishLate();
   void finish(CURL* handle, CURLcode result);
@@ -61,8 +77,14 @@ class CurlWorker {
   bool isWaiting_ = false;  // and has to be woken for what is new
 
   // The rest belongs to the thread.
-  std::list<std::unique_ptr<CurlTransfer>> waiting_;
-  std::map<CURL*, std::unique_ptr<CurlTransfer>> running_;
+  struct Running {
+    Origin* origin;
+    std::unique_ptr<CurlTransfer> transfer;
+  };
+  Sockets sockets_;
+  Origins origins_;
+  std::string latestOrigin_;  // that had a turn; the next one is first
+  std::map<CURL*, Running> running_;
   Clock::time_point earliestDeadline_ = Clock::time_point::max();  // or earlier
   std::list<std::function<void()>> ready_;
   std::vector<Easy> spare_;

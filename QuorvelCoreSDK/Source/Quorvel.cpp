@@ -1,10 +1,10 @@
+#include "AccountAddress.h"
 #include "CurlTransport.h"
+#include "Network.h"
 #include "Session.h"
 #include "SettingsService.h"
 #include "SharedInstance.h"
 
-#include <PellixPlatform/URL.h>
-#include <QuorvelCoreSDK/CoreError.h>
 #include <QuorvelCoreSDK/Quorvel.h>
 
 #include <mutex>
@@ -30,16 +30,6 @@ Shared& shared() {
   return slot;
 }
 
-/// Why an account's address can't be served, or nothing.
-std::optional<CoreErrorCode> faultOf(const std::optional<PellixPlatform::URL>& url) {
-  if (!url || url->scheme().empty() || url->host().empty() || url->hasUserInfo() ||
-      url->hasQuery() || url->hasFragment()) {
-    return CoreErrorCode::invalidAccountUrl;
-  }
-  if (url->scheme() == "https" || (url->scheme() == "http" && url->isLoopback())) return {};
-  return CoreErrorCode::insecureUrl;
-}
-
 }  // namespace
 
 AccountDetails::AccountDetails(std::string accountUrl, std::string applicationId,
@@ -55,13 +45,14 @@ std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> Quorvel::initiali
     AccountDetails accountDetails, Configuration configuration) {
   auto& address = accountDetails.accountUrl_;
   while (address.ends_with('/')) address.pop_back();
-  if (const auto fault = faultOf(PellixPlatform::URL::parse(address))) {
-    return std::unexpected(makeCoreError(*fault));
-  }
+  if (auto fault = faultOfAccountAddress(address)) return std::unexpected(*std::move(fault));
 
-  auto transport = configuration.transport
-                       ? std::move(configuration.transport)
-                       : std::make_shared<CurlTransport>(std::move(configuration.network));
+  auto transport = std::move(configuration.transport);
+  if (!transport) {
+    auto network = makeNetwork(std::move(configuration.network));
+    if (!network) return std::unexpected(std::move(network).error());
+    transport = std::make_shared<CurlTransport>(*std::move(network));
+  }
   auto session = std::make_shared<Session>(std::move(transport), std::move(configuration.token),
                                            configuration.settingsTimeToLive);
   accountDetails.session_ = session;

@@ -14,13 +14,18 @@ using TokenSupplier = std::function<std::optional<std::string>()>;
 
 /// How the default transport reaches the network.
 struct NetworkConfiguration {
-  /// The proxy's address; empty: what the environment says (`https_proxy`, `no_proxy` and so on).
-  /// Requests to loopback never go through a proxy that only the environment names.
+  /// The proxy's address, `[SCHEME://][USER:PASSWORD@]HOST[:PORT]` with one of the schemes http
+  /// (the default), https, socks4, socks4a, socks5 and socks5h; empty: what the environment says
+  /// (`https_proxy`, `all_proxy`, `no_proxy`, in lower or upper case), which is read when the core
+  /// is set up. Requests to loopback never go through a proxy.
   std::string proxy;
   /// Whether to pay no attention to what the environment says of proxies.
   bool ignoreProxyEnvironment = false;
   /// A file of trusted certificates in PEM; empty: the system's.
   std::filesystem::path certificateAuthorities;
+  /// Whether the secrets of TLS connections are written to the file that the environment variable
+  /// `SSLKEYLOGFILE` names, so that a recording of the traffic can be read. Never in production.
+  bool logsTlsSecrets = false;
   /// How long a connection may take to be made.
   std::chrono::milliseconds connectTimeout{10'000};
   /// How long a request may take in all.

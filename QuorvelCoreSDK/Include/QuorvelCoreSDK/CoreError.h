@@ -12,7 +12,7 @@ PELLIX_EXPORT extern const char CoreErrorDomain[];
 
 /// The codes of that domain.
 enum class CoreErrorCode : std::int64_t {
-  invalidAccountUrl = 1,            ///< The account address is no absolute URL, or says too much.
+  invalidAccountUrl = 1,            ///< The account's address is no absolute URL, or says too much.
   insecureUrl = 2,                  ///< An address is not https, and not loopback either.
   missingToken = 3,                 ///< A bearer token is needed and there is none.
   invalidHeader = 4,                ///< A token or header can't stand in a request.
@@ -29,6 +29,7 @@ enum class CoreErrorCode : std::int64_t {
   replyTooLarge = 15,               ///< The reply is larger than what is accepted.
   proxyFailed = 16,                 ///< The proxy refused to pass the request on.
   transportFailed = 17,             ///< The request failed in some other way.
+  invalidProxy = 19,                ///< The proxy's address can't be used.
 };
 
 /// An error of this domain: the code's sentence, and `detail` in brackets if there is any.

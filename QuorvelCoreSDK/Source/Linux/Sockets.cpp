@@ -1,0 +1,193 @@
+#include "../Sockets.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <limits>
+#include <new>
+#include <system_error>
+
+namespace QuorvelCoreSDK {
+namespace {
+
+/// How long sent data may stay without an acknowledgement: RFC 5482.
+constexpr unsigned int unacknowledged = 15'000;  // milliseconds
+
+bool hasPeerClosed(int socket) {
+  pollfd state{.fd = socket, .events = POLLRDHUP, .revents = 0};
+  return ::poll(&state, 1, 0) > 0 && (state.revents & POLLRDHUP) != 0;
+}
+
+bool isInternet(int family) {
+  return family == AF_INET || family == AF_INET6;
+}
+
+/// The port of an address, and its text if that is asked for.
+int portOf(const sockaddr_storage& address, std::array<char, INET6_ADDRSTRLEN>* text) {
+  const void* host = nullptr;
+  in_port_t port = 0;
+  if (address.ss_family == AF_INET) {
+    const auto& internet = reinterpret_cast<const sockaddr_in&>(address);
+    host = &internet.sin_addr;
+    port = internet.sin_port;
+  } else if (address.ss_family == AF_INET6) {
+    const auto& internet = reinterpret_cast<const sockaddr_in6&>(address);
+    host = &internet.sin6_addr;
+    port = internet.sin6_port;
+  }
+  if (host && text)
+    ::inet_ntop(address.ss_family, host, text->data(), static_cast<socklen_t>(text->size()));
+  return ntohs(port);
+}
+
+}  // namespace
+
+Sockets::Sockets() : watch_(::epoll_create1(EPOLL_CLOEXEC)) {
+  if (watch_ < 0) throw std::system_error(errno, std::generic_category());
+}
+
+Sockets::~Sockets() {
+  ::close(watch_);
+}
+
+struct Sockets::Socket {
+  int descriptor = -1;  // -1: libcurl has closed it
+  std::size_t uses = 0;
+  bool wasUsed = false;  // so that a handshake is under way no more
+  bool isClosedByPeer = false;
+  bool hasBroken = false;  // as far as is known without a look
+  const void* tls = nullptr;
+  std::int64_t lastStream = std::numeric_limits<std::int64_t>::max();
+  int localPort = 0;
+  int peerPort = 0;
+  std::array<char, INET6_ADDRSTRLEN> peer{};
+};
+
+int Sockets::open(int family, int type, int protocol) {
+  const int descriptor = ::socket(family, type | SOCK_CLOEXEC, protocol);
+  if (descriptor < 0) return -1;
+  try {
+    sockets_[descriptor] = std::make_shared<Socket>(Socket{.descriptor = descriptor});
+  } catch (const std::bad_alloc&) {
+    sockets_.erase(descriptor);
+    ::close(descriptor);
+    return -1;
+  }
+  // Without these two, a closed or dead connection is only noticed later.
+  if (isInternet(family)) {
+    ::setsockopt(descriptor, IPPROTO_TCP, TCP_USER_TIMEOUT, &unacknowledged, sizeof unacknowledged);
+  }
+  epoll_event closing{.events = EPOLLRDHUP | EPOLLET, .data = {.fd = descriptor}};
+  ::epoll_ctl(watch_, EPOLL_CTL_ADD, descriptor, &closing);
+  return descriptor;
+}
+
+void Sockets::close(int descriptor) {
+  if (const auto found = sockets_.find(descriptor); found != sockets_.end()) {
+    auto& socket = *found->second;
+    socket.hasBroken = socket.hasBroken || hasPeerClosed(descriptor);
+    socket.descriptor = -1;
+    sockets_.erase(found);
+  }
+  ::close(descriptor);
+}
+
+Sockets::Use Sockets::find(const Route& route) {
+  for (const auto& [descriptor, socket] : sockets_) {
+    if (socket->localPort == 0) {
+      sockaddr_storage address{};
+      socklen_t size = sizeof address;
+      if (::getpeername(descriptor, reinterpret_cast<sockaddr*>(&address), &size) != 0) continue;
+      socket->peerPort = portOf(address, &socket->peer);
+      size = sizeof address;
+      if (::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size) != 0) continue;
+      socket->localPort = portOf(address, nullptr);
+    }
+    if (socket->localPort == route.localPort && socket->peerPort == route.peerPort &&
+        route.peer == socket->peer.data()) {
+      return socket;
+    }
+  }
+  return nullptr;
+}
+
+bool Sockets::isClosedByPeer(const Route& route) {
+  const auto socket = find(route);
+  if (!socket || !hasPeerClosed(socket->descriptor)) return false;
+  closeIfIdle(*socket);
+  return true;
+}
+
+Sockets::Use Sockets::beginUse(const Route& route, const void* tls) {
+  auto socket = find(route);
+  if (socket) {
+    ++socket->uses;
+    socket->wasUsed = true;
+    socket->tls = tls;
+  }
+  return socket;
+}
+
+void Sockets::endUse(const Use& use) {
+  if (!use) return;
+  --use->uses;
+  if (use->isClosedByPeer) closeIfIdle(*use);
+}
+
+bool Sockets::hasBroken(const Use& use) {
+  if (!use || use->hasBroken) return true;
+  return use->descriptor >= 0 && hasPeerClosed(use->descriptor);
+}
+
+void Sockets::noteLastStream(const Use& use, std::int64_t stream) {
+  if (use) use->lastStream = stream;
+}
+
+bool Sockets::wasLeftOut(const Use& use, std::int64_t stream) {
+  return use && stream > use->lastStream;
+}
+
+void Sockets::noteEndOfTls(const void* tls) {
+  for (const auto& [descriptor, socket] : sockets_) {
+    if (socket->tls == tls) socket->hasBroken = true;
+  }
+}
+
+void Sockets::breakIfSilent(const Use& use, std::chrono::milliseconds since) {
+  if (!use || use->descriptor < 0) return;
+  tcp_info info{};
+  socklen_t size = sizeof info;
+  if (::getsockopt(use->descriptor, IPPROTO_TCP, TCP_INFO, &info, &size) != 0) return;
+  if (std::chrono::milliseconds(info.tcpi_last_data_recv) >= since) {
+    ::shutdown(use->descriptor, SHUT_RDWR);
+  }
+}
+
+void Sockets::closeIdle() {
+  std::array<epoll_event, 16> events{};
+  const int count = ::epoll_wait(watch_, events.data(), static_cast<int>(events.size()), 0);
+  for (int i = 0; i < count; ++i) {
+    const auto& event = events[static_cast<std::size_t>(i)];
+    const auto found = sockets_.find(event.data.fd);
+    if (found == sockets_.end() || (event.events & EPOLLRDHUP) == 0) continue;
+    found->second->isClosedByPeer = true;
+    closeIfIdle(*found->second);
+  }
+}
+
+void Sockets::closeIfIdle(Socket& socket) {
+  if (socket.uses > 0 || !socket.wasUsed || socket.descriptor < 0) return;
+  ::shutdown(socket.descriptor, SHUT_RDWR);
+  // What was said last is read here: unread, libcurl would take it for a sign of life.
+  std::array<char, 1024> farewell{};
+  while (::recv(socket.descriptor, farewell.data(), farewell.size(), MSG_DONTWAIT) > 0) continue;
+}
+
+}  // namespace QuorvelCoreSDK

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string_view>
+
+namespace QuorvelCoreSDK {
+
+/// The sockets of the kept connections, as far as libcurl does not look after them: it notices that
+/// the other side has closed one only when that is about to be used again, and over TLS not even
+/// then. What this takes of the operating system stands in one source file.
+///
+/// Thread safety: the worker thread only.
+class Sockets {
+ public:
+  /// Errors: `std::system_error` if the system has no descriptor left.
+  Sockets();
+  Sockets(const Sockets&) = delete;
+  Sockets& operator=(const Sockets&) = delete;
+  ~Sockets();
+
+  /// A new socket, which the host's child processes do not inherit, or -1. The system gives a
+  /// connection up whose data is not acknowledged for a while, so that a network which is gone
+  /// without a word does not hold up all that shares the connection.
+  [[nodiscard]] int open(int family, int type, int protocol);
+  void close(int socket);
+
+  /// Where a connection goes from and to, by which libcurl names it.
+  struct Route {
+    std::string_view peer;
+    int peerPort = 0;
+    int localPort = 0;
+  };
+
+  struct Socket;
+  /// A connection, as those that use it hold it; null: unknown.
+  using Use = std::shared_ptr<Socket>;
+
+  /// Whether the other side has closed the connection, so that nothing that is sent is heard.
+  [[nodiscard]] bool isClosedByPeer(const Route& route);
+
+  /// Says that a request goes out over the connection, and that it has ended. `tls` is the TLS
+  /// library's object for the connection, null without TLS.
+  [[nodiscard]] Use beginUse(const Route& route, const void* tls);
+  static void endUse(const Use& use);
+
+  /// Whether the connection has come to an end, or had when libcurl closed it, for a reason that
+  /// lies with the network or the other side.
+  [[nodiscard]] static bool hasBroken(const Use& use);
+
+  /// Says that the other side will answer no stream of a connection beyond one.
+  static void noteLastStream(const Use& use, std::int64_t stream);
+  /// Whether a stream (0: unknown) lies beyond it.
+  [[nodiscard]] static bool wasLeftOut(const Use& use, std::int64_t stream);
+
+  /// Says that one side has ended TLS on a connection.
+  void noteEndOfTls(const void* tls);
+
+  /// Breaks the connection off if no byte has come over it for so long.
+  static void breakIfSilent(const Use& use, std::chrono::milliseconds since);
+
+  /// Readable when `closeIdle` has something to do.
+  [[nodiscard]] int descriptor() const { return watch_; }
+
+  /// Closes those connections which the other side has closed and nobody uses, so that they do not
+  /// stay half open until the next request. libcurl forgets them at its next look.
+  void closeIdle();
+
+ private:
+  [[nodiscard]] Use find(const Route& route);
+  static void closeIfIdle(Socket& socket);
+
+  int watch_ = -1;
+  std::map<int, Use> sockets_;
+};
+
+}  // namespace QuorvelCoreSDK

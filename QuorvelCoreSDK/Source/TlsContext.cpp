@@ -1,0 +1,37 @@
+#include "TlsContext.h"
+
+#include "Sockets.h"
+
+#include <openssl/ssl.h>
+
+#include <string_view>
+
+namespace QuorvelCoreSDK {
+namespace {
+
+int socketsIndex() {
+  static const int index = SSL_CTX_get_ex_new_index(0, nullptr, nullptr, nullptr, nullptr);
+  return index;
+}
+
+void noteAlert(const SSL* tls, int where, int) {
+  if ((where & SSL_CB_ALERT) == 0) return;  // farewells are alerts, too: RFC 8446, section 6.1
+  auto* const sockets = SSL_CTX_get_ex_data(SSL_get_SSL_CTX(tls), socketsIndex());
+  static_cast<Sockets*>(sockets)->noteEndOfTls(tls);
+}
+
+}  // namespace
+
+CURLcode watchTls(CURL*, void* context, void* sockets) {
+  auto* const tls = static_cast<SSL_CTX*>(context);
+  if (SSL_CTX_set_ex_data(tls, socketsIndex(), sockets) != 1) return CURLE_OUT_OF_MEMORY;
+  SSL_CTX_set_info_callback(tls, noteAlert);
+  return CURLE_OK;
+}
+
+CURLcode watchTlsInSecret(CURL* easy, void* context, void* sockets) {
+  SSL_CTX_set_keylog_callback(static_cast<SSL_CTX*>(context), nullptr);
+  return watchTls(easy, context, sockets);
+}
+
+}  // namespace QuorvelCoreSDK

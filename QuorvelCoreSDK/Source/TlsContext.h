@@ -1,0 +1,15 @@
+#pragma once
+
+#include <curl/curl.h>
+
+namespace QuorvelCoreSDK {
+
+/// For libcurl to call with each TLS context that it makes: the `Sockets` that `sockets` points to
+/// learn when TLS ends on a connection.
+CURLcode watchTls(CURL* easy, void* context, void* sockets);
+
+/// The same, and the context tells nobody the secrets of its connections. libcurl would write them
+/// to the file that the environment variable SSLKEYLOGFILE names.
+CURLcode watchTlsInSecret(CURL* easy, void* context, void* sockets);
+
+}  // namespace QuorvelCoreSDK
