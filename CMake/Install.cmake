@@ -3,7 +3,6 @@ include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/PellixProvidersSDK)
 set(include_dir ${CMAKE_INSTALL_INCLUDEDIR}/pellix)
-set(resource_dir ${CMAKE_INSTALL_DATADIR}/PellixProvidersSDK)
 get_property(libraries GLOBAL PROPERTY PELLIX_LIBRARIES)
 
 foreach(library ${libraries})
@@ -20,8 +19,6 @@ target_include_directories(PellixTesting PUBLIC $<INSTALL_INTERFACE:${include_di
 target_include_directories(QuorvelCoreSDKTesting PUBLIC $<INSTALL_INTERFACE:${include_dir}>)
 install(TARGETS PellixTesting QuorvelCoreSDKTesting EXPORT PellixProvidersSDK
         ARCHIVE COMPONENT development)
-install(FILES Source/Resources/Endpoints.plist Source/Resources/Info.plist
-        DESTINATION ${resource_dir} COMPONENT runtime)
 
 foreach(tree . Platform QuorvelCoreSDK VeltraneProvidersSDK Testing QuorvelCoreSDK/Testing)
   install(DIRECTORY ${tree}/Include/ DESTINATION ${include_dir} COMPONENT development)
@@ -29,9 +26,14 @@ endforeach()
 
 install(EXPORT PellixProvidersSDK NAMESPACE Pellix:: DESTINATION ${package_dir}
         COMPONENT development)
+if(CMAKE_CXX_FLAGS MATCHES "-stdlib=libc\\+\\+")
+  set(language_library c++)
+else()
+  set(language_library stdc++)
+endif()
 configure_package_config_file(
   CMake/PellixProvidersSDKConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/PellixProvidersSDKConfig.cmake
-  INSTALL_DESTINATION ${package_dir} PATH_VARS resource_dir)
+  INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(
   ${CMAKE_CURRENT_BINARY_DIR}/PellixProvidersSDKConfigVersion.cmake
   COMPATIBILITY SameMajorVersion)
@@ -50,11 +52,7 @@ if(BUILD_SHARED_LIBS)
   set(requires_line "")
 else()
   set(requires_line "Requires: ${packages_needed}\n")
-  if(CMAKE_CXX_FLAGS MATCHES "-stdlib=libc\\+\\+")
-    string(APPEND libraries_needed " -lc++ -pthread")
-  else()
-    string(APPEND libraries_needed " -lstdc++ -pthread")
-  endif()
+  string(APPEND libraries_needed " -l${language_library} -pthread")
 endif()
 configure_file(CMake/PellixProvidersSDK.pc.in PellixProvidersSDK.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/PellixProvidersSDK.pc

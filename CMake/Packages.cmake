@@ -8,7 +8,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "finds knowledge-base articles that answer
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL runtime development tools)
-set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The shared libraries and their resources.")
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The shared libraries.")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers and what builds need, for C++ and C.")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "A command-line host and a demonstration service.")
 

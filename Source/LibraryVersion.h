@@ -1,11 +1,13 @@
 #pragma once
 
+#include <PellixPlatform/Bundle.h>
+
 #include <string>
 
 namespace PellixProvidersSDK {
 
-/// The version in the resources of the library that holds `classAnchor`, a static object beside the
-/// class in question; a default without one. Looked up afresh at each call.
-[[nodiscard]] std::string libraryVersion(const void* classAnchor);
+/// The version in the information dictionary of the bundle that a class belongs to; a default
+/// without one. Looked up afresh at each call.
+[[nodiscard]] std::string libraryVersion(const PellixPlatform::Bundle& bundle);
 
 }  // namespace PellixProvidersSDK

@@ -23,7 +23,10 @@ ExitCode run(int argc, char** argv) {
   std::expected<Interaction, std::string> interaction;
   if (isReport(options->command)) interaction = readInteraction(*options);
   if (!interaction) return refuse(interaction.error());
-  if (!options->resources.empty()) PellixPlatform::Bundle::setResourceDirectory(options->resources);
+  if (!options->resources.empty()) {
+    const auto set = PellixPlatform::Bundle::setResourceDirectory(options->resources);
+    if (!set) return refuse(set.error().localizedDescription());
+  }
   if (options->command == Command::doctor) return doctor(*options);
   const auto pellix = setUp(*options);
   if (!pellix) return reportFailure(pellix.error());

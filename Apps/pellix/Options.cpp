@@ -87,7 +87,7 @@ std::expected<Options, ExitCode> readOptions(int argc, char** argv) {
   app.add_option("--certificate-authorities", options.certificateAuthorities,
                  "A file of trusted certificates (PEM), in place of the system's");
   app.add_option("--resources", options.resources,
-                 "The directory of the library's resources, in place of the installed one")
+                 "A directory of resources, in place of those that the library carries")
       ->check(CLI::ExistingDirectory);
   app.add_flag("--verbose", options.verbose, "Show the library's log on standard error");
 

@@ -24,7 +24,7 @@ struct Options {
   std::optional<std::string> locale;
   std::optional<std::string> token;
   std::filesystem::path certificateAuthorities;
-  std::filesystem::path resources;  // empty: where the library finds them
+  std::filesystem::path resources;  // empty: what the library carries
   bool verbose = false;
 
   std::string question;

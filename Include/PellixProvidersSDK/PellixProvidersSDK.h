@@ -11,5 +11,6 @@
 #include <PellixProvidersSDK/PellixSettings.h>
 #include <PellixProvidersSDK/PellixSettingsProvider.h>
 #include <PellixProvidersSDK/RejectionReason.h>
+#include <PellixProvidersSDK/ResourceBundle.h>
 #include <PellixProvidersSDK/ResultCallback.h>
 #include <PellixProvidersSDK/Version.h>

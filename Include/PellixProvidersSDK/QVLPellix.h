@@ -337,8 +337,8 @@ bool QVLMainQueue_setWakeHook(QVLWakeHook hook, void* context, QVLContextRelease
 
 /* ---- Resources ---- */
 
-/* Where the library's resources are, if not in their usual place. To be called before anything
- * else; false also if the path is relative and the working directory is gone. */
+/* Puts a directory in the place of the resources that the library carries. To be called before
+ * anything else; false, and nothing changes, also if there is no such directory. */
 bool QVLBundle_setResourceDirectory(const char* path, size_t pathLength);
 
 /* NOLINTEND(modernize-use-using) */

@@ -6,7 +6,6 @@
 #include <QuorvelCoreSDK/CoreLogger.h>
 
 #include <algorithm>
-#include <system_error>
 
 using namespace PellixProvidersSDK::Bridge;
 using PellixPlatform::DispatchQueue;
@@ -58,13 +57,8 @@ bool QVLCoreLogger_setSink(QVLLogSink sink, void* context, QVLContextRelease rel
 
 bool QVLBundle_setResourceDirectory(const char* path, size_t pathLength) {
   const auto directory = textOf(path, pathLength, __func__);
-  bool isSet = true;
-  const bool hadMemory = withMemory([&] {
-    try {
-      PellixPlatform::Bundle::setResourceDirectory(directory);
-    } catch (const std::system_error&) {
-      isSet = false;  // there is no working directory that the path could be relative to
-    }
-  });
+  bool isSet = false;
+  const bool hadMemory = withMemory(
+      [&] { isSet = PellixPlatform::Bundle::setResourceDirectory(directory).has_value(); });
   return hadMemory && isSet;
 }

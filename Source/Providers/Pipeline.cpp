@@ -7,6 +7,7 @@
 #include <PellixPlatform/FormatTemplate.h>
 #include <PellixProvidersSDK/PellixError.h>
 #include <PellixProvidersSDK/PellixSettingsProvider.h>
+#include <PellixProvidersSDK/ResourceBundle.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 
 #include <algorithm>
@@ -16,12 +17,6 @@ namespace PellixProvidersSDK {
 
 const char PellixErrorDomain[] = "com.pellix.providers";
 const char PellixDisabledErrorDomain[] = "QV_Pellix_Disabled";
-
-namespace {
-
-constexpr char anchor = 0;  // stands for the provider's class where its bundle is looked for
-
-}  // namespace
 
 void checkEnabled(std::function<void(bool)> callback) {
   PellixSettingsProvider::getSettings(
@@ -57,8 +52,8 @@ std::optional<QuorvelCoreSDK::ProviderService> makeProviderService(
       .urlComponent = *std::move(url),
       .requiresAuth = true,
       .httpMethod = endpoint.httpMethod(),
-      .clientHeaders = std::make_shared<const PellixHeaders>("Pellix", libraryVersion(&anchor),
-                                                             std::map<std::string, std::string>()),
+      .clientHeaders = std::make_shared<const PellixHeaders>(
+          "Pellix", libraryVersion(resourceBundle()), std::map<std::string, std::string>()),
       .body = std::move(body),
       .dispatchQueue = &PellixPlatform::DispatchQueue::main(),
       .reporter = QuorvelCoreSDK::Reporter::none,

@@ -1,14 +1,16 @@
 #include "Resources/BundleUtils.h"
 
+#include <PellixProvidersSDK/ResourceBundle.h>
+
 #include <utility>
 
 namespace PellixProvidersSDK {
 
-BundleUtils::BundleUtils(const void* forObject, std::string atPath)
+BundleUtils::BundleUtils(const std::type_info& forObject, std::string atPath)
     : object(forObject), path(std::move(atPath)) {}
 
 const PellixPlatform::Bundle* BundleUtils::bundle() const {
-  if (!bundle_ && object) bundle_ = &PellixPlatform::Bundle::containing(object);
+  if (!bundle_) bundle_ = &resourceBundle();
   return bundle_;
 }
 

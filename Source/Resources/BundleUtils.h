@@ -3,19 +3,20 @@
 #include <PellixPlatform/Bundle.h>
 
 #include <string>
+#include <typeinfo>
 
 namespace PellixProvidersSDK {
 
 /// Where a class's resources and strings are. Declared for completeness: nothing uses it.
 class BundleUtils {
  public:
-  /// `object` is a static object beside the class that is meant.
-  BundleUtils(const void* object, std::string path);
+  /// `object` is the class that is meant, one of this library's.
+  BundleUtils(const std::type_info& object, std::string path);
 
-  const void* const object;
+  const std::type_info& object;
   const std::string path;
 
-  /// The bundle that holds `object`. Looked up when first asked for.
+  /// The bundle that `object` belongs to: this library's. Looked up when first asked for.
   [[nodiscard]] const PellixPlatform::Bundle* bundle() const;
   /// The bundle with the texts: the same one.
   [[nodiscard]] const PellixPlatform::Bundle* stringsBundle() const;

@@ -2,23 +2,16 @@
 
 #include "PrintError.h"
 
-#include <PellixPlatform/Bundle.h>
-#include <PellixPlatform/File.h>
 #include <PellixPlatform/PropertyListDecoder.h>
+#include <PellixProvidersSDK/ResourceBundle.h>
 
 namespace PellixProvidersSDK {
-namespace {
-
-constexpr char anchor = 0;  // stands for the class where its bundle is looked for
-
-}  // namespace
 
 std::unique_ptr<const EndpointsReader> EndpointsReader::make() {
   auto reader = std::make_unique<EndpointsReader>();
-  const auto path =
-      PellixPlatform::Bundle::containing(&anchor).pathForResource("Endpoints", "plist");
-  if (!path) return nullptr;
-  const auto data = PellixPlatform::readFile(*path);
+  const auto table = resourceBundle().dataForResource("Endpoints", "plist");
+  if (!table) return nullptr;
+  const auto& data = *table;
   if (!data) {
     printError(data.error());
     return reader;

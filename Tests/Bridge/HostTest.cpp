@@ -171,6 +171,7 @@ TEST_F(CHost, HearsWhyTheCoreCanNotBeSetUp) {
 TEST_F(CHost, SetsTheDirectoryOfTheResources) {
   QVLQuorvelConfiguration_setToken(configuration, "demo-token", QVL_UNTIL_NUL);
   const auto path = directory.path().string();
+  ASSERT_FALSE(QVLBundle_setResourceDirectory("/none", QVL_UNTIL_NUL));
   ASSERT_TRUE(QVLBundle_setResourceDirectory(path.data(), path.size()));
   start();
   EXPECT_EQ(codeOf("Password"), 0);  // there is no endpoint there

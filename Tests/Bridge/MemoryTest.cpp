@@ -1,8 +1,6 @@
 #include "Bridge/Bridge.h"
 #include "Support/FailingAllocations.h"
 
-#include <PellixPlatform/Bundle.h>
-
 #include <gmock/gmock.h>
 
 #include <functional>
@@ -91,11 +89,7 @@ struct Call {
 TEST(ScarceMemory, GivesNoObjectAndChangesNothing) {
   // Longer than what a string holds without memory of its own.
   const std::string text(100, 'x');
-  const auto resources = PellixPlatform::Bundle::containing(&PellixProvidersSDK::PellixErrorDomain)
-                             .pathForResource("Info", "plist")
-                             .value()
-                             .parent_path()
-                             .string();
+  const std::string resources = TESTS_SOURCE_DIR "/../Source/Resources";
   auto* const configuration = QVLQuorvelConfiguration_init();
   const auto initialize = [&](const std::string& url, const QVLError** error) {
     return QVLQuorvel_initialize(url.data(), url.size(), text.data(), text.size(), "client", 6,

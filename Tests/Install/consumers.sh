@@ -11,7 +11,7 @@ source_dir=$1 build=$2 work=$3 step=$4 programs=$5
 prefix="$work/moved here"
 shared="$work/shared here"
 libraries=lib/$(${CC:-cc} -print-multiarch) # of the shared installation
-version=77.7 # what the moved resources say, so that they can be told from all others
+empty="$work/elsewhere" # a folder of nothing else, for programs that are copied there alone
 
 fail() { printf '%s\n' "$*" >&2; exit 1; }
 expect() { # WHAT PATTERN TEXT
@@ -21,8 +21,7 @@ expect() { # WHAT PATTERN TEXT
 install_moved() { # BUILD PREFIX
   rm -rf "$work/first place" "$2"
   cmake --install "$1" --prefix "$work/first place" >/dev/null
-  sed -i "s|<string>1\.0\.0</string>|<string>$version</string>|" \
-    "$work/first place/share/PellixProvidersSDK/Info.plist"
+  [[ -z $(find "$work/first place" -name '*.plist') ]] || fail "A resource file is installed."
   mkdir -p "$(dirname "$2")"
   mv "$work/first place" "$2"
 }
@@ -34,6 +33,15 @@ cmake_consumer() { # DIRECTORY PREFIX [OPTION...]
   cmake -S "$source_dir/$1" -B "$work/$name build" -G Ninja \
     -DCMAKE_PREFIX_PATH="$at" "${@:3}" >/dev/null
   cmake --build "$work/$name build" >/dev/null
+}
+
+ask_from_elsewhere() { # WHAT PROGRAM
+  local answer
+  rm -rf "${empty:?} $step"
+  mkdir "$empty $step"
+  cp "$2" "$empty $step/ask"
+  answer=$(cd "$empty $step" && ./ask "I forgot my password")
+  expect "$1" "password" "$answer"
 }
 
 start_service() {
@@ -62,13 +70,19 @@ case $step in
     cmake -S "$work/readme" -B "$work/readme/build" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
     cmake --build "$work/readme/build" >/dev/null
     start_service
-    expect "The README's program" "password" "$("$work/readme/build/ask" "I forgot my password")"
+    ask_from_elsewhere "The README's program" "$work/readme/build/ask"
     ;;
   own-parts)
+    rm -rf "$work/resources"
+    mkdir "$work/resources"
+    cp "$source_dir"/Source/Resources/*.plist "$work/resources"
+    sed -i 's|>1\.0\.0<|>77.7<|' "$work/resources/Info.plist"
     for at in "$prefix" "$shared"; do
       cmake_consumer Tests/Install/OwnParts "$at" -DPROGRAM="$programs/OwnParts.cpp"
       output=$("$work/OwnParts build/own-parts")
-      expect "The version" "version $version" "$output"
+      expect "The version" "version 1.0.0" "$output"
+      expect "A directory's version" "version 77.7" \
+        "$(MY_APP_RESOURCES="$work/resources" "$work/OwnParts build/own-parts")"
       expect "The refusal" "error " "$output"
       expect "The log" "info: " "$output"
       expect "The preferred language" '"locale":"pt-BR"' "$output"
@@ -86,14 +100,17 @@ case $step in
     cmake_consumer Examples/host-test "$prefix"
     "$work/host-test build/host-test" >/dev/null || fail "The host's tests fail."
     ;;
-  pkg-config)
+  c)
     start_service
-    for at in "$shared/$libraries" "$prefix/lib"; do
-      export PKG_CONFIG_PATH="$at/pkgconfig"
+    for at in "$shared:$libraries" "$prefix:lib"; do
+      cmake_consumer Tests/Install/C "${at%:*}" -DPROGRAM="$source_dir/Examples/ask.c"
+      ask_from_elsewhere "The project in C" "$work/C build/ask"
+      directory="${at%:*}/${at#*:}"
+      export PKG_CONFIG_PATH="$directory/pkgconfig"
       flags=$(pkg-config --cflags --libs PellixProvidersSDK)
       # Quoting is pkg-config's: it escapes the blanks of paths.
-      eval "${CC:-cc} -o '$work/ask' '$source_dir/Examples/ask.c' $flags '-Wl,-rpath,$at'"
-      expect "The host in C" "password" "$("$work/ask" "I forgot my password")"
+      eval "${CC:-cc} -o '$work/ask' '$source_dir/Examples/ask.c' $flags '-Wl,-rpath,$directory'"
+      ask_from_elsewhere "The host in C" "$work/ask"
     done
     ;;
   *) fail "Unknown step $step" ;;

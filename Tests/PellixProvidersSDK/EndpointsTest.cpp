@@ -47,7 +47,7 @@ void place(const Support::TemporaryDirectory& resources, const std::string& tabl
 void check(const Case& expected) {
   const Support::TemporaryDirectory resources;
   place(resources, expected.table);
-  PellixPlatform::Bundle::setResourceDirectory(resources.path());
+  ASSERT_TRUE(PellixPlatform::Bundle::setResourceDirectory(resources.path()));
   const Support::StandardOutput output;
   Host host;
   host.transport->answer(std::string(accountSettings), 200, expected.settings);
@@ -122,7 +122,7 @@ TEST(Endpoints, EndAQuerySilentlyIfTheyMakeNoAddress) {
     EXPECT_PASSES_IN_A_CHILD({
       const Support::TemporaryDirectory resources;
       place(resources, "<array>" + entry("interaction", urlString) + "</array>");
-      PellixPlatform::Bundle::setResourceDirectory(resources.path());
+      EXPECT_TRUE(PellixPlatform::Bundle::setResourceDirectory(resources.path()));
       const Support::StandardOutput output;
       const Host host;
       EXPECT_EQ(host.outcomeOf(), "silence");

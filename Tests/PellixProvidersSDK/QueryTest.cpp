@@ -230,12 +230,15 @@ TEST(Query, SaysWhoAsks) {
   };
   const auto check = [&] {
     Host host;
-    EXPECT_EQ(host.outcomeOf(), "response 7");  // which reads the endpoint table
+    // Which reads the endpoint table. What is carried is what stands in the sources.
+    EXPECT_EQ(host.outcomeOf(), "response 7");
+    EXPECT_THAT(host.transport->requests().back().headers,
+                testing::Contains(Pair("X-Quorvel-Client-Version", "1.0.0")));
     // The version is looked up for each request.
     for (const auto& [entry, version] : cases) {
       const Support::TemporaryDirectory resources;
       resources.write("Info.plist", "<plist><dict>" + std::string(entry) + "</dict></plist>");
-      PellixPlatform::Bundle::setResourceDirectory(resources.path());
+      EXPECT_TRUE(PellixPlatform::Bundle::setResourceDirectory(resources.path()));
       EXPECT_EQ(host.outcomeOf(), "response 7");
       EXPECT_THAT(host.transport->requests().back().headers,
                   UnorderedElementsAre(Pair("Authorization", "Bearer secret"),
@@ -245,7 +248,7 @@ TEST(Query, SaysWhoAsks) {
                                        Pair("X-Quorvel-Client-Version", version)));
     }
     const Support::TemporaryDirectory nothing;
-    PellixPlatform::Bundle::setResourceDirectory(nothing.path());
+    EXPECT_TRUE(PellixPlatform::Bundle::setResourceDirectory(nothing.path()));
     EXPECT_EQ(host.outcomeOf(), "response 7");
     EXPECT_THAT(host.transport->requests().back().headers,
                 testing::Contains(Pair("X-Quorvel-Client-Version", "1.0.0-default")));

@@ -4,95 +4,132 @@
 #include <PellixPlatform/File.h>
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 #include <cerrno>
-#include <clocale>
 
 namespace PlatformTests {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::string_view_literals;
 using PellixPlatform::Bundle;
 using PellixPlatform::InfoValue;
 using Support::TemporaryDirectory;
 
-int anchor = 1;
-char blankAnchor[1 << 20];  // of pages that are not in the image's file
+void use(const TemporaryDirectory& directory) {
+  ASSERT_TRUE(Bundle::setResourceDirectory(directory.path()));
+}
 
-const Bundle& bundleIn(const TemporaryDirectory& directory) {
-  Bundle::setResourceDirectory(directory.path());
-  return Bundle::containing(&anchor);
+/// What a file holds, the error that reading it gives, or that there is none.
+std::string contents(const Bundle& bundle, std::string_view name, std::string_view extension) {
+  const auto data = bundle.dataForResource(name, extension);
+  if (!data) return "none";
+  return *data ? **data : "error " + std::to_string(data->error().code());
 }
 
 TEST(Bundle, ReadsItsInformationDictionary) {
-  const TemporaryDirectory directory;
-  directory.write("Info.plist", R"(<plist><dict>
+  constexpr auto info = R"(<plist><dict>
       <key>text</key><string>1.2.3</string><key>integer</key><integer>42</integer>
       <key>real</key><real>1.5</real><key>huge</key><integer>9223372036854775808</integer>
       <key>beyond</key><real>1e400</real><key>yes</key><true/><key>no</key><false/>
       <key>list</key><array><string>a</string><dict/></array>
-      <key>dictionary</key><dict><key>inner</key><true/></dict><key>date</key><date/>
-      <key>data</key><data>AA==</data><key>text</key><string>again</string></dict></plist>)");
-  const auto& bundle = bundleIn(directory);
+      <key>dictionary</key><dict><key>inner</key><true/></dict>
+      <key>data</key><data>AA==</data><key>text</key><string>again</string></dict></plist>)";
   const std::pair<const char*, std::optional<InfoValue>> cases[] = {
       {"text", InfoValue("1.2.3")}, {"integer", InfoValue(std::int64_t{42})},
       {"real", InfoValue(1.5)},     {"huge", InfoValue(9223372036854775808.0)},
       {"beyond", InfoValue()},      {"yes", InfoValue(true)},
       {"no", InfoValue(false)},     {"list", InfoValue()},
-      {"dictionary", InfoValue()},  {"date", InfoValue()},
-      {"data", InfoValue()},        {"inner", std::nullopt},
-      {"Text", std::nullopt},       {"", std::nullopt},
+      {"dictionary", InfoValue()},  {"data", InfoValue()},
+      {"inner", std::nullopt},      {"Text", std::nullopt},
+      {"", std::nullopt},
   };
+  const Bundle::Resource carried[] = {{"Info.plist", info}};
+  const Bundle bundle(carried);
   for (const auto& [key, expected] : cases) {
     EXPECT_EQ(bundle.objectForInfoDictionaryKey(key), expected) << key;
   }
 }
 
 TEST(Bundle, HasNoInformationWithoutAReadableDictionary) {
-  const TemporaryDirectory missing;
-  EXPECT_EQ(bundleIn(missing).objectForInfoDictionaryKey("k"), std::nullopt);
-  for (const char* text : {"", "<plist><array/></plist>", "<plist><true/></plist>",
-                           "<plist><dict><key>k</key><true/></dict></plist><"}) {
-    const TemporaryDirectory directory;
-    directory.write("Info.plist", text);
-    EXPECT_EQ(bundleIn(directory).objectForInfoDictionaryKey("k"), std::nullopt) << text;
+  const char* const texts[] = {"", "<plist><array/></plist>", "<plist><true/></plist>",
+                               "<plist><dict><key>k</key><true/></dict></plist><"};
+  for (const char* text : texts) {
+    const Bundle::Resource carried[] = {{"Info.plist", text}};
+    EXPECT_EQ(Bundle(carried).objectForInfoDictionaryKey("k"), std::nullopt) << text;
   }
+  EXPECT_EQ(Bundle({}).objectForInfoDictionaryKey("k"), std::nullopt);
 }
 
-TEST(Bundle, FindsResourcesInTheDirectoryThatTheHostSetLast) {
+TEST(Bundle, GivesWayToADirectoryWholly) {
+  const auto info = [](const std::string& k) {
+    return "<plist><dict><key>k</key><string>" + k + "</string></dict></plist>";
+  };
+  const auto carriedInfo = info("carried");
+  const Bundle::Resource carried[] = {{"Info.plist", carriedInfo}, {"A.txt", "a\0b"sv}};
+  const Bundle bundle(carried);
+  EXPECT_EQ(contents(bundle, "A", "txt"), "a\0b"sv);
+  EXPECT_EQ(contents(bundle, "A", "TXT"), "none");
+  EXPECT_EQ(bundle.objectForInfoDictionaryKey("k"), InfoValue("carried"));
+
   const TemporaryDirectory first;
+  use(first);
+  EXPECT_EQ(contents(bundle, "A", "txt"), "none");
+  EXPECT_EQ(bundle.objectForInfoDictionaryKey("k"), std::nullopt);
+  // Nothing of a directory is kept.
+  first.write("A.txt", "of the directory");
+  first.write("Info.plist", info("first"));
+  EXPECT_EQ(contents(bundle, "A", "txt"), "of the directory");
+  EXPECT_EQ(bundle.objectForInfoDictionaryKey("k"), InfoValue("first"));
+  fs::create_directory(first.path() / "B.txt");
+  EXPECT_EQ(contents(bundle, "B", "txt"), "error " + std::to_string(EISDIR));
+
+  // A relative path is resolved once.
   const TemporaryDirectory second;
-  const auto list = first.path() / "Endpoints.plist";
-  first.write("Endpoints.plist", "");
-  const auto& bundle = bundleIn(first);
-  EXPECT_EQ(bundle.pathForResource("Endpoints", "plist"), list);
-  EXPECT_EQ(bundle.pathForResource("Endpoints", "json"), std::nullopt);
-  EXPECT_EQ(bundleIn(second).pathForResource("Endpoints", "plist"), std::nullopt);
-  EXPECT_EQ(bundle.pathForResource("Endpoints", "plist"), list);
+  second.write("Info.plist", info("second"));
+  fs::current_path(second.path().parent_path());
+  ASSERT_TRUE(Bundle::setResourceDirectory(second.path().filename()));
+  fs::current_path("/");
+  EXPECT_EQ(bundle.objectForInfoDictionaryKey("k"), InfoValue("second"));
 }
 
-TEST(Bundle, TakesARelativeDirectoryOnce) {
+TEST(Bundle, RefusesADirectoryThatIsNotThere) {
   const TemporaryDirectory directory;
-  const auto file = directory.path() / "A.txt";
-  directory.write("A.txt", "");
-  fs::current_path(directory.path().parent_path());
-  Bundle::setResourceDirectory(directory.path().filename());
-  fs::current_path("/");
-  EXPECT_EQ(Bundle::containing(&anchor).pathForResource("A", "txt"), file);
+  directory.write("file", "");
+  directory.write("file.txt", "still this one");
+  const auto file = directory.path() / "file";
+  use(directory);
+  const std::pair<fs::path, int> cases[] = {
+      {directory.path() / "none", ENOENT},
+      {"", ENOENT},
+      {file, ENOTDIR},
+      {file / "below", ENOTDIR},
+      {directory.path() / std::string("a\0b", 3), EINVAL},
+      {directory.path() / std::string(300, 'x'), ENAMETOOLONG},
+  };
+  for (const auto& [path, code] : cases) {
+    const auto set = Bundle::setResourceDirectory(path);
+    ASSERT_FALSE(set) << path;
+    EXPECT_EQ(set.error().domain(), PellixPlatform::FileErrorDomain);
+    EXPECT_EQ(set.error().code(), code) << path;
+  }
+  EXPECT_EQ(contents(Bundle({}), "file", "txt"), "still this one");
 }
 
-TEST(Bundle, IsFoundBesideTheImageThatHoldsTheAddress) {
-  fs::current_path("/");
-  const auto& bundle = Bundle::containing(&anchor);
-  EXPECT_EQ(bundle.objectForInfoDictionaryKey("Cursor"), InfoValue("installed"));
-  EXPECT_EQ(&Bundle::containing(blankAnchor + sizeof blankAnchor / 2), &bundle);
-}
-
-TEST(Bundle, IsFoundInTheSourcesForAnImageThatIsNotInstalled) {
-  // An address of the C library's.
-  const auto& bundle = Bundle::containing(std::localeconv());
-  EXPECT_EQ(bundle.objectForInfoDictionaryKey("Cursor"), std::nullopt);
-  EXPECT_NE(bundle.pathForResource("Info", "plist"), std::nullopt);
+TEST(Bundle, RemembersNoReadingThatFailed) {
+  const TemporaryDirectory directory;
+  directory.write("Info.plist", "<plist><dict><key>k</key><true/></dict></plist>");
+  use(directory);
+  const Bundle bundle({});
+  rlimit usual{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &usual), 0);
+  const rlimit none{0, usual.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  EXPECT_EQ(bundle.objectForInfoDictionaryKey("k"), std::nullopt);
+  EXPECT_EQ(contents(bundle, "Info", "plist"), "error " + std::to_string(EMFILE));
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &usual), 0);
+  EXPECT_EQ(bundle.objectForInfoDictionaryKey("k"), InfoValue(true));
 }
 
 TEST(ReadFile, ReadsAllBytes) {
@@ -103,20 +140,8 @@ TEST(ReadFile, ReadsAllBytes) {
     directory.write("file", content);
     EXPECT_TRUE(PellixPlatform::readFile(directory.path() / "file") == content) << size;
   }
-}
-
-TEST(ReadFile, SaysWhyItCanNot) {
-  const TemporaryDirectory directory;
-  const auto error = [](const fs::path& path) {
-    return PellixPlatform::readFile(path).error().description();
-  };
-  EXPECT_EQ(error(directory.path() / "none"),
+  EXPECT_EQ(PellixPlatform::readFile(directory.path() / "none").error().description(),
             "Platform.FileError (2): The file \"none\" can't be read: No such file or directory.");
-  EXPECT_THAT(error(directory.path()),
-              testing::MatchesRegex("Platform.FileError .21.: The file \"pellix-.{6}\" can't be "
-                                    "read: Is a directory."));
-  directory.write("file", "");
-  EXPECT_EQ(PellixPlatform::readFile(directory.path() / "file/below").error().code(), ENOTDIR);
 }
 
 }  // namespace

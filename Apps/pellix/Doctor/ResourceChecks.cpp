@@ -1,9 +1,7 @@
 #include "Doctor/Checks.h"
 
-#include <PellixPlatform/Bundle.h>
-#include <PellixPlatform/File.h>
 #include <PellixPlatform/PropertyListDecoder.h>
-#include <PellixProvidersSDK/Pellix.h>
+#include <PellixProvidersSDK/ResourceBundle.h>
 
 #include <fmt/core.h>
 
@@ -12,8 +10,9 @@
 namespace PellixApp {
 namespace {
 
-constexpr const char* reinstall =
-    "Install the library's resources again, or name their directory with --resources.";
+// The library carries its own, so only a directory can be at fault.
+constexpr const char* mendDirectory =
+    "Mend the directory, or leave --resources out: the library carries its own.";
 
 /// An entry of the endpoint table, which needs all of these.
 struct Endpoint {
@@ -26,36 +25,29 @@ struct Endpoint {
   }
 };
 
-const PellixPlatform::Bundle& bundle() {
-  // A function's address is the library's own; data may have been copied into this program.
-  return PellixPlatform::Bundle::containing(
-      reinterpret_cast<const void*>(&PellixProvidersSDK::Pellix::initialize));
-}
-
 }  // namespace
 
 Finding checkResources(Diagnosis& diagnosis) {
-  const auto table = bundle().pathForResource("Endpoints", "plist");
-  const auto info = bundle().pathForResource("Info", "plist");
-  if (table && info) return ok(table->parent_path().native());
-  const auto directory = table  ? table->parent_path()
-                         : info ? info->parent_path()
-                                : diagnosis.options.resources;
-  return problem(fmt::format("There is no {}.plist in {}.", table ? "Info" : "Endpoints",
-                             directory.empty() ? "the library's directory" : directory.native()),
-                 reinstall);
+  const auto& directory = diagnosis.options.resources;
+  for (const auto* name : {"Endpoints", "Info"}) {
+    if (!PellixProvidersSDK::resourceBundle().dataForResource(name, "plist")) {
+      return problem(fmt::format("There is no {}.plist in {}.", name, directory.native()),
+                     mendDirectory);
+    }
+  }
+  return ok(directory.empty() ? "carried by the library" : directory.native());
 }
 
 Finding checkEndpointTable(Diagnosis& diagnosis) {
-  const auto path = bundle().pathForResource("Endpoints", "plist");
-  if (!path) return skipped("there is no Endpoints.plist");
-  const auto data = PellixPlatform::readFile(*path);
-  if (!data) return problem(data.error().localizedDescription(), reinstall);
+  const auto file = PellixProvidersSDK::resourceBundle().dataForResource("Endpoints", "plist");
+  if (!file) return skipped("there is no Endpoints.plist");
+  const auto& data = *file;
+  if (!data) return problem(data.error().localizedDescription(), mendDirectory);
   const auto table = PellixPlatform::PropertyListDecoder().decode<std::vector<Endpoint>>(*data);
-  if (!table) return problem(table.error().localizedDescription(), reinstall);
+  if (!table) return problem(table.error().localizedDescription(), mendDirectory);
   for (const auto* name : {"interaction", "resolve", "reject"}) {
     if (std::ranges::find(*table, name, &Endpoint::name) == table->end()) {
-      return problem(fmt::format("The table has no entry \"{}\".", name), reinstall);
+      return problem(fmt::format("The table has no entry \"{}\".", name), mendDirectory);
     }
   }
   diagnosis.hasEndpoints = true;
@@ -65,10 +57,11 @@ Finding checkEndpointTable(Diagnosis& diagnosis) {
 }
 
 Finding checkLibraryVersion(Diagnosis&) {
-  if (!bundle().pathForResource("Info", "plist")) return skipped("there is no Info.plist");
-  const auto value = bundle().objectForInfoDictionaryKey("CFBundleShortVersionString");
+  const auto& bundle = PellixProvidersSDK::resourceBundle();
+  if (!bundle.dataForResource("Info", "plist")) return skipped("there is no Info.plist");
+  const auto value = bundle.objectForInfoDictionaryKey("CFBundleShortVersionString");
   const auto* const version = value ? std::get_if<std::string>(&*value) : nullptr;
-  if (!version) return problem("Info.plist does not tell the library's version.", reinstall);
+  if (!version) return problem("Info.plist does not tell the library's version.", mendDirectory);
   return ok(fmt::format("{}, in pellix {}", *version, PELLIX_VERSION));
 }
 

@@ -1,11 +1,15 @@
 #pragma once
 
+#include <PellixPlatform/Data.h>
+#include <PellixPlatform/Error.h>
 #include <PellixPlatform/Export.h>
 
 #include <cstdint>
+#include <expected>
 #include <filesystem>
-#include <map>
+#include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -16,39 +20,44 @@ namespace PellixPlatform {
 /// a date or data.
 using InfoValue = std::variant<std::monostate, std::string, std::int64_t, double, bool>;
 
-/// The resources that belong to a library: one directory with its files and its `Info.plist`.
+/// A library's resources: files that it carries within itself, so that a program that links it
+/// needs none at run time. A directory can take their place.
 ///
-/// Thread safety: any thread; a bundle never changes once found.
+/// Thread safety: any thread.
 class PELLIX_EXPORT Bundle {
  public:
-  /// The bundle of the library or program whose image holds `address`: pass the address of a static
-  /// object that is defined beside the code in question.
-  ///
-  /// If the host set a directory, the bundle is that one. Else it is the first of these that
-  /// exists: `share/PellixProvidersSDK` in the image's installation prefix; in the prefix of the
-  /// CMake package by which a program was linked with static libraries; in the directory of the
-  /// sources that the library was built from; and in the prefix that it was configured for. It is
-  /// found once for each image, so a later change of the working directory has no effect. The
-  /// result is never destroyed.
-  [[nodiscard]] static const Bundle& containing(const void* address);
+  /// A file that a library carries.
+  struct Resource {
+    std::string_view fileName;
+    std::string_view bytes;
+  };
 
-  /// Makes `directory` the place of all resources. To be called before anything else is.
-  /// Errors: `std::filesystem::filesystem_error` if it is relative and there is no working
-  /// directory.
-  static void setResourceDirectory(const std::filesystem::path& directory);
+  /// The bundle of a library that carries these; they are borrowed for the bundle's life. One of
+  /// them may be the information dictionary, `Info.plist`.
+  explicit Bundle(std::span<const Resource> carried);
+  ~Bundle();
+  Bundle(const Bundle&) = delete;
+  Bundle& operator=(const Bundle&) = delete;
 
-  /// The file `NAME.EXTENSION` among the resources, or nothing if there is none.
-  [[nodiscard]] std::optional<std::filesystem::path> pathForResource(
+  /// Puts a directory in the place of what libraries carry, wholly: what is missing there is
+  /// missing. To be called before anything else is, for what was read already stays as it was. A
+  /// relative path is resolved once, here.
+  /// Errors: of `FileErrorDomain`, if there is no such directory; then nothing changes.
+  [[nodiscard]] static std::expected<void, Error> setResourceDirectory(
+      const std::filesystem::path& directory);
+
+  /// The bytes of the file `NAME.EXTENSION`, or why they can't be read; nothing if there is no such
+  /// file. A directory's files are read anew at each call.
+  [[nodiscard]] std::optional<std::expected<Data, Error>> dataForResource(
       std::string_view name, std::string_view extension) const;
 
-  /// The value of a key of `Info.plist`, or nothing if there is no such key or no such dictionary.
+  /// The value of a key of `Info.plist`, the first if it stands there twice; nothing if there is no
+  /// such key, or no dictionary that can be read. A directory's is read anew at each call.
   [[nodiscard]] std::optional<InfoValue> objectForInfoDictionaryKey(std::string_view key) const;
 
  private:
-  explicit Bundle(std::filesystem::path directory);
-
-  std::filesystem::path directory_;
-  std::map<std::string, InfoValue, std::less<>> info_;
+  const std::span<const Resource> carried_;
+  const std::unique_ptr<const struct Tree> info_;  // what is carried can't change
 };
 
 }  // namespace PellixPlatform

@@ -1,5 +1,0 @@
-#include "ResourceDirectory.h"
-
-const char* pellixHostResources() {
-  return "";
-}
