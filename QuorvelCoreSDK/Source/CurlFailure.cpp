@@ -26,7 +26,7 @@ constexpr auto meanings = std::to_array<Meaning>({
     {CURLE_RECV_ERROR, CoreErrorCode::connectionLost},
     {CURLE_PARTIAL_FILE, CoreErrorCode::connectionLost},
     {CURLE_ABORTED_BY_CALLBACK, CoreErrorCode::connectionLost},  // not sent a second time
-    {CURLE_HTTP2, CoreErrorCode::malformedReply},
+    {CURLE_HTTP2, CoreErrorCode::connectionLost},  // it ends the connection, whatever the reason
     {CURLE_HTTP2_STREAM, CoreErrorCode::connectionLost},
     {CURLE_WEIRD_SERVER_REPLY, CoreErrorCode::malformedReply},
     {CURLE_UNSUPPORTED_PROTOCOL, CoreErrorCode::malformedReply},

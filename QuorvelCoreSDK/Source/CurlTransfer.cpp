@@ -230,19 +230,22 @@ int CurlTransfer::takeNote(CURL*, curl_infotype kind, char* text, std::size_t si
   return 0;
 }
 
-bool CurlTransfer::mustStartAgain(CURLcode result) const {
+bool CurlTransfer::mustStartAgain() const {
   constexpr int mostAttempts = 4;
-  return result == CURLE_ABORTED_BY_CALLBACK && isStale_ && attempts_ < mostAttempts &&
-         Clock::now() < deadline_;
+  return isUnheard_ && attempts_ < mostAttempts && Clock::now() < deadline_;
 }
 
 void CurlTransfer::leaveConnection(CURLcode result) {
   ++attempts_;
   hasConnection_ = false;
   const auto connection = std::exchange(connection_, nullptr);
+  const bool isLeftOut = Sockets::wasLeftOut(connection, stream_) && headerBytes_ == 0;
+  isUnheard_ =
+      (result == CURLE_ABORTED_BY_CALLBACK && isStale_) || (result != CURLE_OK && isLeftOut);
+  if (isUnheard_) isSent_ = false;
   if (result == CURLE_OPERATION_TIMEDOUT) {
-    sockets_->breakIfSilent(connection,
-                            std::chrono::floor<std::chrono::milliseconds>(Clock::now() - sentAt_));
+    Sockets::breakIfSilent(connection,
+                           std::chrono::floor<std::chrono::milliseconds>(Clock::now() - sentAt_));
   }
   Sockets::endUse(connection);
 }

@@ -30,12 +30,12 @@ class CurlTransfer {
   /// Whether a connection stands that the request goes out over.
   [[nodiscard]] bool hasConnection() const { return hasConnection_; }
 
-  /// Whether the request found a connection that the server had closed, so that nothing was sent
-  /// and it should be prepared anew. Not more often than a few times.
-  [[nodiscard]] bool mustStartAgain(CURLcode result) const;
-
   /// Says that libcurl has ended the transfer, before it may be prepared anew or finished.
   void leaveConnection(CURLcode result);
+
+  /// Whether the server took nothing of the request, because it had closed the connection before or
+  /// says so itself, and it should be prepared anew. Not more often than a few times.
+  [[nodiscard]] bool mustStartAgain() const;
 
   /// Calls the completion with how the transfer ended, and lets go of it. `proxyStatus` is what a
   /// proxy answered that was asked for a tunnel, else 0.
@@ -72,6 +72,7 @@ class CurlTransfer {
   int attempts_ = 0;
   bool hasConnection_ = false;
   bool isMultiplexed_ = false;
+  bool isUnheard_ = false;
   bool isStale_ = false;  // the connection was closed by the server
   bool isSent_ = false;   // perhaps in part, and perhaps it was heard
 

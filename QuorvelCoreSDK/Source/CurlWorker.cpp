@@ -1,5 +1,7 @@
 #include "CurlWorker.h"
 
+#include "Inheritance.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -60,7 +62,7 @@ CURLM* makeMulti() {
   auto* const multi = curl_multi_init();
   if (!multi) throw std::bad_alloc();
   // It comes without an error, and could never be woken, if the system has no descriptor left.
-  if (curl_multi_wakeup(multi) != CURLM_OK) {
+  if (!keepFromChildren(multi)) {
     curl_multi_cleanup(multi);
     throw std::system_error(std::make_error_code(std::errc::too_many_files_open));
   }
@@ -275,7 +277,7 @@ void CurlWorker::finish(CURL* handle, CURLcode result) {
   curl_easy_getinfo(handle, CURLINFO_HTTP_VERSION, &version);
   if (version != CURL_HTTP_VERSION_NONE) origin->isMultiplexed = version >= CURL_HTTP_VERSION_2_0;
   transfer->leaveConnection(result);
-  if (transfer->mustStartAgain(result)) {
+  if (transfer->mustStartAgain()) {
     withMemory([&] { origin->waiting.push_front(std::move(transfer)); });
   } else {
     // First, since somebody waits for it.

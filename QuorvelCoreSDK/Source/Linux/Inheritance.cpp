@@ -1,0 +1,50 @@
+#include "../Inheritance.h"
+
+#include <fcntl.h>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <filesystem>
+#include <set>
+#include <string>
+#include <system_error>
+
+namespace QuorvelCoreSDK {
+namespace {
+
+/// The stream sockets of this machine on which data waits, on either end.
+std::set<int> busySockets() {
+  std::set<int> busy;
+  std::error_code none;  // without this directory, nothing is found
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", none)) {
+    const auto name = entry.path().filename().string();
+    int descriptor = -1;
+    std::from_chars(name.data(), name.data() + name.size(), descriptor);
+    int domain = 0;
+    socklen_t size = sizeof domain;
+    if (::getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &size) != 0) continue;
+    if (domain != AF_UNIX) continue;
+    int received = 0;
+    int sent = 0;
+    ::ioctl(descriptor, SIOCINQ, &received);
+    ::ioctl(descriptor, SIOCOUTQ, &sent);
+    if (received > 0 || sent > 0) busy.insert(descriptor);
+  }
+  return busy;
+}
+
+}  // namespace
+
+bool keepFromChildren(CURLM* multi) {
+  const auto before = busySockets();
+  if (curl_multi_wakeup(multi) != CURLM_OK) return false;
+  for (const int descriptor : busySockets()) {
+    if (!before.contains(descriptor)) ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+  }
+  return true;
+}
+
+}  // namespace QuorvelCoreSDK
