@@ -21,7 +21,9 @@ install(TARGETS PellixTesting QuorvelCoreSDKTesting EXPORT PellixProvidersSDK
         ARCHIVE COMPONENT development)
 
 foreach(tree . Platform QuorvelCoreSDK VeltraneProvidersSDK Testing QuorvelCoreSDK/Testing)
-  install(DIRECTORY ${tree}/Include/ DESTINATION ${include_dir} COMPONENT development)
+  # What stands in folders called internal is for the family's own libraries.
+  install(DIRECTORY ${tree}/Include/ DESTINATION ${include_dir} COMPONENT development
+          PATTERN internal EXCLUDE)
 endforeach()
 
 install(EXPORT PellixProvidersSDK NAMESPACE Pellix:: DESTINATION ${package_dir}

@@ -3,10 +3,11 @@
 
   check-exports.py NM LIBRARY=HEADERS...
 
-LIBRARY is a shared library's file, HEADERS the directory of its public headers. In C++, the members
-of classes marked PELLIX_EXPORT are exported, unless they are inline, and so are functions and
-constants that are so marked; besides, the compiler's tables for such classes. In C it is every
-function of a header, and constants so marked. Overloads are one.
+LIBRARY is a shared library's file, HEADERS the directory of its headers: public ones and, in a folder
+called internal, those for the other libraries of the family. In C++, the members of classes marked
+PELLIX_EXPORT are exported, unless they are inline, and so are functions and constants that are so
+marked; besides, the compiler's tables for such classes. In C it is every function of a header, and
+constants so marked. Overloads are one.
 """
 import pathlib
 import re

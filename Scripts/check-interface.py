@@ -5,6 +5,7 @@
 
 ROOT is the project's, INSTALLED the include directory of an installation. Each header is listed once,
 in the section of its library, with all that it exports; what else a row names stands in the header.
+Headers in folders called internal are the family's own: not listed, nor included by those that are.
 What the headers and the symbols have to do with each other, check-exports.py checks.
 """
 import importlib.util
@@ -57,6 +58,8 @@ def main(root, installed=None):
             faults += [f"{name}: does not mention {each}" for each in exported(header) - mentioned]
             faults += [f"{name}: mentions {each}" for each in mentioned
                        if not re.search(rf"\b{each.split('::')[-1]}\b", header.read_text())]
+    faults += [f"{name}: includes what is not public: {each}" for name, header in declared.items()
+               for each in re.findall(r"#include <(.*/internal/.*)>", header.read_text())]
     if installed:
         there = {str(path.relative_to(installed)) for path in pathlib.Path(installed).rglob("*.h")}
         kit = {name for name in there if "Testing/" in name}

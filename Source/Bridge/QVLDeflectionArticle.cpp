@@ -1,8 +1,9 @@
-#include "Bridge/Text.h"
+#include "Bridge/Handles.h"
 
 #include <PellixPlatform/FatalError.h>
+#include <PellixPlatform/internal/Bridge/Text.h>
 
-using namespace PellixProvidersSDK::Bridge;
+using namespace PellixPlatform::Bridge;
 
 int64_t QVLDeflectionArticle_id(const QVLDeflectionArticle* article) {
   return objectOf(article, __func__).id();

@@ -1,6 +1,8 @@
-#include "Bridge/Text.h"
+#include "Bridge/Handles.h"
 
-using namespace PellixProvidersSDK::Bridge;
+#include <PellixPlatform/internal/Bridge/Text.h>
+
+using namespace PellixPlatform::Bridge;
 
 const QVLDeflection* QVLDeflectionResponse_deflection(const QVLDeflectionResponse* response) {
   return handleOf<const QVLDeflection>(objectOf(response, __func__).deflection().get());

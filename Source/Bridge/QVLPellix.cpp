@@ -1,8 +1,11 @@
-#include "Bridge/Memory.h"
-#include "Bridge/Objects.h"
+#include "Bridge/Handles.h"
+
+#include <PellixPlatform/internal/Bridge/Memory.h>
+#include <QuorvelCoreSDK/internal/QuorvelHandle.h>
+#include <VeltraneProvidersSDK/internal/VeltraneHandle.h>
 
 using namespace PellixProvidersSDK;
-using namespace PellixProvidersSDK::Bridge;
+using namespace PellixPlatform::Bridge;
 
 void QVLPellix_initializeWithQuorvel_veltrane(QVLQuorvel* quorvel, QVLVeltrane* veltrane) {
   auto& withVeltrane = objectOf(veltrane, __func__);

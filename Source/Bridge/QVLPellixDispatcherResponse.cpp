@@ -1,8 +1,10 @@
-#include "Bridge/Text.h"
+#include "Bridge/Handles.h"
 
 #include <PellixPlatform/FatalError.h>
+#include <PellixPlatform/internal/Bridge/HTTPURLResponseHandle.h>
+#include <PellixPlatform/internal/Bridge/Text.h>
 
-using namespace PellixProvidersSDK::Bridge;
+using namespace PellixPlatform::Bridge;
 
 const QVLHTTPURLResponse* QVLPellixDispatcherResponse_response(
     const QVLPellixDispatcherResponse* response) {

@@ -1,11 +1,13 @@
-#include "Bridge/ErrorObject.h"
-#include "Bridge/Memory.h"
-#include "Bridge/Text.h"
+#include "Bridge/Handles.h"
+
+#include <PellixPlatform/internal/Bridge/ErrorObject.h>
+#include <PellixPlatform/internal/Bridge/Memory.h>
+#include <PellixPlatform/internal/Bridge/Text.h>
 
 #include <utility>
 
 using namespace PellixProvidersSDK;
-using namespace PellixProvidersSDK::Bridge;
+using namespace PellixPlatform::Bridge;
 
 namespace {
 

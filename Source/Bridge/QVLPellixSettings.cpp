@@ -1,8 +1,9 @@
-#include "Bridge/Memory.h"
-#include "Bridge/Objects.h"
+#include "Bridge/Handles.h"
+
+#include <PellixPlatform/internal/Bridge/Memory.h>
 
 using namespace PellixProvidersSDK;
-using namespace PellixProvidersSDK::Bridge;
+using namespace PellixPlatform::Bridge;
 
 void QVLPellixSettingsProvider_getSettingsWithCallback(QVLSettingsCallback callback, void* context,
                                                        QVLContextRelease release) {

@@ -1,7 +1,7 @@
-#include "Bridge/ErrorObject.h"
-#include "Bridge/Text.h"
+#include <PellixPlatform/internal/Bridge/ErrorObject.h>
+#include <PellixPlatform/internal/Bridge/Text.h>
 
-using namespace PellixProvidersSDK::Bridge;
+using namespace PellixPlatform::Bridge;
 
 namespace {
 

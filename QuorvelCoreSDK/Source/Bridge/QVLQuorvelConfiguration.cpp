@@ -1,26 +1,18 @@
-#include "Bridge/ErrorObject.h"
-#include "Bridge/Memory.h"
-#include "Bridge/Text.h"
+#include "ConfigurationObject.h"
 
-#include <algorithm>
+#include <PellixPlatform/internal/Bridge/Memory.h>
+#include <PellixPlatform/internal/Bridge/Text.h>
+
 #include <optional>
-
-namespace PellixProvidersSDK::Bridge {
-
-class ConfigurationObject final : public PellixPlatform::Object {
- public:
-  QuorvelCoreSDK::Configuration values;
-};
-
-}  // namespace PellixProvidersSDK::Bridge
+#include <utility>
 
 /// Where a supplier's token goes; on the stack of whoever asks for one.
 struct QVLTokenReceiver {
   std::optional<std::string> token;
 };
 
-using namespace PellixProvidersSDK::Bridge;
-using QuorvelCoreSDK::Quorvel;
+using namespace PellixPlatform::Bridge;
+using QuorvelCoreSDK::ConfigurationObject;
 
 QVLQuorvelConfiguration* QVLQuorvelConfiguration_init() {
   QVLQuorvelConfiguration* configuration = nullptr;
@@ -66,37 +58,4 @@ bool QVLQuorvelConfiguration_setCertificateAuthorities(QVLQuorvelConfiguration* 
   auto& values = objectOf(configuration, __func__).values;
   const auto file = textOf(path, pathLength, __func__);
   return withMemory([&] { values.network.certificateAuthorities = file; });
-}
-
-QVLQuorvel* QVLQuorvel_initialize(const char* accountUrl, size_t accountUrlLength,
-                                  const char* applicationId, size_t applicationIdLength,
-                                  const char* clientId, size_t clientIdLength,
-                                  const QVLQuorvelConfiguration* configuration,
-                                  const QVLError** error) {
-  const auto url = textOf(accountUrl, accountUrlLength, __func__);
-  const auto application = textOf(applicationId, applicationIdLength, __func__);
-  const auto client = textOf(clientId, clientIdLength, __func__);
-  const auto* chosen = configuration ? &objectOf(configuration, __func__).values : nullptr;
-  if (error) *error = nullptr;
-  QVLQuorvel* quorvel = nullptr;
-  withMemory([&] {
-    auto made =
-        Quorvel::initialize({std::string(url), std::string(application), std::string(client)},
-                            chosen ? *chosen : QuorvelCoreSDK::Configuration());
-    if (made) {
-      quorvel = retained<QVLQuorvel>(*made);
-    } else if (error) {
-      *error =
-          retained<const QVLError>(std::make_shared<const ErrorObject>(std::move(made).error()));
-    }
-  });
-  return quorvel;
-}
-
-bool QVLQuorvel_waitUntilIdle(const QVLQuorvel* quorvel, int64_t milliseconds) {
-  // Clocks can't count to the end of the host's integers.
-  constexpr auto longest = std::chrono::milliseconds(std::chrono::days(365));
-  return objectOf(quorvel, __func__)
-      .waitUntilIdle(std::clamp(std::chrono::milliseconds(milliseconds),
-                                std::chrono::milliseconds::zero(), longest));
 }

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <PellixProvidersSDK/QVLPellix.h>
+#include <PellixPlatform/QVLPlatform.h>
 
 #include <memory>
 #include <new>
 
-namespace PellixProvidersSDK::Bridge {
+namespace PellixPlatform::Bridge {
 
 /// Runs `body`, which may need memory; false if there was none. Nothing else is thrown by the
-/// library, and what a host throws into it ends the process here: no exception crosses the bridge.
+/// libraries, and what a host throws into them ends the process here: no exception reaches C.
 template <class Body>
 bool withMemory(Body body) noexcept {
   try {
@@ -28,4 +28,4 @@ inline Context makeContext(void* context, QVLContextRelease release) {
   return {context, release};
 }
 
-}  // namespace PellixProvidersSDK::Bridge
+}  // namespace PellixPlatform::Bridge

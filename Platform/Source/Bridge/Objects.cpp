@@ -1,19 +1,17 @@
-#include "Bridge/Objects.h"
-
-#include "Bridge/Memory.h"
-
 #include <PellixPlatform/FatalError.h>
+#include <PellixPlatform/internal/Bridge/Memory.h>
+#include <PellixPlatform/internal/Bridge/Objects.h>
 
 #include <cstdio>
 #include <mutex>
 #include <unordered_map>
 #include <utility>
 
-namespace PellixProvidersSDK::Bridge {
+namespace PellixPlatform::Bridge {
 namespace {
 
 struct References {
-  std::shared_ptr<const PellixPlatform::Object> object;
+  std::shared_ptr<const Object> object;
   std::size_t count = 0;
 };
 
@@ -32,10 +30,10 @@ Table& table() {
 void misuse(const char* function, const char* what) {
   char report[256];  // memory may be what is missing
   std::snprintf(report, sizeof report, "Fatal error: %s: %s", function, what);
-  PellixPlatform::fatalError(report);
+  fatalError(report);
 }
 
-void retain(std::shared_ptr<const PellixPlatform::Object> object) {
+void retain(std::shared_ptr<const Object> object) {
   auto& all = table();
   const std::lock_guard lock(all.mutex);
   auto& references = all.references[object.get()];
@@ -43,9 +41,9 @@ void retain(std::shared_ptr<const PellixPlatform::Object> object) {
   references.object = std::move(object);
 }
 
-}  // namespace PellixProvidersSDK::Bridge
+}  // namespace PellixPlatform::Bridge
 
-using namespace PellixProvidersSDK::Bridge;
+using namespace PellixPlatform::Bridge;
 
 void QVLRetain(const QVLObject* object) {
   if (!object) misuse(__func__, "null where an object is needed");

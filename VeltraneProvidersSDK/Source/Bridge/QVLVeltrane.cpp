@@ -1,9 +1,11 @@
-#include "Bridge/Memory.h"
-#include "Bridge/Text.h"
+#include <PellixPlatform/internal/Bridge/Memory.h>
+#include <PellixPlatform/internal/Bridge/Text.h>
+#include <QuorvelCoreSDK/internal/QuorvelHandle.h>
+#include <VeltraneProvidersSDK/internal/VeltraneHandle.h>
 
 #include <optional>
 
-using namespace PellixProvidersSDK::Bridge;
+using namespace PellixPlatform::Bridge;
 
 QVLVeltrane* QVLVeltrane_initialize(QVLQuorvel* quorvel) {
   auto& core = objectOf(quorvel, __func__);

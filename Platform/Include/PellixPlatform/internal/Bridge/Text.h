@@ -1,13 +1,13 @@
 #pragma once
 
-#include "Bridge/Objects.h"
+#include <PellixPlatform/internal/Bridge/Objects.h>
 
 #include <cstddef>
 #include <iterator>
 #include <string>
 #include <string_view>
 
-namespace PellixProvidersSDK::Bridge {
+namespace PellixPlatform::Bridge {
 
 /// A text that the host passed to a function.
 inline std::string_view textOf(const char* bytes, std::size_t length, const char* function) {
@@ -35,4 +35,4 @@ const auto& elementOf(const List& list, std::size_t index, const char* function)
   return *std::next(list.begin(), static_cast<std::ptrdiff_t>(index));
 }
 
-}  // namespace PellixProvidersSDK::Bridge
+}  // namespace PellixPlatform::Bridge

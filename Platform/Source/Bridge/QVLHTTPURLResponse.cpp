@@ -1,6 +1,7 @@
-#include "Bridge/Text.h"
+#include <PellixPlatform/internal/Bridge/HTTPURLResponseHandle.h>
+#include <PellixPlatform/internal/Bridge/Text.h>
 
-using namespace PellixProvidersSDK::Bridge;
+using namespace PellixPlatform::Bridge;
 
 int64_t QVLHTTPURLResponse_statusCode(const QVLHTTPURLResponse* response) {
   return objectOf(response, __func__).statusCode();

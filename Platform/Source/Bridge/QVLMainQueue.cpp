@@ -1,0 +1,29 @@
+#include <PellixPlatform/DispatchQueue.h>
+#include <PellixPlatform/internal/Bridge/Memory.h>
+
+#include <utility>
+
+using namespace PellixPlatform::Bridge;
+using PellixPlatform::DispatchQueue;
+
+void QVLMainQueue_run() {
+  // An operation that ran out of memory has ended; those behind it go on.
+  while (!withMemory([] { DispatchQueue::main().run(); })) continue;
+}
+
+void QVLMainQueue_runPending() {
+  // Whatever is left then, the wake hook tells.
+  withMemory([] { DispatchQueue::main().runPending(); });
+}
+
+void QVLMainQueue_stop() {
+  DispatchQueue::main().stop();
+}
+
+bool QVLMainQueue_setWakeHook(QVLWakeHook hook, void* context, QVLContextRelease release) {
+  return withMemory([&] {
+    auto held = makeContext(context, release);
+    if (!hook) return DispatchQueue::main().setWakeHook(nullptr);
+    DispatchQueue::main().setWakeHook([hook, held = std::move(held)] { hook(held.get()); });
+  });
+}

@@ -1,0 +1,73 @@
+#pragma once
+
+/*
+ * The core library in C: see QVLPlatform.h for the calling rules.
+ */
+
+#include <PellixPlatform/QVLPlatform.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+#pragma GCC visibility push(default)
+/* NOLINTBEGIN(modernize-use-using) */
+
+typedef struct QVLQuorvel QVLQuorvel;
+typedef struct QVLQuorvelConfiguration QVLQuorvelConfiguration;
+
+/* What a host may choose when it sets up the core. Retained; to be used by one thread at a time. */
+QVLQuorvelConfiguration* QVLQuorvelConfiguration_init(void);
+
+/* The bearer token of all requests that need one. */
+bool QVLQuorvelConfiguration_setToken(QVLQuorvelConfiguration* configuration, const char* token,
+                                      size_t tokenLength);
+
+/* Supplies the bearer token of one request by QVLTokenReceiver_setToken; if it does not, there is
+ * none. Runs on any thread, also on several at once, and should be quick. */
+typedef struct QVLTokenReceiver QVLTokenReceiver; /* valid until the supplier returns */
+typedef void (*QVLTokenSupplier)(QVLTokenReceiver* receiver, void* context);
+bool QVLTokenReceiver_setToken(QVLTokenReceiver* receiver, const char* token, size_t tokenLength);
+
+/* Takes the place of a token that was set before. Without a function, there is no token. */
+bool QVLQuorvelConfiguration_setTokenSupplier(QVLQuorvelConfiguration* configuration,
+                                              QVLTokenSupplier supplier, void* context,
+                                              QVLContextRelease release);
+
+/* A file of trusted certificates in PEM, in place of the system's. */
+bool QVLQuorvelConfiguration_setCertificateAuthorities(QVLQuorvelConfiguration* configuration,
+                                                       const char* path, size_t pathLength);
+
+/* Sets up the core for an account: `accountUrl` is https, or http to loopback. Retained; null if it
+ * can't be set up, and then `error` (may be null) is set to why, retained (null if memory ran out).
+ * `configuration` may be null and is not needed any more afterwards. */
+QVLQuorvel* QVLQuorvel_initialize(const char* accountUrl, size_t accountUrlLength,
+                                  const char* applicationId, size_t applicationIdLength,
+                                  const char* clientId, size_t clientIdLength,
+                                  const QVLQuorvelConfiguration* configuration,
+                                  const QVLError** error);
+
+/* Waits until no request is under way, a year at most; whether it came to that. Callbacks may still
+ * wait in the main queue then. Not for callbacks that run on the worker thread. */
+bool QVLQuorvel_waitUntilIdle(const QVLQuorvel* quorvel, int64_t milliseconds);
+
+enum {
+  QVLLogLevelDebug = 0,
+  QVLLogLevelInfo = 1,
+  QVLLogLevelWarn = 2,
+  QVLLogLevelError = 3,
+  QVLLogLevelOff = 4
+};
+
+/* Lines below a level are dropped; at first, those below QVLLogLevelWarn. */
+void QVLCoreLogger_setLevel(int level);
+
+/* Gets each line of the log, borrowed and not followed by a NUL, on the thread that logs, also on
+ * several at once. Without a function, lines go to standard error. */
+typedef void (*QVLLogSink)(int level, const char* line, size_t lineLength, void* context);
+bool QVLCoreLogger_setSink(QVLLogSink sink, void* context, QVLContextRelease release);
+
+/* NOLINTEND(modernize-use-using) */
+#pragma GCC visibility pop
+#ifdef __cplusplus
+}
+#endif

@@ -1,0 +1,45 @@
+#include "ConfigurationObject.h"
+
+#include <PellixPlatform/internal/Bridge/ErrorObject.h>
+#include <PellixPlatform/internal/Bridge/Memory.h>
+#include <PellixPlatform/internal/Bridge/Text.h>
+#include <QuorvelCoreSDK/internal/QuorvelHandle.h>
+
+#include <algorithm>
+#include <utility>
+
+using namespace PellixPlatform::Bridge;
+using QuorvelCoreSDK::Quorvel;
+
+QVLQuorvel* QVLQuorvel_initialize(const char* accountUrl, size_t accountUrlLength,
+                                  const char* applicationId, size_t applicationIdLength,
+                                  const char* clientId, size_t clientIdLength,
+                                  const QVLQuorvelConfiguration* configuration,
+                                  const QVLError** error) {
+  const auto url = textOf(accountUrl, accountUrlLength, __func__);
+  const auto application = textOf(applicationId, applicationIdLength, __func__);
+  const auto client = textOf(clientId, clientIdLength, __func__);
+  const auto* chosen = configuration ? &objectOf(configuration, __func__).values : nullptr;
+  if (error) *error = nullptr;
+  QVLQuorvel* quorvel = nullptr;
+  withMemory([&] {
+    auto made =
+        Quorvel::initialize({std::string(url), std::string(application), std::string(client)},
+                            chosen ? *chosen : QuorvelCoreSDK::Configuration());
+    if (made) {
+      quorvel = retained<QVLQuorvel>(*made);
+    } else if (error) {
+      *error =
+          retained<const QVLError>(std::make_shared<const ErrorObject>(std::move(made).error()));
+    }
+  });
+  return quorvel;
+}
+
+bool QVLQuorvel_waitUntilIdle(const QVLQuorvel* quorvel, int64_t milliseconds) {
+  // Clocks can't count to the end of the host's integers.
+  constexpr auto longest = std::chrono::milliseconds(std::chrono::days(365));
+  return objectOf(quorvel, __func__)
+      .waitUntilIdle(std::clamp(std::chrono::milliseconds(milliseconds),
+                                std::chrono::milliseconds::zero(), longest));
+}

@@ -1,1 +1,0 @@
-#include <PellixProvidersSDK/QVLPellix.h>

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <PellixPlatform/internal/Bridge/Objects.h>
+#include <VeltraneProvidersSDK/QVLVeltrane.h>
+#include <VeltraneProvidersSDK/Veltrane.h>
+
+template <>
+struct PellixPlatform::Bridge::ClassBehind<QVLVeltrane> {
+  using Type = VeltraneProvidersSDK::Veltrane;
+};
