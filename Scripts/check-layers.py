@@ -68,7 +68,7 @@ def named(root):
         folders = [re.sub("(Providers)?SDK$", "", upper) for upper in uppers[:-1]]
         folders.append("Pellix")
         if library in LIBRARIES[:2]:
-            folders.append("knowledge")  # the subject of one library above
+            folders.append("knowledge.?base")  # what one library above is about
         pattern = re.compile(rf"(?<!\w)(?:{'|'.join(map(re.escape, words))})\b"
                              rf"|(?i:{'|'.join(folders)})")
         for path in sources(root, library):
