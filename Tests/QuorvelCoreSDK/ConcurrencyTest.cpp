@@ -1,5 +1,7 @@
 #include "Client.h"
 
+#include <sys/resource.h>
+
 #include <atomic>
 #include <latch>
 
@@ -211,6 +213,23 @@ TEST(ConcurrencyTest, WaitingEndsWhenNothingIsUnderWay) {
   });
   EXPECT_TRUE(client.quorvel->waitUntilIdle(generousLimit));
   EXPECT_EQ(status, 1);
+}
+
+TEST(ConcurrencyTest, AShortageOfDescriptorsIsNotForGood) {
+  const LoopbackServer server(echo);
+  const Client client(server.origin());
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  const rlimit none{.rlim_cur = 0, .rlim_max = limit.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  auto outcome = Client::begin(client.parameters());
+  setrlimit(RLIMIT_NOFILE, &limit);
+  EXPECT_EQ(outcome.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+  PellixPlatform::DispatchQueue::main().runPending();
+  const auto ended = valueOf(std::move(outcome));
+  EXPECT_EQ(ended.code(), CoreErrorCode::transportFailed);
+  EXPECT_NE(ended.text().find("Too many open files"), std::string::npos) << ended.text();
+  EXPECT_EQ(client.perform().status(), 200);
 }
 
 TEST(ConcurrencyTest, EndlessLimitsAreLimitsToo) {

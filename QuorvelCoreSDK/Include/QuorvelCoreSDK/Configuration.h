@@ -30,7 +30,7 @@ struct NetworkConfiguration {
   std::chrono::milliseconds connectTimeout{10'000};
   /// How long a request may take in all.
   std::chrono::milliseconds requestTimeout{30'000};
-  /// How many bytes a reply's body may have.
+  /// How many bytes a reply's body may have. Decoding a hostile one may take twenty times as many.
   std::size_t maxResponseBytes = std::size_t{16} << 20;
 };
 
