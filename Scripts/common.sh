@@ -8,9 +8,9 @@ jobs=$(nproc)
 # The tests belong to every build, so that what is built once serves both ./demo and ./test.
 library_packages=(g++ cmake ninja-build pkg-config libcurl4-openssl-dev libexpat1-dev
   libsimdjson-dev libssl-dev liburiparser-dev libutf8proc-dev uuid-dev)
-app_packages=(libcli11-dev libcpp-httplib-dev libfmt-dev libsqlite3-dev libxml2-dev
+app_packages=(libcli11-dev libcpp-httplib-dev libfmt-dev libsqlite3-dev
   nlohmann-json3-dev)
-test_packages=(bzip2 libglib2.0-dev libgmock-dev libgtest-dev libplist-dev locales
+test_packages=(bzip2 libglib2.0-dev libgmock-dev libgtest-dev libplist-dev locales openssl
   python3 unicode-data valgrind)
 bench_packages=(nlohmann-json3-dev openssl python3 rapidjson-dev valgrind)
 packages=("${library_packages[@]}" "${app_packages[@]}" "${test_packages[@]}")

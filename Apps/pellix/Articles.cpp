@@ -1,6 +1,7 @@
 #include "Articles.h"
 
 #include "PlainText.h"
+#include "Printable.h"
 
 #include <fmt/core.h>
 
@@ -16,17 +17,16 @@ void listArticles(const DeflectionResponse& response, const Terminal& terminal) 
   }
   int rank = 0;
   for (const auto& article : response.deflectionArticles()) {
-    fmt::print("{}. {} {}\n", ++rank, terminal.bold(printable(article->title())),
+    fmt::print("{}. {} {}\n", ++rank, terminal.bold(oneLine(article->title())),
                terminal.faint(fmt::format("(score {:.2f})", article->score())));
-    fmt::print("{}", terminal.fit(plainLine(article->snippet()), "   "));
-    fmt::print("   {}\n", terminal.faint(printable(article->htmlURL())));
+    fmt::print("{}", terminal.fit(oneLine(plainText(article->snippet())), "   "));
+    fmt::print("   {}\n", terminal.faint(oneLine(article->htmlURL())));
   }
 }
 
 void showArticle(const DeflectionArticle& article, const Terminal& terminal) {
-  fmt::print("\n{}\n{}{}\n\n", terminal.bold(printable(article.title())),
-             terminal.fit(plainText(article.body()), ""),
-             terminal.faint(printable(article.htmlURL())));
+  fmt::print("\n{}\n{}{}\n\n", terminal.bold(oneLine(article.title())),
+             terminal.fit(plainText(article.body())), terminal.faint(oneLine(article.htmlURL())));
 }
 
 }  // namespace PellixApp

@@ -2,6 +2,7 @@
 #include "Commands.h"
 #include "Conversation.h"
 #include "Failure.h"
+#include "Printable.h"
 
 #include <PellixPlatform/JSONEncoder.h>
 
@@ -23,14 +24,14 @@ ExitCode ask(const Pellix& pellix, const Options& options) {
 
   const DeflectionResponse& response = **answer.value();
   if (!options.json) {
-    const auto terminal = Terminal::look();
+    const auto terminal = Terminal::of(stdout);
     listArticles(response, terminal);
     const bool offersMore = terminal.isInteractive && !response.deflectionArticles().empty();
     return offersMore ? converse(pellix, **answer) : ExitCode::answered;
   }
   const auto encoded = PellixPlatform::JSONEncoder().encode(response);
   if (!encoded) return reportFailure(encoded.error());
-  fmt::print("{}\n", *encoded);
+  fmt::print("{}\n", printableJSON(*encoded));
   return ExitCode::answered;
 }
 

@@ -15,13 +15,23 @@ using PellixProvidersSDK::makeRejectionReason;
 
 constexpr const char* instructions =
     "Type a number to read that article, \"y\" and its number if it helped, \"n\" and its number "
-    "if\n"
-    "it did not, or just press Enter to end.\n";
+    "if "
+    "it did not, or just press Enter to end.";
 
-std::optional<std::string> prompt(const char* text) {
-  fmt::print("{}", text);
+void say(std::string_view text) {
+  fmt::print("{}", Terminal::of(stdout).fit(text));
+}
+
+/// A line that the person types, or nothing at the end of the input.
+std::optional<std::string> readLine() {
+  fmt::print("> ");
   std::fflush(stdout);
-  return EventLoop::shared().readLine();
+  std::string line;
+  for (int c = std::getchar(); c != '\n'; c = std::getchar()) {
+    if (c == EOF) return line.empty() ? std::nullopt : std::optional(line);
+    line += static_cast<char>(c);
+  }
+  return line;
 }
 
 /// What the person typed: a letter, if any, and a number.
@@ -49,7 +59,8 @@ std::optional<Wish> wishIn(std::string_view line) {
 }
 
 std::optional<RejectionReason> askForReason() {
-  const auto line = prompt("Why not? Type the reason's number, 0, 1 or 2: ");
+  say("Why not? Type the reason's number, 0, 1 or 2.");
+  const auto line = readLine();
   const auto wish = line ? wishIn(*line) : std::nullopt;
   if (!wish || wish->letter) return std::nullopt;
   return makeRejectionReason(static_cast<std::int64_t>(wish->number));
@@ -60,28 +71,28 @@ std::optional<RejectionReason> askForReason() {
 ExitCode converse(const Pellix& pellix,
                   const std::shared_ptr<const PellixProvidersSDK::DeflectionResponse>& response) {
   const auto& articles = response->deflectionArticles();
-  fmt::print("\nDid one of these help? {}", instructions);
+  say(fmt::format("\nDid one of these help? {}", instructions));
   while (true) {
-    const auto line = prompt("> ");
+    const auto line = readLine();
     if (!line || line->empty()) {
       if (!line) fmt::print("\n");
       return ExitCode::answered;
     }
     const auto wish = wishIn(*line);
     if (!wish || wish->number < 1 || articles.size() < wish->number) {
-      fmt::print("{}", instructions);
+      say(instructions);
       continue;
     }
     const Interaction interaction{response, articles[wish->number - 1]};
     if (wish->letter == 'y') return resolve(pellix, interaction);
     if (wish->letter != 'n') {
-      showArticle(*interaction.article, Terminal::look());
+      showArticle(*interaction.article, Terminal::of(stdout));
     } else if (const auto reason = askForReason()) {
       if (const auto end = reject(pellix, interaction, *reason); end != ExitCode::answered) {
         return end;
       }
     } else {
-      fmt::print("Nothing is reported.\n");
+      say("Nothing is reported.");
     }
   }
 }

@@ -1,5 +1,8 @@
 #include "Failure.h"
 
+#include "Printable.h"
+#include "Terminal.h"
+
 #include <PellixPlatform/DecodingError.h>
 #include <PellixProvidersSDK/PellixError.h>
 #include <QuorvelCoreSDK/CoreError.h>
@@ -31,10 +34,6 @@ constexpr Advice status(int code, std::string_view text) {
 }
 
 constexpr auto advices = std::to_array<Advice>({
-    {"QV_Pellix_Disabled", PellixProvidersSDK::PellixDisabledErrorCode,
-     "The feature is disabled for this account, or its settings can't be had. Have it switched on "
-     "in "
-     "the account's settings; --verbose tells more."},
     core(CoreErrorCode::invalidAccountUrl, "Give an address such as https://example.com."),
     core(CoreErrorCode::insecureUrl, "Give an address that starts with https://."),
     core(CoreErrorCode::missingToken,
@@ -43,37 +42,60 @@ constexpr auto advices = std::to_array<Advice>({
     core(CoreErrorCode::cannotResolveHost, "Check the account's address and the network."),
     core(CoreErrorCode::cannotResolveProxy, "Check the proxy's address in the environment."),
     core(CoreErrorCode::cannotConnect, "Check the account's address and the network."),
-    core(CoreErrorCode::timedOut, "Try again later."),
+    core(CoreErrorCode::timedOut, "Try again later, or allow more time with --timeout."),
     core(CoreErrorCode::untrustedCertificate,
          "If the server uses a certificate of your own, name it with --certificate-authorities."),
+    core(CoreErrorCode::secureConnectionFailed,
+         "See that the address's port is one for https, and that the server offers TLS 1.2 or "
+         "later."),
     core(CoreErrorCode::unreadableCertificateStore, "Check --certificate-authorities."),
-    core(CoreErrorCode::connectionLost, "Try again."),
+    core(CoreErrorCode::connectionLost,
+         "A question can be asked again. Whether the service acted on a report is not known: look "
+         "there before you report again."),
+    core(CoreErrorCode::malformedReply,
+         "Check the address and its port: no web server answers there, or another protocol does."),
+    core(CoreErrorCode::proxyFailed, "Check the proxy that the environment names."),
+    core(CoreErrorCode::invalidProxy, "Check the proxy that the environment names (https_proxy)."),
     status(401, "The token is not accepted: check PELLIX_TOKEN or --token-file."),
     status(403, "The token does not allow this."),
     status(404, "The address is no answer service's: check --account-url."),
     status(429, "Too many questions: try again later."),
-    status(503, "Try again later."),
 });
 
 }  // namespace
 
+void complain(std::string_view what, std::string_view remedy) {
+  const auto terminal = Terminal::of(stderr);
+  fmt::print(stderr, "{}{}", terminal.fit("pellix: " + oneLine(what)), terminal.fit(remedy));
+}
+
 std::string_view adviceFor(const PellixPlatform::Error& error) {
-  const auto advice = std::ranges::find_if(advices, [&](const Advice& row) {
+  const auto* const advice = std::ranges::find_if(advices, [&](const Advice& row) {
     return row.domain == error.domain() && row.code == error.code();
   });
-  return advice == advices.end() ? std::string_view() : advice->text;
+  if (advice != advices.end()) return advice->text;
+  const bool isServers =
+      error.domain() == PellixProvidersSDK::PellixErrorDomain && error.code() >= 500;
+  return isServers ? "The service, or a gateway before it, is broken or busy: try again later."
+                   : "";
 }
 
 ExitCode reportFailure(const PellixPlatform::Error& error) {
-  fmt::print(stderr, "pellix: {}\n", error.description());
-  const auto advice = adviceFor(error);
-  if (!advice.empty()) fmt::print(stderr, "{}\n", advice);
-  return error.domain() == PellixProvidersSDK::PellixDisabledErrorDomain ? ExitCode::disabled
-                                                                         : ExitCode::failed;
+  if (error.domain() != PellixProvidersSDK::PellixDisabledErrorDomain) {
+    complain(error.description(), adviceFor(error));
+    return ExitCode::failed;
+  }
+  complain(
+      error.description(),
+      "The feature is disabled for this account, or its settings can't be had: 'pellix doctor' "
+      "tells which.");
+  return ExitCode::disabled;
 }
 
 ExitCode reportSilence() {
-  fmt::print(stderr, "pellix: The operation ended without an answer.\n");
+  complain("The operation ended without an answer.",
+           "The service may have sent an empty reply, the question may not be UTF-8, or the "
+           "library's resources may be missing: 'pellix doctor' tells more.");
   return ExitCode::silent;
 }
 

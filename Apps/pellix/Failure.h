@@ -8,13 +8,16 @@
 
 namespace PellixApp {
 
+/// Says on standard error, behind the program's name, what is wrong, and what to do about it.
+void complain(std::string_view what, std::string_view remedy = {});
+
 /// What to do about an error; empty if there is nothing to say.
 [[nodiscard]] std::string_view adviceFor(const PellixPlatform::Error& error);
 
-/// Says on standard error what went wrong and what to do about it; the code to end with.
+/// Complains of an operation's error; the code to end with.
 [[nodiscard]] ExitCode reportFailure(const PellixPlatform::Error& error);
 
-/// Says that an operation ended without an answer.
+/// Complains of an operation that ended without an answer.
 [[nodiscard]] ExitCode reportSilence();
 
 }  // namespace PellixApp

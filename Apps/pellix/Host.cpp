@@ -3,20 +3,29 @@
 #include <QuorvelCoreSDK/QuorvelCoreSDK.h>
 #include <VeltraneProvidersSDK/VeltraneProvidersSDK.h>
 
+#include <algorithm>
+
 namespace PellixApp {
 
 using PellixProvidersSDK::Pellix;
+using QuorvelCoreSDK::Quorvel;
+
+std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> setUpCore(const Options& options) {
+  QuorvelCoreSDK::Configuration configuration;
+  configuration.token = [token = options.token] { return token; };
+  configuration.network.certificateAuthorities = options.certificateAuthorities;
+  configuration.network.connectTimeout =
+      std::min(options.timeout, configuration.network.connectTimeout);
+  configuration.network.requestTimeout = options.timeout;
+  return Quorvel::initialize({options.accountUrl, options.applicationId, options.clientId},
+                             std::move(configuration));
+}
 
 std::expected<std::shared_ptr<const Pellix>, PellixPlatform::Error> setUp(const Options& options) {
   if (options.verbose) {
     QuorvelCoreSDK::CoreLogger::setLevel(QuorvelCoreSDK::LogLevel::debug);
   }
-  static_cast<void>(EventLoop::shared());  // before anything can wake it
-  QuorvelCoreSDK::Configuration configuration;
-  configuration.token = [token = options.token] { return token; };
-  configuration.network.certificateAuthorities = options.certificateAuthorities;
-  auto quorvel = QuorvelCoreSDK::Quorvel::initialize(
-      {options.accountUrl, options.applicationId, options.clientId}, std::move(configuration));
+  auto quorvel = setUpCore(options);
   if (!quorvel) return std::unexpected(std::move(quorvel).error());
 
   const auto veltrane = VeltraneProvidersSDK::Veltrane::initialize(*quorvel);
@@ -26,8 +35,8 @@ std::expected<std::shared_ptr<const Pellix>, PellixPlatform::Error> setUp(const 
 }
 
 void waitUntilIdle() {
-  constexpr std::chrono::seconds longest{35};  // no request takes longer
-  if (const auto quorvel = QuorvelCoreSDK::Quorvel::instance()) quorvel->waitUntilIdle(longest);
+  constexpr std::chrono::hours longest{24};  // each request has its own limit
+  if (const auto quorvel = Quorvel::instance()) quorvel->waitUntilIdle(longest);
 }
 
 }  // namespace PellixApp

@@ -4,8 +4,12 @@
 
 #include <PellixPlatform/Bundle.h>
 
-#include <fmt/core.h>
+#include <fcntl.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
 #include <utility>
 
 namespace {
@@ -45,13 +49,30 @@ ExitCode run(int argc, char** argv) {
   std::unreachable();
 }
 
+/// What this program opens must not take the place of a stream that it was started without: then
+/// writing to that fails.
+void keepStandardStreams() {
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    const bool isOpen = ::fcntl(descriptor, F_GETFD) >= 0;
+    if (!isOpen) ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
+
+/// What was written may still wait for its way out, and find the disk full.
+ExitCode runAndFlush(int argc, char** argv) {
+  const auto code = run(argc, argv);
+  if (std::fflush(stdout) == 0) return code;
+  throw std::system_error(errno, std::generic_category(), "cannot write to standard output");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  keepStandardStreams();
   try {
-    return std::to_underlying(run(argc, argv));
-  } catch (const Interrupted&) {
-    fmt::print(stderr, "\n");
-    return std::to_underlying(ExitCode::interrupted);
+    return std::to_underlying(runAndFlush(argc, argv));
+  } catch (const std::system_error& error) {
+    complain(error.what());
+    return std::to_underlying(ExitCode::failed);
   }
 }

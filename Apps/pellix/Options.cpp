@@ -1,11 +1,16 @@
 #include "Options.h"
 
+#include "Failure.h"
+#include "Nearest.h"
+
 #include <PellixPlatform/File.h>
 
 #include <CLI/CLI.hpp>
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <vector>
 
 namespace PellixApp {
@@ -17,11 +22,12 @@ The bearer token is read from the environment variable PELLIX_TOKEN, or from the
 
 Exit codes:
   0  answered
-  1  the operation failed, and the error is on standard error; or doctor found a problem
+  1  the operation failed, or its result could not be written, and the error is on standard error;
+     or doctor found a problem
   2  the command line is wrong
   3  the feature is disabled for the account
   4  the operation ended without an answer
-  130  interrupted with Ctrl-C
+Ctrl-C ends it at any point, by its signal.
 
 Example:
   export PELLIX_ACCOUNT_URL=https://example.com PELLIX_TOKEN=...
@@ -35,6 +41,36 @@ Example:
 std::string withoutLineEnd(std::string text) {
   text.erase(text.find_last_not_of(" \t\r\n") + 1);
   return text;
+}
+
+std::vector<std::string> optionsOf(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const auto* option : app.get_options()) names.push_back(option->get_name());
+  // A group of options is a command without a name.
+  for (const auto* each :
+       app.get_subcommands([](const auto* c) { return c->get_name().empty(); })) {
+    std::ranges::copy(optionsOf(*each), std::back_inserter(names));
+  }
+  return names;
+}
+
+/// Of what is wrong, names first what nobody takes, for the rest may come from that.
+std::string faultOf(const CLI::App& app, const CLI::ParseError& error) {
+  const auto strays = app.remaining(true);
+  if (strays.empty()) return error.what();
+  const auto stray = strays.front().substr(0, strays.front().find('='));
+  const auto given = app.get_subcommands();
+  std::vector<std::string> known;
+  if (stray.starts_with('-')) {
+    known = optionsOf(app);
+    for (const auto* each : given) std::ranges::copy(optionsOf(*each), std::back_inserter(known));
+  } else if (given.empty()) {
+    for (const auto* each : app.get_subcommands({})) known.push_back(each->get_name());
+  }
+  const auto meant = nearest(stray, known);
+  if (meant == stray) return fmt::format("'{}' goes behind the command.", stray);
+  return fmt::format("'{}' is not known here.{}", stray,
+                     meant.empty() ? "" : fmt::format(" Do you mean '{}'?", meant));
 }
 
 /// Adds what the two commands that report on an interaction have in common.
@@ -53,8 +89,8 @@ CLI::App* addReport(CLI::App& app, const char* name, const char* description, Op
 
 }  // namespace
 
-ExitCode refuse(const std::string& sentence) {
-  fmt::print(stderr, "pellix: {}\nTry 'pellix --help'.\n", sentence);
+ExitCode refuse(std::string_view sentence) {
+  complain(sentence, "Try 'pellix --help'.");
   return ExitCode::usage;
 }
 
@@ -89,6 +125,11 @@ std::expected<Options, ExitCode> readOptions(int argc, char** argv) {
   app.add_option("--resources", options.resources,
                  "A directory of resources, in place of those that the library carries")
       ->check(CLI::ExistingDirectory);
+  double timeout = 0;
+  auto* const timeoutOption =
+      app.add_option("--timeout", timeout,
+                     "How many seconds each request may take; 30, or 8 for doctor")
+          ->check(CLI::Range(0.001, 86'400.0));
   app.add_flag("--verbose", options.verbose, "Show the library's log on standard error");
 
   auto* const ask = app.add_subcommand("ask", "List articles that may answer a question");
@@ -109,7 +150,7 @@ std::expected<Options, ExitCode> readOptions(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& end) {
-    if (end.get_exit_code() != 0) return std::unexpected(refuse(end.what()));
+    if (end.get_exit_code() != 0) return std::unexpected(refuse(faultOf(app, end)));
     app.exit(end);
     return std::unexpected(ExitCode::answered);
   }
@@ -119,6 +160,9 @@ std::expected<Options, ExitCode> readOptions(int argc, char** argv) {
                     : reject->parsed()  ? Command::reject
                     : doctor->parsed()  ? Command::doctor
                                         : Command::ask;
+  if (timeoutOption->empty()) timeout = options.command == Command::doctor ? 8 : 30;
+  options.timeout =
+      std::chrono::round<std::chrono::milliseconds>(std::chrono::duration<double>(timeout));
   if (const auto known = PellixProvidersSDK::makeRejectionReason(reason)) {
     options.reason = *known;
   } else {

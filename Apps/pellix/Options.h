@@ -4,6 +4,7 @@
 
 #include <PellixProvidersSDK/RejectionReason.h>
 
+#include <chrono>
 #include <cstdint>
 #include <expected>
 #include <filesystem>
@@ -24,7 +25,8 @@ struct Options {
   std::optional<std::string> locale;
   std::optional<std::string> token;
   std::filesystem::path certificateAuthorities;
-  std::filesystem::path resources;  // empty: what the library carries
+  std::filesystem::path resources;      // empty: what the library carries
+  std::chrono::milliseconds timeout{};  // for each request
   bool verbose = false;
 
   std::string question;
@@ -37,7 +39,7 @@ struct Options {
 };
 
 /// Says on standard error what is wrong with the command line.
-ExitCode refuse(const std::string& sentence);
+ExitCode refuse(std::string_view sentence);
 
 /// Reads the command line. Without a command to run, what there is to say has been said and the
 /// result is the code to end with.

@@ -1,6 +1,6 @@
 #include "Commands.h"
 #include "Failure.h"
-#include "PlainText.h"
+#include "Printable.h"
 
 #include <fmt/core.h>
 
@@ -16,7 +16,7 @@ ExitCode finish(const std::optional<Outcome>& outcome, const Interaction& intera
   waitUntilIdle();
   if (!outcome) return reportSilence();
   if (!*outcome) return reportFailure(outcome->error());
-  fmt::print("Reported that \"{}\" {}.\n", printable(interaction.article->title()), what);
+  fmt::print("Reported that \"{}\" {}.\n", oneLine(interaction.article->title()), what);
   return ExitCode::answered;
 }
 

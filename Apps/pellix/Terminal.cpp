@@ -1,5 +1,7 @@
 #include "Terminal.h"
 
+#include "Printable.h"
+
 #include <sys/ioctl.h>
 #include <unistd.h>
 #include <utf8proc.h>
@@ -21,25 +23,10 @@ bool isDumb() {
   return !name || std::string_view(name) == "dumb";
 }
 
-std::size_t columnsOfOutput() {
+std::size_t columnsOf(int descriptor) {
   winsize size{};
-  const bool isKnown = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  const bool isKnown = ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
   return isKnown ? size.ws_col : 80;
-}
-
-/// A character: its bytes, and how many columns it takes.
-struct Character {
-  std::string_view bytes;
-  std::size_t columns;
-};
-
-Character firstCharacter(std::string_view text) {
-  utf8proc_int32_t c = 0;
-  const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-                                       static_cast<utf8proc_ssize_t>(text.size()), &c);
-  if (length <= 0) return {text.substr(0, 1), 1};
-  return {text.substr(0, static_cast<std::size_t>(length)),
-          static_cast<std::size_t>(std::max(0, utf8proc_charwidth(c)))};
 }
 
 /// Cuts the first line off a text that has no line feeds.
@@ -48,7 +35,8 @@ std::string_view takeLine(std::string_view& text, std::size_t width) {
   std::size_t fits = 0;    // bytes that fit
   std::size_t breaks = 0;  // bytes up to the last place where a line may break
   while (fits < text.size()) {
-    const auto [bytes, taken] = firstCharacter(text.substr(fits));
+    const auto [bytes, c] = firstCharacter(text.substr(fits));
+    const auto taken = static_cast<std::size_t>(std::max(0, utf8proc_charwidth(c)));
     if (bytes == " " || (taken == 2 && fits > 0)) breaks = fits;
     if (columns + taken > width && fits > 0) {
       const auto line = text.substr(0, breaks > 0 ? breaks : fits);
@@ -66,14 +54,12 @@ std::string_view takeLine(std::string_view& text, std::size_t width) {
 
 }  // namespace
 
-Terminal Terminal::look() {
-  Terminal terminal;
-  terminal.hasOutput = ::isatty(STDOUT_FILENO) != 0;
-  terminal.hasErrors = ::isatty(STDERR_FILENO) != 0;
-  terminal.isInteractive = terminal.hasOutput && ::isatty(STDIN_FILENO) != 0;
-  terminal.hasColours = terminal.hasOutput && !isSet("NO_COLOR") && !isDumb();
-  terminal.width = terminal.hasOutput ? columnsOfOutput() : 0;
-  return terminal;
+Terminal Terminal::of(std::FILE* stream) {
+  const int descriptor = ::fileno(stream);
+  if (::isatty(descriptor) == 0) return {};
+  return {.isInteractive = ::isatty(STDIN_FILENO) != 0,
+          .hasColours = !isSet("NO_COLOR") && !isDumb(),
+          .width = columnsOf(descriptor)};
 }
 
 std::string Terminal::bold(std::string_view text) const {
@@ -85,16 +71,15 @@ std::string Terminal::faint(std::string_view text) const {
 }
 
 std::string Terminal::fit(std::string_view text, std::string_view indent) const {
-  constexpr std::size_t narrowest = 20;
+  if (width > 0 && width < 2 * indent.size()) indent = {};
   std::string result;
   while (!text.empty()) {
     const auto end = std::min(text.find('\n'), text.size());
     auto paragraph = text.substr(0, end);
     text.remove_prefix(std::min(end + 1, text.size()));
     do {
-      const auto line = width == 0
-                            ? std::exchange(paragraph, {})
-                            : takeLine(paragraph, std::max(narrowest, width) - indent.size());
+      const auto line =
+          width == 0 ? std::exchange(paragraph, {}) : takeLine(paragraph, width - indent.size());
       result.append(indent).append(line).append("\n");
     } while (!paragraph.empty());
   }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -8,21 +9,20 @@ namespace PellixApp {
 
 /// What is known about the person's terminal, if there is one.
 struct Terminal {
-  bool isInteractive = false;  ///< Standard input and output are a terminal.
-  bool hasOutput = false;      ///< Standard output is one.
-  bool hasErrors = false;      ///< Standard error is one.
-  bool hasColours = false;  ///< Standard output is one that shows colours, and NO_COLOR is unset.
-  std::size_t width = 0;    ///< Columns; 0: lines are as long as they are.
+  bool isInteractive = false;  ///< It is there, and standard input is one too.
+  bool hasColours = false;     ///< It shows colours, and NO_COLOR is unset.
+  std::size_t width = 0;       ///< Columns; 0: lines are as long as they are.
 
-  /// Asked for at each call, for the person may change its size.
-  [[nodiscard]] static Terminal look();
+  /// What a stream goes to. Asked for at each call, for the person may change its size.
+  [[nodiscard]] static Terminal of(std::FILE* stream);
 
   [[nodiscard]] std::string bold(std::string_view text) const;
   [[nodiscard]] std::string faint(std::string_view text) const;
 
-  /// The text in lines of no more than `width` columns, each behind `indent`, and each with a line
-  /// feed at its end. Wide characters count as two columns, and lines may break between them.
-  [[nodiscard]] std::string fit(std::string_view text, std::string_view indent) const;
+  /// The text in lines of no more than `width` columns, broken at blanks if that can be, each
+  /// behind `indent` where there is room for it, and each with a line feed at its end. Wide
+  /// characters count as two columns, and lines may break between them.
+  [[nodiscard]] std::string fit(std::string_view text, std::string_view indent = {}) const;
 };
 
 }  // namespace PellixApp

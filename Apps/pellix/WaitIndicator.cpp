@@ -4,23 +4,35 @@
 
 #include <fmt/core.h>
 
+#include <chrono>
 #include <string_view>
 
 namespace PellixApp {
-namespace {
 
-constexpr std::string_view text = "Asking... (Ctrl-C ends)";
-
-}  // namespace
-
-void WaitIndicator::show() {
-  if (!Terminal::look().hasErrors) return;
-  fmt::print(stderr, "{}", text);
-  isShown_ = true;
+WaitIndicator::WaitIndicator() {
+  const auto width = Terminal::of(stderr).width;
+  if (width == 0) return;
+  thread_ = std::thread([this, width] {
+    constexpr std::chrono::milliseconds aMoment(400);
+    constexpr std::string_view text = "Asking... (Ctrl-C ends)";
+    const auto fitting = text.substr(0, width - 1);
+    std::unique_lock lock(mutex_);
+    const auto isOver = [this] { return isOver_; };
+    if (changed_.wait_for(lock, aMoment, isOver)) return;
+    fmt::print(stderr, "{}", fitting);
+    changed_.wait(lock, isOver);
+    fmt::print(stderr, "\r{:{}}\r", "", fitting.size());
+  });
 }
 
 WaitIndicator::~WaitIndicator() {
-  if (isShown_) fmt::print(stderr, "\r{:{}}\r", "", text.size());
+  if (!thread_.joinable()) return;
+  {
+    const std::lock_guard lock(mutex_);
+    isOver_ = true;
+  }
+  changed_.notify_one();
+  thread_.join();
 }
 
 }  // namespace PellixApp

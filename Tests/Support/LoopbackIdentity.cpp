@@ -74,7 +74,7 @@ LoopbackIdentity makeIdentity(const IdentityOptions& options) {
   X509_NAME_add_entry_by_NID(subject, NID_commonName, MBSTRING_ASC,
                              reinterpret_cast<const unsigned char*>(name.data()),
                              static_cast<int>(name.size()), -1, 0);
-  addExtension(made.get(), NID_basic_constraints, options.issuer ? "CA:FALSE" : "CA:TRUE");
+  addExtension(made.get(), NID_basic_constraints, "CA:TRUE");
   addExtension(made.get(), NID_subject_alt_name, options.names.c_str());
 
   const Certificate issuer = options.issuer ? certificateOf(*options.issuer) : nullptr;

@@ -4,7 +4,7 @@ _pellix() {
   local word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
   local commands='ask doctor settings resolve reject'
   local options='--account-url --application-id --client-id --locale --token-file
-    --certificate-authorities --resources --verbose --help'
+    --certificate-authorities --resources --timeout --verbose --help'
   local reports='--interaction --article --article-id'
   COMPREPLY=()
 
@@ -24,7 +24,7 @@ _pellix() {
       mapfile -t COMPREPLY < <(compgen -W '0 1 2' -- "$word")
       return
       ;;
-    --account-url | --application-id | --client-id | --locale | --article | --article-id) return ;;
+    --account-url | --application-id | --client-id | --locale | --timeout | --article | --article-id) return ;;
   esac
 
   # The command, past options and what they take.

@@ -1,52 +1,57 @@
 #include "Doctor/Checks.h"
+#include "Failure.h"
+#include "Host.h"
+#include "Printable.h"
+
+#include <PellixPlatform/URL.h>
 
 namespace PellixApp {
 namespace {
 
 /// What to say of a step that is taken only if those before it succeed.
-Finding findingOf(const Diagnosis& diagnosis, Step step, const std::string& success) {
-  if (!diagnosis.probe) return skipped("there is no usable account address");
-  if (diagnosis.probe->failed < step) return skipped("the step before it failed");
-  return step < diagnosis.probe->failed ? ok(success) : diagnosis.probe->finding;
+Finding findingOf(const Examination& examination, Step step, const std::string& success) {
+  if (!examination.probe) return skipped("there is no usable account address");
+  if (examination.probe->failed < step) return skipped("the step before it failed");
+  return step < examination.probe->failed ? ok(success) : examination.probe->finding;
 }
 
 }  // namespace
 
-Finding checkAccountAddress(Diagnosis& diagnosis) {
-  const auto& options = diagnosis.options;
+Finding checkAccountAddress(Examination& examination) {
+  const auto& options = examination.options;
   if (options.accountUrl.empty()) {
     return problem("There is no account address.", "Set PELLIX_ACCOUNT_URL or give --account-url.");
   }
-  auto account = accountFor(options);
+  auto account = setUpCore(options);
   // The address itself stays unsaid then: it may hold a password.
   if (!account) {
-    return problem(account.error().localizedDescription(),
-                   "Give an address such as https://example.com.");
+    return problem(account.error().localizedDescription(), adviceFor(account.error()));
   }
-  diagnosis.account = *std::move(account);
-  const auto& address = diagnosis.account->accountDetails().accountUrl();
-  diagnosis.probe = probe(address, options);
+  examination.account = *std::move(account);
+  const auto& address = examination.account->accountDetails().accountUrl();
+  examination.probe = probe(address, options);
   return ok(address);
 }
 
-Finding checkNameResolution(Diagnosis& diagnosis) {
-  return findingOf(diagnosis, Step::resolution, "the name is known");
+Finding checkNameResolution(Examination& examination) {
+  return findingOf(examination, Step::resolution, "the name is known");
 }
 
-Finding checkConnection(Diagnosis& diagnosis) {
-  return findingOf(diagnosis, Step::connection, diagnosis.probe ? diagnosis.probe->peer : "");
+Finding checkConnection(Examination& examination) {
+  return findingOf(examination, Step::connection, examination.probe ? examination.probe->peer : "");
 }
 
-Finding checkTLS(Diagnosis& diagnosis) {
-  if (!diagnosis.probe || diagnosis.probe->failed < Step::security) {
-    return findingOf(diagnosis, Step::security, "");
+Finding checkTLS(Examination& examination) {
+  if (!examination.probe || examination.probe->failed < Step::security) {
+    return findingOf(examination, Step::security, "");
   }
-  if (!diagnosis.account->accountDetails().accountUrl().starts_with("https:")) {
+  const auto url = PellixPlatform::URL::parse(examination.account->accountDetails().accountUrl());
+  if (url->scheme() != "https") {
     return skipped("not used: http on loopback");
   }
-  auto finding =
-      findingOf(diagnosis, Step::security, "valid until " + diagnosis.probe->certificateValidity);
-  finding.found += oneLine("; trusted are " + certificateStore(diagnosis.options));
+  auto finding = findingOf(examination, Step::security,
+                           "valid until " + examination.probe->certificateValidity);
+  finding.found += oneLine("; trusted are " + certificateStore(examination.options));
   return finding;
 }
 

@@ -15,7 +15,7 @@ namespace {
 
 struct Check {
   const char* name;
-  Finding (*run)(Diagnosis& diagnosis);
+  Finding (*run)(Examination& examination);
 };
 
 /// Each builds on those before it.
@@ -46,11 +46,22 @@ struct Report {
   }
 };
 
+/// In columns, or where they would be too narrow, with the text below its label.
+void writeLine(const Terminal& terminal, const std::string& status, const std::string& label,
+               const std::string& text) {
+  constexpr std::size_t columns = 27;
+  const bool isWide = terminal.width == 0 || terminal.width >= 2 * columns;
+  const auto fitted = terminal.fit(text, std::string(isWide ? columns : 2, ' '));
+  fmt::print("{}{:18}{}", status, label,
+             isWide ? fitted.substr(std::min(columns, fitted.size())) : "\n" + fitted);
+}
+
 void writeLines(const Finding& finding) {
+  const auto terminal = Terminal::of(stdout);
   const auto status = fmt::format("{:9}", finding.status);
-  fmt::print("{}{:18}{}\n", finding.isProblem() ? Terminal::look().bold(status) : status,
-             finding.check, finding.found);
-  if (finding.isProblem()) fmt::print("{:9}{:18}{}\n", "", "  remedy", *finding.remedy);
+  writeLine(terminal, finding.isProblem() ? terminal.bold(status) : status, finding.check,
+            finding.found);
+  if (finding.isProblem()) writeLine(terminal, std::string(9, ' '), "  remedy", *finding.remedy);
 }
 
 }  // namespace
@@ -59,10 +70,10 @@ ExitCode doctor(const Options& options) {
   using namespace QuorvelCoreSDK;
   // What the library would warn of is told by the checks.
   CoreLogger::setLevel(options.verbose ? LogLevel::debug : LogLevel::off);
-  Diagnosis diagnosis{.options = options};
+  Examination examination{.options = options};
   Report report;
   for (const auto& check : checks) {
-    auto& finding = report.checks.emplace_back(check.run(diagnosis));
+    auto& finding = report.checks.emplace_back(check.run(examination));
     finding.check = check.name;
     if (!options.json) writeLines(finding);
   }

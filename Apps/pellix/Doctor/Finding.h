@@ -23,7 +23,4 @@ struct Finding {
 [[nodiscard]] Finding skipped(std::string_view why);
 [[nodiscard]] Finding problem(std::string_view found, std::string_view remedy);
 
-/// The text as one line of UTF-8 without control characters.
-[[nodiscard]] std::string oneLine(std::string_view text);
-
 }  // namespace PellixApp

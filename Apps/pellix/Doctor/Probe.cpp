@@ -1,145 +1,143 @@
 #include "Doctor/Probe.h"
 
-#include <PellixPlatform/URL.h>
+#include "Doctor/Attempt.h"
 
-#include <curl/curl.h>
+#include <PellixPlatform/URLResponse.h>
+
 #include <fmt/chrono.h>
+#include <openssl/x509_vfy.h>
 
 #include <algorithm>
 #include <array>
-#include <ctime>
-#include <memory>
-#include <new>
+#include <optional>
 #include <system_error>
 
 namespace PellixApp {
 namespace {
 
-/// Which of a certificate's properties are insisted on.
-enum class Trust : std::uint8_t { none, authority, authorityAndHost };
-
-struct Certificate {
-  std::string subject;
-  std::string issuer;
-  std::string names;
-  std::time_t from = 0;
-  std::time_t until = 0;
-};
-
-struct Attempt {
-  CURLcode result = CURLE_OK;
-  bool isResolved = false;
-  long proxyStatus = 0;  // what a proxy answered that was asked for a tunnel
-  long systemError = 0;
-  std::string peer;  // empty: no connection
-  Certificate certificate;
-};
-
-template <class T>
-T info(CURL* easy, CURLINFO which) {
-  T value{};
-  curl_easy_getinfo(easy, which, &value);
-  return value;
-}
-
-/// The server's own certificate, as far as a finished handshake made it known.
-Certificate certificateOf(CURL* easy) {
-  Certificate certificate;
-  const auto* const chain = info<curl_certinfo*>(easy, CURLINFO_CERTINFO);
-  if (!chain || chain->num_of_certs == 0) return certificate;
-  for (const auto* line = chain->certinfo[0]; line; line = line->next) {
-    const std::string text(line->data);
-    const auto name = text.substr(0, text.find(':'));
-    const auto value = text.substr(std::min(name.size() + 1, text.size()));
-    if (name == "Subject") certificate.subject = value;
-    if (name == "Issuer") certificate.issuer = value;
-    if (name == "X509v3 Subject Alternative Name") certificate.names = value;
-    if (name == "Start date") certificate.from = curl_getdate(value.c_str(), nullptr);
-    if (name == "Expire date") certificate.until = curl_getdate(value.c_str(), nullptr);
-  }
-  return certificate;
-}
-
-Attempt attempt(const std::string& address, const Options& options, Trust trust) {
-  const std::unique_ptr<CURL, void (*)(CURL*)> owner(curl_easy_init(), curl_easy_cleanup);
-  auto* const easy = owner.get();
-  if (!easy) throw std::bad_alloc();
-  const auto set = [easy](CURLoption option, auto value) { curl_easy_setopt(easy, option, value); };
-  set(CURLOPT_URL, address.c_str());
-  set(CURLOPT_CONNECT_ONLY, 1L);
-  set(CURLOPT_NOSIGNAL, 1L);
-  set(CURLOPT_QUICK_EXIT, 1L);  // a slow name server does not hold up the end
-  set(CURLOPT_TIMEOUT_MS, static_cast<long>(longestConnecting.count()));
-  set(CURLOPT_CERTINFO, 1L);
-  set(CURLOPT_SSL_VERIFYPEER, trust == Trust::none ? 0L : 1L);
-  set(CURLOPT_SSL_VERIFYHOST, trust == Trust::authorityAndHost ? 2L : 0L);
-  if (!options.certificateAuthorities.empty()) {
-    set(CURLOPT_CAINFO, options.certificateAuthorities.c_str());
-    set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
-  }
-  if (PellixPlatform::URL::parse(address)->isLoopback()) set(CURLOPT_PROXY, "");
-
-  Attempt made{.result = curl_easy_perform(easy)};
-  made.isResolved = info<curl_off_t>(easy, CURLINFO_NAMELOOKUP_TIME_T) > 0;
-  made.proxyStatus = info<long>(easy, CURLINFO_HTTP_CONNECTCODE);
-  made.systemError = info<long>(easy, CURLINFO_OS_ERRNO);
-  if (const auto* peer = info<const char*>(easy, CURLINFO_PRIMARY_IP); peer && *peer) {
-    made.peer = fmt::format("{} port {}", peer, info<long>(easy, CURLINFO_PRIMARY_PORT));
-  }
-  made.certificate = certificateOf(easy);
-  return made;
-}
-
 std::string timeText(std::time_t time) {
   return time == 0 ? "an unknown time" : fmt::format("{:%Y-%m-%d %H:%M} UTC", fmt::gmtime(time));
 }
 
-/// Tells why a certificate isn't accepted by asking for less and less.
-Finding refusedCertificate(const std::string& address, const Options& options) {
-  const auto forAnyHost = attempt(address, options, Trust::authority);
-  if (forAnyHost.result == CURLE_OK) {
-    const auto& [subject, issuer, names, from, until] = forAnyHost.certificate;
-    return problem(
-        "The server's certificate is for another host: " + (names.empty() ? subject : names),
-        "Use a name that it is for in the account's address, or have it issued anew.");
-  }
-  const auto certificate = attempt(address, options, Trust::none).certificate;
+Finding refusedCertificate(const Attempt& made, const std::string& address,
+                           const Options& options) {
+  // A handshake that failed shows none; this one goes on to look, and carries nothing.
+  const auto chain = attempt(address, options, Trust::none).chain;
+  const auto own = chain.empty() ? Certificate() : chain.front();
   const auto now = std::time(nullptr);
-  if (certificate.until != 0 && certificate.until < now) {
-    return problem("The server's certificate has expired: " + timeText(certificate.until),
-                   "Have the server's certificate renewed. If it has been, set this machine's "
-                   "clock.");
+  switch (chain.empty() ? -1 : made.verification) {
+    case X509_V_OK:
+    case X509_V_ERR_UNSPECIFIED:  // what was refused is the name, which libcurl looks at itself
+      return problem("The server's certificate is for another host: " +
+                         (own.names.empty() ? own.subject : own.names),
+                     "Use a name that it is for in the account's address, or have it issued anew.");
+    case X509_V_ERR_CERT_HAS_EXPIRED: {
+      const auto old = std::ranges::find_if(chain, [now](const auto& c) { return c.until < now; });
+      if (old == chain.begin()) {
+        return problem("The server's certificate has expired: " + timeText(own.until),
+                       "Have the server's certificate renewed. If it has been, set this machine's "
+                       "clock.");
+      }
+      const auto which =
+          old == chain.end() ? "" : fmt::format(": {}, {}", old->subject, timeText(old->until));
+      return problem("A certificate above the server's has expired" + which,
+                     "Have the server send the certificates that its authority gives out now. If "
+                     "it does, set this machine's clock.");
+    }
+    case X509_V_ERR_CERT_NOT_YET_VALID:
+      return problem("The server's certificate is not valid before " + timeText(own.from),
+                     "Set this machine's clock. If it is right, have the certificate issued anew.");
+    case X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT:
+      return problem(
+          "The server's certificate is self-signed: " + own.subject,
+          "If the server is yours, name its certificate with --certificate-authorities.");
+    case X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN:
+    case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY:
+    case X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE:
+      return problem(
+          "The server's certificate comes from no trusted authority: " + chain.back().issuer,
+          "If the authority is yours, name its certificate with --certificate-authorities; else "
+          "have the server send its whole chain, or update the system's certificates.");
+    default:
+      return problem("The server's certificate is not accepted: " + made.reason,
+                     "Have the server's certificates issued anew.");
   }
-  if (now < certificate.from) {
-    return problem("The server's certificate is not valid before " + timeText(certificate.from),
-                   "Set this machine's clock. If it is right, have the certificate issued anew.");
-  }
-  if (!certificate.subject.empty() && certificate.subject == certificate.issuer) {
-    return problem("The server's certificate is self-signed: " + certificate.subject,
-                   "If the server is yours, name its certificate with --certificate-authorities.");
-  }
-  return problem("The server's certificate comes from no trusted authority: " + certificate.issuer,
-                 "If the authority is yours, name its certificate with --certificate-authorities; "
-                 "else have the server send its whole chain, or update the system's certificates.");
 }
 
-struct Diagnosis {
-  CURLcode result;
-  Step step;
-  std::string_view found;
-  std::string_view remedy;
+struct Row {
+  long code;
+  std::string_view text;
 };
 
-constexpr auto diagnoses = std::to_array<Diagnosis>({
-    {CURLE_COULDNT_RESOLVE_HOST, Step::resolution, "The host's name is unknown.",
-     "Check the address in --account-url or PELLIX_ACCOUNT_URL, and the network's name servers."},
-    {CURLE_COULDNT_RESOLVE_PROXY, Step::resolution, "The proxy's name is unknown.",
-     "Check the proxy that the environment names (https_proxy)."},
-    {CURLE_PROXY, Step::connection, "The proxy makes no connection.",
-     "Check the proxy that the environment names (https_proxy)."},
-    {CURLE_SSL_CACERT_BADFILE, Step::security, "The trusted certificates can't be read.",
-     "Name a readable file of certificates (PEM) with --certificate-authorities."},
+constexpr auto proxyRefusals = std::to_array<Row>({
+    {CURLPX_NO_AUTH, "it asks for a user and a password"},
+    {CURLPX_USER_REJECTED, "it does not accept the user or the password"},
+    {CURLPX_REPLY_NOT_ALLOWED, "its rules do not allow it"},
+    {CURLPX_REPLY_NETWORK_UNREACHABLE, "it can't reach the host's network"},
+    {CURLPX_REPLY_HOST_UNREACHABLE, "it can't reach the host"},
+    {CURLPX_REPLY_CONNECTION_REFUSED, "the host refuses its connection"},
+    {CURLPX_RESOLVE_HOST, "the host's name is unknown"},
 });
+
+constexpr std::string_view checkProxy =
+    "Check the proxy that the environment names (https_proxy, no_proxy), and what it allows.";
+
+/// Why a proxy makes no connection; nothing if there is none, or it did not say.
+std::optional<std::string> refusalOfProxy(const Attempt& made) {
+  if (made.proxyStatus >= 300) {
+    return fmt::format("status {} {}", made.proxyStatus,
+                       PellixPlatform::HTTPURLResponse::localizedStringForStatusCode(
+                           static_cast<int>(made.proxyStatus)));
+  }
+  if (made.result != CURLE_PROXY) return std::nullopt;
+  const auto* const row = std::ranges::find(proxyRefusals, made.proxyError, &Row::code);
+  return row == proxyRefusals.end() ? made.reason : std::string(row->text);
+}
+
+Finding unresolved(const Attempt& made) {
+  switch (made.result) {
+    case CURLE_COULDNT_RESOLVE_HOST:
+      return problem("The host's name is unknown.",
+                     "Check the address in --account-url or PELLIX_ACCOUNT_URL, and the network's "
+                     "name servers.");
+    case CURLE_COULDNT_RESOLVE_PROXY:
+      return problem("The proxy's name is unknown.", checkProxy);
+    case CURLE_OPERATION_TIMEDOUT:
+      return problem("The name servers do not answer.",
+                     "Check the network, and the name servers that /etc/resolv.conf names.");
+    default:  // libcurl's own words may hold the proxy's password
+      return problem("The proxy can't be used.", checkProxy);
+  }
+}
+
+Finding unconnected(const Attempt& made) {
+  const bool isSystems = made.systemError != 0 && made.result != CURLE_OPERATION_TIMEDOUT;
+  const auto why =
+      isSystems ? std::generic_category().message(static_cast<int>(made.systemError)) : made.reason;
+  return problem("No connection: " + why,
+                 "Check the host and the port in the account's address, the proxy that the "
+                 "environment names if any, and that the service runs.");
+}
+
+Finding insecure(const Attempt& made) {
+  const auto says = [&made](const char* words) {
+    return made.reason.find(words) != made.reason.npos;
+  };
+  if (made.result == CURLE_SSL_CACERT_BADFILE) {
+    return problem("The trusted certificates can't be read.",
+                   "Name a readable file of certificates (PEM) with --certificate-authorities.");
+  }
+  const auto found = "No secure connection: " + made.reason;
+  if (made.result == CURLE_OPERATION_TIMEDOUT) {
+    return problem(found,
+                   "Try again later, or allow more time with --timeout. A proxy or a firewall "
+                   "may keep the answer back.");
+  }
+  if (says("protocol version") || says("unsupported protocol")) {
+    return problem(found, "Have TLS 1.2 or later switched on at the server.");
+  }
+  return problem(found, "Check that the port in the account's address is one for https.");
+}
 
 }  // namespace
 
@@ -152,35 +150,26 @@ std::string certificateStore(const Options& options) {
 
 Probe probe(const std::string& address, const Options& options) {
   const auto made = attempt(address, options, Trust::authorityAndHost);
-  const std::string reason = curl_easy_strerror(made.result);
-  const auto row = std::ranges::find(diagnoses, made.result, &Diagnosis::result);
   if (made.result == CURLE_OK) {
-    return {.peer = made.peer, .certificateValidity = timeText(made.certificate.until)};
+    return {.peer = made.peer,
+            .certificateValidity = timeText(made.chain.empty() ? 0 : made.chain.front().until)};
   }
   const auto failed = [&](Step step, Finding finding) {
     return Probe{.failed = step, .finding = std::move(finding), .peer = made.peer};
   };
+  if (const auto why = refusalOfProxy(made)) {
+    return failed(Step::connection, problem("The proxy makes no connection: " + *why, checkProxy));
+  }
   if (made.result == CURLE_PEER_FAILED_VERIFICATION) {
-    return failed(Step::security, refusedCertificate(address, options));
+    return failed(Step::security, refusedCertificate(made, address, options));
   }
-  if (row != diagnoses.end()) return failed(row->step, problem(row->found, row->remedy));
-  if (made.proxyStatus >= 300) {
-    return failed(Step::connection,
-                  problem(fmt::format("The proxy refuses: status {}.", made.proxyStatus),
-                          "Check the proxy that the environment names (https_proxy, no_proxy)."));
-  }
-  if (!made.peer.empty()) {
-    return failed(Step::security,
-                  problem("No secure connection: " + reason,
-                          "Check that the port in the account's address is one for https."));
-  }
-  const auto why = made.systemError == 0
-                       ? reason
-                       : std::generic_category().message(static_cast<int>(made.systemError));
-  return failed(made.isResolved ? Step::connection : Step::resolution,
-                problem("No connection: " + why,
-                        "Check the host and the port in the account's address, the proxy that the "
-                        "environment names if any, and that the service runs."));
+  if (!made.isResolved) return failed(Step::resolution, unresolved(made));
+  if (made.peer.empty()) return failed(Step::connection, unconnected(made));
+  return failed(Step::security, insecure(made));
+}
+
+bool speaksTLS(const std::string& address, const Options& options) {
+  return attempt(address, options, Trust::none).result == CURLE_OK;
 }
 
 }  // namespace PellixApp

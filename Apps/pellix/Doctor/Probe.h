@@ -3,8 +3,6 @@
 #include "Doctor/Finding.h"
 #include "Options.h"
 
-#include <chrono>
-
 namespace PellixApp {
 
 /// The steps towards the account's host, in the order in which they are taken.
@@ -18,11 +16,12 @@ struct Probe {
   std::string certificateValidity;  ///< Until when the server's is valid.
 };
 
-inline constexpr std::chrono::milliseconds longestConnecting{5'000};
-
 /// Connects as the library would. A certificate that isn't accepted is looked at over further
 /// connections, which carry nothing.
 [[nodiscard]] Probe probe(const std::string& address, const Options& options);
+
+/// Whether a server at this address, which is one of https, speaks TLS at all.
+[[nodiscard]] bool speaksTLS(const std::string& address, const Options& options);
 
 /// Where trusted certificates are read from.
 [[nodiscard]] std::string certificateStore(const Options& options);

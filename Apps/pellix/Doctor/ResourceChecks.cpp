@@ -27,8 +27,8 @@ struct Endpoint {
 
 }  // namespace
 
-Finding checkResources(Diagnosis& diagnosis) {
-  const auto& directory = diagnosis.options.resources;
+Finding checkResources(Examination& examination) {
+  const auto& directory = examination.options.resources;
   for (const auto* name : {"Endpoints", "Info"}) {
     if (!PellixProvidersSDK::resourceBundle().dataForResource(name, "plist")) {
       return problem(fmt::format("There is no {}.plist in {}.", name, directory.native()),
@@ -38,7 +38,7 @@ Finding checkResources(Diagnosis& diagnosis) {
   return ok(directory.empty() ? "carried by the library" : directory.native());
 }
 
-Finding checkEndpointTable(Diagnosis& diagnosis) {
+Finding checkEndpointTable(Examination& examination) {
   const auto file = PellixProvidersSDK::resourceBundle().dataForResource("Endpoints", "plist");
   if (!file) return skipped("there is no Endpoints.plist");
   const auto& data = *file;
@@ -50,13 +50,13 @@ Finding checkEndpointTable(Diagnosis& diagnosis) {
       return problem(fmt::format("The table has no entry \"{}\".", name), mendDirectory);
     }
   }
-  diagnosis.hasEndpoints = true;
+  examination.hasEndpoints = true;
   std::string names;
   for (const auto& entry : *table) names += (names.empty() ? "" : ", ") + entry.name;
   return ok(names);
 }
 
-Finding checkLibraryVersion(Diagnosis&) {
+Finding checkLibraryVersion(Examination&) {
   const auto& bundle = PellixProvidersSDK::resourceBundle();
   if (!bundle.dataForResource("Info", "plist")) return skipped("there is no Info.plist");
   const auto value = bundle.objectForInfoDictionaryKey("CFBundleShortVersionString");

@@ -1,7 +1,9 @@
 #include "Doctor/Checks.h"
 #include "Failure.h"
+#include "Printable.h"
 
 #include <PellixPlatform/JSONDecoder.h>
+#include <PellixPlatform/URL.h>
 #include <PellixProvidersSDK/DeflectionResponse.h>
 #include <PellixProvidersSDK/PellixError.h>
 #include <PellixProvidersSDK/PellixSettings.h>
@@ -44,82 +46,108 @@ std::expected<std::shared_ptr<const T>, PellixPlatform::Error> recordIn(
                                                           status, std::move(text)));
 }
 
-bool hasToken(const Diagnosis& diagnosis) {
-  return diagnosis.options.token && !diagnosis.options.token->empty();
+bool hasToken(const Examination& examination) {
+  return examination.options.token && !examination.options.token->empty();
 }
 
-bool isLocaleText(const Diagnosis& diagnosis) {
-  const auto& chosen = diagnosis.options.locale;
+/// Whether the server asks for a token, or for another one.
+bool isUnauthorized(const PellixPlatform::Error& error) {
+  return error.domain() == PellixProvidersSDK::PellixErrorDomain &&
+         (error.code() == 401 || error.code() == 403);
+}
+
+std::string_view remedyFor(const PellixPlatform::Error& error) {
+  const auto advice = adviceFor(error);
+  return advice.empty() ? checkAddress : advice;
+}
+
+/// Whether plain http is spoken to a port of https.
+bool isForHTTPS(const Examination& examination) {
+  auto address = examination.account->accountDetails().accountUrl();
+  const auto scheme = address.find(':');
+  if (PellixPlatform::URL::parse(address)->scheme() != "http") return false;
+  return speaksTLS("https" + address.substr(scheme), examination.options);
+}
+
+bool isLocaleText(const Examination& examination) {
+  const auto& chosen = examination.options.locale;
   return !chosen || oneLine(*chosen) == *chosen;
 }
 
 }  // namespace
 
-Finding checkToken(Diagnosis& diagnosis) {
-  if (hasToken(diagnosis)) return ok("there is one");
+Finding checkToken(Examination& examination) {
+  if (hasToken(examination)) return ok("there is one");
   return problem("There is no token.",
                  "Put the token into PELLIX_TOKEN, or into a file named by --token-file.");
 }
 
-Finding checkQuery(Diagnosis& diagnosis) {
-  if (!diagnosis.probe || diagnosis.probe->failed != Step::none) return skipped(unreached);
-  diagnosis.observation = observe(diagnosis.account);
+Finding checkQuery(Examination& examination) {
+  if (!examination.probe || examination.probe->failed != Step::none) return skipped(unreached);
+  examination.settings = fetchSettings(examination.account);
   // Of a text that isn't UTF-8, the library would complain on standard output, the report's own.
-  if (diagnosis.hasEndpoints && isLocaleText(diagnosis)) {
-    diagnosis.query = queryAfter(*diagnosis.observation, diagnosis.account, diagnosis.options);
+  if (examination.hasEndpoints && isLocaleText(examination)) {
+    examination.query =
+        makeQuery(examination.settings->knowledgeBase, examination.account, examination.options);
   }
-  if (!diagnosis.query) return skipped(queryless);
-  if (!hasToken(diagnosis)) return skipped("there is no token");
-  const auto settings = recordIn<PellixSettings>(diagnosis.observation->settings);
+  if (!examination.query) return skipped(queryless);
+  if (!hasToken(examination)) return skipped("there is no token");
+  const auto settings = recordIn<PellixSettings>(examination.settings->account);
   // The library would not ask either.
   if (!settings || !(*settings)->enabled()) return skipped("the feature is not known as enabled");
 
-  const auto answer = recordIn<DeflectionResponse>(send(*diagnosis.query, diagnosis.account));
+  const auto answer = recordIn<DeflectionResponse>(send(*examination.query, examination.account));
   if (answer) return ok("the token is accepted");
   const auto& error = answer.error();
-  if (error.domain() == PellixProvidersSDK::PellixErrorDomain &&
-      (error.code() == 401 || error.code() == 403)) {
+  if (isUnauthorized(error)) {
     return problem(fmt::format("The token is not accepted: {}.", error.description()),
                    "Check the token in PELLIX_TOKEN, or in the file that --token-file names.");
   }
-  const auto advice = adviceFor(error);
-  return problem("The query fails: " + error.description(), advice.empty() ? checkAddress : advice);
+  return problem("The query fails: " + error.description(), remedyFor(error));
 }
 
-Finding checkSettings(Diagnosis& diagnosis) {
-  if (!diagnosis.observation) return skipped(unreached);
-  const auto settings = recordIn<PellixSettings>(diagnosis.observation->settings);
+Finding checkSettings(Examination& examination) {
+  if (!examination.settings) return skipped(unreached);
+  const auto settings = recordIn<PellixSettings>(examination.settings->account);
   if (settings) return ok("the account's settings can be had");
-  return problem("There are no account settings: " + settings.error().description(), checkAddress);
+  const auto& error = settings.error();
+  const auto remedy = isForHTTPS(examination)
+                          ? "Write https:// in the account's address: its port is one for that."
+                      : isUnauthorized(error)  // though no token is needed for them
+                          ? checkAddress
+                          : remedyFor(error);
+  return problem("There are no account settings: " + error.description(), remedy);
 }
 
-Finding checkFeature(Diagnosis& diagnosis) {
-  if (!diagnosis.observation) return skipped(unreached);
-  const auto settings = recordIn<PellixSettings>(diagnosis.observation->settings);
+Finding checkFeature(Examination& examination) {
+  if (!examination.settings) return skipped(unreached);
+  const auto settings = recordIn<PellixSettings>(examination.settings->account);
   if (!settings) return skipped("there are no account settings");
   if ((*settings)->enabled()) return ok("enabled");
   return problem("The feature is disabled for this account.",
                  "Have it switched on in the account's settings.");
 }
 
-Finding checkKnowledgeBase(Diagnosis& diagnosis) {
-  if (!diagnosis.observation) return skipped(unreached);
-  const auto settings = recordIn<LumenoSettings>(diagnosis.observation->knowledgeSettings);
+Finding checkKnowledgeBase(Examination& examination) {
+  if (!examination.settings) return skipped(unreached);
+  if (examination.settings->account.error) return skipped("the account's settings say why");
+  const auto settings = recordIn<LumenoSettings>(examination.settings->knowledgeBase);
   if (settings) return ok(fmt::format("its locale is \"{}\"", (*settings)->locale()));
   return problem("There are no knowledge-base settings: " + settings.error().description(),
                  "Have the knowledge base set up for the account, or try again later.");
 }
 
-Finding checkQueryLocale(Diagnosis& diagnosis) {
-  if (!isLocaleText(diagnosis)) {
+Finding checkQueryLocale(Examination& examination) {
+  if (!isLocaleText(examination)) {
     return problem("The locale in --locale or PELLIX_LOCALE is not a plain text in UTF-8.",
                    "Give a locale such as en-us.");
   }
-  if (!diagnosis.observation) return skipped(unreached);
-  if (!diagnosis.query) return skipped(queryless);
-  const auto body = PellixPlatform::JSONDecoder().decode<Body>(diagnosis.query->body.value_or(""));
+  if (!examination.settings) return skipped(unreached);
+  if (!examination.query) return skipped(queryless);
+  const auto body =
+      PellixPlatform::JSONDecoder().decode<Body>(examination.query->body.value_or(""));
   if (!body) return problem("The query names no locale.", "Report this as a bug.");
-  return ok(fmt::format("\"{}\"{}", body->locale, diagnosis.options.locale ? ", as chosen" : ""));
+  return ok(fmt::format("\"{}\"{}", body->locale, examination.options.locale ? ", as chosen" : ""));
 }
 
 }  // namespace PellixApp

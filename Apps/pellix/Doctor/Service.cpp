@@ -1,6 +1,5 @@
-#include "Doctor/Observation.h"
+#include "Doctor/Service.h"
 
-#include "Doctor/Probe.h"
 #include "Host.h"
 
 #include <QuorvelCoreSDK/QuorvelCoreSDK.h>
@@ -26,7 +25,6 @@ class Headers final : public QuorvelCoreSDK::ClientHeaders {
 };
 
 TransportReply perform(const TransportRequest& request, const Account& account, bool needsToken) {
-  static_cast<void>(EventLoop::shared());  // before anything can wake it
   const ProviderService service({.environment = account->accountDetails(),
                                  .urlComponent = PellixPlatform::URL::parse(request.url).value(),
                                  .requiresAuth = needsToken,
@@ -46,8 +44,8 @@ TransportReply fetch(std::string_view path, const Account& account) {
   return perform(request, account, false);
 }
 
-/// Answers the library with what an observation brought, and with an enabled feature in any case,
-/// so that it makes its query; and keeps that.
+/// Answers the library with the knowledge settings as they came, and with an enabled feature in any
+/// case, so that it makes its query; and keeps that.
 class CapturingTransport final : public QuorvelCoreSDK::Transport {
  public:
   CapturingTransport(Account account, TransportReply knowledgeSettings)
@@ -78,25 +76,18 @@ class CapturingTransport final : public QuorvelCoreSDK::Transport {
 
 }  // namespace
 
-std::expected<Account, PellixPlatform::Error> accountFor(const Options& options) {
-  QuorvelCoreSDK::Configuration configuration;
-  configuration.token = [token = options.token] { return token; };
-  configuration.network.certificateAuthorities = options.certificateAuthorities;
-  configuration.network.connectTimeout = longestConnecting;
-  configuration.network.requestTimeout = std::chrono::seconds(8);
-  return Quorvel::initialize({options.accountUrl, options.applicationId, options.clientId},
-                             std::move(configuration));
+SettingsReplies fetchSettings(const Account& account) {
+  SettingsReplies replies;
+  replies.account = fetch(ServicePaths::accountSettings, account);
+  // A service that can't be reached is not waited for twice.
+  replies.knowledgeBase =
+      replies.account.error ? replies.account : fetch(ServicePaths::knowledgeSettings, account);
+  return replies;
 }
 
-Observation observe(const Account& account) {
-  return {.settings = fetch(ServicePaths::accountSettings, account),
-          .knowledgeSettings = fetch(ServicePaths::knowledgeSettings, account)};
-}
-
-std::optional<TransportRequest> queryAfter(const Observation& observation, const Account& account,
-                                           const Options& options) {
-  const auto transport =
-      std::make_shared<CapturingTransport>(account, observation.knowledgeSettings);
+std::optional<TransportRequest> makeQuery(const TransportReply& knowledgeSettings,
+                                          const Account& account, const Options& options) {
+  const auto transport = std::make_shared<CapturingTransport>(account, knowledgeSettings);
   QuorvelCoreSDK::Configuration configuration;
   configuration.token = [] { return "none"; };  // without one, the library makes no query
   configuration.transport = transport;
