@@ -84,6 +84,7 @@ std::shared_ptr<const Pellix> Pellix::instance() {
   if (!facade) {
     // The text speaks of the other library; it is kept as it has always been.
     CoreLogger::warn("Instance of Veltrane is nil, have you initialized the Veltrane SDK?");
+    return nullptr;  // even if the log's sink has set the library up meanwhile
   }
   return facade;
 }

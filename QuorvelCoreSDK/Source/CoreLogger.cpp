@@ -31,8 +31,27 @@ void writeToStandardError(LogLevel level, std::string_view line) {
   std::fwrite(text.data(), 1, text.size(), stderr);
 }
 
+/// Lasts as long as this thread is within a sink.
+class WithinSink {
+ public:
+  WithinSink() { isSo_ = true; }
+  WithinSink(const WithinSink&) = delete;
+  WithinSink& operator=(const WithinSink&) = delete;
+  ~WithinSink() { isSo_ = false; }
+
+  [[nodiscard]] static bool isSo() { return isSo_; }
+
+ private:
+  static inline constinit thread_local bool isSo_ = false;
+};
+
 void log(LogLevel level, std::string_view line) {
   if (level < threshold.load(std::memory_order_relaxed)) return;
+  if (WithinSink::isSo()) {  // what a sink causes does not come back to it, or it might never end
+    if (level >= LogLevel::warn) writeToStandardError(level, line);
+    return;
+  }
+  const WithinSink within;
   SharedSink sink;
   {
     auto& host = hostSink();

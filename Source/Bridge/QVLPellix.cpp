@@ -8,11 +8,13 @@ using namespace PellixProvidersSDK;
 using namespace PellixPlatform::Bridge;
 
 void QVLPellix_initializeWithQuorvel_veltrane(QVLQuorvel* quorvel, QVLVeltrane* veltrane) {
+  if (!quorvel) {  // which says what is wrong, before anything else is looked at
+    withMemory([] { Pellix::initialize(nullptr, nullptr); });
+    return;
+  }
+  auto& withQuorvel = objectOf(quorvel, __func__);
   auto& withVeltrane = objectOf(veltrane, __func__);
-  auto* withQuorvel = quorvel ? &objectOf(quorvel, __func__) : nullptr;
-  withMemory([&] {
-    Pellix::initialize(withQuorvel ? shared(*withQuorvel) : nullptr, shared(withVeltrane));
-  });
+  withMemory([&] { Pellix::initialize(shared(withQuorvel), shared(withVeltrane)); });
 }
 
 const QVLPellix* QVLPellix_instance() {

@@ -75,21 +75,4 @@ inline void reject(Outcome& outcome, QVLRejectionReason reason = QVLRejectionRea
       provider(), 7, INT64_MIN, "token", 5, reason, callback, &outcome, Outcome::release);
 }
 
-/// The operations, each with what a success gives.
-struct Operation {
-  const char* name;
-  std::string_view path;
-  const char* success;
-  void (*start)(Outcome&);
-  void (*startWithoutCallback)(Outcome&);
-};
-inline constexpr Operation operations[] = {
-    {"ask", PellixTests::queryPath, "response 7", [](Outcome& outcome) { ask(outcome); },
-     [](Outcome& outcome) { ask(outcome, "How?", nullptr); }},
-    {"resolve", resolvePath, "status 200", [](Outcome& outcome) { resolve(outcome); },
-     [](Outcome& outcome) { resolve(outcome, nullptr); }},
-    {"reject", rejectPath, "status 200", [](Outcome& outcome) { reject(outcome); },
-     [](Outcome& outcome) { reject(outcome, QVLRejectionReason2, nullptr); }},
-};
-
 }  // namespace BridgeTests

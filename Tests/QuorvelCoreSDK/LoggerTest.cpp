@@ -54,17 +54,21 @@ TEST(LoggerTest, LetsGoOfASinkThatIsReplaced) {
   EXPECT_TRUE(watched.expired());
 }
 
-TEST(LoggerTest, ASinkMayLogAndReplaceItself) {
+TEST(LoggerTest, ASinkMayReplaceItselfAndWhatItLogsDoesNotComeBackToIt) {
   std::string taken;
+  CoreLogger::setLevel(LogLevel::debug);
   CoreLogger::setSink([&taken](LogLevel, std::string_view first) {
     taken += first;
     CoreLogger::setSink([&taken](LogLevel, std::string_view second) { taken += second; });
-    CoreLogger::warn("2");
-    taken += "3";
+    CoreLogger::info("lost");
+    CoreLogger::warn("aside");
   });
+  testing::internal::CaptureStderr();
   CoreLogger::warn("1");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "warn: aside\n");
+  CoreLogger::info("2");
   CoreLogger::setSink(nullptr);
-  EXPECT_EQ(taken, "123");
+  EXPECT_EQ(taken, "12");
 }
 
 TEST(LoggerTest, LosesNoLineWhileSinksAreReplaced) {

@@ -11,13 +11,16 @@
  *
  * Arguments. First the object, then the selector's arguments in its order. A text is two arguments:
  * its bytes, in UTF-8, and their number, or QVL_UNTIL_NUL for all before the first NUL. The bytes
- * are copied; they may be null if the number is 0. A text may hold NUL. Bytes that are not UTF-8 go
+ * are copied; they may be null if the number is 0. A text may hold NUL; a path that does is refused
+ * (false). Bytes that are not UTF-8 go
  * the way of the others, as far as they get: a body that holds them can't be encoded, and so its
  * operation ends silently.
  *
  * Null. Not allowed unless a comment says so. Null where it is not allowed, an object of another
- * class, an index out of range, or one QVLRelease too many is a mistake in the host's program: a
- * report on standard error names the function, and the process is aborted.
+ * class, an index out of range, a text longer than PTRDIFF_MAX, or one QVLRelease too many is a
+ * mistake in the host's program: a report on standard error names the function, and the process is
+ * aborted. (A release too many goes unseen where a new object that the host retains has got the
+ * address of the one that is gone.)
  *
  * Results. A text is borrowed: a pointer to UTF-8 bytes and, through `length` (may be null), their
  * number; a NUL follows them. It lives as long as the object it was asked of. An object is a

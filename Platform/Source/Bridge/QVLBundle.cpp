@@ -6,6 +6,7 @@ using namespace PellixPlatform::Bridge;
 
 bool QVLBundle_setResourceDirectory(const char* path, size_t pathLength) {
   const auto directory = textOf(path, pathLength, __func__);
+  if (!isPath(directory)) return false;
   bool isSet = false;
   const bool hadMemory = withMemory(
       [&] { isSet = PellixPlatform::Bundle::setResourceDirectory(directory).has_value(); });

@@ -21,7 +21,8 @@ enum class LogLevel : std::uint8_t { debug, info, warn, error, off };
 class PELLIX_EXPORT CoreLogger {
  public:
   /// Called on the thread that logs, possibly on several at once; borrows the line. It must not
-  /// throw, and may itself log or call the libraries.
+  /// throw. It may itself log or call the libraries: what is logged on a thread that is within its
+  /// sink goes to standard error, warnings and up.
   using Sink = std::function<void(LogLevel level, std::string_view line)>;
 
   static void error(std::string_view line);

@@ -62,7 +62,8 @@ enum {
 void QVLCoreLogger_setLevel(int level);
 
 /* Gets each line of the log, borrowed and not followed by a NUL, on the thread that logs, also on
- * several at once. Without a function, lines go to standard error. */
+ * several at once. Without a function, lines go to standard error. A sink may call the libraries;
+ * what they log within it goes to standard error, warnings and up. */
 typedef void (*QVLLogSink)(int level, const char* line, size_t lineLength, void* context);
 bool QVLCoreLogger_setSink(QVLLogSink sink, void* context, QVLContextRelease release);
 

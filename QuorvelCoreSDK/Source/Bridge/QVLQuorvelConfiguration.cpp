@@ -57,5 +57,6 @@ bool QVLQuorvelConfiguration_setCertificateAuthorities(QVLQuorvelConfiguration* 
                                                        const char* path, size_t pathLength) {
   auto& values = objectOf(configuration, __func__).values;
   const auto file = textOf(path, pathLength, __func__);
+  if (!isPath(file)) return false;
   return withMemory([&] { values.network.certificateAuthorities = file; });
 }

@@ -13,7 +13,13 @@ namespace PellixPlatform::Bridge {
 inline std::string_view textOf(const char* bytes, std::size_t length, const char* function) {
   if (!bytes && length > 0) misuse(function, "null where a text is needed");
   if (length == QVL_UNTIL_NUL) return bytes;
+  if (length > PTRDIFF_MAX) misuse(function, "a text longer than any can be");
   return {bytes, length};
+}
+
+/// Whether a text can be a file's path: the system's would end at a NUL.
+inline bool isPath(std::string_view text) {
+  return text.find('\0') == text.npos;
 }
 
 /// A text for the host to borrow.
