@@ -36,10 +36,16 @@ TEST(BridgedOperation, GivesARecordOrAnErrorOrNothingAndReleasesItsContextOnce) 
       for (const auto path : {PellixTests::queryPath, resolvePath, rejectPath}) {
         host.transport->answer(std::string(path), [&](const auto&) { return ending.reply; });
       }
+      QVLDeflectionCallback finishQuestion = nullptr;
+      QVLDispatcherCallback finishReport = nullptr;
+      if (isHeard) {
+        finishQuestion = &Outcome::finish;
+        finishReport = &Outcome::finish;
+      }
       Outcome outcomes[3];
-      ask(outcomes[0], "How?", isHeard ? &Outcome::finish : nullptr);
-      resolve(outcomes[1], isHeard ? &Outcome::finish : nullptr);
-      reject(outcomes[2], 2, isHeard ? &Outcome::finish : nullptr);
+      ask(outcomes[0], "How?", finishQuestion);
+      resolve(outcomes[1], finishReport);
+      reject(outcomes[2], 2, finishReport);
       for (const auto& outcome : outcomes) EXPECT_EQ(outcome.releases, 0);
       Support::settle(*host.transport);
       for (const auto& outcome : outcomes) {
