@@ -42,8 +42,8 @@ typedef struct QVLPellixDispatcherResponse QVLPellixDispatcherResponse;
 /* ---- The library's entry ---- */
 
 /* Sets up the library; what goes wrong is logged. `quorvel` may be null: nothing changes then,
- * whatever `veltrane` is. If the library is set up for the same application identifier already, nothing changes either. Call
- * it on one thread, before any other one calls QVLPellix_instance. */
+ * whatever `veltrane` is. If the library is set up for the same application identifier already,
+ * nothing changes either. Call it on one thread, before any other one calls QVLPellix_instance. */
 void QVLPellix_initializeWithQuorvel_veltrane(QVLQuorvel* quorvel, QVLVeltrane* veltrane);
 
 /* Null while the library is not set up. Borrowed until the library is set up for another
