@@ -11,7 +11,7 @@ library_packages=(g++ cmake ninja-build pkg-config libcurl4-openssl-dev libexpat
 app_packages=(libcli11-dev libcpp-httplib-dev libfmt-dev libsqlite3-dev
   nlohmann-json3-dev)
 test_packages=(bzip2 libglib2.0-dev libgmock-dev libgtest-dev libplist-dev locales openssl
-  python3 unicode-data valgrind)
+  python3 python3-h2 unicode-data valgrind)
 bench_packages=(nlohmann-json3-dev openssl python3 rapidjson-dev valgrind)
 packages=("${library_packages[@]}" "${app_packages[@]}" "${test_packages[@]}")
 all_packages=(clang-19 clang-format-19 clang-tidy-19 git googletest libc++-19-dev libc++abi-19-dev
