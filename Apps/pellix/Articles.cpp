@@ -17,16 +17,18 @@ void listArticles(const DeflectionResponse& response, const Terminal& terminal) 
   }
   int rank = 0;
   for (const auto& article : response.deflectionArticles()) {
-    fmt::print("{}. {} {}\n", ++rank, terminal.bold(oneLine(article->title())),
-               terminal.faint(fmt::format("(score {:.2f})", article->score())));
+    const auto title =
+        fmt::format("{} (score {:.2f})", oneLine(article->title()), article->score());
+    fmt::print("{}", terminal.bold(terminal.fitBehind(fmt::format("{}. ", ++rank), title)));
     fmt::print("{}", terminal.fit(oneLine(plainText(article->snippet())), "   "));
-    fmt::print("   {}\n", terminal.faint(oneLine(article->htmlURL())));
+    fmt::print("   {}\n", terminal.faint(printableURL(article->htmlURL())));
   }
 }
 
 void showArticle(const DeflectionArticle& article, const Terminal& terminal) {
-  fmt::print("\n{}\n{}{}\n\n", terminal.bold(oneLine(article.title())),
-             terminal.fit(plainText(article.body())), terminal.faint(oneLine(article.htmlURL())));
+  fmt::print("\n{}{}{}\n\n", terminal.bold(terminal.fit(oneLine(article.title()))),
+             terminal.fit(plainText(article.body())),
+             terminal.faint(printableURL(article.htmlURL())));
 }
 
 }  // namespace PellixApp

@@ -66,6 +66,15 @@ std::string oneLine(std::string_view text) {
   return line;
 }
 
+std::string printableURL(std::string_view address) {
+  std::string result;
+  for (const char c : address) {
+    const bool isPlain = '!' <= c && c <= '~';
+    result += isPlain ? std::string(1, c) : fmt::format("%{:02X}", static_cast<unsigned char>(c));
+  }
+  return result;
+}
+
 std::string printableJSON(std::string_view document) {
   return replaced(document, [](std::int32_t c, std::string& result) {
     const auto unit = [&result](std::int32_t value) {

@@ -14,6 +14,10 @@ namespace PellixApp {
 /// The same on one line.
 [[nodiscard]] std::string oneLine(std::string_view text);
 
+/// An address in ASCII, the rest percent-encoded: it may be longer than a line of the terminal, and
+/// what follows the break must not look like another line.
+[[nodiscard]] std::string printableURL(std::string_view address);
+
 /// A JSON document with escapes in place of such characters: still the same document.
 [[nodiscard]] std::string printableJSON(std::string_view document);
 

@@ -1,6 +1,7 @@
 #include "Commands.h"
 #include "Failure.h"
 #include "Printable.h"
+#include "Terminal.h"
 
 #include <fmt/core.h>
 
@@ -16,7 +17,8 @@ ExitCode finish(const std::optional<Outcome>& outcome, const Interaction& intera
   waitUntilIdle();
   if (!outcome) return reportSilence();
   if (!*outcome) return reportFailure(outcome->error());
-  fmt::print("Reported that \"{}\" {}.\n", oneLine(interaction.article->title()), what);
+  const auto title = oneLine(interaction.article->title());
+  fmt::print("{}", Terminal::of(stdout).fit(fmt::format("Reported that \"{}\" {}.", title, what)));
   return ExitCode::answered;
 }
 

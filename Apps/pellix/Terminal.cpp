@@ -29,6 +29,12 @@ std::size_t columnsOf(int descriptor) {
   return isKnown ? size.ws_col : 80;
 }
 
+std::string styled(const char* code, std::string_view text) {
+  const std::string_view end = text.ends_with('\n') ? "\n" : "";
+  text.remove_suffix(end.size());
+  return code + std::string(text) + "\033[0m" + std::string(end);
+}
+
 /// Cuts the first line off a text that has no line feeds.
 std::string_view takeLine(std::string_view& text, std::size_t width) {
   std::size_t columns = 0;
@@ -63,11 +69,11 @@ Terminal Terminal::of(std::FILE* stream) {
 }
 
 std::string Terminal::bold(std::string_view text) const {
-  return hasColours ? "\033[1m" + std::string(text) + "\033[0m" : std::string(text);
+  return hasColours ? styled("\033[1m", text) : std::string(text);
 }
 
 std::string Terminal::faint(std::string_view text) const {
-  return hasColours ? "\033[2m" + std::string(text) + "\033[0m" : std::string(text);
+  return hasColours ? styled("\033[2m", text) : std::string(text);
 }
 
 std::string Terminal::fit(std::string_view text, std::string_view indent) const {
@@ -84,6 +90,13 @@ std::string Terminal::fit(std::string_view text, std::string_view indent) const 
     } while (!paragraph.empty());
   }
   return result;
+}
+
+std::string Terminal::fitBehind(std::string_view label, std::string_view text) const {
+  const std::string indent(label.size(), ' ');
+  auto fitted = fit(text, indent);
+  if (!fitted.starts_with(indent)) return fit(label) + fitted;
+  return fitted.replace(0, label.size(), label);
 }
 
 }  // namespace PellixApp

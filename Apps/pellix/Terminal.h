@@ -16,6 +16,7 @@ struct Terminal {
   /// What a stream goes to. Asked for at each call, for the person may change its size.
   [[nodiscard]] static Terminal of(std::FILE* stream);
 
+  /// A line feed at the end stays outside.
   [[nodiscard]] std::string bold(std::string_view text) const;
   [[nodiscard]] std::string faint(std::string_view text) const;
 
@@ -23,6 +24,9 @@ struct Terminal {
   /// behind `indent` where there is room for it, and each with a line feed at its end. Wide
   /// characters count as two columns, and lines may break between them.
   [[nodiscard]] std::string fit(std::string_view text, std::string_view indent = {}) const;
+
+  /// The same behind a label, or below it where there is no room.
+  [[nodiscard]] std::string fitBehind(std::string_view label, std::string_view text) const;
 };
 
 }  // namespace PellixApp

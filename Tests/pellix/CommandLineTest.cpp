@@ -7,6 +7,7 @@
 
 namespace {
 
+using nlohmann::json;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -18,24 +19,14 @@ using Pair = std::pair<std::string, std::string>;
 
 constexpr const char* forgotten = "I forgot my password, how do I get back in?";
 
-nlohmann::json rows(const std::string& name) {
-  const auto all =
-      nlohmann::json::parse(std::ifstream(TESTS_SOURCE_DIR "/pellix/CommandLine.json"));
-  for (const auto& [key, value] : all.items()) {
-    if (key.starts_with(name)) return value;
-  }
-  throw std::runtime_error(name);
-}
-
 class CommandLine : public testing::Test {
  protected:
   CommandLine() { service.start(); }
 
   Support::Outcome run(Arguments arguments, const Pair& variable = {},
                        const std::string& input = {}) {
-    std::map<std::string, std::string> environment{{"PELLIX_ACCOUNT_URL", service.baseUrl()},
-                                                   {"PELLIX_TOKEN", "demo-token"}};
-    environment[variable.first] = variable.second;
+    std::map<std::string, std::string> environment{variable};
+    environment.insert({{"PELLIX_ACCOUNT_URL", service.baseUrl()}, {"PELLIX_TOKEN", "demo-token"}});
     return Support::runProcess(std::move(arguments), environment, input);
   }
   Support::Outcome pellix(Arguments arguments, const Pair& variable = {},
@@ -45,6 +36,7 @@ class CommandLine : public testing::Test {
   }
 
   AnswerService::Service service{{.token = "demo-token"}};
+  json rows = json::parse(std::ifstream(TESTS_SOURCE_DIR "/pellix/CommandLine.json"));
 };
 
 TEST_F(CommandLine, ListsArticlesInTheLocaleOfTheOptionThenOfTheEnvironment) {
@@ -62,7 +54,7 @@ TEST_F(CommandLine, ListsArticlesInTheLocaleOfTheOptionThenOfTheEnvironment) {
 }
 
 TEST_F(CommandLine, EndsWithTheCodeAndTheErrorOfEachFailure) {
-  for (const auto& row : rows("failures")) {
+  for (const auto& row : rows["failures"]) {
     SCOPED_TRACE(row.dump());
     service.clearMisbehaviours();
     if (row[0] != "") service.setMisbehaviour(std::string(row[0]), std::string(row[1]));
@@ -83,7 +75,7 @@ TEST_F(CommandLine, EndsWithTheCodeAndTheErrorOfEachFailure) {
 
 TEST_F(CommandLine, ReportsOnAnEarlierAnswer) {
   const auto answer = pellix({"ask", "--json", forgotten}).output;
-  const auto articles = nlohmann::json::parse(answer)["deflection_articles"];
+  const auto articles = json::parse(answer)["deflection_articles"];
   EXPECT_EQ(articles[0].size(), 11U);
   const std::int64_t first = articles[0]["article_id"];
   const std::int64_t second = articles[1]["article_id"];
@@ -105,7 +97,7 @@ TEST_F(CommandLine, ReportsOnAnEarlierAnswer) {
   EXPECT_EQ(voteless.exitCode, 0);
   EXPECT_THAT(voteless.errors, HasSubstr("debug: Could not upvote article with id="));
 
-  for (const auto& row : rows("wrong usage")) {
+  for (const auto& row : rows["misuses"]) {
     const auto outcome = pellix(row[0], {}, answer);
     EXPECT_EQ(outcome.exitCode, 2) << row;
     EXPECT_THAT(outcome.errors, AllOf(StartsWith("pellix: "), HasSubstr(row[1])));

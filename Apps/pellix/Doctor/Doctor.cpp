@@ -46,22 +46,17 @@ struct Report {
   }
 };
 
-/// In columns, or where they would be too narrow, with the text below its label.
-void writeLine(const Terminal& terminal, const std::string& status, const std::string& label,
-               const std::string& text) {
-  constexpr std::size_t columns = 27;
-  const bool isWide = terminal.width == 0 || terminal.width >= 2 * columns;
-  const auto fitted = terminal.fit(text, std::string(isWide ? columns : 2, ' '));
-  fmt::print("{}{:18}{}", status, label,
-             isWide ? fitted.substr(std::min(columns, fitted.size())) : "\n" + fitted);
-}
-
-void writeLines(const Finding& finding) {
+void write(const Finding& finding) {
   const auto terminal = Terminal::of(stdout);
-  const auto status = fmt::format("{:9}", finding.status);
-  writeLine(terminal, finding.isProblem() ? terminal.bold(status) : status, finding.check,
-            finding.found);
-  if (finding.isProblem()) writeLine(terminal, std::string(9, ' '), "  remedy", *finding.remedy);
+  const auto label = fmt::format("{:9}{:18}", finding.status, finding.check);
+  auto lines = terminal.fitBehind(label, finding.found);
+  if (finding.isProblem()) {
+    if (lines.starts_with(finding.status)) {
+      lines.replace(0, finding.status.size(), terminal.bold(finding.status));
+    }
+    lines += terminal.fitBehind(fmt::format("{:9}{:18}", "", "  remedy"), *finding.remedy);
+  }
+  fmt::print("{}", lines);
 }
 
 }  // namespace
@@ -75,7 +70,7 @@ ExitCode doctor(const Options& options) {
   for (const auto& check : checks) {
     auto& finding = report.checks.emplace_back(check.run(examination));
     finding.check = check.name;
-    if (!options.json) writeLines(finding);
+    if (!options.json) write(finding);
   }
   report.healthy = std::ranges::none_of(report.checks, &Finding::isProblem);
   if (options.json) fmt::print("{}\n", PellixPlatform::JSONEncoder().encode(report).value());
