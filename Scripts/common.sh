@@ -10,8 +10,8 @@ library_packages=(g++ cmake ninja-build pkg-config libcurl4-openssl-dev libexpat
   libsimdjson-dev libssl-dev liburiparser-dev libutf8proc-dev uuid-dev)
 app_packages=(libcli11-dev libcpp-httplib-dev libfmt-dev libsqlite3-dev
   nlohmann-json3-dev)
-test_packages=(bzip2 libglib2.0-dev libgmock-dev libgtest-dev libplist-dev locales openssl
-  python3 python3-h2 unicode-data valgrind)
+test_packages=(apache2-bin bzip2 iproute2 libglib2.0-dev libgmock-dev libgtest-dev libplist-dev
+  locales openssl python3 python3-h2 unicode-data valgrind)
 bench_packages=(nlohmann-json3-dev openssl python3 rapidjson-dev valgrind)
 packages=("${library_packages[@]}" "${app_packages[@]}" "${test_packages[@]}")
 all_packages=(clang-19 clang-format-19 clang-tidy-19 git googletest libc++-19-dev libc++abi-19-dev
@@ -34,6 +34,22 @@ need_packages() {
   as_root apt-get update -q >&2
   as_root env DEBIAN_FRONTEND=noninteractive \
     apt-get install -q -y --no-install-recommends "${missing[@]}" >&2
+}
+
+# Prints where nginx is. Its package is unpacked and not installed: installed, it would start to serve.
+need_nginx() {
+  local unpacked=$PWD/build/servers
+  if ! command -v nginx >/dev/null && ! [[ -x $unpacked/usr/sbin/nginx ]]; then
+    say "Unpacking nginx"
+    mkdir -p "$unpacked"
+    (
+      cd "$unpacked"
+      fetch=(apt-get download -q -o APT::Sandbox::User=root nginx)
+      "${fetch[@]}" >&2 || { as_root apt-get update -q >&2 && "${fetch[@]}" >&2; }
+      dpkg -x nginx_*.deb .
+    ) || die "nginx can't be had."
+  fi
+  command -v nginx || echo "$unpacked/usr/sbin/nginx"
 }
 
 # Configures and builds a preset; further arguments go to the build.

@@ -3,7 +3,7 @@
 # Starts it with its files in a directory. Sets http_address, https_address, certificate and server_pid.
 start_server() {
   local directory=$1 reply=$2 ports nginx
-  nginx=$(find_nginx)
+  nginx=$(need_nginx)
   mkdir -p "$directory"
   certificate=$directory/certificate.pem
   openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -days 2 -subj /CN=localhost \
@@ -47,20 +47,4 @@ free_ports() {
   python3 -c 'import socket
 sockets = [socket.create_server(("127.0.0.1", 0)) for _ in range(2)]
 print(*(s.getsockname()[1] for s in sockets))'
-}
-
-# The server's program. Its package is unpacked and not installed: installed, it would start to serve.
-find_nginx() {
-  local unpacked=$PWD/build/bench/nginx
-  if ! command -v nginx >/dev/null && ! [[ -x $unpacked/usr/sbin/nginx ]]; then
-    say "Unpacking nginx"
-    mkdir -p "$unpacked"
-    (
-      cd "$unpacked"
-      fetch=(apt-get download -q -o APT::Sandbox::User=root nginx)
-      "${fetch[@]}" >&2 || { as_root apt-get update -q >&2 && "${fetch[@]}" >&2; }
-      dpkg -x nginx_*.deb .
-    ) || die "nginx can't be had."
-  fi
-  command -v nginx || echo "$unpacked/usr/sbin/nginx"
 }

@@ -7,6 +7,8 @@
 
 #include <array>
 #include <csignal>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 
 namespace Support {
@@ -44,6 +46,18 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   return pointers;
 }
 
+pid_t spawn(std::vector<std::string> arguments,
+            const std::map<std::string, std::string>& environment,
+            const posix_spawn_file_actions_t* actions) {
+  std::vector<std::string> variables;
+  for (const auto& [name, value] : environment) variables.push_back(name + "=" + value);
+  pid_t child = 0;
+  const int failure = posix_spawn(&child, arguments.front().c_str(), actions, nullptr,
+                                  pointersTo(arguments).data(), pointersTo(variables).data());
+  if (failure != 0) throw std::runtime_error("can't run " + arguments.front());
+  return child;
+}
+
 }  // namespace
 
 Outcome runProcess(std::vector<std::string> arguments,
@@ -61,14 +75,8 @@ Outcome runProcess(std::vector<std::string> arguments,
   for (const auto* pipe : {&in, &out, &err}) {
     for (const int end : pipe->ends) posix_spawn_file_actions_addclose(&actions, end);
   }
-  std::vector<std::string> variables;
-  for (const auto& [name, value] : environment) variables.push_back(name + "=" + value);
-
-  pid_t child = 0;
-  const int failure = posix_spawn(&child, arguments.front().c_str(), &actions, nullptr,
-                                  pointersTo(arguments).data(), pointersTo(variables).data());
+  const auto child = spawn(std::move(arguments), environment, &actions);
   posix_spawn_file_actions_destroy(&actions);
-  if (failure != 0) throw std::runtime_error("can't run " + arguments.front());
   in.closeEnd(0);
   out.closeEnd(1);
   err.closeEnd(1);
@@ -91,6 +99,29 @@ Outcome runProcess(std::vector<std::string> arguments,
   ::waitpid(child, &status, 0);
   outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
   return outcome;
+}
+
+BackgroundProcess::BackgroundProcess(std::vector<std::string> arguments)
+    : process_(spawn(std::move(arguments), {}, nullptr)) {}
+
+BackgroundProcess::~BackgroundProcess() {
+  signal(SIGTERM);
+  if (process_ > 0) ::waitpid(process_, nullptr, 0);
+}
+
+void BackgroundProcess::signal(int signal) const {
+  if (process_ > 0) ::kill(process_, signal);
+}
+
+bool BackgroundProcess::isRunning() {
+  if (process_ > 0 && ::waitpid(process_, nullptr, WNOHANG) != 0) process_ = -1;
+  return process_ > 0;
+}
+
+std::set<pid_t> BackgroundProcess::children() const {
+  const auto process = std::to_string(process_);
+  std::ifstream numbers("/proc/" + process + "/task/" + process + "/children");
+  return {std::istream_iterator<pid_t>(numbers), {}};
 }
 
 }  // namespace Support

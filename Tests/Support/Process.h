@@ -1,6 +1,9 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -18,5 +21,24 @@ struct Outcome {
 [[nodiscard]] Outcome runProcess(std::vector<std::string> arguments,
                                  const std::map<std::string, std::string>& environment = {},
                                  const std::string& input = {});
+
+/// A program that goes on until it is told to end.
+class BackgroundProcess {
+ public:
+  explicit BackgroundProcess(std::vector<std::string> arguments);
+  BackgroundProcess(const BackgroundProcess&) = delete;
+  BackgroundProcess& operator=(const BackgroundProcess&) = delete;
+  /// Tells it to end, and waits until it has.
+  ~BackgroundProcess();
+
+  void signal(int signal) const;
+  /// False if it has ended by itself.
+  [[nodiscard]] bool isRunning();
+  /// The processes that it has started.
+  [[nodiscard]] std::set<pid_t> children() const;
+
+ private:
+  pid_t process_ = -1;
+};
 
 }  // namespace Support

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "Support/Process.h"
+#include "Support/TemporaryDirectory.h"
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace Servers {
+
+enum class Program : std::uint8_t { nginx, apache };
+
+struct ServerOptions {
+  Program program = Program::nginx;
+  bool speaksHttp2 = false;
+  bool speaksTls13 = true;  // else TLS 1.2 alone
+  std::chrono::milliseconds keepAlive{300};
+  unsigned requestsPerConnection = 1'000'000;
+};
+
+/// One of Debian's web servers, on loopback and over TLS, with files of its own in a temporary
+/// directory. It gives every request of ours a proper answer.
+class PackagedServer {
+ public:
+  explicit PackagedServer(const ServerOptions& options);
+
+  [[nodiscard]] std::string origin() const;
+  [[nodiscard]] std::filesystem::path certificate() const;
+
+  /// Has it read its configuration again: new processes take over, and the old ones end when they
+  /// have answered what they received.
+  void reload();
+
+  /// The lengths of the bodies that it received at a path, by its log: a question can be told by
+  /// its length.
+  [[nodiscard]] std::multiset<std::size_t> bodiesReceivedAt(const std::string& path) const;
+
+  /// Waits until it has closed every connection to it.
+  void waitUntilAllAreClosed() const;
+
+  /// Ends it, so that its log is whole.
+  void stop() { process_.reset(); }
+
+ private:
+  [[nodiscard]] std::vector<std::string> command(const ServerOptions& options) const;
+  [[nodiscard]] bool hasSocket(std::string_view column, std::string_view state) const;
+
+  const Program program_;
+  const Support::TemporaryDirectory directory_;
+  std::uint16_t port_ = 0;
+  std::optional<Support::BackgroundProcess> process_;
+};
+
+}  // namespace Servers
