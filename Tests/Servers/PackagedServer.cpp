@@ -4,13 +4,14 @@
 
 #include <QuorvelCoreSDK/ServicePaths.h>
 
+#include <arpa/inet.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <fstream>
 #include <functional>
-#include <iomanip>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -78,7 +79,7 @@ http {
   ssl_certificate_key @DIRECTORY@/key.pem;
   ssl_protocols @TLS@;
   server {
-    listen 127.0.0.1:@PORT@ ssl @HTTP2@;
+    listen @ADDRESS@:@PORT@ ssl @HTTP2@;
 @LOCATIONS@
   }
 }
@@ -99,7 +100,7 @@ CustomLog @DIRECTORY@/access.log received
 KeepAliveTimeout @KEEP_ALIVE@
 MaxKeepAliveRequests @REQUESTS@
 StartServers 1
-Listen 127.0.0.1:@PORT@
+Listen @ADDRESS@:@PORT@
 Protocols @HTTP2@ http/1.1
 SSLEngine on
 SSLProtocol -all @TLS@
@@ -121,20 +122,21 @@ void waitUntil(const std::function<bool()>& isSo) {
   }
 }
 
-void makeCertificate(const fs::path& directory) {
+void makeCertificate(const fs::path& directory, const std::string& address) {
   const auto made = Support::runProcess(
       {OPENSSL, "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes",
-       "-days", "2", "-subj", "/CN=localhost", "-addext", "subjectAltName=IP:127.0.0.1", "-keyout",
+       "-days", "2", "-subj", "/CN=localhost", "-addext", "subjectAltName=IP:" + address, "-keyout",
        directory / "key.pem", "-out", directory / "certificate.pem"});
   if (made.exitCode != 0) throw std::runtime_error(made.errors);
 }
 
 }  // namespace
 
-PackagedServer::PackagedServer(const ServerOptions& options) : program_(options.program) {
+PackagedServer::PackagedServer(const ServerOptions& options)
+    : program_(options.program), address_(options.address) {
   // Workers, which a server that root starts runs as somebody else, read the documents.
   fs::permissions(directory_.path(), fs::perms::owner_all | fs::perms::others_exec);
-  makeCertificate(directory_.path());
+  makeCertificate(directory_.path(), address_);
   // Holds the port until the server has it too.
   const Support::LoopbackServer port([](const auto&) { return Support::LoopbackReply{}; },
                                      {.isDeaf = true});
@@ -153,6 +155,7 @@ std::vector<std::string> PackagedServer::command(const ServerOptions& options) c
   const bool isRoot = ::geteuid() == 0;
   std::map<std::string, std::string> values{
       {"DIRECTORY", directory},
+      {"ADDRESS", address_},
       {"PORT", std::to_string(port_)},
       {"KEEP_ALIVE", std::to_string(options.keepAlive.count()) + "ms"},
       {"REQUESTS", std::to_string(options.requestsPerConnection)}};
@@ -186,7 +189,7 @@ std::vector<std::string> PackagedServer::command(const ServerOptions& options) c
 }
 
 std::string PackagedServer::origin() const {
-  return "https://127.0.0.1:" + std::to_string(port_);
+  return "https://" + address_ + ":" + std::to_string(port_);
 }
 
 fs::path PackagedServer::certificate() const {
@@ -217,9 +220,10 @@ void PackagedServer::waitUntilAllAreClosed() const {
 
 /// Whether some socket of this machine has the server's port in that column, in that state.
 bool PackagedServer::hasSocket(std::string_view column, std::string_view state) const {
-  std::ostringstream address;
-  address << "0100007F:" << std::uppercase << std::hex << std::setw(4) << std::setfill('0')
-          << port_;
+  in_addr bytes{};
+  inet_pton(AF_INET, address_.c_str(), &bytes);
+  char address[sizeof "00000000:0000"];
+  std::snprintf(address, sizeof address, "%08X:%04X", bytes.s_addr, port_);
   std::ifstream sockets("/proc/net/tcp");
   std::string line;
   while (std::getline(sockets, line)) {
@@ -229,7 +233,7 @@ bool PackagedServer::hasSocket(std::string_view column, std::string_view state) 
     std::string remote;
     std::string itsState;
     fields >> number >> local >> remote >> itsState;
-    if ((column == "local" ? local : remote) == address.str() && itsState == state) return true;
+    if ((column == "local" ? local : remote) == address && itsState == state) return true;
   }
   return false;
 }

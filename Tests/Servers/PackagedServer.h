@@ -19,10 +19,11 @@ struct ServerOptions {
   bool speaksTls13 = true;  // else TLS 1.2 alone
   std::chrono::milliseconds keepAlive{300};
   unsigned requestsPerConnection = 1'000'000;
+  std::string address = "127.0.0.1";
 };
 
-/// One of Debian's web servers, on loopback and over TLS, with files of its own in a temporary
-/// directory. It gives every request of ours a proper answer.
+/// One of Debian's web servers, on this machine alone and over TLS, with files of its own in a
+/// temporary directory. It gives every request of ours a proper answer.
 class PackagedServer {
  public:
   explicit PackagedServer(const ServerOptions& options);
@@ -49,6 +50,7 @@ class PackagedServer {
   [[nodiscard]] bool hasSocket(std::string_view column, std::string_view state) const;
 
   const Program program_;
+  const std::string address_;
   const Support::TemporaryDirectory directory_;
   std::uint16_t port_ = 0;
   std::optional<Support::BackgroundProcess> process_;

@@ -1,10 +1,8 @@
-#include "Faults/Application.h"
-#include "PackagedServer.h"
+#include "Conversation.h"
 
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <map>
 #include <thread>
 
 namespace Servers {
@@ -17,7 +15,6 @@ static void PrintTo(const ServerOptions& options, std::ostream* out) {
 
 namespace {
 
-using PellixPlatform::DispatchQueue;
 using testing::IsEmpty;
 
 std::size_t given(const char* variable, std::size_t otherwise) {
@@ -26,64 +23,6 @@ std::size_t given(const char* variable, std::size_t otherwise) {
 }
 
 const std::size_t questions = given("PELLIX_QUESTIONS", 20);
-
-/// A server, an application that asks it, and what became of the questions. Each question is one
-/// byte longer than the one before: by its length it is known in the server's log.
-class Conversation {
- public:
-  explicit Conversation(const ServerOptions& options)
-      : server(options),
-        application_(server.origin(),
-                     {.network = {.certificateAuthorities = server.certificate()}}) {
-    askOnce();
-  }
-
-  void askOnce() {
-    askWhile([last = asked + 1, this] { return asked < last; });
-  }
-
-  /// Keeps some questions under way while `goesOn` says so.
-  void askWhile(const std::function<bool()>& goesOn, std::size_t atOnce = 1) {
-    goesOn_ = goesOn;
-    for (underWay_ = atOnce; atOnce > 0; --atOnce) askNext();
-    DispatchQueue::main().run();
-  }
-
-  /// How often the server received each question.
-  [[nodiscard]] std::map<std::size_t, std::size_t> received() {
-    EXPECT_TRUE(application_.becomesIdle());
-    server.stop();
-    std::map<std::size_t, std::size_t> counts;
-    const auto lengths = server.bodiesReceivedAt(std::string(Faults::paths[0]));
-    for (const auto length : lengths) ++counts[length - *lengths.begin() + 1];
-    return counts;
-  }
-
-  PackagedServer server;
-  std::size_t asked = 0;
-  std::map<std::size_t, std::string> unanswered;
-
- private:
-  void askNext() {
-    if (!goesOn_()) {
-      if (--underWay_ == 0) DispatchQueue::main().stop();
-      return;
-    }
-    const auto length = ++asked;
-    const auto atEnd = [this, length](const Faults::Calls& calls) {
-      const auto ending = Faults::textOf(calls);
-      DispatchQueue::main().post([this, length, ending] {
-        if (ending != Faults::success) unanswered.emplace(length, ending);
-        askNext();
-      });
-    };
-    Faults::start(0, atEnd, std::string(length, '?'));
-  }
-
-  const Faults::Application application_;
-  std::function<bool()> goesOn_;
-  std::size_t underWay_ = 0;
-};
 
 /// Every question was received, and none was twice.
 void expectEachReceivedOnce(Conversation& conversation) {
