@@ -23,7 +23,7 @@ void connectFrom(const std::string& address) {
 
 /// As when a phone changes from one network to another: what is sent on the connections of before
 /// gets no answer, and nothing says so.
-TEST(DeadConnectionTest, DISABLED_CostsOneQuestion) {
+TEST(DeadConnectionTest, CostsOneQuestion) {
   if (unshare(CLONE_NEWNET) != 0) {
     GTEST_SKIP() << "A network of its own is not permitted here: " << std::strerror(errno);
   }
