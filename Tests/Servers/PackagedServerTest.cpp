@@ -58,13 +58,13 @@ TEST_P(PackagedServerTest, QuestionsBeyondAConnectionsLastAreAnswered) {
   expectEachReceivedOnce(conversation);
 }
 
-TEST_P(PackagedServerTest, AQuestionLostWhileItReloadsWasReceived) {
+TEST_P(PackagedServerTest, WhileItReloadsNoQuestionIsReceivedTwice) {
   auto options = GetParam();
   options.keepAlive = std::chrono::minutes(1);
   Conversation conversation(options);
   std::atomic<bool> reloads = true;
   std::thread reloader([&] {
-    for (std::size_t i = 0; i < questions; ++i) conversation.server.reload();
+    for (int i = 0; i < 20; ++i) conversation.server.reload();
     reloads = false;
   });
   conversation.askWhile([&reloads] { return reloads.load(); }, 16);
@@ -72,7 +72,10 @@ TEST_P(PackagedServerTest, AQuestionLostWhileItReloadsWasReceived) {
   const auto received = conversation.received();
   for (const auto& [question, times] : received) EXPECT_EQ(times, 1U) << question;
   for (const auto& [question, ending] : conversation.unanswered) {
-    EXPECT_TRUE(received.contains(question)) << question << " ended with " << ending;
+    EXPECT_EQ(ending, Faults::lost);
+    // Over HTTP/2 it says which it has left out: those are asked again. Over HTTP/1.1 a request may
+    // be on its way when it closes the connection, and nobody can tell.
+    EXPECT_TRUE(!options.speaksHttp2 || received.contains(question)) << question;
   }
 }
 
