@@ -1,14 +1,18 @@
 #include "JSONText.h"
 #include "Tree.h"
-#include "UTF8.h"
 
 #include <PellixPlatform/JSONDecoder.h>
 
 #include <simdjson.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <bit>
+#include <cstdlib>
 #include <memory>
+#include <mutex>
+#include <new>
 
 namespace PellixPlatform {
 namespace {
@@ -85,9 +89,7 @@ template <class T>
 class Borrowed {
  public:
   Borrowed() : lent_(spare.exchange(nullptr)) {
-    if (lent_) return;
-    prepareSimdjson();
-    lent_ = std::make_unique<T>();
+    if (!lent_) lent_ = std::make_unique<T>();
   }
   Borrowed(const Borrowed&) = delete;
   Borrowed& operator=(const Borrowed&) = delete;
@@ -115,6 +117,48 @@ class Borrowed {
 template <class T>
 constinit std::atomic<T*> Borrowed<T>::spare{nullptr};
 
+/// What a parser's code for this machine comes from. simdjson makes it at its first use and
+/// destroys it when the process ends, while other threads may still decode: by then nobody may come
+/// here any more. A parser that has its code once does not need it again.
+class ParserCode {
+ public:
+  /// Gives `parser` its code, and memory for a document of so many bytes; false if the process ends
+  /// or memory is missing.
+  static bool give(simdjson::dom::parser& parser, std::size_t bytes) {
+    bytes = std::clamp(bytes, std::size_t{32}, std::size_t{64} << 10);  // it grows when need be
+    auto& code = shared();
+    const std::lock_guard lock(code.mutex_);
+    if (code.isGone_) return false;
+    if (code.process_ != 0) return !parser.allocate(bytes);
+
+    // It takes a few small allocations in a function that may not throw, so that the process would
+    // end if one failed. Here there is memory for them, or simdjson is not touched.
+    constexpr std::size_t ample = 4096;
+    ::operator delete(::operator new(ample));
+    const bool isGiven = !parser.allocate(bytes);
+    code.process_ = getpid();
+    if (std::atexit(goAtExit) == 0) return isGiven;
+    code.process_ = 0;
+    throw std::bad_alloc();
+  }
+
+ private:
+  static ParserCode& shared() {
+    static auto& code = *new ParserCode;  // leaked: may be asked while the process ends
+    return code;
+  }
+  static void goAtExit() {
+    auto& code = shared();
+    if (getpid() != code.process_) return;  // a forked child may have been made with the lock held
+    const std::lock_guard lock(code.mutex_);
+    code.isGone_ = true;
+  }
+
+  std::mutex mutex_;
+  bool isGone_ = false;
+  pid_t process_ = 0;  // that has set the handler; there is none before
+};
+
 /// Whether escapes make up much of a document, going by a sample. simdjson is good at much else,
 /// but takes them one by one.
 bool isFullOfEscapes(std::string_view data) {
@@ -140,6 +184,10 @@ bool readOrdinary(std::string_view data, void* result, Make make) {
   if (data.empty() || isFullOfEscapes(data)) return false;
   try {
     Borrowed<simdjson::dom::parser> parser;
+    if (parser->capacity() == 0 && !ParserCode::give(*parser, data.size())) {
+      parser.discard();
+      return false;
+    }
     element root;
     if (const auto failure = parser->parse(data.data(), data.size()).get(root)) {
       // A parser that memory ran out for would use what it lacks the next time.
