@@ -7,7 +7,6 @@ article resolved it and that the second one did not.
 PELLIX_LIBRARY may name the library's file, PELLIX_CERTIFICATES a file of certificates to trust.
 """
 import asyncio
-import atexit
 import ctypes
 import itertools
 import os
@@ -89,8 +88,7 @@ def finished(record, error, number):
 def released(number):
     future = pending.pop(number)
     silence = Failure("The operation ended without an answer.")
-    if not future.get_loop().is_closed():
-        future.get_loop().call_soon_threadsafe(settle, future, silence)
+    future.get_loop().call_soon_threadsafe(settle, future, silence)
 
 
 async def operation(start, *arguments):
@@ -112,10 +110,6 @@ reject = function(f"{PROVIDER}rejectWithArticle{ARTICLE}reason_callback", None,
 
 def sized(text):
     return text, len(text)
-
-
-# Before Python goes, which the callbacks above need.
-atexit.register(function("QVLQuorvel_shutDown", c_bool, c_int64), 10000)
 
 
 def set_up(url, token, certificates):

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "Fuzz.h"
-#include "Tree.h"
+#include "JSONParser.h"
+#include "TreeReader.h"
 
 #include <PellixPlatform/JSONDecoder.h>
 

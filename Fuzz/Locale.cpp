@@ -21,7 +21,9 @@ Languages languagesOf(Fuzz::Input& input) {
   constexpr const char* names[] = {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"};
   for (const char* name : names) setenv(name, input.text().c_str(), 1);
   const auto languages = PellixPlatform::Locale::preferredLanguages();
-  static const std::regex tag("(?!(C|POSIX)$)[A-Za-z0-9]{1,8}(-[A-Za-z0-9]{1,8})*");
+  static const std::regex tag(
+      "[A-Za-z]{2,3}(-[A-Za-z]{4})?(-([A-Za-z]{2}|[0-9]{3}))?"
+      "(-([A-Za-z0-9]{5,8}|[0-9][A-Za-z0-9]{3}))*");
   for (const auto& language : languages) {
     // Long ones are beyond regular expressions, which go deep.
     constexpr std::size_t longest = 512;

@@ -3,8 +3,8 @@
 
 #include "Fuzz.h"
 
-#include <PellixPlatform/FormatTemplate.h>
 #include <PellixPlatform/URL.h>
+#include <PellixPlatform/internal/FormatTemplate.h>
 #include <QuorvelCoreSDK/Quorvel.h>
 #include <QuorvelCoreSDK/ServicePaths.h>
 

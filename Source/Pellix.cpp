@@ -1,8 +1,8 @@
 #include "Providers/PellixProviderDependencies.h"
 #include "Resources/LocaleProvider.h"
 
-#include <PellixPlatform/FatalError.h>
-#include <PellixPlatform/UUID.h>
+#include <PellixPlatform/internal/FatalError.h>
+#include <PellixPlatform/internal/UUID.h>
 #include <PellixProvidersSDK/Pellix.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 #include <QuorvelCoreSDK/Quorvel.h>

@@ -1,7 +1,7 @@
 #include "Interaction.h"
 
-#include <PellixPlatform/File.h>
 #include <PellixPlatform/JSONDecoder.h>
+#include <PellixPlatform/internal/File.h>
 
 #include <fmt/core.h>
 

@@ -3,7 +3,7 @@
 #include "Failure.h"
 #include "Nearest.h"
 
-#include <PellixPlatform/File.h>
+#include <PellixPlatform/internal/File.h>
 
 #include <CLI/CLI.hpp>
 #include <fmt/core.h>

@@ -1,7 +1,8 @@
-#include "Tree.h"
+#include "Numbers.h"
+#include "PropertyListParser.h"
 
 #include <PellixPlatform/Bundle.h>
-#include <PellixPlatform/File.h>
+#include <PellixPlatform/internal/File.h>
 
 #include <algorithm>
 #include <mutex>

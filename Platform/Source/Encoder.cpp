@@ -1,23 +1,16 @@
+#include "EncodingFailure.h"
 #include "JSONText.h"
 #include "UTF8.h"
 
-#include <PellixPlatform/JSONEncoder.h>
+#include <PellixPlatform/Encoder.h>
+#include <PellixPlatform/EncodingError.h>
 
 #include <charconv>
 #include <cmath>
-#include <exception>
 #include <utility>
 
 namespace PellixPlatform {
-
-const char EncodingErrorDomain[] = "Platform.EncodingError";
-
 namespace {
-
-struct EncodingFailure : std::exception {
-  explicit EncodingFailure(Error why) : error(std::move(why)) {}
-  Error error;
-};
 
 [[noreturn]] void fail(EncodingErrorCode code, std::string_view key, std::string_view why) {
   std::string text = "Encoding failed: the value of \"" + std::string(key) + "\" ";
@@ -74,6 +67,8 @@ void Encoder::write(std::int64_t value) {
 void Encoder::write(double value) {
   if (!std::isfinite(value)) fail(EncodingErrorCode::invalidNumber, key_, "is not finite.");
   append(text_, value);
+  // As the integer that it is written as, it would come back without its sign.
+  if (value == 0 && std::signbit(value)) text_ += ".0";
 }
 
 void Encoder::write(bool value) {
@@ -104,16 +99,6 @@ void Encoder::name(std::string_view key) {
   key_ = key;
   appendQuoted(text_, key);
   text_ += ':';
-}
-
-std::expected<Data, Error> JSONEncoder::run(const void* record, Write write) {
-  try {
-    Encoder encoder;
-    write(record, encoder);
-    return std::move(encoder.text_);
-  } catch (const EncodingFailure& failure) {
-    return std::unexpected(failure.error);
-  }
 }
 
 }  // namespace PellixPlatform

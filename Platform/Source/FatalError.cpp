@@ -1,4 +1,4 @@
-#include <PellixPlatform/FatalError.h>
+#include <PellixPlatform/internal/FatalError.h>
 
 #include <cstdio>
 #include <cstdlib>

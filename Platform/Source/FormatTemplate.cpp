@@ -1,4 +1,4 @@
-#include <PellixPlatform/FormatTemplate.h>
+#include <PellixPlatform/internal/FormatTemplate.h>
 
 #include <utility>
 

@@ -1,5 +1,6 @@
+#include "JSONParser.h"
+
 #include "JSONText.h"
-#include "Tree.h"
 #include "UTF8.h"
 
 #include <utf8proc.h>

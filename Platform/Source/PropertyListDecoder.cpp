@@ -1,6 +1,7 @@
-#include "Tree.h"
+#include "PropertyListParser.h"
+#include "TreeReader.h"
 
-#include <PellixPlatform/PropertyListDecoder.h>
+#include <PellixPlatform/internal/PropertyListDecoder.h>
 
 namespace PellixPlatform {
 

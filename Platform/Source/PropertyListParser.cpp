@@ -1,4 +1,4 @@
-#include "Tree.h"
+#include "PropertyListParser.h"
 
 #include <expat.h>
 
@@ -168,7 +168,7 @@ class Parser {
     } else if (leaf.kind == Kind::number) {
       std::string number(trimmed(std::string_view(text).substr(leaf.textBegin)));
       if (number.starts_with('+') && !number.starts_with("+-")) number.erase(0, 1);
-      if (!isNumber(number)) failAsCorruptedHere("a number is malformed");
+      if (!isNumber(number)) leaf.kind = Kind::malformedNumber;
       text.replace(leaf.textBegin, text.npos, number);
     }
     leaf.textEnd = static_cast<std::uint32_t>(text.size());

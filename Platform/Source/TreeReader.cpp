@@ -1,40 +1,22 @@
-#include "Tree.h"
+#include "TreeReader.h"
+
+#include "DecodingFailure.h"
+#include "Numbers.h"
 
 #include <array>
 #include <utility>
 
 namespace PellixPlatform {
 
-const char DecodingErrorDomain[] = "Platform.DecodingError";
-
 namespace {
 
 using Kind = Tree::Kind;
 
 std::string_view nameOf(Kind kind) {
-  static constexpr auto names = std::to_array<std::string_view>(
-      {"an object", "an array", "a string", "a number", "a boolean", "null", "a date", "data"});
+  static constexpr auto names =
+      std::to_array<std::string_view>({"an object", "an array", "a string", "a number", "a boolean",
+                                       "null", "a date", "data", "a malformed number"});
   return names[std::to_underlying(kind)];
-}
-
-/// What was asked for and what stands there, where an error has use for them.
-struct Found {
-  std::string_view expected;
-  std::string_view found;
-};
-
-[[noreturn]] void fail(DecodingErrorCode code, std::string text, const std::string& path,
-                       Position position, Found types = {}) {
-  text +=
-      " (line " + std::to_string(position.line) + ", byte " + std::to_string(position.byte) + ").";
-  Error::UserInfo info;
-  info.emplace(NSLocalizedDescriptionKey, std::move(text));
-  info.emplace("line", std::int64_t{position.line});
-  info.emplace("byte", std::int64_t{position.byte});
-  if (!path.empty()) info.emplace("codingPath", path);
-  if (!types.expected.empty()) info.emplace("expected", std::string(types.expected));
-  if (!types.found.empty()) info.emplace("found", std::string(types.found));
-  throw DecodingFailure(Error(DecodingErrorDomain, std::to_underlying(code), std::move(info)));
 }
 
 std::string subject(const std::string& path) {
@@ -50,10 +32,6 @@ std::string subject(const std::string& path) {
 }
 
 }  // namespace
-
-void failAsCorrupted(std::string_view what, Position where) {
-  fail(DecodingErrorCode::dataCorrupted, "Data corrupted: " + std::string(what), {}, where);
-}
 
 const Tree::Node& TreeReader::expect(const Decoder& at, Kind kind) const {
   const auto& node = tree_.nodes[at.cursor().index];

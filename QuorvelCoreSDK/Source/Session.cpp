@@ -1,6 +1,8 @@
 #include "Session.h"
 
-#include "PendingCall.h"
+#include "Deadline.h"
+
+#include <QuorvelCoreSDK/OneCall.h>
 
 #include <utility>
 
@@ -15,9 +17,7 @@ std::shared_ptr<void> Session::begin(const std::shared_ptr<Session>& session) {
 }
 
 void Session::post(const std::shared_ptr<Session>& session, std::function<void()> task) {
-  const PendingCall call(task);
-  if (!call) return;
-  session->transport().post([call, underWay = begin(session)]() mutable {
+  session->transport().post([call = OneCall(task), underWay = begin(session)]() mutable {
     const auto ended = std::exchange(underWay, nullptr);
     call();
   });

@@ -1,7 +1,7 @@
 #include "Bridge/Handles.h"
 
-#include <PellixPlatform/FatalError.h>
 #include <PellixPlatform/internal/Bridge/Text.h>
+#include <PellixPlatform/internal/FatalError.h>
 
 using namespace PellixPlatform::Bridge;
 

@@ -1,8 +1,8 @@
 #include "Bridge/Handles.h"
 
-#include <PellixPlatform/FatalError.h>
 #include <PellixPlatform/internal/Bridge/HTTPURLResponseHandle.h>
 #include <PellixPlatform/internal/Bridge/Text.h>
+#include <PellixPlatform/internal/FatalError.h>
 
 using namespace PellixPlatform::Bridge;
 

@@ -4,8 +4,8 @@
 #include "Providers/PendingCallback.h"
 #include "Providers/Pipeline.h"
 
-#include <PellixPlatform/FatalError.h>
 #include <PellixPlatform/JSONDecoder.h>
+#include <PellixPlatform/internal/FatalError.h>
 #include <PellixProvidersSDK/PellixProvider.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 

@@ -4,7 +4,7 @@
 #include "PellixHeaders.h"
 #include "Resources/EndpointsReader.h"
 
-#include <PellixPlatform/FormatTemplate.h>
+#include <PellixPlatform/internal/FormatTemplate.h>
 #include <PellixProvidersSDK/PellixError.h>
 #include <PellixProvidersSDK/PellixSettingsProvider.h>
 #include <PellixProvidersSDK/ResourceBundle.h>

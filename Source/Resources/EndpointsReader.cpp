@@ -2,7 +2,7 @@
 
 #include "PrintError.h"
 
-#include <PellixPlatform/PropertyListDecoder.h>
+#include <PellixPlatform/internal/PropertyListDecoder.h>
 #include <PellixProvidersSDK/ResourceBundle.h>
 
 namespace PellixProvidersSDK {

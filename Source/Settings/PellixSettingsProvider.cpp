@@ -1,6 +1,6 @@
 #include "Providers/Once.h"
 
-#include <PellixPlatform/FatalError.h>
+#include <PellixPlatform/internal/FatalError.h>
 #include <PellixProvidersSDK/PellixSettingsProvider.h>
 #include <QuorvelCoreSDK/Quorvel.h>
 

@@ -1,7 +1,7 @@
 #include "Application.h"
 #include "Support/TemporaryDirectory.h"
 
-#include <PellixPlatform/File.h>
+#include <PellixPlatform/internal/File.h>
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>

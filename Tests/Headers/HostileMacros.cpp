@@ -21,4 +21,6 @@
 
 #include "HostileMacros.h"
 
+class Platform {};  // a name that hosts are likely to have
+
 #include <PublicHeaders.h>

@@ -1,7 +1,7 @@
 #include "Support/TemporaryDirectory.h"
 
 #include <PellixPlatform/Bundle.h>
-#include <PellixPlatform/File.h>
+#include <PellixPlatform/internal/File.h>
 
 #include <gmock/gmock.h>
 #include <sys/resource.h>

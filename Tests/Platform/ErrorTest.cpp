@@ -1,5 +1,5 @@
 #include <PellixPlatform/Error.h>
-#include <PellixPlatform/FatalError.h>
+#include <PellixPlatform/internal/FatalError.h>
 
 #include <gmock/gmock.h>
 

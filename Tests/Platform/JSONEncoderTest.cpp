@@ -37,6 +37,8 @@ TEST(JSONEncoder, WritesCompactlyInDeclaredOrder) {
 TEST(JSONEncoder, WritesValues) {
   EXPECT_EQ(encoded(std::numeric_limits<std::int64_t>::min()), R"({"v":-9223372036854775808})");
   EXPECT_EQ(encoded(0.1), R"({"v":0.1})");
+  EXPECT_EQ(encoded(0.0), R"({"v":0})");
+  EXPECT_EQ(encoded(-0.0), R"({"v":-0.0})");  // -0 would be read as an integer
   EXPECT_EQ(encoded(1e300), R"({"v":1e+300})");
   EXPECT_EQ(encoded(-2.2250738585072014e-308), R"({"v":-2.2250738585072014e-308})");
   EXPECT_EQ(encoded(std::vector<std::vector<std::int64_t>>{{}, {1}, {}}), R"({"v":[[],[1],[]]})");

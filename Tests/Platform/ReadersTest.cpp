@@ -1,7 +1,9 @@
 // The fast reader and the authoritative one, held against each other and against another parser.
 
+#include "JSONParser.h"
 #include "Platform/Records.h"
-#include "Tree.h"
+#include "Support/Rows.h"
+#include "TreeReader.h"
 
 #include <PellixPlatform/JSONDecoder.h>
 
@@ -38,46 +40,7 @@ bool same(const Result& a, const Result& b) {
 
 /// Changes a document a little: bytes replaced, removed, doubled, or parts of it put elsewhere.
 void mutate(std::string& json, std::mt19937& random) {
-  static constexpr std::string_view pieces[] = {"{",
-                                                "}",
-                                                "[",
-                                                "]",
-                                                "\"",
-                                                "\\",
-                                                ",",
-                                                ":",
-                                                "0",
-                                                "1",
-                                                "9",
-                                                "-",
-                                                ".",
-                                                "e",
-                                                "E+",
-                                                " ",
-                                                "\n",
-                                                "\t",
-                                                "null",
-                                                "true",
-                                                "false",
-                                                "\\u",
-                                                "\\ud83d",
-                                                "\\ude00",
-                                                "u",
-                                                "\"v\"",
-                                                "\"tags\"",
-                                                "\x80",
-                                                "\xC3",
-                                                "\u00e9",
-                                                "\u2028",
-                                                "\xED\xA0",
-                                                "\"count\":1.0,",
-                                                "1.5",
-                                                "\x1f",
-                                                "-0",
-                                                "\x7f",
-                                                "9223372036854775808",
-                                                "\"v\":{},",
-                                                "[[[]]]"};
+  static const auto pieces = Support::rowsOf("Platform/Data/Pieces.txt").front();
   // Not by a distribution: those differ between standard libraries.
   const auto below = [&](std::size_t limit) { return random() % limit; };
   for (auto changes = 1 + below(2); changes > 0; --changes) {
@@ -85,10 +48,10 @@ void mutate(std::string& json, std::mt19937& random) {
     const auto length = std::min(json.size() - at, below(4));
     switch (below(4)) {
       case 0:
-        json.replace(at, length, pieces[below(std::size(pieces))]);
+        json.replace(at, length, pieces[below(pieces.size())]);
         break;
       case 1:
-        json.insert(at, pieces[below(std::size(pieces))]);
+        json.insert(at, pieces[below(pieces.size())]);
         break;
       case 2:
         json.erase(at, length);

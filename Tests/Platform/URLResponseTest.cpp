@@ -1,3 +1,5 @@
+#include "Support/Rows.h"
+
 #include <PellixPlatform/URLResponse.h>
 
 #include <gtest/gtest.h>
@@ -54,26 +56,8 @@ TEST(URLResponse, IsComparedByContentWithinItsClass) {
 }
 
 TEST(HTTPURLResponse, KnowsTheTextsOfTheRegistry) {
-  const std::pair<std::int64_t, const char*> cases[] = {
-      {100, "Continue"},
-      {200, "OK"},
-      {203, "Non-Authoritative Information"},
-      {226, "IM Used"},
-      {305, "Use Proxy"},
-      {404, "Not Found"},
-      {413, "Content Too Large"},
-      {422, "Unprocessable Content"},
-      {451, "Unavailable For Legal Reasons"},
-      {500, "Internal Server Error"},
-      {511, "Network Authentication Required"},
-  };
-  for (const auto& [code, text] : cases) {
-    EXPECT_EQ(HTTPURLResponse::localizedStringForStatusCode(code), text) << code;
-  }
-  for (const std::int64_t code :
-       {INT64_MIN, INT64_C(-1), INT64_C(0), INT64_C(99), INT64_C(104), INT64_C(306), INT64_C(418),
-        INT64_C(499), INT64_C(512), INT64_C(999), (INT64_C(1) << 32) + 200, INT64_MAX}) {
-    EXPECT_EQ(HTTPURLResponse::localizedStringForStatusCode(code), "Unknown status") << code;
+  for (const auto& row : Support::rowsOf("Platform/Data/StatusTexts.txt")) {
+    EXPECT_EQ(HTTPURLResponse::localizedStringForStatusCode(std::stoll(row[0])), row[1]) << row[0];
   }
 }
 

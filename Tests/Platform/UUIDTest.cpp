@@ -1,4 +1,4 @@
-#include <PellixPlatform/UUID.h>
+#include <PellixPlatform/internal/UUID.h>
 
 #include <gmock/gmock.h>
 

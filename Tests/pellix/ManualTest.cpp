@@ -1,6 +1,6 @@
 #include "Support/Process.h"
 
-#include <PellixPlatform/File.h>
+#include <PellixPlatform/internal/File.h>
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
 #include "KnowledgeBase.h"
 #include "SharedInstance.h"
 
-#include <PellixPlatform/FatalError.h>
+#include <PellixPlatform/internal/FatalError.h>
 #include <QuorvelCoreSDK/CachedDocument.h>
 #include <QuorvelCoreSDK/ServicePaths.h>
 #include <VeltraneProvidersSDK/Veltrane.h>

@@ -1,6 +1,6 @@
 #include "Doctor/Checks.h"
 
-#include <PellixPlatform/PropertyListDecoder.h>
+#include <PellixPlatform/internal/PropertyListDecoder.h>
 #include <PellixProvidersSDK/ResourceBundle.h>
 
 #include <fmt/core.h>

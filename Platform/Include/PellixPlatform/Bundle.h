@@ -3,6 +3,7 @@
 #include <PellixPlatform/Data.h>
 #include <PellixPlatform/Error.h>
 #include <PellixPlatform/Export.h>
+#include <PellixPlatform/FileError.h>
 
 #include <cstdint>
 #include <expected>
@@ -17,7 +18,7 @@
 namespace PellixPlatform {
 
 /// A value of a bundle's information dictionary; `std::monostate` stands for a list, a dictionary,
-/// a date or data.
+/// a date, data, or a number that is malformed or out of range.
 using InfoValue = std::variant<std::monostate, std::string, std::int64_t, double, bool>;
 
 /// A library's resources: files that it carries within itself, so that a program that links it

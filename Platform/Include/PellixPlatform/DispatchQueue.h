@@ -18,7 +18,7 @@ namespace PellixPlatform {
 /// `runPending` from one thread at a time, and from within a task.
 ///
 /// Ownership: a task is destroyed right after it ran, before the next one starts. Tasks that never
-/// run are not destroyed when the process ends.
+/// run go with their queue; those of the main queue are not destroyed when the process ends.
 ///
 /// Errors: an exception thrown by a task passes out of `run` or `runPending`; that task is gone,
 /// the tasks behind it stay, and the queue stays usable.

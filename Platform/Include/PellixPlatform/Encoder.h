@@ -2,21 +2,9 @@
 
 #include <PellixPlatform/Coding.h>
 #include <PellixPlatform/Data.h>
-#include <PellixPlatform/Error.h>
 #include <PellixPlatform/Export.h>
 
-#include <expected>
-
 namespace PellixPlatform {
-
-/// The domain of the errors that encoders make.
-PELLIX_EXPORT extern const char EncodingErrorDomain[];
-
-/// The codes of that domain.
-enum class EncodingErrorCode : std::int64_t {
-  invalidText = 1,    ///< A text is not valid UTF-8.
-  invalidNumber = 2,  ///< A number is not finite.
-};
 
 /// What a record is encoded into; handed to its `encode` and borrowed for its duration. A write
 /// that fails throws out of `encode`; the encoder that was asked turns it into an `Error`.

@@ -1,6 +1,10 @@
 #pragma once
 
 #include <PellixPlatform/Encoder.h>
+#include <PellixPlatform/EncodingError.h>
+#include <PellixPlatform/Error.h>
+
+#include <expected>
 
 namespace PellixPlatform {
 

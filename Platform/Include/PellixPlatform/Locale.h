@@ -11,7 +11,8 @@ namespace PellixPlatform::Locale {
 /// The person's preferred languages as BCP 47 tags, most preferred first; may be empty.
 ///
 /// They are what the host set, else what the environment says: the list in LANGUAGE, then the first
-/// of LC_ALL, LC_MESSAGES and LANG that is set. `C` and `POSIX` name no language.
+/// of LC_ALL, LC_MESSAGES and LANG that is set. A modifier that tells a script or a variant counts
+/// (`sr_RS@latin` is `sr-Latn-RS`). `C`, `POSIX` and aliases such as `german` name no language.
 ///
 /// Thread safety: any thread, as long as none changes the environment meanwhile.
 [[nodiscard]] PELLIX_EXPORT std::vector<std::string> preferredLanguages();

@@ -9,10 +9,11 @@ namespace PellixPlatform {
 
 /// The root class of everything that is handed out by reference.
 ///
-/// Ownership: objects are held by `std::shared_ptr<const T>` and never change once made. Whoever
-/// has but a reference can take part in the ownership by `shared_from_this`.
+/// Ownership: objects are held by `std::shared_ptr`. Whoever has but a reference can take part in
+/// the ownership by `shared_from_this`. Records and responses are held as const and never change
+/// once made; what else can change says so.
 ///
-/// Thread safety: all members may be called from any thread.
+/// Thread safety: the members here may be called from any thread.
 class PELLIX_EXPORT Object : public std::enable_shared_from_this<Object> {
  public:
   virtual ~Object();

@@ -1,6 +1,6 @@
-#include <PellixPlatform/FatalError.h>
 #include <PellixPlatform/internal/Bridge/Memory.h>
 #include <PellixPlatform/internal/Bridge/Objects.h>
+#include <PellixPlatform/internal/FatalError.h>
 
 #include <cstdio>
 #include <mutex>

@@ -1,4 +1,4 @@
-#include <PellixPlatform/File.h>
+#include <PellixPlatform/internal/File.h>
 
 #include <fcntl.h>
 #include <unistd.h>

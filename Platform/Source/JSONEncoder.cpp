@@ -1,0 +1,19 @@
+#include "EncodingFailure.h"
+
+#include <PellixPlatform/JSONEncoder.h>
+
+namespace PellixPlatform {
+
+const char EncodingErrorDomain[] = "Platform.EncodingError";
+
+std::expected<Data, Error> JSONEncoder::run(const void* record, Write write) {
+  try {
+    Encoder encoder;
+    write(record, encoder);
+    return std::move(encoder.text_);
+  } catch (const EncodingFailure& failure) {
+    return std::unexpected(failure.error);
+  }
+}
+
+}  // namespace PellixPlatform
