@@ -189,7 +189,7 @@ int CurlTransfer::mayBeSent(void* self, char* peer, char*, int peerPort, int loc
 
 bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
   const auto previous = std::exchange(connection_, nullptr);
-  Sockets::endUse(previous);
+  sockets_->endUse(previous);
   long sent = 0;
   curl_easy_getinfo(easy_, CURLINFO_REQUEST_SIZE, &sent);
   const bool isFirst = !isSent_;
@@ -247,7 +247,7 @@ void CurlTransfer::leaveConnection(CURLcode result) {
     Sockets::breakIfSilent(connection,
                            std::chrono::floor<std::chrono::milliseconds>(Clock::now() - sentAt_));
   }
-  Sockets::endUse(connection);
+  sockets_->endUse(connection);
 }
 
 std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t count, void* self) {

@@ -44,7 +44,7 @@ class Sockets {
   /// Says that a request goes out over the connection, and that it has ended. `tls` is the TLS
   /// library's object for the connection, null without TLS.
   [[nodiscard]] Use beginUse(const Route& route, const void* tls);
-  static void endUse(const Use& use);
+  void endUse(const Use& use) const;
 
   /// Whether the connection has come to an end, or had when libcurl closed it, for a reason that
   /// lies with the network or the other side.
@@ -70,9 +70,13 @@ class Sockets {
 
  private:
   [[nodiscard]] Use find(const Route& route);
-  static void closeIfIdle(Socket& socket);
+  void closeIfIdle(Socket& socket) const;
 
   int watch_ = -1;
+  // What libcurl has instead of a closed connection: all that is written there is taken, so that it
+  // has no failure to tell of in a request that has nothing to do with it, and the end is read.
+  int ended_ = -1;
+  int otherEnd_ = -1;
   std::map<int, Use> sockets_;
 };
 

@@ -1,4 +1,5 @@
 #include "Client.h"
+#include "Support/ChildProcess.h"
 
 #include <sys/resource.h>
 
@@ -215,7 +216,8 @@ TEST(ConcurrencyTest, WaitingEndsWhenNothingIsUnderWay) {
   EXPECT_EQ(status, 1);
 }
 
-TEST(ConcurrencyTest, AShortageOfDescriptorsIsNotForGood) {
+/// For a process that has no worker yet.
+void beginWithoutDescriptors() {
   const LoopbackServer server(echo);
   const Client client(server.origin());
   rlimit limit{};
@@ -230,6 +232,10 @@ TEST(ConcurrencyTest, AShortageOfDescriptorsIsNotForGood) {
   EXPECT_EQ(ended.code(), CoreErrorCode::transportFailed);
   EXPECT_NE(ended.text().find("Too many open files"), std::string::npos) << ended.text();
   EXPECT_EQ(client.perform().status(), 200);
+}
+
+TEST(ConcurrencyTest, AShortageOfDescriptorsIsNotForGood) {
+  EXPECT_PASSES_IN_A_CHILD(beginWithoutDescriptors());
 }
 
 TEST(ConcurrencyTest, EndlessLimitsAreLimitsToo) {

@@ -1,6 +1,7 @@
 #include "../Sockets.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -50,11 +51,20 @@ int portOf(const sockaddr_storage& address, std::array<char, INET6_ADDRSTRLEN>* 
 }  // namespace
 
 Sockets::Sockets() : watch_(::epoll_create1(EPOLL_CLOEXEC)) {
-  if (watch_ < 0) throw std::system_error(errno, std::generic_category());
+  int ends[2] = {-1, -1};
+  if (watch_ >= 0) ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends);
+  if (ends[0] < 0) {
+    const std::system_error failure(errno, std::generic_category());
+    if (watch_ >= 0) ::close(watch_);
+    throw failure;
+  }
+  ended_ = ends[0];
+  otherEnd_ = ends[1];
+  ::shutdown(otherEnd_, SHUT_WR);
 }
 
 Sockets::~Sockets() {
-  ::close(watch_);
+  for (const int descriptor : {watch_, ended_, otherEnd_}) ::close(descriptor);
 }
 
 struct Sockets::Socket {
@@ -62,7 +72,8 @@ struct Sockets::Socket {
   std::size_t uses = 0;
   bool wasUsed = false;  // so that a handshake is under way no more
   bool isClosedByPeer = false;
-  bool hasBroken = false;  // as far as is known without a look
+  bool isReplaced = false;  // by `ended_`
+  bool hasBroken = false;   // as far as is known without a look
   const void* tls = nullptr;
   std::int64_t lastStream = std::numeric_limits<std::int64_t>::max();
   int localPort = 0;
@@ -100,6 +111,7 @@ void Sockets::close(int descriptor) {
 }
 
 Sockets::Use Sockets::find(const Route& route) {
+  Use found;
   for (const auto& [descriptor, socket] : sockets_) {
     if (socket->localPort == 0) {
       sockaddr_storage address{};
@@ -111,11 +123,11 @@ Sockets::Use Sockets::find(const Route& route) {
       socket->localPort = portOf(address, nullptr);
     }
     if (socket->localPort == route.localPort && socket->peerPort == route.peerPort &&
-        route.peer == socket->peer.data()) {
-      return socket;
+        route.peer == socket->peer.data() && (!found || socket->isReplaced)) {
+      found = socket;  // a port that is in use anew may belong to two, for libcurl
     }
   }
-  return nullptr;
+  return found;
 }
 
 bool Sockets::isClosedByPeer(const Route& route) {
@@ -135,7 +147,7 @@ Sockets::Use Sockets::beginUse(const Route& route, const void* tls) {
   return socket;
 }
 
-void Sockets::endUse(const Use& use) {
+void Sockets::endUse(const Use& use) const {
   if (!use) return;
   --use->uses;
   if (use->isClosedByPeer) closeIfIdle(*use);
@@ -182,12 +194,9 @@ void Sockets::closeIdle() {
   }
 }
 
-void Sockets::closeIfIdle(Socket& socket) {
+void Sockets::closeIfIdle(Socket& socket) const {
   if (socket.uses > 0 || !socket.wasUsed || socket.descriptor < 0) return;
-  ::shutdown(socket.descriptor, SHUT_RDWR);
-  // What was said last is read here: unread, libcurl would take it for a sign of life.
-  std::array<char, 1024> farewell{};
-  while (::recv(socket.descriptor, farewell.data(), farewell.size(), MSG_DONTWAIT) > 0) continue;
+  socket.isReplaced = ::dup3(ended_, socket.descriptor, O_CLOEXEC) >= 0;
 }
 
 }  // namespace QuorvelCoreSDK
