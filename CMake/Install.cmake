@@ -7,7 +7,6 @@ get_property(libraries GLOBAL PROPERTY PELLIX_LIBRARIES)
 
 foreach(library ${libraries})
   target_include_directories(${library} PUBLIC $<INSTALL_INTERFACE:${include_dir}>)
-  set_target_properties(${library} PROPERTIES INSTALL_RPATH "\$ORIGIN")
 endforeach()
 install(
   TARGETS ${libraries}
@@ -62,7 +61,12 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/PellixProvidersSDK.pc
 
 if(PELLIX_BUILD_APPS)
   file(RELATIVE_PATH libraries_from_bin /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
-  set_target_properties(pellix PROPERTIES INSTALL_RPATH "\$ORIGIN/${libraries_from_bin}")
+  if(BUILD_SHARED_LIBS)
+    set_target_properties(
+      pellix PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_BINDIR}
+                        BUILD_WITH_INSTALL_RPATH ON
+                        INSTALL_RPATH "\$ORIGIN/${libraries_from_bin}")
+  endif()
   install(TARGETS pellix AnswerService RUNTIME COMPONENT tools)
   install(FILES Apps/pellix/pellix.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
   install(FILES Apps/pellix/Completion/pellix.bash RENAME pellix COMPONENT tools

@@ -27,6 +27,9 @@ rm -f build/packages/*.deb
 (cd build/packages && cpack >"$work/log" 2>&1) || die "$(cat "$work/log")"
 debs=(build/packages/*.deb)
 ((${#debs[@]} == ${#names[@]})) || die "Expected ${#names[@]} packages, not ${debs[*]}"
+Scripts/check-binaries.py build/packages
+for deb in "${debs[@]}"; do dpkg -x "$deb" "$work/unpacked"; done
+Scripts/check-binaries.py "$work/unpacked" "$PWD"
 
 say "Installing ${names[*]}"
 "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \

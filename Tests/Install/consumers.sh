@@ -55,6 +55,9 @@ case $step in
   install)
     install_moved "$build" "$prefix"
     "$source_dir/Scripts/check-interface.py" "$source_dir" "$prefix/include/pellix"
+    if grep -q "^CMAKE_BUILD_TYPE:.*=Rel" "$build/CMakeCache.txt"; then
+      "$source_dir/Scripts/check-binaries.py" "$prefix" "$source_dir" "$build"
+    fi
     start_service
     expect "The moved host" "password" "$("$prefix/bin/pellix" ask I forgot my password)"
     ;;

@@ -79,6 +79,8 @@ TEST_P(PackagedServerTest, WhileItReloadsNoQuestionIsReceivedTwice) {
   }
 }
 
+// Over HTTP/2, apache answers with a file before it has the question that it does not read, as it
+// may (RFC 9113, section 8.1), and libcurl 7.88 loses such an answer. So it is asked over HTTP/1.1.
 INSTANTIATE_TEST_SUITE_P(Servers, PackagedServerTest,
                          testing::Values(ServerOptions{nginx, false, false},
                                          ServerOptions{nginx, false, true},
@@ -86,15 +88,6 @@ INSTANTIATE_TEST_SUITE_P(Servers, PackagedServerTest,
                                          ServerOptions{apache, false, false},
                                          ServerOptions{apache, false, true}),
                          testing::PrintToStringParamName());
-
-// Over HTTP/2, apache answers as soon as it has a request's header fields, and then says that it
-// needs no more of the request, which it may (RFC 9113, section 8.1).
-TEST(PackagedServer, DISABLED_AnswersBeforeItHasTheWholeQuestion) {
-  Conversation conversation({.program = apache, .speaksHttp2 = true});
-  conversation.asked = 200'000;
-  conversation.askOnce();
-  EXPECT_THAT(conversation.unanswered, IsEmpty());
-}
 
 }  // namespace
 }  // namespace Servers
