@@ -18,6 +18,7 @@ all_packages=(clang-19 clang-format-19 clang-tidy-19 git googletest libc++-19-de
   libclang-rt-19-dev qt6-base-dev)
 fuzz_packages=(clang-19 libc++-19-dev libc++abi-19-dev libclang-rt-19-dev libplist-dev llvm-19
   nlohmann-json3-dev)
+mutants_packages=(ccache git libclang-common-19-dev lld patch python3-clang-19)
 
 as_root() {
   if ((EUID == 0)); then "$@"; else sudo "$@"; fi
