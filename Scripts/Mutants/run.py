@@ -39,6 +39,7 @@ def arguments() -> argparse.Namespace:
     parser.add_argument("--seed", type=int, help="what chooses them; drawn and told if not given")
     parser.add_argument("--folder", action="append", help=f"instead of {', '.join(FOLDERS)}")
     parser.add_argument("--patch", action="append", default=[], help="a fault of your own")
+    parser.add_argument("--no-apps", action="store_true", help="without the applications' tests")
     parser.add_argument("--copies", type=int, default=os.cpu_count(), help="that run side by side")
     parser.add_argument("--list", action="store_true", help="the faults without trying them")
     return parser.parse_args()
@@ -98,7 +99,6 @@ def all_places(bench: Bench, folders: list[str]) -> list[list[changes.Change]]:
     if kept.exists():
         listed = json.loads(kept.read_text())
         return [[changes.Change(**change) for change in place] for place in listed]
-    (bench.build / "compile_commands.json").exists() or bench.configure()
     entries = json.loads((bench.build / "compile_commands.json").read_text())
     jobs = [(bench.source, folders, e["directory"], e["command"], e["file"]) for e in entries
             if any(pathlib.Path(e["file"]).is_relative_to(bench.source / f) for f in folders)]  # fmt: skip
@@ -265,16 +265,16 @@ def try_patches(bench: Bench, plan: dict, patches: list[str]) -> bool:
     return all_killed
 
 
-def prepare(benches: list[Bench], files: list[str]) -> dict:
+def prepare(benches: list[Bench], files: list[str], with_apps: bool) -> dict:
     """Builds the copies without any fault, and sees that all tests pass."""
-    state = digest(files)
+    state = f"{digest(files)} {with_apps}"
     kept = PLACE / "plan.json"
     known = json.loads(kept.read_text()) if kept.exists() else {}
     fresh = known.get("state") != state
     for number, bench in enumerate(benches, 1):
         say(f"Building copy {number}")
-        bench.configure()
-        if not bench.make("all", os.cpu_count()):
+        bench.configure(with_apps)
+        if not bench.make_all(os.cpu_count()):
             sys.exit(bench.run(["ninja"], 7200)[1][-5000:])
         bench.must(["ctest", "--show-only=json-v1"])
     if fresh:
@@ -296,7 +296,7 @@ def main() -> int:
     try:
         for bench in benches:
             bench.copy(ROOT, files)
-        benches[0].configure()
+        benches[0].configure(not options.no_apps)
         if not options.patch:
             places = all_places(benches[0], folders)
             choice = random.Random(seed)
@@ -310,7 +310,7 @@ def main() -> int:
                 return 0
         for number in (signal.SIGINT, signal.SIGTERM):
             signal.signal(number, lambda *_: processes.stop())
-        plan = prepare(benches, files)
+        plan = prepare(benches, files, not options.no_apps)
         if options.patch:
             return 0 if try_patches(benches[0], plan, options.patch) else 1
         is_test = lambda file: file.startswith("Tests/")
