@@ -13,7 +13,7 @@ import time
 # Which folders below Tests/ are most likely to see a fault in a file, the first match counts. All
 # others follow, the quickest first.
 NEAREST = [
-    (r"/QVL|^Source/Bridge/", ["Bridge"]),
+    (r"/(Bridge/|QVL)", ["Bridge"]),
     (r"^Source/", ["PellixProvidersSDK", "Bridge"]),
     (r"^QuorvelCoreSDK/", ["QuorvelCoreSDK", "PellixProvidersSDK", "Faults"]),
     (r"^VeltraneProvidersSDK/", ["VeltraneProvidersSDK", "PellixProvidersSDK"]),
