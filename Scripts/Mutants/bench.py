@@ -77,8 +77,9 @@ def kill(process: subprocess.Popen) -> None:
 
 
 class Bench:
-    def __init__(self, place: pathlib.Path, processes: Processes):
-        self.place, self.processes = place, processes
+    def __init__(self, place: pathlib.Path, processes: Processes, folders: list[str]):
+        """`folders` are those below Tests/ that are to be used; none: all."""
+        self.place, self.processes, self.folders = place, processes, folders
         self.source, self.build = place / "source", place / "build"
         keep = {k: v for k, v in os.environ.items() if not k.startswith("PELLIX_")}
         self.environment = keep | {"CCACHE_BASEDIR": str(place), "CCACHE_NOHASHDIR": "1"}
@@ -96,7 +97,7 @@ class Bench:
             if path.is_file() and str(path.relative_to(self.source)) not in files:
                 path.unlink()
 
-    def configure(self, with_apps: bool) -> None:
+    def configure(self) -> None:
         self.build.mkdir(parents=True, exist_ok=True)
         linker = "-fuse-ld=lld" if shutil.which("ld.lld") else ""
         options = {
@@ -105,7 +106,6 @@ class Bench:
             "CMAKE_C_FLAGS": "-O0 -w",
             "CMAKE_CXX_FLAGS": "-O0 -w -D_GLIBCXX_ASSERTIONS",
             "CMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE": "PRE_TEST",
-            "PELLIX_BUILD_APPS": "ON" if with_apps else "OFF",
         }
         options |= {f"CMAKE_{kind}_LINKER_FLAGS": linker for kind in ("EXE", "SHARED", "MODULE")}
         if shutil.which("ccache"):
@@ -123,15 +123,21 @@ class Bench:
     def run(self, command, limit: float) -> tuple[int | None, str]:
         return self.processes.run(command, limit, cwd=self.build, env=self.environment)
 
-    def make(self, *targets: str, jobs: int = 1) -> bool:
-        return self.run(["ninja", "-j", jobs, *targets], 7200)[0] == 0
+    def make(self, target: str) -> bool:
+        return self.run(["ninja", "-j", 1, target], 1800)[0] == 0
 
-    def make_all(self, jobs: int = 1) -> bool:
-        """Builds whatever is linked; what is only compiled, such as each header alone, tests none
-        of the code that is changed."""
-        targets = self.must(["ninja", "-t", "targets", "all"])
-        linked = r"^(\S+): (?:C|CXX)_(?:EXECUTABLE|SHARED_LIBRARY|MODULE_LIBRARY)_LINKER"
-        return self.make(*re.findall(linked, targets, re.MULTILINE), jobs=jobs)
+    def make_all(self, jobs: int = 1) -> str | None:
+        """Builds whatever is linked, or what the chosen folders hold, and says what went wrong. What
+        is only compiled, such as each header alone, tests none of the code that is changed."""
+        if self.folders:
+            compiled = (self.build / "compile_commands.json").read_text()
+            form = rf" -o Tests/(?:{'|'.join(self.folders)})/CMakeFiles/(\w+)\.dir/"
+            targets = sorted(set(re.findall(form, compiled)))
+        else:
+            form = r"^(\S+): (?:C|CXX)_(?:EXECUTABLE|SHARED_LIBRARY|MODULE_LIBRARY)_LINKER"
+            targets = re.findall(form, self.must(["ninja", "-t", "targets", "all"]), re.MULTILINE)
+        status, output = self.run(["ninja", "-j", jobs, *targets], 7200)
+        return None if status == 0 else output[-5000:]
 
     def learn(self) -> dict:
         """Runs all tests and says how faults are to be looked for: the programs whose tests can run
@@ -140,14 +146,14 @@ class Bench:
         programs, alone = {}, []
         for number, test in enumerate(tests, 1):
             command = test.get("command", [""])
-            match = next((re.match(r"--gtest_filter=(.*)", word) for word in command if "--gtest_filter" in word), None)
-            if NOT_RUN.match(test["name"]):
+            properties = {p["name"]: p["value"] for p in test["properties"]}
+            folder = pathlib.Path(properties["WORKING_DIRECTORY"]).name
+            if NOT_RUN.match(test["name"]) or (self.folders and folder not in self.folders):
                 continue
+            match = re.search(r" --gtest_filter=(\S+)", " ".join(command))
             if not match:
                 alone.append(number)
                 continue
-            properties = {p["name"]: p["value"] for p in test["properties"]}
-            folder = pathlib.Path(properties["WORKING_DIRECTORY"]).name
             path = str(pathlib.Path(command[0]).relative_to(self.build))
             program = programs.setdefault(path, {"folder": folder, "left": [], "numbers": {}})
             program["numbers"][match[1]] = number
@@ -229,7 +235,7 @@ class Bench:
                 return "invalid", ""
             if killer := self.try_program(path, program):
                 return "killed", killer
-        if not self.make_all():
+        if self.make_all():
             return "invalid", ""
         if killer := self.run_alone(plan, 10 * plan["seconds"] + 60):
             return "killed", killer

@@ -39,7 +39,7 @@ def arguments() -> argparse.Namespace:
     parser.add_argument("--seed", type=int, help="what chooses them; drawn and told if not given")
     parser.add_argument("--folder", action="append", help=f"instead of {', '.join(FOLDERS)}")
     parser.add_argument("--patch", action="append", default=[], help="a fault of your own")
-    parser.add_argument("--no-apps", action="store_true", help="without the applications' tests")
+    parser.add_argument("--tests", action="append", default=[], help="a folder of tests to use alone")
     parser.add_argument("--copies", type=int, default=os.cpu_count(), help="that run side by side")
     parser.add_argument("--list", action="store_true", help="the faults without trying them")
     return parser.parse_args()
@@ -265,17 +265,17 @@ def try_patches(bench: Bench, plan: dict, patches: list[str]) -> bool:
     return all_killed
 
 
-def prepare(benches: list[Bench], files: list[str], with_apps: bool) -> dict:
+def prepare(benches: list[Bench], files: list[str]) -> dict:
     """Builds the copies without any fault, and sees that all tests pass."""
-    state = f"{digest(files)} {with_apps}"
+    state = digest(files) + " ".join(benches[0].folders)
     kept = PLACE / "plan.json"
     known = json.loads(kept.read_text()) if kept.exists() else {}
     fresh = known.get("state") != state
     for number, bench in enumerate(benches, 1):
         say(f"Building copy {number}")
-        bench.configure(with_apps)
-        if not bench.make_all(os.cpu_count()):
-            sys.exit(bench.run(["ninja"], 7200)[1][-5000:])
+        bench.configure()
+        if failure := bench.make_all(os.cpu_count()):
+            sys.exit(failure)
         bench.must(["ctest", "--show-only=json-v1"])
     if fresh:
         say("Running all tests without a fault")
@@ -290,13 +290,14 @@ def main() -> int:
     seed = options.seed if options.seed is not None else random.SystemRandom().randrange(10**6)
     files = source_files()
     processes = Processes()
-    benches = [Bench(PLACE / str(i + 1), processes) for i in range(max(1, options.copies))]
+    benches = [Bench(PLACE / str(i + 1), processes, options.tests) for i in range(max(1, options.copies))]
     again = f"./test --mutants {options.number} --seed {seed}" + "".join(
-        f" --folder {folder}" for folder in options.folder or [])
+        f" --folder {folder}" for folder in options.folder or []) + "".join(
+        f" --tests {folder}" for folder in options.tests)
     try:
         for bench in benches:
             bench.copy(ROOT, files)
-        benches[0].configure(not options.no_apps)
+        benches[0].configure()
         if not options.patch:
             places = all_places(benches[0], folders)
             choice = random.Random(seed)
@@ -310,11 +311,11 @@ def main() -> int:
                 return 0
         for number in (signal.SIGINT, signal.SIGTERM):
             signal.signal(number, lambda *_: processes.stop())
-        plan = prepare(benches, files, not options.no_apps)
+        plan = prepare(benches, files)
         if options.patch:
             return 0 if try_patches(benches[0], plan, options.patch) else 1
         is_test = lambda file: file.startswith("Tests/")
-        name = f"seed-{seed}-{hashlib.sha256(' '.join(folders).encode()).hexdigest()[:8]}.jsonl"
+        name = f"seed-{seed}-{hashlib.sha256(repr([folders, options.tests]).encode()).hexdigest()[:8]}.jsonl"
         journal = Journal(
             PLACE / name,
             digest([f for f in files if not is_test(f) and not f.endswith(".md")]),
