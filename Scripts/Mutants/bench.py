@@ -76,6 +76,11 @@ def kill(process: subprocess.Popen) -> None:
         pass
 
 
+def seconds(case: dict) -> float:
+    """How long a test took, as GoogleTest reports it."""
+    return float(case.get("time", "0s").removesuffix("s"))
+
+
 class Bench:
     def __init__(self, place: pathlib.Path, processes: Processes, folders: list[str]):
         """`folders` are those below Tests/ that are to be used; none: all."""
@@ -109,7 +114,7 @@ class Bench:
         }
         options |= {f"CMAKE_{kind}_LINKER_FLAGS": linker for kind in ("EXE", "SHARED", "MODULE")}
         if shutil.which("ccache"):
-            options |= {f"CMAKE_{language}_COMPILER_LAUNCHER": "ccache" for language in ("C", "CXX")}
+            options |= {f"CMAKE_{name}_COMPILER_LAUNCHER": "ccache" for name in ("C", "CXX")}
             options["CMAKE_DISABLE_PRECOMPILE_HEADERS"] = "ON"
         command = ["cmake", "-S", self.source, "-B", self.build, "-G", "Ninja"]
         self.must(command + [f"-D{name}={value}" for name, value in options.items()])
@@ -127,8 +132,8 @@ class Bench:
         return self.run(["ninja", "-j", 1, target], 1800)[0] == 0
 
     def make_all(self, jobs: int = 1) -> str | None:
-        """Builds whatever is linked, or what the chosen folders hold, and says what went wrong. What
-        is only compiled, such as each header alone, tests none of the code that is changed."""
+        """Builds whatever is linked, or what the chosen folders hold, and says what went wrong.
+        What is only compiled, such as each header alone, tests none of what is changed."""
         if self.folders:
             compiled = (self.build / "compile_commands.json").read_text()
             form = rf" -o Tests/(?:{'|'.join(self.folders)})/CMakeFiles/(\w+)\.dir/"
@@ -178,7 +183,8 @@ class Bench:
             if report.exists():
                 suites = json.loads(report.read_text())["testsuites"]
                 cases = {f"{s['name']}.{c['name']}": c for s in suites for c in s["testsuite"]}
-                bad = [n for n, c in cases.items() if "failures" in c or float(c.get("time", "0")[:-1]) > QUICK]
+                slow = [name for name, case in cases.items() if seconds(case) > QUICK]
+                bad = [name for name, case in cases.items() if "failures" in case] + slow
             else:
                 bad = re.findall(r"\[ RUN      \] (\S+)", output)[-1:]
             if status == 0 and not bad:
@@ -226,7 +232,8 @@ class Bench:
 
         def order(item):
             folder = item[1]["folder"]
-            return (nearest.index(folder) if folder in nearest else len(nearest), item[1]["seconds"])
+            rank = nearest.index(folder) if folder in nearest else len(nearest)
+            return rank, item[1]["seconds"]
 
         for path, program in sorted(plan["programs"].items(), key=order):
             if not program["seconds"]:

@@ -180,12 +180,12 @@ class Finder:
         for left, right in zip(operands, operands[1:]):
             start, end = left.extent.end.offset, right.extent.start.offset
             between = self.source(cursor)[start:end].decode()
-            if between.strip() not in OPERATORS or "string" in left.type.get_canonical().spelling:
-                if between.strip() not in ("==", "!=", "&&", "||"):
-                    continue
-            kind, new = OPERATORS[between.strip()]
+            operator = between.strip()
+            if operator not in OPERATORS or (operator in ("+", "+=") and is_text(left)):
+                continue
+            kind, new = OPERATORS[operator]
             start += len(between) - len(between.lstrip())
-            self.add(cursor, kind, new, start, start + len(between.strip()))
+            self.add(cursor, kind, new, start, start + len(operator))
 
     def constants(self, cursor: Cursor) -> None:
         if cursor.kind == CursorKind.CXX_BOOL_LITERAL_EXPR:
@@ -211,7 +211,7 @@ class Finder:
         if call.spelling in SYMMETRIC or call.spelling.startswith("operator"):
             return
         source = self.source(call)
-        arguments = [a for a in call.get_arguments() if a and a.extent.end.offset > a.extent.start.offset]
+        arguments = [a for a in call.get_arguments() if a and a.extent.start != a.extent.end]
         for left, right in zip(arguments, arguments[1:]):
             a, b = left.extent, right.extent
             texts = self.text(left), self.text(right)
@@ -246,6 +246,10 @@ def returns_value(cursor: Cursor) -> bool:
     if cursor.kind == CursorKind.RETURN_STMT:
         return any(True for _ in cursor.get_children())
     return cursor.kind != CursorKind.LAMBDA_EXPR and any(map(returns_value, cursor.get_children()))
+
+
+def is_text(cursor: Cursor) -> bool:
+    return "basic_string" in cursor.type.get_canonical().spelling
 
 
 def plain_type(cursor: Cursor) -> str:

@@ -39,7 +39,7 @@ def arguments() -> argparse.Namespace:
     parser.add_argument("--seed", type=int, help="what chooses them; drawn and told if not given")
     parser.add_argument("--folder", action="append", help=f"instead of {', '.join(FOLDERS)}")
     parser.add_argument("--patch", action="append", default=[], help="a fault of your own")
-    parser.add_argument("--tests", action="append", default=[], help="a folder of tests to use alone")
+    parser.add_argument("--tests", action="append", default=[], help="a folder of Tests/ alone")
     parser.add_argument("--copies", type=int, default=os.cpu_count(), help="that run side by side")
     parser.add_argument("--list", action="store_true", help="the faults without trying them")
     return parser.parse_args()
@@ -94,14 +94,16 @@ def all_places(bench: Bench, folders: list[str]) -> list[list[changes.Change]]:
     """For each place the changes that can be made there, in the order of the sources. It takes a
     minute, so they are kept."""
     origins = tuple(f"{folder}/" for folder in [*folders, "Scripts/Mutants"])
-    inside = [file for file in source_files() if file.startswith(origins)]
-    kept = PLACE / f"places-{digest(inside)[:16]}.json"
+    looked_at = [file for file in source_files() if file.startswith(origins)]
+    kept = PLACE / f"places-{digest(looked_at)[:16]}.json"
     if kept.exists():
         listed = json.loads(kept.read_text())
         return [[changes.Change(**change) for change in place] for place in listed]
     entries = json.loads((bench.build / "compile_commands.json").read_text())
-    jobs = [(bench.source, folders, e["directory"], e["command"], e["file"]) for e in entries
-            if any(pathlib.Path(e["file"]).is_relative_to(bench.source / f) for f in folders)]  # fmt: skip
+    origins = [bench.source / folder for folder in folders]
+    inside = lambda e: any(pathlib.Path(e["file"]).is_relative_to(folder) for folder in origins)
+    jobs = [(bench.source, folders, e["directory"], e["command"], e["file"])
+            for e in entries if inside(e)]  # fmt: skip
     places: dict[tuple, set] = {}
     with multiprocessing.Pool() as pool:
         for found in pool.imap_unordered(changes.find, jobs):
@@ -109,12 +111,12 @@ def all_places(bench: Bench, folders: list[str]) -> list[list[changes.Change]]:
                 places.setdefault(place, set()).update(there)
     by_text = lambda change: (change.start, change.end, change.kind, change.text)
     result = [sorted(places[place], key=by_text) for place in sorted(places)]
-    kept.write_text(json.dumps([[dataclasses.asdict(change) for change in place] for place in result]))
+    kept.write_text(json.dumps(result, default=dataclasses.asdict))
     return result
 
 
 def known_equivalents() -> set[tuple[str, str, str]]:
-    """What Docs/Testing.md names: the file and the line before and after, wherever it stands now."""
+    """What Docs/Testing.md names: the file, and the line before and after, wherever it stands."""
     page = (ROOT / "Docs" / "Testing.md").read_text()
     form = re.compile(r"^```diff\n(\S+)\n-(.*)\n\+(.*)\n```$", re.MULTILINE)
     return {(file, " ".join(a.split()), " ".join(b.split())) for file, a, b in form.findall(page)}
@@ -126,7 +128,8 @@ class Journal:
 
     def __init__(self, path: pathlib.Path, sources: str, tests: str):
         self.path, self.entries = path, {}
-        lines = [json.loads(line) for line in path.read_text().splitlines()] if path.exists() else []
+        text = path.read_text() if path.exists() else ""
+        lines = [json.loads(line) for line in text.splitlines()]
         if lines and lines[0]["sources"] == sources:
             same = lines[0]["tests"] == tests
             kept = [entry for entry in lines[1:] if same or entry["outcome"] != "survived"]
@@ -208,7 +211,8 @@ class Run:
     def tell(self, fault: Fault, outcome: str, killer: str, seconds: float) -> None:
         so_far = duration(time.monotonic() - self.started)
         by = f" by {killer}" if killer else ""
-        say(f"[{len(self.results)}/{self.number} {so_far}] {fault}: {outcome}{by} ({seconds:.1f} s)")
+        progress = f"{len(self.results)}/{self.number} {so_far}"
+        say(f"[{progress}] {fault}: {outcome}{by} ({seconds:.1f} s)")
         if outcome == "survived":
             say("\n".join(fault.diff().splitlines()[1:]))
 
@@ -230,8 +234,8 @@ def report(results: list[tuple[Fault, str]], folders: list[str]) -> bool:
         share = killed / max(1, killed + len(survivors))
         wanted = WANTED.get(folder.split("/")[0], WANTED[""])
         good = good and share >= wanted and not wrong
-        say(f"{folder}: {killed} of {killed + len(survivors)} killed ({share:.0%}; {wanted:.0%} wanted), "
-            f"{len(named)} equivalent")  # fmt: skip
+        say(f"{folder}: {killed} of {killed + len(survivors)} killed ({share:.0%}; "
+            f"{wanted:.0%} wanted), {len(named)} equivalent")  # fmt: skip
         for fault in wrong:
             say(f"named as equivalent, but killed: {fault.diff()}")
     if total_equivalent > EQUIVALENT * len(results):
@@ -287,10 +291,11 @@ def prepare(benches: list[Bench], files: list[str]) -> dict:
 def main() -> int:
     options = arguments()
     folders = [folder.rstrip("/") for folder in options.folder or FOLDERS]
-    seed = options.seed if options.seed is not None else random.SystemRandom().randrange(10**6)
+    seed = random.SystemRandom().randrange(10**6) if options.seed is None else options.seed
     files = source_files()
     processes = Processes()
-    benches = [Bench(PLACE / str(i + 1), processes, options.tests) for i in range(max(1, options.copies))]
+    copies = range(1, max(1, options.copies) + 1)
+    benches = [Bench(PLACE / str(copy), processes, options.tests) for copy in copies]
     again = f"./test --mutants {options.number} --seed {seed}" + "".join(
         f" --folder {folder}" for folder in options.folder or []) + "".join(
         f" --tests {folder}" for folder in options.tests)
@@ -315,9 +320,9 @@ def main() -> int:
         if options.patch:
             return 0 if try_patches(benches[0], plan, options.patch) else 1
         is_test = lambda file: file.startswith("Tests/")
-        name = f"seed-{seed}-{hashlib.sha256(repr([folders, options.tests]).encode()).hexdigest()[:8]}.jsonl"
+        asked = hashlib.sha256(repr([folders, options.tests]).encode()).hexdigest()[:8]
         journal = Journal(
-            PLACE / name,
+            PLACE / f"seed-{seed}-{asked}.jsonl",
             digest([f for f in files if not is_test(f) and not f.endswith(".md")]),
             digest([f for f in files if is_test(f)]))
         run = Run(benches, plan, journal, options.number)
@@ -325,7 +330,8 @@ def main() -> int:
     except Stopped:
         say(f"Stopped. It goes on with {again}")
         return 130
-    say(f"\n{len(run.results)} faults in {duration(time.monotonic() - run.started)}; again with {again}")
+    took = duration(time.monotonic() - run.started)
+    say(f"\n{len(run.results)} faults in {took}; again with {again}")
     return 0 if report(run.results, folders) else 1
 
 
