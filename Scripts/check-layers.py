@@ -18,10 +18,7 @@ FOLDERS = [["Settings", "Resources", "Models"], ["Providers"], ["Pellix"], ["Bri
 PREFIX = r"PellixPlatform|PELLIX_|Pellix::(Platform|QuorvelCoreSDK)|pellix_(add_library|warnings)"
 
 # Known, and to go.
-STILL_NAMED_IN = {"Platform/CMakeLists.txt", "Platform/Include/PellixPlatform/Bundle.h",
-                  "Platform/Source/Bundle.cpp", "Platform/Source/ResourceDirectory.cpp",
-                  "Platform/Source/ResourceDirectory.h",
-                  "QuorvelCoreSDK/Include/QuorvelCoreSDK/Configuration.h",
+STILL_NAMED_IN = {"QuorvelCoreSDK/Include/QuorvelCoreSDK/Configuration.h",
                   "QuorvelCoreSDK/Include/QuorvelCoreSDK/ServicePaths.h"}
 STILL_INCLUDED = {("Source/Settings/PellixSettingsProvider.cpp", "Providers/Once.h")}
 
