@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Tree.h"
-#include "UTF8.h"
 
 #include <simdjson.h>
 
@@ -17,9 +16,7 @@ template <class T>
 class Borrowed {
  public:
   Borrowed() : lent_(spare.exchange(nullptr)) {
-    if (lent_) return;
-    prepareSimdjson();
-    lent_ = std::make_unique<T>();
+    if (!lent_) lent_ = std::make_unique<T>();
   }
   Borrowed(const Borrowed&) = delete;
   Borrowed& operator=(const Borrowed&) = delete;

@@ -3,6 +3,7 @@
 #include "JSONParser.h"
 #include "JSONText.h"
 #include "OrdinaryReader.h"
+#include "ParserCode.h"
 #include "TreeReader.h"
 
 #include <PellixPlatform/JSONDecoder.h>
@@ -40,6 +41,10 @@ bool readOrdinary(std::string_view data, void* result, Make make) {
   if (data.empty() || isFullOfEscapes(data)) return false;
   try {
     Borrowed<simdjson::dom::parser> parser;
+    if (parser->capacity() == 0 && !ParserCode::give(*parser, data.size())) {
+      parser.discard();
+      return false;
+    }
     simdjson::dom::element root;
     if (const auto failure = parser->parse(data.data(), data.size()).get(root)) {
       // A parser that memory ran out for would use what it lacks the next time.

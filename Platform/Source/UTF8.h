@@ -1,26 +1,30 @@
 #pragma once
 
-#include <simdjson.h>
+#include <utf8proc.h>
 
-#include <new>
+#include <cstdint>
+#include <cstring>
 #include <string_view>
 
 namespace PellixPlatform {
 
-/// Makes what simdjson makes once for a process: a few small allocations in a function that may not
-/// throw, so that the process would end if one failed. Here there is memory for them, or
-/// `std::bad_alloc` is thrown and simdjson is not touched.
-inline void prepareSimdjson() {
-  [[maybe_unused]] static const bool isPrepared = [] {
-    constexpr std::size_t ample = 4096;
-    ::operator delete(::operator new(ample));
-    return simdjson::get_active_implementation() != nullptr;
-  }();
-}
-
 inline bool isUTF8(std::string_view text) {
-  prepareSimdjson();
-  return simdjson::validate_utf8(text.data(), text.size());
+  const auto* at = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
+  const auto* const end = at + text.size();
+  while (at != end) {
+    constexpr std::uint64_t beyondASCII = 0x8080808080808080;
+    std::uint64_t block = beyondASCII;
+    if (static_cast<std::size_t>(end - at) >= sizeof block) std::memcpy(&block, at, sizeof block);
+    if ((block & beyondASCII) == 0) {
+      at += sizeof block;
+      continue;
+    }
+    utf8proc_int32_t character = 0;
+    const auto length = utf8proc_iterate(at, end - at, &character);
+    if (length < 0) return false;
+    at += length;
+  }
+  return true;
 }
 
 }  // namespace PellixPlatform

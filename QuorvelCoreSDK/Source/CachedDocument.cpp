@@ -1,4 +1,4 @@
-#include "Deadline.h"
+#include "PendingCall.h"
 #include "Session.h"
 
 #include <PellixPlatform/JSONDecoder.h>
@@ -42,25 +42,31 @@ std::expected<PellixPlatform::Data, PellixPlatform::Error> documentOf(
 CachedDocument::CachedDocument(Parameters parameters) : parameters_(std::move(parameters)) {}
 
 void CachedDocument::get(Callback callback) {
-  Document document;
-  bool isFirst = false;
-  {
-    const std::lock_guard lock(mutex_);
-    if (document_ && Clock::now() < freshUntil_) {
-      document = document_;
-    } else {
-      isFirst = waiting_.empty();
-      waiting_.emplace_back(callback);
-    }
+  if (!PendingCalls::areAccepted()) return;
+  auto document = freshDocument();
+  if (!document) {
+    callback = PendingCall(callback);
+    std::unique_lock lock(mutex_);
+    const bool isFirst = waiting_.empty();
+    waiting_.push_back(std::move(callback));
+    lock.unlock();
+    if (isFirst) fetch();
+    return;
   }
-  if (isFirst) fetch();
-  if (!document) return;
   if (parameters_.delivery == Delivery::atOnce) {
     if (const auto called = std::exchange(callback, nullptr)) called(std::move(document));
   } else {
     Session::post(parameters_.environment.session_,
-                  [call = OneCall(callback), document = std::move(document)] { call(document); });
+                  [call = std::exchange(callback, nullptr), document = std::move(document)] {
+                    if (call) call(document);
+                  });
   }
+}
+
+/// The document if it need not be fetched, else null.
+CachedDocument::Document CachedDocument::freshDocument() {
+  const std::lock_guard lock(mutex_);
+  return Clock::now() < freshUntil_ ? document_ : nullptr;
 }
 
 /// A fetch under way. If it goes before it is finished, because it never got out or its outcome is
@@ -75,19 +81,19 @@ struct CachedDocument::Fetch {
   }
 };
 
-std::vector<OneCall<CachedDocument::Document>> CachedDocument::takeWaiting() {
+std::vector<CachedDocument::Callback> CachedDocument::takeWaiting() {
   const std::lock_guard lock(mutex_);
   return std::exchange(waiting_, {});
 }
 
 void CachedDocument::fetch() {
-  const auto fetch = std::make_shared<Fetch>(Fetch(shared_from_this()));
+  auto fetch = std::make_shared<Fetch>(Fetch(shared_from_this()));
   const auto& account = parameters_.environment;
   const ProviderService service(
       {.environment = account,
        .urlComponent = PellixPlatform::URL::parse(account.accountUrl() + parameters_.path).value(),
        .clientHeaders = parameters_.clientHeaders});
-  service.perform([fetch](auto data, const auto& response, auto error) {
+  service.perform([fetch = std::move(fetch)](auto data, const auto& response, auto error) {
     const auto self = fetch->document;
     self->finish(*fetch, documentOf(std::move(data), response.get(), std::move(error)));
   });
@@ -98,7 +104,7 @@ void CachedDocument::finish(Fetch& fetch,
   const auto failure = fetched ? std::nullopt : std::optional(fetched.error());
   Document document;
   if (fetched) document = std::make_shared<const PellixPlatform::Data>(*std::move(fetched));
-  std::vector<OneCall<Document>> waiting;
+  std::vector<Callback> waiting;
   {
     const std::lock_guard lock(mutex_);
     if (document) {

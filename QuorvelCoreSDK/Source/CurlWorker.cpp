@@ -1,7 +1,11 @@
 #include "CurlWorker.h"
 
 #include "Inheritance.h"
+#include "PendingCall.h"
 
+#include <PellixPlatform/JSONDecoder.h>
+
+#include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -23,6 +27,12 @@ constexpr int longestWait = 60'000;          // milliseconds; nothing depends on
 
 /// libcurl ends what is late by itself, and can say more of it, so it comes first.
 constexpr std::chrono::milliseconds patience(20);
+
+/// How long the process waits for the thread when it ends: more than any library takes, and no more
+/// than a person bears if code of the host's does not come back.
+constexpr std::chrono::milliseconds longestStop(1000);
+
+constinit std::atomic<CurlWorker*> made = nullptr;
 
 /// While it lives, a thread that this one starts receives no signal but those of its own faults:
 /// the host's handlers run on the host's threads, and writing to a connection that is gone gives an
@@ -57,7 +67,14 @@ bool withMemory(const Body& body) {
   }
 }
 
+/// Something to read.
+struct Nothing {
+  explicit Nothing(const PellixPlatform::Decoder&) {}
+};
+
 CURLM* makeMulti() {
+  // Libraries make at their first use what they destroy when the process ends: JSON's, then TLS's.
+  static_cast<void>(PellixPlatform::JSONDecoder().decode<Nothing>("{}"));
   if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw std::bad_alloc();
   auto* const multi = curl_multi_init();
   if (!multi) throw std::bad_alloc();
@@ -78,28 +95,77 @@ CurlWorker& CurlWorker::shared() {
 }
 
 CurlWorker::CurlWorker() : process_(getpid()), multi_(makeMulti()) {
-  // Registered after libcurl has set up the TLS library, so that it runs before that is torn down.
-  if (std::atexit(stopAtExit) == 0) return;
+  // Registered after what the libraries have made, so that it runs before that is torn down.
+  if (pthread_atfork(nullptr, nullptr, forgetInChild) == 0 && std::atexit(stopAtExit) == 0) {
+    made = this;
+    return;
+  }
   curl_multi_cleanup(multi_);
   throw std::bad_alloc();
 }
 
+void CurlWorker::forgetInChild() {
+  if (made) PendingCalls::refuseInChild();
+}
+
 void CurlWorker::stopAtExit() {
-  auto& worker = shared();
+  auto& worker = *made.load();
   if (getpid() != worker.process_) return;  // a forked child has no such thread
-  std::thread thread;
-  {
-    const std::lock_guard lock(worker.mutex_);
-    worker.stopping_ = true;
-    thread = std::move(worker.thread_);
-  }
-  if (!thread.joinable()) return;
-  if (thread.get_id() == std::this_thread::get_id()) {  // a callback on the worker ends the process
-    thread.detach();
-    return;
-  }
+  PendingCalls::refuseAtExit();
+  worker.stopping_ = true;
+  std::unique_lock lock(worker.mutex_);
+  if (!worker.thread_.joinable()) return;
+  // A callback on the worker itself may end the process.
+  if (worker.thread_.get_id() == std::this_thread::get_id()) return;
   curl_multi_wakeup(worker.multi_);
-  thread.join();
+  worker.changed_.wait_for(lock, longestStop, [&] { return worker.hasStopped_; });
+}
+
+void CurlWorker::stopIfEnding() {
+  if (!stopping_) return;
+  {
+    const std::lock_guard lock(mutex_);
+    hasStopped_ = true;
+  }
+  changed_.notify_all();
+  while (true) pause();
+}
+
+bool CurlWorker::dropAll(Clock::time_point deadline) {
+  auto* const worker = made.load();
+  if (!worker || getpid() != worker->process_) return true;
+  decltype(added_) transfers;  // go after the lock does
+  decltype(tasks_) tasks;
+  std::unique_lock lock(worker->mutex_);
+  transfers.swap(worker->added_);
+  tasks.swap(worker->tasks_);
+  if (!worker->thread_.joinable()) return true;
+  worker->isToDrop_ = true;
+  if (worker->thread_.get_id() == std::this_thread::get_id()) return true;  // when that goes on
+  curl_multi_wakeup(worker->multi_);
+  return worker->changed_.wait_until(lock, deadline,
+                                     [&] { return !worker->isToDrop_ || worker->hasStopped_; });
+}
+
+void CurlWorker::dropIfAsked() {
+  {
+    const std::lock_guard lock(mutex_);
+    if (!isToDrop_) return;
+  }
+  ready_.clear();
+  while (!running_.empty()) {
+    const auto first = running_.begin();
+    first->second.transfer->leaveConnection(CURLE_OK);
+    curl_multi_remove_handle(multi_, first->first);
+    curl_easy_cleanup(first->first);  // before the transfer that it refers to
+    running_.erase(first);
+  }
+  origins_.clear();
+  {
+    const std::lock_guard lock(mutex_);
+    isToDrop_ = false;
+  }
+  changed_.notify_all();
 }
 
 template <class Item>
@@ -109,7 +175,9 @@ void CurlWorker::enqueue(std::list<Item>& queue, Item item) {
   bool mustWake = false;
   {
     const std::lock_guard lock(mutex_);
-    if (!thread_.joinable() && !stopping_) startThread();
+    // Looked at here, so that `dropAll` misses nothing.
+    if (!PendingCalls::areAccepted()) return;
+    if (!thread_.joinable()) startThread();
     queue.splice(queue.end(), added);
     mustWake = std::exchange(isWaiting_, false);
   }
@@ -134,8 +202,10 @@ void CurlWorker::post(std::function<void()> task) {
 }
 
 void CurlWorker::run() {
-  while (!stopping_) {
+  while (true) {
+    stopIfEnding();
     runTasks();
+    dropIfAsked();
     sortAdded();
     startWaiting();
     int stillRunning = 0;
@@ -143,7 +213,7 @@ void CurlWorker::run() {
     countConnecting();
     finishDone();
     finishLate();
-    if (!stopping_ && !hasWork()) wait();
+    if (!hasWork()) wait();
   }
 }
 
@@ -166,7 +236,7 @@ bool CurlWorker::hasWork() {
     if (mayStart(origin)) return true;
   }
   const std::lock_guard lock(mutex_);
-  isWaiting_ = added_.empty() && tasks_.empty();
+  isWaiting_ = added_.empty() && tasks_.empty() && !isToDrop_;
   return !isWaiting_;
 }
 
@@ -232,7 +302,7 @@ void CurlWorker::countConnecting() {
 
 void CurlWorker::finishDone() {
   int left = 0;
-  while (const auto* message = stopping_ ? nullptr : curl_multi_info_read(multi_, &left)) {
+  while (const auto* message = curl_multi_info_read(multi_, &left)) {
     if (message->msg == CURLMSG_DONE) finish(message->easy_handle, message->data.result);
   }
 }
@@ -263,6 +333,7 @@ void CurlWorker::finishLate() {
       const auto transfer = std::move(*at);
       at = origin.waiting.erase(at);
       withMemory([&] { transfer->finish(CURLE_OPERATION_TIMEDOUT, 0); });
+      stopIfEnding();
     }
   }
 }
@@ -282,6 +353,7 @@ void CurlWorker::finish(CURL* handle, CURLcode result) {
   } else {
     // First, since somebody waits for it.
     withMemory([&] { transfer->finish(result, proxyStatus); });
+    stopIfEnding();
   }
   curl_multi_remove_handle(multi_, handle);
   curl_easy_reset(handle);
@@ -293,10 +365,11 @@ void CurlWorker::runTasks() {
     const std::lock_guard lock(mutex_);
     ready_.splice(ready_.end(), tasks_);
   }
-  while (!stopping_ && !ready_.empty()) {
+  while (!ready_.empty()) {
     const auto task = std::exchange(ready_.front(), nullptr);
     ready_.pop_front();
     withMemory(task);
+    stopIfEnding();
   }
 }
 

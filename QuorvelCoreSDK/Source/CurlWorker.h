@@ -3,6 +3,7 @@
 #include "CurlTransfer.h"
 
 #include <atomic>
+#include <condition_variable>
 #include <list>
 #include <map>
 #include <mutex>
@@ -13,9 +14,9 @@ namespace QuorvelCoreSDK {
 
 /// The one thread that runs every transfer of the process.
 ///
-/// It starts when it is first needed and is stopped by an exit handler, which cleans up nothing and
-/// runs no code of the host: whatever was under way simply does not end. The object itself is never
-/// destroyed, so any order of teardown is safe.
+/// It starts when it is first needed. When the process ends, an exit handler stops it where it is:
+/// nothing is cleaned up, no code of the host runs, and whatever was under way simply does not end.
+/// The object itself is never destroyed, so any order of teardown is safe.
 ///
 /// When memory runs out on the thread, it ends what it is missing for, silently, and nothing else:
 /// going from one list to another takes none.
@@ -24,6 +25,10 @@ class CurlWorker {
   /// Made by the first call that can make it. Errors: `std::system_error` while the system has no
   /// descriptors for it.
   [[nodiscard]] static CurlWorker& shared();
+
+  /// Lets go of everything that is under way or waits; on the thread itself, before anything more
+  /// is sent. Until then it waits, and says whether that came to be in time.
+  static bool dropAll(Clock::time_point deadline);
 
   void add(std::unique_ptr<CurlTransfer> transfer);
   void post(std::function<void()> task);
@@ -36,11 +41,17 @@ class CurlWorker {
 
   CurlWorker();
   static void stopAtExit();
+  static void forgetInChild();
 
   template <class Item>
   void enqueue(std::list<Item>& queue, Item item);
   void startThread();
   void run();
+  /// To be called wherever the thread comes back from code of the host's. If the process ends, it
+  /// goes no further: neither into a library that may be gone by then, nor to its own end, where
+  /// libraries and runtimes have code of their own.
+  void stopIfEnding();
+  void dropIfAsked();
   /// Whether there is something to do. If not, the thread says that it is going to wait.
   [[nodiscard]] bool hasWork();
   void startWaiting();
@@ -70,11 +81,14 @@ class CurlWorker {
   CURLM* const multi_;
   std::atomic<bool> stopping_ = false;
 
-  std::mutex mutex_;  // guards these four
+  std::mutex mutex_;  // guards these six
+  std::condition_variable changed_;
   std::list<std::unique_ptr<CurlTransfer>> added_;
   std::list<std::function<void()>> tasks_;
-  std::thread thread_;
+  std::thread thread_;      // never joined
   bool isWaiting_ = false;  // and has to be woken for what is new
+  bool isToDrop_ = false;   // what it has
+  bool hasStopped_ = false;
 
   // The rest belongs to the thread.
   struct Running {

@@ -1,7 +1,7 @@
+#include "PendingCall.h"
 #include "Session.h"
 
 #include <QuorvelCoreSDK/CoreError.h>
-#include <QuorvelCoreSDK/OneCall.h>
 #include <QuorvelCoreSDK/ProviderService.h>
 
 #include <algorithm>
@@ -64,11 +64,12 @@ std::expected<TransportRequest, PellixPlatform::Error> makeRequest(const Paramet
   return request;
 }
 
-using Call =
-    OneCall<std::optional<PellixPlatform::Data>, std::shared_ptr<const PellixPlatform::URLResponse>,
-            std::optional<PellixPlatform::Error>>;
+using Call = PendingCall<std::optional<PellixPlatform::Data>,
+                         std::shared_ptr<const PellixPlatform::URLResponse>,
+                         std::optional<PellixPlatform::Error>>;
 
 void deliver(const Call& call, PellixPlatform::DispatchQueue* queue, TransportReply reply) {
+  if (!call) return;  // nor is the host's loop woken
   if (reply.data && reply.data->empty()) reply.data.reset();
   if (!queue) {
     call(std::move(reply.data), std::move(reply.response), std::move(reply.error));
@@ -90,6 +91,7 @@ void ProviderService::perform(Callback callback) const {
   const auto& session = parameters_.environment.session_;
   auto* const queue = parameters_.dispatchQueue;
   const Call call(callback);
+  if (!call) return;
   if (!session) {
     // Without a transport there is no thread but the queue's.
     deliver(call, queue ? queue : &PellixPlatform::DispatchQueue::main(),

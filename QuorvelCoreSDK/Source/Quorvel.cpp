@@ -1,6 +1,8 @@
 #include "AccountAddress.h"
 #include "CurlTransport.h"
+#include "CurlWorker.h"
 #include "Network.h"
+#include "PendingCall.h"
 #include "Session.h"
 #include "SettingsService.h"
 #include "SharedInstance.h"
@@ -63,7 +65,15 @@ std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> Quorvel::initiali
                         .accountDetails = std::move(accountDetails),
                         .providerModule = ProviderModule(std::move(settings))}));
   setSharedInstance(instance);
+  PendingCalls::accept();
   return instance;
+}
+
+bool Quorvel::shutDown(std::chrono::milliseconds limit) {
+  const auto deadline = deadlineAfter(limit);
+  const auto before = PendingCalls::releaseWaiting();
+  const bool isDropped = CurlWorker::dropAll(deadline);
+  return PendingCalls::waitUntilGone(before, deadline) && isDropped;
 }
 
 std::shared_ptr<Quorvel> Quorvel::instance() {

@@ -1,8 +1,6 @@
 #include "Session.h"
 
-#include "Deadline.h"
-
-#include <QuorvelCoreSDK/OneCall.h>
+#include "PendingCall.h"
 
 #include <utility>
 
@@ -17,7 +15,9 @@ std::shared_ptr<void> Session::begin(const std::shared_ptr<Session>& session) {
 }
 
 void Session::post(const std::shared_ptr<Session>& session, std::function<void()> task) {
-  session->transport().post([call = OneCall(task), underWay = begin(session)]() mutable {
+  const PendingCall call(task);
+  if (!call) return;
+  session->transport().post([call, underWay = begin(session)]() mutable {
     const auto ended = std::exchange(underWay, nullptr);
     call();
   });

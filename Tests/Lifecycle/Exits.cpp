@@ -6,140 +6,162 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <future>
 #include <string_view>
 #include <thread>
 
-/// A process that has asked questions ends, in the way and the state that the arguments name, as
-/// often as PELLIX_EXITS says. The service is in another process, so that what ends is the library.
+/// Processes that end while hundreds of questions are under way, answers arrive, and threads go on
+/// asking: this program's own, or those of a command. Each way is tried as often as PELLIX_EXITS
+/// says. The service is in another process, so that what ends is the library.
 namespace {
 
 using namespace LifecycleTests;
 using PellixPlatform::DispatchQueue;
-using QuorvelCoreSDK::ProviderService;
+using QuorvelCoreSDK::CoreLogger;
 using Support::LoopbackReply;
 
 constexpr int good = 7;  // no runtime ends a process like that by itself
+constexpr std::chrono::milliseconds ample = std::chrono::minutes(1);
 
-class Headers final : public QuorvelCoreSDK::ClientHeaders {
-  [[nodiscard]] std::string client() const override { return "Exits"; }
-  [[nodiscard]] std::string version() const override { return "1"; }
-  [[nodiscard]] std::map<std::string, std::string> aditionalHeaders() const override { return {}; }
-};
+std::atomic<int> begun = 0;
+std::atomic<int> answered = 0;
+std::atomic<int> released = 0;
+std::atomic<bool> isOver = false;  // no callback may be called any more
+
+void ask(PellixProvider& provider) {
+  ++begun;
+  const auto release = [](void*) {
+    ++released;
+    released.notify_all();
+  };
+  provider.getDeflectionForQuery(
+      "How?", [end = std::shared_ptr<void>(nullptr, release)](const auto& result) {
+        if (isOver) std::abort();
+        if (result) ++answered;
+      });
+}
+
+void waitFor(std::atomic<int>& counter, int least) {
+  for (int seen = counter; seen < least; seen = counter) counter.wait(seen);
+}
+
+/// Keeps hundreds of questions under way for as long as the process lives.
+void beginStorm(const std::shared_ptr<PellixProvider>& provider) {
+  std::thread([] { DispatchQueue::main().run(); }).detach();
+  for (int i = 0; i < 3; ++i) {
+    std::thread([provider] {
+      while (true) {
+        ask(*provider);
+        if (begun - released > 300) waitFor(released, released + 1);
+      }
+    }).detach();
+  }
+  waitFor(released, 500);
+}
 
 [[noreturn]] void waitForTheEnd() {
   while (true) pause();
 }
 
-/// Whether a question of that text is answered.
-bool isAnswered(PellixProvider& provider) {
-  bool isRecord = false;
-  provider.getDeflectionForQuery("answer", [&](const auto& result) {
-    isRecord = result.has_value();
-    DispatchQueue::main().stop();
-  });
-  DispatchQueue::main().run();
-  return isRecord;
+/// Whether operations of this child end at once, with one line in the log.
+bool isSilent(PellixProvider& provider) {
+  int lines = 0;
+  CoreLogger::setLevel(QuorvelCoreSDK::LogLevel::warn);
+  CoreLogger::setSink([&](auto, auto) { ++lines; });
+  Ending ending;
+  for (int i = 0; i < 3; ++i) provider.getDeflectionForQuery("How?", ending.callback());
+  return ending.calls == 0 && ending.releases == 3 && lines == 1;
 }
 
-/// Asks what is never answered, and returns once the service has the questions.
-bool beginQuestions(PellixProvider& provider) {
-  for (int i = 0; i < 3; ++i) {
-    provider.getDeflectionForQuery("stall", [](const auto&) { std::_Exit(2); });
-  }
-  std::promise<bool> arrived;
-  const auto& account = Quorvel::instance()->accountDetails();
-  ProviderService(
-      {.environment = account,
-       .urlComponent = PellixPlatform::URL::parse(account.accountUrl() + "/arrived").value(),
-       .clientHeaders = std::make_shared<const Headers>()})
-      .perform([&](auto, auto, const auto& error) { arrived.set_value(!error); });
-  return arrived.get_future().get();
-}
-
-int exitCodeOf(pid_t child) {
+bool endsWell(pid_t child) {
   int status = 0;
-  if (child < 0 || waitpid(child, &status, 0) != child) return -1;
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) &&
+         WEXITSTATUS(status) == good;
 }
 
 /// What a host may do at its end; the result is its exit code.
-int end(std::string_view way, PellixProvider& provider) {
-  if (way == "return") return good;
-  if (way == "exit") std::exit(good);
-  if (way == "thread") {
-    std::thread([] { std::exit(good); }).detach();
-    waitForTheEnd();
-  }
-  if (way == "worker") {
-    Quorvel::instance()->post([] { std::exit(good); });
-    waitForTheEnd();
-  }
-  if (way == "callback") {
-    provider.getDeflectionForQuery("answer", [](const auto&) { std::exit(good); });
-    DispatchQueue::main().run();
-  }
+int end(std::string_view way, const std::shared_ptr<PellixProvider>& provider) {
   if (way == "cleanup") {  // of a host that ends what it never began
+    std::thread([] { DispatchQueue::main().run(); }).detach();
+    ask(*provider);
+    waitFor(released, 1);
     curl_global_cleanup();
     curl_global_cleanup();
     return good;
   }
+  beginStorm(provider);
+  if (way == "exit") std::exit(good);
+  if (way == "quick_exit") std::quick_exit(good);
+  if (way == "thread") std::thread([] { std::exit(good); }).detach();
+  if (way == "queue") DispatchQueue::main().post([] { std::exit(good); });
+  if (way == "worker") Quorvel::instance()->post([] { std::exit(good); });
+  if (way == "signal") std::raise(SIGTERM);
+  if (way == "stuck") {  // the worker does not come back from the host's code
+    Quorvel::instance()->post([] {
+      std::thread([] { std::exit(good); }).detach();
+      waitForTheEnd();
+    });
+  }
+  if (way == "thread" || way == "queue" || way == "worker" || way == "stuck") waitForTheEnd();
   if (way == "fork" || way == "exec") {
     const auto child = fork();
     if (child == 0 && way == "exec") {
       execl("/bin/sh", "sh", "-c", "exit 7", static_cast<char*>(nullptr));
     }
-    if (child == 0) std::exit(good);
-    return exitCodeOf(child) == good && isAnswered(provider) ? good : 4;
+    if (child == 0) std::exit(isSilent(*provider) && !Quorvel::shutDown(ample) ? good : 3);
+    if (!endsWell(child)) return 4;
+    waitFor(released, released + 500);
   }
-  return 6;
+  if (way == "shutDown") {
+    if (!Quorvel::shutDown(ample)) return 5;
+    isOver = true;
+    if (!Quorvel::shutDown(ample)) return 6;
+    isOver = false;
+    const auto again = setUp(Quorvel::instance()->accountDetails().accountUrl(), {});
+  }
+  return good;
 }
 
-int runHost(std::string_view way, bool isBusy, const std::string& address,
-            const std::string& certificates) {
-  const auto provider = setUp(address, {.network = {.certificateAuthorities = certificates}});
-  if (!isAnswered(*provider)) return 1;
-  if (isBusy && !beginQuestions(*provider)) return 3;
-  return end(way, *provider);
+int runHost(std::string_view way, const std::string& address, const std::string& certificates) {
+  CoreLogger::setLevel(QuorvelCoreSDK::LogLevel::error);
+  const auto provider = setUp(address, {.settingsTimeToLive = std::chrono::milliseconds(1),
+                                        .network = {.certificateAuthorities = certificates}});
+  return end(way, provider);
+}
+
+LoopbackReply answer(const Support::LoopbackRequest& request) {
+  const auto document = request.body.empty() ? settings : PellixTests::responseJSON();
+  return {Support::httpReply("200 OK", document), LoopbackReply::Then::keep};
 }
 
 /// The hosts' service, and the hosts, one after the other.
-int runHosts(const std::string& program, const std::string& way, const std::string& state) {
-  const std::string certificates = "exits-" + std::to_string(getpid()) + ".pem";
+int runHosts(std::vector<std::string> command) {
   const auto identity = Support::makeIdentity({});
+  const auto certificates = "exits-" + std::to_string(getpid()) + ".pem";
   std::ofstream(certificates) << identity.certificate;
+  const Support::LoopbackServer server(answer, {.identity = identity, .keepsRequests = false});
+  const auto name = command.back();
+  const int expected = name == "signal" ? -SIGTERM : good;
+  command.push_back(server.origin());
+  command.push_back(certificates);
+
+  std::map<std::string, std::string> environment;
+  for (const char* variable : {"ASAN_OPTIONS", "TSAN_OPTIONS", "PELLIX_LIBRARY"}) {
+    if (const char* value = std::getenv(variable)) environment[variable] = value;
+  }
   const char* const wanted = std::getenv("PELLIX_EXITS");
   const int times = wanted ? std::atoi(wanted) : 3;
-  std::map<std::string, std::string> environment;
-  for (const char* name : {"ASAN_OPTIONS", "TSAN_OPTIONS"}) {
-    if (const char* value = std::getenv(name)) environment[name] = value;
-  }
   int failures = times > 0 ? 0 : 1;
   for (int i = 0; i < times; ++i) {
-    std::promise<void> allArrived;
-    std::atomic<int> arrived = 0;
-    const auto future = allArrived.get_future().share();
-    const Support::LoopbackServer server(
-        [&, future](const auto& request) -> LoopbackReply {
-          if (request.body.find("stall") != std::string::npos) {
-            if (++arrived == 3) allArrived.set_value();
-            return {"", LoopbackReply::Then::stall};
-          }
-          if (request.head.starts_with("GET /arrived ")) future.wait();
-          return {Support::httpReply("200 OK",
-                                     request.body.empty() ? settings : PellixTests::responseJSON()),
-                  LoopbackReply::Then::keep};
-        },
-        {.identity = identity});
-    const auto outcome =
-        Support::runProcess({program, way, state, server.origin(), certificates}, environment);
-    if (outcome.exitCode == good) continue;
+    const auto outcome = Support::runProcess(command, environment);
+    if (outcome.exitCode == expected && outcome.errors.empty()) continue;
     ++failures;
-    std::printf("%s, %s: %d\n%s%s\n", way.c_str(), state.c_str(), outcome.exitCode,
-                outcome.output.c_str(), outcome.errors.c_str());
+    std::printf("%s: %d\n%s%s\n", name.c_str(), outcome.exitCode, outcome.output.c_str(),
+                outcome.errors.c_str());
   }
   unlink(certificates.c_str());
   std::printf("%d of %d failed\n", failures, times);
@@ -148,9 +170,10 @@ int runHosts(const std::string& program, const std::string& way, const std::stri
 
 }  // namespace
 
+/// Exits WAY, or Exits run COMMAND... WAY. What is run gets the service's address and the file of
+/// its certificate as further arguments.
 int main(int count, char** arguments) {
-  if (count == 3) return runHosts("/proc/self/exe", arguments[1], arguments[2]);
-  if (count != 5) return 2;
-  return runHost(arguments[1], std::string_view(arguments[2]) == "busy", arguments[3],
-                 arguments[4]);
+  if (count == 2) return runHosts({"/proc/self/exe", arguments[1]});
+  if (std::string_view(arguments[1]) == "run") return runHosts({arguments + 2, arguments + count});
+  return runHost(arguments[1], arguments[2], arguments[3]);
 }

@@ -293,7 +293,7 @@ void beginAProcess(std::size_t n, Shortage shortage, int report) {
 
 TEST(Memory, ThatRunsOutAtTheStartOfAProcessLeavesNothingSpoilt) {
   // But for what simdjson makes once, which nobody can make fail and live.
-  ASSERT_TRUE(PellixPlatform::JSONEncoder().encode(Text{"text"}));
+  ASSERT_TRUE(decodes(PellixTests::responseJSON()));
   failEveryAllocation("a process's start", [&](std::size_t n, Shortage shortage) {
     int ends[2];
     if (pipe(ends) != 0) return false;

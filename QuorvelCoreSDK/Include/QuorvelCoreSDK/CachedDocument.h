@@ -4,7 +4,6 @@
 #include <PellixPlatform/Error.h>
 #include <QuorvelCoreSDK/AccountDetails.h>
 #include <QuorvelCoreSDK/ClientHeaders.h>
-#include <QuorvelCoreSDK/OneCall.h>
 
 #include <chrono>
 #include <expected>
@@ -54,15 +53,16 @@ class PELLIX_EXPORT CachedDocument final : public std::enable_shared_from_this<C
   using Clock = std::chrono::steady_clock;
 
   struct Fetch;
+  Document freshDocument();
   void fetch();
   void finish(Fetch& fetch, std::expected<PellixPlatform::Data, PellixPlatform::Error> fetched);
-  std::vector<OneCall<Document>> takeWaiting();
+  std::vector<Callback> takeWaiting();
 
   const Parameters parameters_;
   std::mutex mutex_;
   Document document_;  // the last good one; null if there has been none
   Clock::time_point freshUntil_;
-  std::vector<OneCall<Document>> waiting_;  // a fetch is under way exactly while somebody waits
+  std::vector<Callback> waiting_;  // a fetch is under way exactly while somebody waits
 };
 
 }  // namespace QuorvelCoreSDK

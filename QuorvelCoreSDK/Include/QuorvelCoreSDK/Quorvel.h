@@ -15,8 +15,9 @@ namespace QuorvelCoreSDK {
 /// The core library's instance for one account.
 ///
 /// Requests run on one worker thread that all instances share; it starts with the first request and
-/// ends with the process, in whatever way that ends. After a `fork` without `exec`, the child can
-/// only exit.
+/// ends with the process, in whatever way that ends. A process that was forked from one with that
+/// thread can't have its own: every operation there ends at once, its callback released without a
+/// call, and the log says so once.
 ///
 /// Thread safety: any thread.
 class PELLIX_EXPORT Quorvel final : public PellixPlatform::Object {
@@ -28,6 +29,23 @@ class PELLIX_EXPORT Quorvel final : public PellixPlatform::Object {
   /// https nor loopback; the shared instance stays as it was then.
   [[nodiscard]] static std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> initialize(
       AccountDetails accountDetails, Configuration configuration = {});
+
+  /// Ends every operation of the process, of all instances: for a host that can't bear callbacks
+  /// any longer, because its language or its runtime is about to go.
+  ///
+  /// No request goes out any more, and what is under way is let go of. Every callback that waits is
+  /// released without a call, within this call and on this thread, also those in the main queue.
+  /// Those that run on other threads are waited for, `limit` at most. The result is whether all are
+  /// gone; a callback that this is called in goes when it returns, and does not count. (What
+  /// another thread is about to start meanwhile ends within its own call.) Operations that are
+  /// started later end at once, their callbacks released, until `initialize` has made an instance
+  /// again.
+  ///
+  /// A host's own transport may still send what it was given before, and its replies lead nowhere.
+  /// In a forked child this does nothing, and what the parent had under way counts as not gone.
+  ///
+  /// Thread safety: any thread, also several at once, within callbacks, and while the process ends.
+  static bool shutDown(std::chrono::milliseconds limit);
 
   /// The shared instance, or null while there is none.
   [[nodiscard]] static std::shared_ptr<Quorvel> instance();
