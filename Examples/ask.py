@@ -7,6 +7,7 @@ article resolved it and that the second one did not.
 PELLIX_LIBRARY may name the library's file, PELLIX_CERTIFICATES a file of certificates to trust.
 """
 import asyncio
+import atexit
 import ctypes
 import itertools
 import os
@@ -88,7 +89,8 @@ def finished(record, error, number):
 def released(number):
     future = pending.pop(number)
     silence = Failure("The operation ended without an answer.")
-    future.get_loop().call_soon_threadsafe(settle, future, silence)
+    if not future.get_loop().is_closed():
+        future.get_loop().call_soon_threadsafe(settle, future, silence)
 
 
 async def operation(start, *arguments):
@@ -110,6 +112,10 @@ reject = function(f"{PROVIDER}rejectWithArticle{ARTICLE}reason_callback", None,
 
 def sized(text):
     return text, len(text)
+
+
+# Before Python goes, which the callbacks above need.
+atexit.register(function("QVLQuorvel_shutDown", c_bool, c_int64), 10000)
 
 
 def set_up(url, token, certificates):

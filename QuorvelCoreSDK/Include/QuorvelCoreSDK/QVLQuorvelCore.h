@@ -1,7 +1,15 @@
 #pragma once
 
 /*
- * The core library in C: see QVLPlatform.h for the calling rules.
+ * The core library in C: see QVLPlatform.h for the calling rules. Besides:
+ *
+ * Ending. A process may end at any time, in any way, with operations under way; nothing is called
+ * or released any more then. But a host whose language or runtime goes before the process does must
+ * not be called meanwhile, and so calls QVLQuorvel_shutDown first: in an exit handler, a shutdown
+ * hook, or whatever its language has for that.
+ *
+ * Forks. Once a process has made a request, a child that is forked from it can make none:
+ * operations there end at once, silently, and the log says so once. Use exec, or fork before.
  */
 
 #include <PellixPlatform/QVLPlatform.h>
@@ -49,6 +57,16 @@ QVLQuorvel* QVLQuorvel_initialize(const char* accountUrl, size_t accountUrlLengt
 /* Waits until no request is under way, a year at most; whether it came to that. Callbacks may still
  * wait in the main queue then. Not for callbacks that run on the worker thread. */
 bool QVLQuorvel_waitUntilIdle(const QVLQuorvel* quorvel, int64_t milliseconds);
+
+/* Ends every operation of the process. No request goes out any more, and what is under way is let
+ * go of. Every callback that waits is released without a call, within this call and on this thread,
+ * whatever the host chose for its callbacks, also those in the main queue; those that run on other
+ * threads are waited for, so many milliseconds and a year at most. Whether all are gone; a callback
+ * that this is called in goes when it returns, and does not count. Operations that are started
+ * later end at once, silently, until QVLQuorvel_initialize has made an instance again. In a forked
+ * child this does nothing. It may be called on any thread, also on several at once, again and
+ * again, within callbacks, and while the process ends. */
+bool QVLQuorvel_shutDown(int64_t milliseconds);
 
 enum {
   QVLLogLevelDebug = 0,

@@ -5,7 +5,6 @@
 #include <PellixPlatform/internal/Bridge/Text.h>
 #include <QuorvelCoreSDK/internal/QuorvelHandle.h>
 
-#include <algorithm>
 #include <utility>
 
 using namespace PellixPlatform::Bridge;
@@ -37,9 +36,9 @@ QVLQuorvel* QVLQuorvel_initialize(const char* accountUrl, size_t accountUrlLengt
 }
 
 bool QVLQuorvel_waitUntilIdle(const QVLQuorvel* quorvel, int64_t milliseconds) {
-  // Clocks can't count to the end of the host's integers.
-  constexpr auto longest = std::chrono::milliseconds(std::chrono::days(365));
-  return objectOf(quorvel, __func__)
-      .waitUntilIdle(std::clamp(std::chrono::milliseconds(milliseconds),
-                                std::chrono::milliseconds::zero(), longest));
+  return objectOf(quorvel, __func__).waitUntilIdle(std::chrono::milliseconds(milliseconds));
+}
+
+bool QVLQuorvel_shutDown(int64_t milliseconds) {
+  return Quorvel::shutDown(std::chrono::milliseconds(milliseconds));
 }
