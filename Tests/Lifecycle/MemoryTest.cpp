@@ -54,7 +54,7 @@ void failEveryAllocation(const char* name, Run run,
     failed += n;
   }
   EXPECT_GT(failed, 0U) << name;
-  std::printf("%s: %zu\n", name.c_str(), failed);
+  std::printf("%s: %zu\n", name, failed);
 }
 
 enum class Operation : std::uint8_t { query, resolve, reject };
