@@ -131,8 +131,10 @@ void CurlTransfer::prepare(CURL* easy, Sockets& sockets, bool isMultiplexed) {
     set(CURLOPT_CAINFO, network.certificateAuthorities.c_str());
     set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
   }
-  set(CURLOPT_SSL_CTX_FUNCTION, network.logsTlsSecrets ? watchTls : watchTlsInSecret);
-  set(CURLOPT_SSL_CTX_DATA, &sockets);
+  if (canWatchTls()) {
+    set(CURLOPT_SSL_CTX_FUNCTION, network.logsTlsSecrets ? watchTls : watchTlsInSecret);
+    set(CURLOPT_SSL_CTX_DATA, &sockets);
+  }
   set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
 
   // Both are always said, so that libcurl does not read the environment while the host may be

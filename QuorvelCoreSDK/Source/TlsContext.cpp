@@ -22,6 +22,11 @@ void noteAlert(const SSL* tls, int where, int) {
 
 }  // namespace
 
+bool canWatchTls() {
+  static const auto* const library = curl_version_info(CURLVERSION_NOW)->ssl_version;
+  return library && std::string_view(library).starts_with("OpenSSL/");
+}
+
 CURLcode watchTls(CURL*, void* context, void* sockets) {
   auto* const tls = static_cast<SSL_CTX*>(context);
   if (SSL_CTX_set_ex_data(tls, socketsIndex(), sockets) != 1) return CURLE_OUT_OF_MEMORY;

@@ -4,6 +4,9 @@
 
 namespace QuorvelCoreSDK {
 
+/// Whether libcurl's TLS library is the one that the functions below know.
+[[nodiscard]] bool canWatchTls();
+
 /// For libcurl to call with each TLS context that it makes: the `Sockets` that `sockets` points to
 /// learn when TLS ends on a connection.
 CURLcode watchTls(CURL* easy, void* context, void* sockets);
