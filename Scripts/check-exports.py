@@ -57,7 +57,7 @@ class Declarations:
         for header in sorted(pathlib.Path(directory).rglob("*.h")):
             text = header.read_text()
             if "#pragma GCC visibility push(default)" in text:
-                self.functions.update(re.findall(r"^(?!typedef)[\w *]+?\b(QVL\w+)\(", bare(text),
+                self.functions.update(re.findall(r"^(?!typedef)[\w *]+?\b(QVL(?!_)\w+)\(", bare(text),
                                                  re.MULTILINE))
             self.read(bare(text))
 

@@ -9,8 +9,7 @@
  * error that says that the feature is disabled comes on the core's worker thread or within the
  * call.
  *
- * Errors. The domain "QV_Pellix_Disabled" (code 1006) says that the feature is disabled for the
- * account, and "com.pellix.providers" has the HTTP status as its code.
+ * Errors. Those of the core and of decoding are passed on; this library has two domains of its own.
  */
 
 #include <PellixPlatform/QVLPlatform.h>
@@ -51,10 +50,23 @@ void QVLPellix_initializeWithQuorvel_veltrane(QVLQuorvel* quorvel, QVLVeltrane* 
 const QVLPellix* QVLPellix_instance(void);
 
 /* Borrowed. Operations under way do not keep the provider alive; if it goes, they end silently. */
-QVLPellixProvider* QVLPellix_provider(const QVLPellix* pellix);
+QVLPellixProvider* QVLPellix_provider(const QVLPellix* pellix) QVL_NONNULL(1);
 
 /* Stops the process. */
 QVL_NORETURN void QVLPellix_init(void);
+
+/* The version that the library's requests carry: writes it, cut off if need be, with a NUL into
+ * `capacity` bytes (none are needed if that is 0), and gives its whole length. */
+size_t QVLPellix_version(char* bytes, size_t capacity);
+
+/* The feature is disabled for the account. */
+PELLIX_EXPORT extern const char QVLPellixDisabledErrorDomain[];
+enum { QVLPellixDisabledErrorCode = 1006 };
+
+/* The service answered with a status outside 200 to 299, which is the code. Under the key, a text
+ * repeats it. */
+PELLIX_EXPORT extern const char QVLPellixErrorDomain[];
+PELLIX_EXPORT extern const char QVLPellixErrorStatusCodeKey[];
 
 /* ---- The operations ---- */
 
@@ -64,7 +76,7 @@ typedef void (*QVLDeflectionCallback)(const QVLDeflectionResponse* response, con
 /* Asks for articles that may answer a person's question, which is sent as it is. */
 void QVLPellixProvider_getDeflectionForQueryWithQuery_callback(
     QVLPellixProvider* provider, const char* query, size_t queryLength,
-    QVLDeflectionCallback callback, void* context, QVLContextRelease release);
+    QVLDeflectionCallback callback, void* context, QVLContextRelease release) QVL_NONNULL(1);
 
 typedef void (*QVLDispatcherCallback)(const QVLPellixDispatcherResponse* response,
                                       const QVLError* error, void* context);
@@ -74,7 +86,7 @@ typedef void (*QVLDispatcherCallback)(const QVLPellixDispatcherResponse* respons
 void QVLPellixProvider_resolveWithArticleWithDeflectionId_articleId_interactionAccessToken_callback(
     QVLPellixProvider* provider, int64_t deflectionId, int64_t articleId,
     const char* interactionAccessToken, size_t interactionAccessTokenLength,
-    QVLDispatcherCallback callback, void* context, QVLContextRelease release);
+    QVLDispatcherCallback callback, void* context, QVLContextRelease release) QVL_NONNULL(1);
 
 /* Why an article was rejected. What each reason means is between the account and its answer
  * service. */
@@ -89,7 +101,7 @@ void QVLPellixProvider_rejectWithArticleWithDeflectionId_articleId_interactionAc
     QVLPellixProvider* provider, int64_t deflectionId, int64_t articleId,
     const char* interactionAccessToken, size_t interactionAccessTokenLength,
     QVLRejectionReason reason, QVLDispatcherCallback callback, void* context,
-    QVLContextRelease release);
+    QVLContextRelease release) QVL_NONNULL(1);
 
 /* Stops the process. */
 QVL_NORETURN void QVLPellixProvider_init(void);
@@ -107,10 +119,10 @@ void QVLPellixSettingsProvider_getSettingsWithCallback(QVLSettingsCallback callb
 QVL_NORETURN void QVLPellixSettingsProvider_init(void);
 
 /* Settings that say that the feature is disabled. Retained. */
-const QVLPellixSettings* QVLPellixSettings_init(void);
+const QVLPellixSettings* QVLPellixSettings_init(void) QVL_RESULT_NEEDED;
 
 /* Whether the feature is switched on for the account. */
-bool QVLPellixSettings_enabled(const QVLPellixSettings* settings);
+bool QVLPellixSettings_enabled(const QVLPellixSettings* settings) QVL_NONNULL(1);
 
 /* ---- What was found ----
  *
@@ -118,40 +130,50 @@ bool QVLPellixSettings_enabled(const QVLPellixSettings* settings);
  * of any class; it is not equal then. */
 
 /* Borrowed, never null. */
-const QVLDeflection* QVLDeflectionResponse_deflection(const QVLDeflectionResponse* response);
-size_t QVLDeflectionResponse_deflectionArticles_count(const QVLDeflectionResponse* response);
+const QVLDeflection* QVLDeflectionResponse_deflection(const QVLDeflectionResponse* response)
+    QVL_NONNULL(1);
+size_t QVLDeflectionResponse_deflectionArticles_count(const QVLDeflectionResponse* response)
+    QVL_NONNULL(1);
 /* Borrowed, never null. */
 const QVLDeflectionArticle* QVLDeflectionResponse_deflectionArticles_at(
-    const QVLDeflectionResponse* response, size_t index);
+    const QVLDeflectionResponse* response, size_t index) QVL_NONNULL(1);
 /* The token to resolve or reject with: a secret. */
 const char* QVLDeflectionResponse_interactionAccessToken(const QVLDeflectionResponse* response,
-                                                         size_t* length);
-bool QVLDeflectionResponse_isEqual(const QVLDeflectionResponse* response, const QVLObject* other);
+                                                         size_t* length) QVL_NONNULL(1);
+bool QVLDeflectionResponse_isEqual(const QVLDeflectionResponse* response, const QVLObject* other)
+    QVL_NONNULL(1);
 
-int64_t QVLDeflection_deflectionID(const QVLDeflection* deflection);
-bool QVLDeflection_isEqual(const QVLDeflection* deflection, const QVLObject* other);
+int64_t QVLDeflection_deflectionID(const QVLDeflection* deflection) QVL_NONNULL(1);
+bool QVLDeflection_isEqual(const QVLDeflection* deflection, const QVLObject* other) QVL_NONNULL(1);
 
 /* The identifier of the proposal; another one than the article's. */
-int64_t QVLDeflectionArticle_id(const QVLDeflectionArticle* article);
-const char* QVLDeflectionArticle_title(const QVLDeflectionArticle* article, size_t* length);
+int64_t QVLDeflectionArticle_id(const QVLDeflectionArticle* article) QVL_NONNULL(1);
+const char* QVLDeflectionArticle_title(const QVLDeflectionArticle* article, size_t* length)
+    QVL_NONNULL(1);
 /* The article's page for people, as received. */
-const char* QVLDeflectionArticle_htmlURL(const QVLDeflectionArticle* article, size_t* length);
+const char* QVLDeflectionArticle_htmlURL(const QVLDeflectionArticle* article, size_t* length)
+    QVL_NONNULL(1);
 /* The article's address for programs, as received. */
-const char* QVLDeflectionArticle_url(const QVLDeflectionArticle* article, size_t* length);
-size_t QVLDeflectionArticle_labelNames_count(const QVLDeflectionArticle* article);
+const char* QVLDeflectionArticle_url(const QVLDeflectionArticle* article, size_t* length)
+    QVL_NONNULL(1);
+size_t QVLDeflectionArticle_labelNames_count(const QVLDeflectionArticle* article) QVL_NONNULL(1);
 const char* QVLDeflectionArticle_labelNames_at(const QVLDeflectionArticle* article, size_t index,
-                                               size_t* length);
+                                               size_t* length) QVL_NONNULL(1);
 /* HTML, as received. */
-const char* QVLDeflectionArticle_body(const QVLDeflectionArticle* article, size_t* length);
+const char* QVLDeflectionArticle_body(const QVLDeflectionArticle* article, size_t* length)
+    QVL_NONNULL(1);
 /* The identifier of the article in the knowledge base: the one to resolve or reject with. */
-int64_t QVLDeflectionArticle_articleId(const QVLDeflectionArticle* article);
-const char* QVLDeflectionArticle_locale(const QVLDeflectionArticle* article, size_t* length);
-int64_t QVLDeflectionArticle_brandId(const QVLDeflectionArticle* article);
+int64_t QVLDeflectionArticle_articleId(const QVLDeflectionArticle* article) QVL_NONNULL(1);
+const char* QVLDeflectionArticle_locale(const QVLDeflectionArticle* article, size_t* length)
+    QVL_NONNULL(1);
+int64_t QVLDeflectionArticle_brandId(const QVLDeflectionArticle* article) QVL_NONNULL(1);
 /* How well the article answers; more is better. */
-double QVLDeflectionArticle_score(const QVLDeflectionArticle* article);
+double QVLDeflectionArticle_score(const QVLDeflectionArticle* article) QVL_NONNULL(1);
 /* HTML, as received. */
-const char* QVLDeflectionArticle_snippet(const QVLDeflectionArticle* article, size_t* length);
-bool QVLDeflectionArticle_isEqual(const QVLDeflectionArticle* article, const QVLObject* other);
+const char* QVLDeflectionArticle_snippet(const QVLDeflectionArticle* article, size_t* length)
+    QVL_NONNULL(1);
+bool QVLDeflectionArticle_isEqual(const QVLDeflectionArticle* article, const QVLObject* other)
+    QVL_NONNULL(1);
 /* Stops the process. */
 QVL_NORETURN void QVLDeflectionArticle_init(void);
 
@@ -159,12 +181,12 @@ QVL_NORETURN void QVLDeflectionArticle_init(void);
 
 /* Borrowed, never null. */
 const QVLHTTPURLResponse* QVLPellixDispatcherResponse_response(
-    const QVLPellixDispatcherResponse* response);
+    const QVLPellixDispatcherResponse* response) QVL_NONNULL(1);
 /* The body's bytes, borrowed; null if there was no body, which is not the same as an empty one. */
 const uint8_t* QVLPellixDispatcherResponse_data(const QVLPellixDispatcherResponse* response,
-                                                size_t* length);
+                                                size_t* length) QVL_NONNULL(1);
 bool QVLPellixDispatcherResponse_isEqual(const QVLPellixDispatcherResponse* response,
-                                         const QVLObject* other);
+                                         const QVLObject* other) QVL_NONNULL(1);
 /* Stops the process. */
 QVL_NORETURN void QVLPellixDispatcherResponse_init(void);
 

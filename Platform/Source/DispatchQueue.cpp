@@ -1,5 +1,6 @@
 #include <PellixPlatform/DispatchQueue.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -73,6 +74,29 @@ void DispatchQueue::run() {
     }
     task();
   }
+}
+
+std::size_t DispatchQueue::runFor(std::chrono::milliseconds limit) {
+  using std::chrono::steady_clock;
+  constexpr std::chrono::milliseconds longest = std::chrono::days(365);
+  const auto end =
+      steady_clock::now() + std::clamp(limit, std::chrono::milliseconds::zero(), longest);
+  const WakeIfAnyAreLeft wake(*state_);
+  std::size_t count = 0;
+  do {
+    Task task;
+    {
+      std::unique_lock lock(state_->mutex);
+      const auto isDue = [&] { return state_->stopped || !state_->tasks.empty(); };
+      if (!state_->changed.wait_until(lock, end, isDue)) return count;
+      if (std::exchange(state_->stopped, false)) return count;
+      task = std::move(state_->tasks.front());
+      state_->tasks.pop_front();
+    }
+    task();
+    ++count;
+  } while (steady_clock::now() < end);
+  return count;
 }
 
 std::size_t DispatchQueue::runPending() {

@@ -38,9 +38,13 @@ constexpr auto sentences = std::to_array<Sentence>({
 
 }  // namespace
 
-PellixPlatform::Error makeCoreError(CoreErrorCode code, std::string_view detail) {
+std::string_view sentenceOf(CoreErrorCode code) {
   const auto sentence = std::ranges::find(sentences, code, &Sentence::code);
-  std::string text(sentence == sentences.end() ? std::string_view() : sentence->text);
+  return sentence == sentences.end() ? std::string_view() : sentence->text;
+}
+
+PellixPlatform::Error makeCoreError(CoreErrorCode code, std::string_view detail) {
+  std::string text(sentenceOf(code));
   if (!detail.empty()) text.append(" (").append(detail).append(")");
   return PellixPlatform::Error::described(CoreErrorDomain, std::to_underlying(code),
                                           std::move(text));

@@ -1,8 +1,12 @@
 #include "Bridge/Handles.h"
+#include "LibraryVersion.h"
 
 #include <PellixPlatform/internal/Bridge/Memory.h>
 #include <QuorvelCoreSDK/internal/QuorvelHandle.h>
 #include <VeltraneProvidersSDK/internal/VeltraneHandle.h>
+
+#include <algorithm>
+#include <cstring>
 
 using namespace PellixProvidersSDK;
 using namespace PellixPlatform::Bridge;
@@ -25,6 +29,19 @@ const QVLPellix* QVLPellix_instance() {
 
 QVLPellixProvider* QVLPellix_provider(const QVLPellix* pellix) {
   return handleOf<QVLPellixProvider>(objectOf(pellix, __func__).provider().get());
+}
+
+size_t QVLPellix_version(char* bytes, size_t capacity) {
+  size_t length = 0;
+  withMemory([&] {
+    const auto version = libraryVersion(resourceBundle());
+    length = version.size();
+    if (capacity == 0) return;
+    const auto count = std::min(length, capacity - 1);
+    std::memcpy(bytes, version.data(), count);
+    bytes[count] = '\0';
+  });
+  return length;
 }
 
 void QVLPellix_init() {

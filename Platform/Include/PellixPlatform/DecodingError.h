@@ -3,6 +3,7 @@
 #include <PellixPlatform/Export.h>
 
 #include <cstdint>
+#include <string_view>
 
 namespace PellixPlatform {
 
@@ -19,5 +20,8 @@ enum class DecodingErrorCode : std::int64_t {
   numberDoesNotFit = 4,  ///< The number has a fraction or is out of range.
   dataCorrupted = 5,     ///< The document is not well formed.
 };
+
+/// The sentence for a code, or nothing if there is no such code. A NUL follows it.
+[[nodiscard]] PELLIX_EXPORT std::string_view sentenceOf(DecodingErrorCode code);
 
 }  // namespace PellixPlatform

@@ -2,6 +2,7 @@
 
 #include <PellixPlatform/Export.h>
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -11,16 +12,16 @@ namespace PellixPlatform {
 /// A queue of tasks that one thread runs in the order in which any thread posted them.
 ///
 /// The process has one main queue. The library never runs it by itself: the host does, either with
-/// `run` on a thread that has nothing else to do, or with `runPending` out of its own event loop,
-/// which `setWakeHook` tells when there is something to run.
+/// `run` or `runFor` on a thread that has nothing else to do, or with `runPending` out of its own
+/// event loop, which `setWakeHook` tells when there is something to run.
 ///
-/// Thread safety: `post`, `stop` and `setWakeHook` may be called from any thread; `run` and
-/// `runPending` from one thread at a time, and from within a task.
+/// Thread safety: `post`, `stop` and `setWakeHook` may be called from any thread; `run`, `runFor`
+/// and `runPending` from one thread at a time, and from within a task.
 ///
 /// Ownership: a task is destroyed right after it ran, before the next one starts. Tasks that never
 /// run go with their queue; those of the main queue are not destroyed when the process ends.
 ///
-/// Errors: an exception thrown by a task passes out of `run` or `runPending`; that task is gone,
+/// Errors: an exception thrown by a task passes out of the call that runs it; that task is gone,
 /// the tasks behind it stay, and the queue stays usable.
 class PELLIX_EXPORT DispatchQueue {
  public:
@@ -39,6 +40,10 @@ class PELLIX_EXPORT DispatchQueue {
 
   /// Runs tasks as they come until `stop` is called. If any are left then, the wake hook is called.
   void run();
+
+  /// Runs tasks as they come until `limit` has passed, a year at most, or `stop` is called, and
+  /// says how many it ran. A task that waits already runs whatever the limit.
+  std::size_t runFor(std::chrono::milliseconds limit);
 
   /// Runs the tasks that wait now, not those that they post, and says how many it ran. If any are
   /// left at the end, the wake hook is called again.

@@ -49,9 +49,21 @@
  * alone, on whose reference the host relies, aborts the process with a report.
  */
 
+#include <PellixPlatform/Export.h>
+
 #include <stdbool.h>
 #include <stddef.h>
 #include <stdint.h>
+
+/* What compilers can check of these rules. Not while the libraries themselves are built, whose own
+ * checks would be taken for needless then. */
+#if defined(__GNUC__) && !defined(PELLIX_BUILDS_ITSELF)
+#define QVL_NONNULL(...) __attribute__((nonnull(__VA_ARGS__)))
+#define QVL_RESULT_NEEDED __attribute__((warn_unused_result))
+#else
+#define QVL_NONNULL(...)
+#define QVL_RESULT_NEEDED
+#endif
 
 #ifdef __cplusplus
 extern "C" {
@@ -70,53 +82,103 @@ typedef void (*QVLContextRelease)(void* context);
 /* ---- Objects ---- */
 
 /* Adds a reference of the host's. */
-void QVLRetain(const QVLObject* object);
+void QVLRetain(const QVLObject* object) QVL_NONNULL(1);
 
 /* Gives a reference of the host's back. The object goes with its last owner, within this call if
  * that was the host. */
-void QVLRelease(const QVLObject* object);
+void QVLRelease(const QVLObject* object) QVL_NONNULL(1);
+
+/* How many references the host has, of all objects together: none are left when a host that leaks
+ * nothing has released what it retained. */
+size_t QVLLiveReferences(void);
+
+/* ---- The libraries ---- */
+
+/* The version of the binary interface that the loaded libraries have. A host that was made for
+ * another one can't use them. */
+int64_t QVLABIVersion(void);
+
+/* Gets each report of a mistake in the host's program before the process is aborted, on the thread
+ * that made it: for crash reporters. It may end the process itself. Without a function, there is
+ * none. */
+typedef void (*QVLFatalErrorHandler)(const char* report, size_t reportLength, void* context);
+bool QVLFatalError_setHandler(QVLFatalErrorHandler handler, void* context,
+                              QVLContextRelease release);
 
 /* ---- What went wrong ---- */
 
-const char* QVLError_domain(const QVLError* error, size_t* length);
-int64_t QVLError_code(const QVLError* error);
+const char* QVLError_domain(const QVLError* error, size_t* length) QVL_NONNULL(1);
+int64_t QVLError_code(const QVLError* error) QVL_NONNULL(1);
 /* One line for people. */
-const char* QVLError_localizedDescription(const QVLError* error, size_t* length);
+const char* QVLError_localizedDescription(const QVLError* error, size_t* length) QVL_NONNULL(1);
 /* The user info, ordered by key. Each value is a text or an integer. */
-size_t QVLError_userInfo_count(const QVLError* error);
-const char* QVLError_userInfo_keyAt(const QVLError* error, size_t index, size_t* length);
+size_t QVLError_userInfo_count(const QVLError* error) QVL_NONNULL(1);
+const char* QVLError_userInfo_keyAt(const QVLError* error, size_t index, size_t* length)
+    QVL_NONNULL(1);
 /* The text under a key; null if there is none. */
 const char* QVLError_userInfo_textForKey(const QVLError* error, const char* key, size_t keyLength,
-                                         size_t* length);
+                                         size_t* length) QVL_NONNULL(1);
 /* Whether there is an integer under a key; if so, `value` (may be null) is set to it. */
 bool QVLError_userInfo_integerForKey(const QVLError* error, const char* key, size_t keyLength,
-                                     int64_t* value);
+                                     int64_t* value) QVL_NONNULL(1);
+
+/* The key of one sentence for people. */
+PELLIX_EXPORT extern const char QVLLocalizedDescriptionKey[];
+
+/* A document could not be decoded. */
+PELLIX_EXPORT extern const char QVLDecodingErrorDomain[];
+enum {
+  QVLDecodingErrorKeyNotFound = 1,      /* A required key is missing. */
+  QVLDecodingErrorValueIsNull = 2,      /* A required value is null. */
+  QVLDecodingErrorTypeMismatch = 3,     /* The value is of another type. */
+  QVLDecodingErrorNumberDoesNotFit = 4, /* The number has a fraction or is out of range. */
+  QVLDecodingErrorDataCorrupted = 5     /* The document is not well formed. */
+};
+/* The keys that say where: a text as `articles[1].title` (none where the whole document is meant),
+ * two integers, counted from 1 and from 0, and, where they apply, what was wanted and what is
+ * there.
+ */
+PELLIX_EXPORT extern const char QVLDecodingErrorCodingPathKey[];
+PELLIX_EXPORT extern const char QVLDecodingErrorLineKey[];
+PELLIX_EXPORT extern const char QVLDecodingErrorByteKey[];
+PELLIX_EXPORT extern const char QVLDecodingErrorExpectedKey[];
+PELLIX_EXPORT extern const char QVLDecodingErrorFoundKey[];
+
+/* The sentence for a code; null if there is no such code. Lives as long as the process. */
+const char* QVLDecodingError_textForCode(int64_t code, size_t* length);
 
 /* ---- What a server answered ---- */
 
-int64_t QVLHTTPURLResponse_statusCode(const QVLHTTPURLResponse* response);
+int64_t QVLHTTPURLResponse_statusCode(const QVLHTTPURLResponse* response) QVL_NONNULL(1);
 /* The address that answered. */
-const char* QVLHTTPURLResponse_url(const QVLHTTPURLResponse* response, size_t* length);
+const char* QVLHTTPURLResponse_url(const QVLHTTPURLResponse* response, size_t* length)
+    QVL_NONNULL(1);
 /* The value of a header field, found without regard to case; null if there is none. */
 const char* QVLHTTPURLResponse_valueForHeaderField(const QVLHTTPURLResponse* response,
                                                    const char* name, size_t nameLength,
-                                                   size_t* length);
+                                                   size_t* length) QVL_NONNULL(1);
 /* Every header field once, ordered by name. */
-size_t QVLHTTPURLResponse_allHeaderFields_count(const QVLHTTPURLResponse* response);
+size_t QVLHTTPURLResponse_allHeaderFields_count(const QVLHTTPURLResponse* response) QVL_NONNULL(1);
 const char* QVLHTTPURLResponse_allHeaderFields_nameAt(const QVLHTTPURLResponse* response,
-                                                      size_t index, size_t* length);
+                                                      size_t index, size_t* length) QVL_NONNULL(1);
 const char* QVLHTTPURLResponse_allHeaderFields_valueAt(const QVLHTTPURLResponse* response,
-                                                       size_t index, size_t* length);
-bool QVLHTTPURLResponse_isEqual(const QVLHTTPURLResponse* response, const QVLObject* other);
+                                                       size_t index, size_t* length) QVL_NONNULL(1);
+bool QVLHTTPURLResponse_isEqual(const QVLHTTPURLResponse* response, const QVLObject* other)
+    QVL_NONNULL(1);
 
 /* ---- The main queue ----
  *
- * The host runs it: either by QVLMainQueue_run, on a thread that has nothing else to do, or by
- * QVLMainQueue_runPending out of its own event loop. One thread at a time; within a callback, too.
+ * The host runs it: either by QVLMainQueue_run or QVLMainQueue_runFor, on a thread that has nothing
+ * else to do, or by QVLMainQueue_runPending out of its own event loop. One thread at a time; within
+ * a callback, too.
  */
 
 /* Runs what comes until QVLMainQueue_stop is called. */
 void QVLMainQueue_run(void);
+
+/* The same, but for so many milliseconds at most; whether anything ran. A callback that waits
+ * already runs whatever the time. */
+bool QVLMainQueue_runFor(int64_t milliseconds);
 
 /* Runs what waits now. */
 void QVLMainQueue_runPending(void);
@@ -134,6 +196,12 @@ bool QVLMainQueue_setWakeHook(QVLWakeHook hook, void* context, QVLContextRelease
 /* Puts a directory in the place of the resources that a library carries. To be called before
  * anything else; false, and nothing changes, also if there is no such directory. */
 bool QVLBundle_setResourceDirectory(const char* path, size_t pathLength);
+
+/* ---- Languages ---- */
+
+/* The person's languages as BCP 47 tags, each up to its NUL, most preferred first, in place of what
+ * the environment says. Null: the environment's again. */
+bool QVLLocale_setPreferredLanguages(const char* const* languages, size_t count);
 
 /* NOLINTEND(modernize-use-using) */
 #pragma GCC visibility pop

@@ -57,10 +57,21 @@ void QVLRelease(const QVLObject* object) {
   if (!object) misuse(__func__, "null where an object is needed");
   std::shared_ptr<const PellixPlatform::Object> last;  // goes after the lock does
   auto& all = table();
-  const std::lock_guard lock(all.mutex);
+  std::unique_lock lock(all.mutex);
   const auto found = all.references.find(object);
-  if (found == all.references.end()) misuse(__func__, "released more often than retained");
+  if (found == all.references.end()) {
+    lock.unlock();  // the host may hear of it, and call
+    misuse(__func__, "released more often than retained");
+  }
   if (--found->second.count > 0) return;
   last = std::move(found->second.object);
   all.references.erase(found);
+}
+
+size_t QVLLiveReferences() {
+  auto& all = table();
+  const std::lock_guard lock(all.mutex);
+  size_t count = 0;
+  for (const auto& [object, references] : all.references) count += references.count;
+  return count;
 }

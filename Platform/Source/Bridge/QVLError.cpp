@@ -3,6 +3,8 @@
 
 using namespace PellixPlatform::Bridge;
 
+const char QVLLocalizedDescriptionKey[] = "NSLocalizedDescriptionKey";
+
 namespace {
 
 /// The user info's value under a key if it is a `Value`, else null.

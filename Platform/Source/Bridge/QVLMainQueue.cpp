@@ -11,6 +11,13 @@ void QVLMainQueue_run() {
   while (!withMemory([] { DispatchQueue::main().run(); })) continue;
 }
 
+bool QVLMainQueue_runFor(int64_t milliseconds) {
+  std::size_t count = 1;  // what runs out of memory did run
+  withMemory(
+      [&] { count = DispatchQueue::main().runFor(std::chrono::milliseconds(milliseconds)); });
+  return count > 0;
+}
+
 void QVLMainQueue_runPending() {
   // Whatever is left then, the wake hook tells.
   withMemory([] { DispatchQueue::main().runPending(); });

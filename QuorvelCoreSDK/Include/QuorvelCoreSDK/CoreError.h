@@ -32,6 +32,9 @@ enum class CoreErrorCode : std::int64_t {
   invalidProxy = 19,                ///< The proxy's address can't be used.
 };
 
+/// The sentence for a code, or nothing if there is no such code. A NUL follows it.
+[[nodiscard]] PELLIX_EXPORT std::string_view sentenceOf(CoreErrorCode code);
+
 /// An error of this domain: the code's sentence, and `detail` in brackets if there is any.
 [[nodiscard]] PELLIX_EXPORT PellixPlatform::Error makeCoreError(CoreErrorCode code,
                                                                 std::string_view detail = {});

@@ -24,26 +24,51 @@ typedef struct QVLQuorvel QVLQuorvel;
 typedef struct QVLQuorvelConfiguration QVLQuorvelConfiguration;
 
 /* What a host may choose when it sets up the core. Retained; to be used by one thread at a time. */
-QVLQuorvelConfiguration* QVLQuorvelConfiguration_init(void);
+QVLQuorvelConfiguration* QVLQuorvelConfiguration_init(void) QVL_RESULT_NEEDED;
 
 /* The bearer token of all requests that need one. */
 bool QVLQuorvelConfiguration_setToken(QVLQuorvelConfiguration* configuration, const char* token,
-                                      size_t tokenLength);
+                                      size_t tokenLength) QVL_NONNULL(1);
 
 /* Supplies the bearer token of one request by QVLTokenReceiver_setToken; if it does not, there is
  * none. Runs on any thread, also on several at once, and should be quick. */
 typedef struct QVLTokenReceiver QVLTokenReceiver; /* valid until the supplier returns */
 typedef void (*QVLTokenSupplier)(QVLTokenReceiver* receiver, void* context);
-bool QVLTokenReceiver_setToken(QVLTokenReceiver* receiver, const char* token, size_t tokenLength);
+bool QVLTokenReceiver_setToken(QVLTokenReceiver* receiver, const char* token, size_t tokenLength)
+    QVL_NONNULL(1);
 
 /* Takes the place of a token that was set before. Without a function, there is no token. */
 bool QVLQuorvelConfiguration_setTokenSupplier(QVLQuorvelConfiguration* configuration,
                                               QVLTokenSupplier supplier, void* context,
-                                              QVLContextRelease release);
+                                              QVLContextRelease release) QVL_NONNULL(1);
 
 /* A file of trusted certificates in PEM, in place of the system's. */
 bool QVLQuorvelConfiguration_setCertificateAuthorities(QVLQuorvelConfiguration* configuration,
-                                                       const char* path, size_t pathLength);
+                                                       const char* path, size_t pathLength)
+    QVL_NONNULL(1);
+
+/* The proxy's address; empty, as at first: what the environment says. */
+bool QVLQuorvelConfiguration_setProxy(QVLQuorvelConfiguration* configuration, const char* address,
+                                      size_t addressLength) QVL_NONNULL(1);
+
+/* Whether to pay no attention to what the environment says of proxies. */
+void QVLQuorvelConfiguration_setIgnoreProxyEnvironment(QVLQuorvelConfiguration* configuration,
+                                                       bool ignore) QVL_NONNULL(1);
+
+/* Limits in milliseconds, from 0 to a year: for a connection to be made, and for a request in all.
+ */
+void QVLQuorvelConfiguration_setConnectTimeout(QVLQuorvelConfiguration* configuration,
+                                               int64_t milliseconds) QVL_NONNULL(1);
+void QVLQuorvelConfiguration_setRequestTimeout(QVLQuorvelConfiguration* configuration,
+                                               int64_t milliseconds) QVL_NONNULL(1);
+
+/* How many bytes a reply's body may have. */
+void QVLQuorvelConfiguration_setMaxResponseBytes(QVLQuorvelConfiguration* configuration,
+                                                 size_t bytes) QVL_NONNULL(1);
+
+/* How long settings are kept before they are fetched anew. */
+void QVLQuorvelConfiguration_setSettingsTimeToLive(QVLQuorvelConfiguration* configuration,
+                                                   int64_t milliseconds) QVL_NONNULL(1);
 
 /* Sets up the core for an account: `accountUrl` is https, or http to loopback. Retained; null if it
  * can't be set up, and then `error` (may be null) is set to why, retained (null if memory ran out).
@@ -52,11 +77,44 @@ QVLQuorvel* QVLQuorvel_initialize(const char* accountUrl, size_t accountUrlLengt
                                   const char* applicationId, size_t applicationIdLength,
                                   const char* clientId, size_t clientIdLength,
                                   const QVLQuorvelConfiguration* configuration,
-                                  const QVLError** error);
+                                  const QVLError** error) QVL_RESULT_NEEDED;
 
 /* Waits until no request is under way, a year at most; whether it came to that. Callbacks may still
  * wait in the main queue then. Not for callbacks that run on the worker thread. */
-bool QVLQuorvel_waitUntilIdle(const QVLQuorvel* quorvel, int64_t milliseconds);
+bool QVLQuorvel_waitUntilIdle(const QVLQuorvel* quorvel, int64_t milliseconds) QVL_NONNULL(1);
+
+/* The instance that was set up last. Retained; null while there is none. */
+QVLQuorvel* QVLQuorvel_instance(void) QVL_RESULT_NEEDED;
+
+/* ---- The core's errors ----
+ *
+ * What a server answered is never one of them. */
+
+PELLIX_EXPORT extern const char QVLCoreErrorDomain[];
+enum {
+  QVLCoreErrorInvalidAccountUrl = 1, /* The account address is no absolute URL, or says too much. */
+  QVLCoreErrorInsecureUrl = 2,       /* An address is not https, and not loopback either. */
+  QVLCoreErrorMissingToken = 3,      /* A bearer token is needed and there is none. */
+  QVLCoreErrorInvalidHeader = 4,     /* A token or header can't stand in a request. */
+  QVLCoreErrorNotInitialized = 5,    /* The account details do not come from a core instance. */
+  QVLCoreErrorCannotResolveHost = 6, /* The host's name is unknown. */
+  QVLCoreErrorCannotResolveProxy = 7,    /* The proxy's name is unknown. */
+  QVLCoreErrorCannotConnect = 8,         /* The host, or the proxy, does not accept a connection. */
+  QVLCoreErrorTimedOut = 9,              /* A time limit has passed. */
+  QVLCoreErrorUntrustedCertificate = 10, /* The server's certificate is not one to be trusted. */
+  QVLCoreErrorSecureConnectionFailed = 11,     /* No secure connection could be set up. */
+  QVLCoreErrorUnreadableCertificateStore = 12, /* The trusted certificates can't be read. */
+  QVLCoreErrorConnectionLost = 13, /* The connection broke before the reply was complete. */
+  QVLCoreErrorMalformedReply = 14, /* The reply is not proper HTTP. */
+  QVLCoreErrorReplyTooLarge = 15,  /* The reply is larger than what is accepted. */
+  QVLCoreErrorProxyFailed = 16,    /* The proxy refused to pass the request on. */
+  QVLCoreErrorTransportFailed = 17 /* The request failed in some other way. */
+};
+
+/* The sentence for a code; null if there is no such code. Lives as long as the process. */
+const char* QVLCoreError_textForCode(int64_t code, size_t* length);
+
+/* ---- The log ---- */
 
 /* Ends every operation of the process. No request goes out any more, and what is under way is let
  * go of. Every callback that waits is released without a call, within this call and on this thread,

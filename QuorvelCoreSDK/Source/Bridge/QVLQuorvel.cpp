@@ -35,6 +35,14 @@ QVLQuorvel* QVLQuorvel_initialize(const char* accountUrl, size_t accountUrlLengt
   return quorvel;
 }
 
+QVLQuorvel* QVLQuorvel_instance() {
+  QVLQuorvel* quorvel = nullptr;
+  withMemory([&] {
+    if (const auto instance = Quorvel::instance()) quorvel = retained<QVLQuorvel>(instance);
+  });
+  return quorvel;
+}
+
 bool QVLQuorvel_waitUntilIdle(const QVLQuorvel* quorvel, int64_t milliseconds) {
   return objectOf(quorvel, __func__).waitUntilIdle(std::chrono::milliseconds(milliseconds));
 }

@@ -60,3 +60,38 @@ bool QVLQuorvelConfiguration_setCertificateAuthorities(QVLQuorvelConfiguration* 
   if (!isPath(file)) return false;
   return withMemory([&] { values.network.certificateAuthorities = file; });
 }
+
+bool QVLQuorvelConfiguration_setProxy(QVLQuorvelConfiguration* configuration, const char* address,
+                                      size_t addressLength) {
+  auto& values = objectOf(configuration, __func__).values;
+  const auto proxy = textOf(address, addressLength, __func__);
+  return withMemory([&] { values.network.proxy = proxy; });
+}
+
+void QVLQuorvelConfiguration_setIgnoreProxyEnvironment(QVLQuorvelConfiguration* configuration,
+                                                       bool ignore) {
+  objectOf(configuration, __func__).values.network.ignoreProxyEnvironment = ignore;
+}
+
+void QVLQuorvelConfiguration_setConnectTimeout(QVLQuorvelConfiguration* configuration,
+                                               int64_t milliseconds) {
+  objectOf(configuration, __func__).values.network.connectTimeout =
+      std::chrono::milliseconds(milliseconds);
+}
+
+void QVLQuorvelConfiguration_setRequestTimeout(QVLQuorvelConfiguration* configuration,
+                                               int64_t milliseconds) {
+  objectOf(configuration, __func__).values.network.requestTimeout =
+      std::chrono::milliseconds(milliseconds);
+}
+
+void QVLQuorvelConfiguration_setMaxResponseBytes(QVLQuorvelConfiguration* configuration,
+                                                 size_t bytes) {
+  objectOf(configuration, __func__).values.network.maxResponseBytes = bytes;
+}
+
+void QVLQuorvelConfiguration_setSettingsTimeToLive(QVLQuorvelConfiguration* configuration,
+                                                   int64_t milliseconds) {
+  objectOf(configuration, __func__).values.settingsTimeToLive =
+      std::chrono::milliseconds(milliseconds);
+}

@@ -15,11 +15,25 @@ extern "C" {
 typedef struct QVLVeltrane QVLVeltrane;
 
 /* Sets up the library over the core. Retained. */
-QVLVeltrane* QVLVeltrane_initialize(QVLQuorvel* quorvel);
+QVLVeltrane* QVLVeltrane_initialize(QVLQuorvel* quorvel) QVL_NONNULL(1) QVL_RESULT_NEEDED;
+
+/* The instance that was set up last. Retained; null while there is none. */
+QVLVeltrane* QVLVeltrane_instance(void) QVL_RESULT_NEEDED;
 
 /* The locale to search in; null takes it away, an empty text counts as set. */
 bool QVLVeltrane_setLumenoLocaleOverride(QVLVeltrane* veltrane, const char* locale,
-                                         size_t localeLength);
+                                         size_t localeLength) QVL_NONNULL(1);
+
+/* What went wrong with a vote; it only shows in the log. */
+PELLIX_EXPORT extern const char QVLVeltraneErrorDomain[];
+enum {
+  QVLVeltraneErrorMissingArticleId = 1, /* No article is named. */
+  QVLVeltraneErrorNotInitialized = 2,   /* Neither this library nor the core has an instance. */
+  QVLVeltraneErrorRefused = 3 /* The knowledge base answered with another status than success. */
+};
+
+/* The sentence for a code; null if there is no such code. Lives as long as the process. */
+const char* QVLVeltraneError_textForCode(int64_t code, size_t* length);
 
 /* NOLINTEND(modernize-use-using) */
 #pragma GCC visibility pop

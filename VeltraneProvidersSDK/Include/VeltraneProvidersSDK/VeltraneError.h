@@ -3,6 +3,7 @@
 #include <PellixPlatform/Export.h>
 
 #include <cstdint>
+#include <string_view>
 
 namespace VeltraneProvidersSDK {
 
@@ -15,5 +16,8 @@ enum class VeltraneErrorCode : std::int64_t {
   notInitialized = 2,    ///< Neither this library nor the core has an instance.
   refused = 3,           ///< The knowledge base answered with another status than success.
 };
+
+/// The sentence for a code, or nothing if there is no such code. A NUL follows it.
+[[nodiscard]] PELLIX_EXPORT std::string_view sentenceOf(VeltraneErrorCode code);
 
 }  // namespace VeltraneProvidersSDK

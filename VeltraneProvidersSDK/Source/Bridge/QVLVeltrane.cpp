@@ -16,6 +16,16 @@ QVLVeltrane* QVLVeltrane_initialize(QVLQuorvel* quorvel) {
   return veltrane;
 }
 
+QVLVeltrane* QVLVeltrane_instance() {
+  QVLVeltrane* veltrane = nullptr;
+  withMemory([&] {
+    if (const auto instance = VeltraneProvidersSDK::Veltrane::instance()) {
+      veltrane = retained<QVLVeltrane>(instance);
+    }
+  });
+  return veltrane;
+}
+
 bool QVLVeltrane_setLumenoLocaleOverride(QVLVeltrane* veltrane, const char* locale,
                                          size_t localeLength) {
   auto& self = objectOf(veltrane, __func__);

@@ -2,16 +2,23 @@
 
 #include <PellixPlatform/Export.h>
 
+#include <functional>
 #include <string_view>
 
 namespace PellixPlatform {
 
 /// Stops the process because its program is wrong: writes `report` and a line feed to standard
-/// error, then aborts. Never for a failure that a correct program can meet.
+/// error, calls the host's handler, then aborts. Never for a failure that a correct program can
+/// meet.
 [[noreturn]] PELLIX_EXPORT void fatalError(std::string_view report);
 
 /// The report for a class that is not to be made by that initialiser.
 [[noreturn]] PELLIX_EXPORT void fatalUnimplementedInitializer(std::string_view className,
                                                               std::string_view initializer);
+
+/// `handler` gets each such report before the process aborts, for the host's own crash reports; on
+/// the thread that went wrong, once in a process. It may end the process itself, but must not
+/// throw. An empty function removes it. Thread safety: any thread.
+PELLIX_EXPORT void setFatalErrorHandler(std::function<void(std::string_view report)> handler);
 
 }  // namespace PellixPlatform

@@ -28,6 +28,12 @@ inline const char* lend(const std::string& text, std::size_t* length) {
   return text.c_str();
 }
 
+/// A sentence that lives as long as the process; null if it is empty.
+inline const char* lendSentence(std::string_view sentence, std::size_t* length) {
+  if (length) *length = sentence.size();
+  return sentence.data();
+}
+
 /// Absence of a text.
 inline const char* lendNothing(std::size_t* length) {
   if (length) *length = 0;
