@@ -128,11 +128,16 @@ PELLIX_EXPORT extern const char QVLLocalizedDescriptionKey[];
 /* A document could not be decoded. */
 PELLIX_EXPORT extern const char QVLDecodingErrorDomain[];
 enum {
-  QVLDecodingErrorKeyNotFound = 1,      /* A required key is missing. */
-  QVLDecodingErrorValueIsNull = 2,      /* A required value is null. */
-  QVLDecodingErrorTypeMismatch = 3,     /* The value is of another type. */
-  QVLDecodingErrorNumberDoesNotFit = 4, /* The number has a fraction or is out of range. */
-  QVLDecodingErrorDataCorrupted = 5     /* The document is not well formed. */
+  /* A required key is missing. */
+  QVLDecodingErrorKeyNotFound = 1,
+  /* A required value is null. */
+  QVLDecodingErrorValueIsNull = 2,
+  /* The value is of another type. */
+  QVLDecodingErrorTypeMismatch = 3,
+  /* The number has a fraction or is out of range. */
+  QVLDecodingErrorNumberDoesNotFit = 4,
+  /* The document is not well formed. */
+  QVLDecodingErrorDataCorrupted = 5
 };
 /* The keys that say where: a text as `articles[1].title` (none where the whole document is meant),
  * two integers, counted from 1 and from 0, and, where they apply, what was wanted and what is
@@ -146,6 +151,15 @@ PELLIX_EXPORT extern const char QVLDecodingErrorFoundKey[];
 
 /* The sentence for a code; null if there is no such code. Lives as long as the process. */
 const char* QVLDecodingError_textForCode(int64_t code, size_t* length);
+
+/* A record could not be encoded: the operation ends silently, and standard output says why. */
+PELLIX_EXPORT extern const char QVLEncodingErrorDomain[];
+enum {
+  /* A text is not valid UTF-8. */
+  QVLEncodingErrorInvalidText = 1,
+  /* A number is not finite. */
+  QVLEncodingErrorInvalidNumber = 2
+};
 
 /* ---- What a server answered ---- */
 

@@ -47,7 +47,8 @@ bool QVLQuorvelConfiguration_setCertificateAuthorities(QVLQuorvelConfiguration* 
                                                        const char* path, size_t pathLength)
     QVL_NONNULL(1);
 
-/* The proxy's address; empty, as at first: what the environment says. */
+/* The proxy's address, `[SCHEME://][USER:PASSWORD@]HOST[:PORT]`; empty, as at first: what the
+ * environment says when the core is set up. */
 bool QVLQuorvelConfiguration_setProxy(QVLQuorvelConfiguration* configuration, const char* address,
                                       size_t addressLength) QVL_NONNULL(1);
 
@@ -61,6 +62,11 @@ void QVLQuorvelConfiguration_setConnectTimeout(QVLQuorvelConfiguration* configur
                                                int64_t milliseconds) QVL_NONNULL(1);
 void QVLQuorvelConfiguration_setRequestTimeout(QVLQuorvelConfiguration* configuration,
                                                int64_t milliseconds) QVL_NONNULL(1);
+
+/* Whether the secrets of TLS connections are written to the file that SSLKEYLOGFILE names, so that
+ * a recording of the traffic can be read. Never in production. */
+void QVLQuorvelConfiguration_setLogsTlsSecrets(QVLQuorvelConfiguration* configuration, bool logs)
+    QVL_NONNULL(1);
 
 /* How many bytes a reply's body may have. */
 void QVLQuorvelConfiguration_setMaxResponseBytes(QVLQuorvelConfiguration* configuration,
@@ -92,23 +98,42 @@ QVLQuorvel* QVLQuorvel_instance(void) QVL_RESULT_NEEDED;
 
 PELLIX_EXPORT extern const char QVLCoreErrorDomain[];
 enum {
-  QVLCoreErrorInvalidAccountUrl = 1, /* The account address is no absolute URL, or says too much. */
-  QVLCoreErrorInsecureUrl = 2,       /* An address is not https, and not loopback either. */
-  QVLCoreErrorMissingToken = 3,      /* A bearer token is needed and there is none. */
-  QVLCoreErrorInvalidHeader = 4,     /* A token or header can't stand in a request. */
-  QVLCoreErrorNotInitialized = 5,    /* The account details do not come from a core instance. */
-  QVLCoreErrorCannotResolveHost = 6, /* The host's name is unknown. */
-  QVLCoreErrorCannotResolveProxy = 7,    /* The proxy's name is unknown. */
-  QVLCoreErrorCannotConnect = 8,         /* The host, or the proxy, does not accept a connection. */
-  QVLCoreErrorTimedOut = 9,              /* A time limit has passed. */
-  QVLCoreErrorUntrustedCertificate = 10, /* The server's certificate is not one to be trusted. */
-  QVLCoreErrorSecureConnectionFailed = 11,     /* No secure connection could be set up. */
-  QVLCoreErrorUnreadableCertificateStore = 12, /* The trusted certificates can't be read. */
-  QVLCoreErrorConnectionLost = 13, /* The connection broke before the reply was complete. */
-  QVLCoreErrorMalformedReply = 14, /* The reply is not proper HTTP. */
-  QVLCoreErrorReplyTooLarge = 15,  /* The reply is larger than what is accepted. */
-  QVLCoreErrorProxyFailed = 16,    /* The proxy refused to pass the request on. */
-  QVLCoreErrorTransportFailed = 17 /* The request failed in some other way. */
+  /* The account's address is no absolute URL, or says too much. */
+  QVLCoreErrorInvalidAccountUrl = 1,
+  /* An address is not https, and not loopback either. */
+  QVLCoreErrorInsecureUrl = 2,
+  /* A bearer token is needed and there is none. */
+  QVLCoreErrorMissingToken = 3,
+  /* A token or header can't stand in a request. */
+  QVLCoreErrorInvalidHeader = 4,
+  /* The account details do not come from a core instance. */
+  QVLCoreErrorNotInitialized = 5,
+  /* The host's name is unknown. */
+  QVLCoreErrorCannotResolveHost = 6,
+  /* The proxy's name is unknown. */
+  QVLCoreErrorCannotResolveProxy = 7,
+  /* The host, or the proxy, does not accept a connection. */
+  QVLCoreErrorCannotConnect = 8,
+  /* A time limit has passed. */
+  QVLCoreErrorTimedOut = 9,
+  /* The server's certificate is not one to be trusted. */
+  QVLCoreErrorUntrustedCertificate = 10,
+  /* No secure connection could be set up. */
+  QVLCoreErrorSecureConnectionFailed = 11,
+  /* The trusted certificates can't be read. */
+  QVLCoreErrorUnreadableCertificateStore = 12,
+  /* The connection broke before the reply was complete. */
+  QVLCoreErrorConnectionLost = 13,
+  /* The reply is not proper HTTP. */
+  QVLCoreErrorMalformedReply = 14,
+  /* The reply is larger than what is accepted. */
+  QVLCoreErrorReplyTooLarge = 15,
+  /* The proxy refused to pass the request on. */
+  QVLCoreErrorProxyFailed = 16,
+  /* The request failed in some other way. */
+  QVLCoreErrorTransportFailed = 17,
+  /* The proxy's address can't be used. */
+  QVLCoreErrorInvalidProxy = 19
 };
 
 /* The sentence for a code; null if there is no such code. Lives as long as the process. */

@@ -85,6 +85,10 @@ void QVLQuorvelConfiguration_setRequestTimeout(QVLQuorvelConfiguration* configur
       std::chrono::milliseconds(milliseconds);
 }
 
+void QVLQuorvelConfiguration_setLogsTlsSecrets(QVLQuorvelConfiguration* configuration, bool logs) {
+  objectOf(configuration, __func__).values.network.logsTlsSecrets = logs;
+}
+
 void QVLQuorvelConfiguration_setMaxResponseBytes(QVLQuorvelConfiguration* configuration,
                                                  size_t bytes) {
   objectOf(configuration, __func__).values.network.maxResponseBytes = bytes;

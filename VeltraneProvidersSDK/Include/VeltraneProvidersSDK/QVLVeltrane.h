@@ -27,9 +27,12 @@ bool QVLVeltrane_setLumenoLocaleOverride(QVLVeltrane* veltrane, const char* loca
 /* What went wrong with a vote; it only shows in the log. */
 PELLIX_EXPORT extern const char QVLVeltraneErrorDomain[];
 enum {
-  QVLVeltraneErrorMissingArticleId = 1, /* No article is named. */
-  QVLVeltraneErrorNotInitialized = 2,   /* Neither this library nor the core has an instance. */
-  QVLVeltraneErrorRefused = 3 /* The knowledge base answered with another status than success. */
+  /* No article is named. */
+  QVLVeltraneErrorMissingArticleId = 1,
+  /* Neither this library nor the core has an instance. */
+  QVLVeltraneErrorNotInitialized = 2,
+  /* The knowledge base answered with another status than success. */
+  QVLVeltraneErrorRefused = 3
 };
 
 /* The sentence for a code; null if there is no such code. Lives as long as the process. */
