@@ -4,40 +4,23 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 
 namespace PellixPlatform {
 namespace {
 
-using Handler = std::shared_ptr<const std::function<void(std::string_view)>>;
+using Handler = std::function<void(std::string_view)>;
 
-struct HostHandler {
-  std::mutex mutex;
-  Handler handler;
-};
-
-HostHandler& hostHandler() {
-  static auto& handler = *new HostHandler;  // leaked: programs go wrong at their end too
-  return handler;
-}
-
-/// The handler, the first time that it is asked for: what goes wrong within it can't go on there.
-Handler takeHandler() {
-  static constinit std::atomic<bool> isTaken = false;
-  if (isTaken.exchange(true)) return nullptr;
-  auto& host = hostHandler();
-  const std::lock_guard lock(host.mutex);
-  return host.handler;
-}
+// Whoever takes it out owns it, so that none is lost while it is being called.
+constinit std::atomic<const Handler*> hostHandler = nullptr;
 
 }  // namespace
 
 void fatalError(std::string_view report) {
   std::fwrite(report.data(), 1, report.size(), stderr);
   std::fputc('\n', stderr);
-  if (const auto handler = takeHandler()) (*handler)(report);
+  if (const auto* const handler = hostHandler.exchange(nullptr)) (*handler)(report);
   std::abort();
 }
 
@@ -47,12 +30,8 @@ void fatalUnimplementedInitializer(std::string_view className, std::string_view 
 }
 
 void setFatalErrorHandler(std::function<void(std::string_view report)> handler) {
-  Handler shared =
-      handler ? std::make_shared<const std::function<void(std::string_view)>>(std::move(handler))
-              : nullptr;
-  auto& host = hostHandler();
-  const std::lock_guard lock(host.mutex);
-  std::swap(host.handler, shared);  // the earlier one goes after the lock does
+  auto added = handler ? std::make_unique<const Handler>(std::move(handler)) : nullptr;
+  const std::unique_ptr<const Handler> earlier(hostHandler.exchange(added.release()));
 }
 
 }  // namespace PellixPlatform

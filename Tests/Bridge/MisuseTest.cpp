@@ -1,6 +1,9 @@
+#define PELLIX_BUILDS_ITSELF  // nulls are passed on purpose
 #include "Bridge/Bridge.h"
 
 #include <gmock/gmock.h>
+
+#include <cstdio>
 
 namespace BridgeTests {
 namespace {
@@ -19,18 +22,16 @@ void expectReports(const Misuses& misuses) {
   }
 }
 
+std::string unimplemented(const std::string& className) {
+  return "Fatal error: Use of unimplemented initializer 'init()' for class 'PellixProvidersSDK." +
+         className + "'";
+}
+
 const Misuse initialisers[] = {
-    {"Fatal error: Use of unimplemented initializer 'init()' for class 'PellixProvidersSDK.Pellix'",
-     [] { QVLPellix_init(); }},
-    {"Fatal error: Use of unimplemented initializer 'init()' for class "
-     "'PellixProvidersSDK.PellixProvider'",
-     [] { QVLPellixProvider_init(); }},
-    {"Fatal error: Use of unimplemented initializer 'init()' for class "
-     "'PellixProvidersSDK.DeflectionArticle'",
-     [] { QVLDeflectionArticle_init(); }},
-    {"Fatal error: Use of unimplemented initializer 'init()' for class "
-     "'PellixProvidersSDK.PellixDispatcherResponse'",
-     [] { QVLPellixDispatcherResponse_init(); }},
+    {unimplemented("Pellix"), [] { QVLPellix_init(); }},
+    {unimplemented("PellixProvider"), [] { QVLPellixProvider_init(); }},
+    {unimplemented("DeflectionArticle"), [] { QVLDeflectionArticle_init(); }},
+    {unimplemented("PellixDispatcherResponse"), [] { QVLPellixDispatcherResponse_init(); }},
     {"Source/Settings/PellixSettingsProvider:29: Fatal error: ",
      [] { QVLPellixSettingsProvider_init(); }},
 };
@@ -90,6 +91,24 @@ const Misuse others[] = {
        QVLPellix_initializeWithQuorvel_veltrane(seen<QVLQuorvel>(*quorvel), nullptr);
      }},
 };
+
+TEST(Misuse, IsToldTheHostBeforeTheProcessEnds) {
+  const auto tell = [](const char* report, size_t length, void* context) {
+    std::fprintf(stderr, "%s: %.*s\n", static_cast<const char*>(context), static_cast<int>(length),
+                 report);
+    QVLRelease(nullptr);  // a mistake of the handler's own
+  };
+  static char name[] = "handler";
+  EXPECT_EXIT(
+      {
+        QVLFatalError_setHandler(tell, name, nullptr);
+        QVLRelease(anArticle());
+      },
+      testing::KilledBySignal(SIGABRT),
+      testing::StrEq("Fatal error: QVLRelease: released more often than retained\n"
+                     "handler: Fatal error: QVLRelease: released more often than retained\n"
+                     "Fatal error: QVLRelease: null where an object is needed\n"));
+}
 
 TEST(Misuse, IsReported) {
   expectReports(initialisers);

@@ -1,5 +1,7 @@
 #include "Bridge/Bridge.h"
 
+#include <PellixPlatform/DecodingError.h>
+
 #include <gmock/gmock.h>
 
 #include <functional>
@@ -131,6 +133,34 @@ TEST(BridgedError, HasDomainCodeAndUserInfo) {
                                                             nullptr);
   Support::settle(*host.transport);
   EXPECT_EQ(calls, 1);
+}
+
+TEST(BridgedError, HasTheConstantsOfTheCPlusPlusInterface) {
+  using namespace PellixPlatform;
+  using namespace PellixProvidersSDK;
+  const std::pair<const char*, const char*> texts[] = {
+      {QVLLocalizedDescriptionKey, NSLocalizedDescriptionKey},
+      {QVLDecodingErrorDomain, DecodingErrorDomain},
+      {QVLEncodingErrorDomain, EncodingErrorDomain},
+      {QVLCoreErrorDomain, QuorvelCoreSDK::CoreErrorDomain},
+      {QVLVeltraneErrorDomain, VeltraneProvidersSDK::VeltraneErrorDomain},
+      {QVLPellixErrorDomain, PellixErrorDomain},
+      {QVLPellixDisabledErrorDomain, PellixDisabledErrorDomain}};
+  for (const auto& [inC, inCPlusPlus] : texts) EXPECT_STREQ(inC, inCPlusPlus);
+
+  const auto error = JSONDecoder().decode<DeflectionResponse>(R"({"deflection":1})").error();
+  for (const auto* key :
+       {QVLDecodingErrorCodingPathKey, QVLDecodingErrorLineKey, QVLDecodingErrorByteKey,
+        QVLDecodingErrorExpectedKey, QVLDecodingErrorFoundKey}) {
+    EXPECT_TRUE(error.userInfo().contains(std::string_view(key))) << key;
+  }
+  EXPECT_EQ(text(QVLDecodingError_textForCode, QVLDecodingErrorTypeMismatch),
+            "The value is of another type.");
+  EXPECT_EQ(text(QVLCoreError_textForCode, QVLCoreErrorTimedOut),
+            "The server did not answer in time.");
+  EXPECT_EQ(text(QVLVeltraneError_textForCode, QVLVeltraneErrorMissingArticleId),
+            "No article is named.");
+  EXPECT_EQ(QVLCoreError_textForCode(0, nullptr), nullptr);
 }
 
 template <class Handle>
