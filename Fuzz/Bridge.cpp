@@ -243,15 +243,16 @@ class Host {
   void configure() {
     auto* const configuration = QVLQuorvelConfiguration_init();
     const QVLError* error = nullptr;
+    const QVLQuorvel* made = nullptr;
     const auto url = "http://acme.example/" + input_.text();
     withText([&](const char* text, std::size_t length) {
       QVLQuorvelConfiguration_setToken(configuration, text, length);
       QVLQuorvelConfiguration_setTokenSupplier(
           configuration, [](QVLTokenReceiver*, void*) {}, newContext(), releaseContext);
-      QVLQuorvel_initialize(url.data(), url.size(), text, length, text, length, configuration,
-                            &error);
+      made = QVLQuorvel_initialize(url.data(), url.size(), text, length, text, length,
+                                   configuration, &error);
     });
-    require(error != nullptr, "an address that is not secure is refused");
+    require(!made && error, "an address that is not secure is refused");
     keep(error);
     QVLRelease(error);
     QVLRelease(configuration);

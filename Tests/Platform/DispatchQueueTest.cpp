@@ -14,6 +14,23 @@ namespace {
 using PellixPlatform::DispatchQueue;
 using Log = std::vector<std::string>;
 
+TEST(DispatchQueue, RunsForALimitedTime) {
+  using std::chrono::milliseconds;
+  DispatchQueue queue;
+  EXPECT_EQ(queue.runFor(milliseconds(1)), 0U);
+  std::string ran;
+  queue.post([&] {
+    ran += "first ";
+    queue.post([&] { ran += "second "; });
+    queue.post([&] { queue.stop(); });
+  });
+  EXPECT_EQ(queue.runFor(milliseconds::min()), 1U);  // what waits runs whatever the limit
+  queue.post([&] { ran += "third"; });
+  EXPECT_EQ(queue.runFor(milliseconds::max()), 2U);
+  EXPECT_EQ(ran, "first second ");
+  EXPECT_EQ(queue.runFor(milliseconds::zero()), 1U);
+}
+
 TEST(DispatchQueue, TheMainOneIsAlwaysTheSame) {
   EXPECT_EQ(&DispatchQueue::main(), &DispatchQueue::main());
 }
