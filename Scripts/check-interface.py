@@ -49,7 +49,7 @@ def exported(header):
 def differing_codes(root):
     """Codes of errors that C and C++ do not have alike, with their numbers and sentences."""
     for cpp, c in (("Platform/Include/PellixPlatform/DecodingError.h", "QVLPlatform.h"),
-                   ("Platform/Include/PellixPlatform/Encoder.h", "QVLPlatform.h"),
+                   ("Platform/Include/PellixPlatform/EncodingError.h", "QVLPlatform.h"),
                    ("QuorvelCoreSDK/Include/QuorvelCoreSDK/CoreError.h", "QVLQuorvelCore.h"),
                    ("VeltraneProvidersSDK/Include/VeltraneProvidersSDK/VeltraneError.h",
                     "QVLVeltrane.h")):

@@ -1,3 +1,4 @@
+#include <PellixPlatform/FatalErrorHandler.h>
 #include <PellixPlatform/internal/FatalError.h>
 
 #include <atomic>

@@ -1,6 +1,7 @@
 #include "Bridge/Bridge.h"
 
 #include <PellixPlatform/DecodingError.h>
+#include <PellixPlatform/EncodingError.h>
 
 #include <gmock/gmock.h>
 

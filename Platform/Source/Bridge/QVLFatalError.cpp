@@ -1,4 +1,4 @@
-#include <PellixPlatform/FatalError.h>
+#include <PellixPlatform/FatalErrorHandler.h>
 #include <PellixPlatform/internal/Bridge/Memory.h>
 
 #include <utility>

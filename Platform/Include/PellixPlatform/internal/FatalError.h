@@ -2,7 +2,6 @@
 
 #include <PellixPlatform/Export.h>
 
-#include <functional>
 #include <string_view>
 
 namespace PellixPlatform {
@@ -15,10 +14,5 @@ namespace PellixPlatform {
 /// The report for a class that is not to be made by that initialiser.
 [[noreturn]] PELLIX_EXPORT void fatalUnimplementedInitializer(std::string_view className,
                                                               std::string_view initializer);
-
-/// `handler` gets each such report before the process aborts, for the host's own crash reports; on
-/// the thread that went wrong, once in a process. It may end the process itself, but must not
-/// throw. An empty function removes it. Thread safety: any thread.
-PELLIX_EXPORT void setFatalErrorHandler(std::function<void(std::string_view report)> handler);
 
 }  // namespace PellixPlatform
