@@ -151,16 +151,6 @@ const char* QVLCoreError_textForCode(int64_t code, size_t* length);
 
 /* ---- The log ---- */
 
-/* Ends every operation of the process. No request goes out any more, and what is under way is let
- * go of. Every callback that waits is released without a call, within this call and on this thread,
- * whatever the host chose for its callbacks, also those in the main queue; those that run on other
- * threads are waited for, so many milliseconds and a year at most. Whether all are gone; a callback
- * that this is called in goes when it returns, and does not count. Operations that are started
- * later end at once, silently, until QVLQuorvel_initialize has made an instance again. In a forked
- * child this does nothing. It may be called on any thread, also on several at once, again and
- * again, within callbacks, and while the process ends. */
-bool QVLQuorvel_shutDown(int64_t milliseconds);
-
 enum {
   QVLLogLevelDebug = 0,
   QVLLogLevelInfo = 1,
