@@ -1,7 +1,8 @@
 # The flags that Debian builds its packages with, of this machine's release, and control-flow protection.
 # Included before the compilers are looked at.
 find_program(DPKG_BUILDFLAGS dpkg-buildflags REQUIRED)
-if(CMAKE_HOST_SYSTEM_PROCESSOR STREQUAL "x86_64")
+cmake_host_system_information(RESULT platform QUERY OS_PLATFORM)
+if(platform STREQUAL "x86_64")
   set(control_flow -fcf-protection)
 endif()
 foreach(name IN ITEMS CPPFLAGS CFLAGS CXXFLAGS LDFLAGS)

@@ -22,6 +22,8 @@ using VeltraneProvidersSDK::Veltrane;
 using Then = LoopbackReply::Then;
 namespace ServicePaths = QuorvelCoreSDK::ServicePaths;
 
+inline constexpr std::size_t largest = 20'000;  // bytes of a reply, where a test bounds it
+
 /// Where the operations ask: a query, a resolution, a rejection. They are known by their place
 /// here.
 inline constexpr std::array<std::string_view, 3> paths{

@@ -22,7 +22,6 @@ using std::chrono::steady_clock;
 constexpr unsigned seed = 20'261;
 constexpr unsigned threadCount = 16;
 constexpr int atOnce = 4;  // operations of each thread
-constexpr std::size_t largest = 20'000;
 
 /// How many of each kind, by operation.
 using Counts = std::map<std::string, std::array<std::size_t, 3>>;

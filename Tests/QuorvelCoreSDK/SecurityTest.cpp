@@ -112,6 +112,8 @@ TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationAlone) {
                                       : httpReply("200 OK", "by proxy")};
   });
   const LoopbackServer closed(nullptr, {.isDeaf = true});
+  const LoopbackServer asking(replying(httpReply("407 Proxy Authentication Required", "",
+                                                 "Proxy-Authenticate: Basic realm=\"x\"\r\n")));
   for (const char* name : {"http_proxy", "https_proxy", "all_proxy", "ALL_PROXY"}) {
     setenv(name, closed.origin().c_str(), 1);
   }
@@ -130,6 +132,8 @@ TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationAlone) {
       {server.origin("localhost"), closed.origin(), CoreErrorCode{}, "direct"},
       {"https://other.invalid", "", cannotConnect, closed.origin().substr(17)},
       {"https://account.invalid", proxy.origin(), proxyFailed, "403"},
+      {"https://account.invalid", asking.origin(), proxyFailed, "407"},
+      {"https://account.invalid", closed.origin(), cannotConnect, closed.origin().substr(17)},
       {"https://account.invalid", withPassword + "@" + proxy.origin().substr(7), proxyFailed,
        "403"},
       {"https://account.invalid", withPassword + "@host.invalid", cannotResolveProxy, "proxy"},

@@ -122,21 +122,15 @@ void waitUntil(const std::function<bool()>& isSo) {
   }
 }
 
-void makeCertificate(const fs::path& directory, const std::string& address) {
-  const auto made = Support::runProcess(
-      {OPENSSL, "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes",
-       "-days", "2", "-subj", "/CN=localhost", "-addext", "subjectAltName=IP:" + address, "-keyout",
-       directory / "key.pem", "-out", directory / "certificate.pem"});
-  if (made.exitCode != 0) throw std::runtime_error(made.errors);
-}
-
 }  // namespace
 
 PackagedServer::PackagedServer(const ServerOptions& options)
     : program_(options.program), address_(options.address) {
   // Workers, which a server that root starts runs as somebody else, read the documents.
   fs::permissions(directory_.path(), fs::perms::owner_all | fs::perms::others_exec);
-  makeCertificate(directory_.path(), address_);
+  const auto identity = Support::makeIdentity({.names = "IP:" + address_});
+  directory_.write("certificate.pem", identity.certificate);
+  directory_.write("key.pem", identity.key);
   // Holds the port until the server has it too.
   const Support::LoopbackServer port([](const auto&) { return Support::LoopbackReply{}; },
                                      {.isDeaf = true});

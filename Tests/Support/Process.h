@@ -1,5 +1,6 @@
 #pragma once
 
+#include <spawn.h>
 #include <sys/types.h>
 
 #include <map>
@@ -21,6 +22,16 @@ struct Outcome {
 [[nodiscard]] Outcome runProcess(std::vector<std::string> arguments,
                                  const std::map<std::string, std::string>& environment = {},
                                  const std::string& input = {});
+
+/// Starts a program, found by its path or as the shell does, with an environment of just these
+/// variables; its number.
+[[nodiscard]] pid_t startProcess(std::vector<std::string> arguments,
+                                 const std::map<std::string, std::string>& environment = {},
+                                 const posix_spawn_file_actions_t* actions = nullptr,
+                                 const posix_spawnattr_t* attributes = nullptr);
+
+/// Waits until a process has ended; its exit code, or minus the signal's number.
+int waitForProcess(pid_t process);
 
 /// A program that goes on until it is told to end.
 class BackgroundProcess {

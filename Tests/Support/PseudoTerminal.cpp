@@ -1,42 +1,49 @@
 #include "PseudoTerminal.h"
 
+#include "Process.h"
+
+#include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <stdexcept>
+#include <utility>
 
 namespace Support {
 
 PseudoTerminal::PseudoTerminal(std::vector<std::string> arguments,
                                const std::map<std::string, std::string>& environment,
                                unsigned short columns) {
-  std::vector<std::string> variables;
-  for (const auto& [name, value] : environment) variables.push_back(name + "=" + value);
-  const auto pointers = [](std::vector<std::string>& texts) {
-    std::vector<char*> result;
-    for (auto& text : texts) result.push_back(text.data());
-    result.push_back(nullptr);
-    return result;
-  };
-  const auto argv = pointers(arguments);
-  const auto envp = pointers(variables);
+  int program = -1;
   const winsize size{.ws_row = 24, .ws_col = columns, .ws_xpixel = 0, .ws_ypixel = 0};
-  child_ = ::forkpty(&terminal_, nullptr, nullptr, &size);
-  if (child_ < 0) throw std::runtime_error("no terminal");
-  if (child_ == 0) {
-    ::execve(argv[0], argv.data(), envp.data());
-    ::_exit(127);
+  char name[64];
+  if (::openpty(&terminal_, &program, name, nullptr, &size) != 0) {
+    throw std::runtime_error("no terminal");
   }
+  ::fcntl(terminal_, F_SETFD, FD_CLOEXEC);
+  ::fcntl(program, F_SETFD, FD_CLOEXEC);
+  // The first terminal that a new session opens is its own.
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, name, O_RDWR, 0);
+  posix_spawn_file_actions_adddup2(&actions, STDIN_FILENO, STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, STDIN_FILENO, STDERR_FILENO);
+  child_ = startProcess(std::move(arguments), environment, &actions, &attributes);
+  posix_spawn_file_actions_destroy(&actions);
+  posix_spawnattr_destroy(&attributes);
+  ::close(program);
 }
 
 PseudoTerminal::~PseudoTerminal() {
   ::close(terminal_);
   if (child_ > 0) {
     ::kill(child_, SIGKILL);
-    ::waitpid(child_, nullptr, 0);
+    waitForProcess(child_);
   }
 }
 
@@ -57,10 +64,7 @@ void PseudoTerminal::type(const std::string& keys) {
 int PseudoTerminal::wait() {
   while (readSome()) {
   }
-  int status = 0;
-  ::waitpid(child_, &status, 0);
-  child_ = -1;
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+  return waitForProcess(std::exchange(child_, -1));
 }
 
 bool PseudoTerminal::readSome() {

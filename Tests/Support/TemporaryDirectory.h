@@ -1,7 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -12,7 +10,10 @@ namespace Support {
 /// A directory that goes with this object, with all that is in it.
 class TemporaryDirectory {
  public:
-  TemporaryDirectory() : path_(::mkdtemp((testing::TempDir() + "pellix-XXXXXX").data())) {}
+  TemporaryDirectory()
+      : path_(
+            ::mkdtemp((std::filesystem::temp_directory_path() / "pellix-XXXXXX").string().data())) {
+  }
   TemporaryDirectory(const TemporaryDirectory&) = delete;
   TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
   ~TemporaryDirectory() { std::filesystem::remove_all(path_); }
