@@ -50,8 +50,8 @@ LoopbackIdentity makeIdentity(const IdentityOptions& options) {
   mustRun(directory.path(),
           "req -new -newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes -config configuration"
           " -subj '/CN=Loopback " +
-              std::to_string(++count) + "' -addext subjectAltName=" + options.names +
-              " -addext basicConstraints=CA:" + (options.issuer ? "FALSE" : "TRUE") +
+              std::to_string(++count) +
+              "' -addext basicConstraints=CA:TRUE -addext subjectAltName=" + options.names +
               " -keyout key.pem -out request.pem");
   std::string issue =
       "ca -batch -notext -config configuration -in request.pem -out certificate.pem";
