@@ -6,6 +6,8 @@
 #include <QuorvelCoreSDK/QuorvelCoreSDK.h>
 #include <VeltraneProvidersSDK/VeltraneProvidersSDK.h>
 
+#include <QuorvelCoreSDKTesting/ScriptedTransport.h>
+
 #include <memory>
 #include <utility>
 
@@ -31,6 +33,18 @@ inline std::shared_ptr<PellixProvider> setUp(const std::string& address,
   Pellix::initialize(std::move(quorvel), std::move(veltrane));
   ++turn;
   return Pellix::instance()->provider();
+}
+
+/// A service that answers at once.
+inline auto serviceWith(const char* accountSettings, int status = 200,
+                        const std::string& reply = PellixTests::responseJSON()) {
+  auto transport = std::make_shared<QuorvelCoreSDK::Testing::ScriptedTransport>();
+  transport->answer("/knowledge/v1/settings", 200, R"({"locale":"de"})");
+  transport->answer("/account/settings", 200, accountSettings);
+  for (const auto* path : {"/resolutions", "/rejections", "/interactions"}) {
+    if (status != 0) transport->answer(path, status, reply);
+  }
+  return transport;
 }
 
 /// What became of an operation. Watching the end takes no memory.

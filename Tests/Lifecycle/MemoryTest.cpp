@@ -4,7 +4,6 @@
 
 #include <PellixPlatform/JSONDecoder.h>
 
-#include <QuorvelCoreSDKTesting/ScriptedTransport.h>
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <sys/wait.h>
@@ -36,13 +35,12 @@ bool isCompleted(Body body) {
   }
 }
 
-constexpr std::initializer_list<Shortage> both = {Shortage::passing, Shortage::lasting};
-
 /// Calls `run` with the n-th allocation failing, and with all from the n-th on, for every n until
 /// none fails any more. `run` begins the shortage itself, and says whether it reached that.
 template <class Run>
 void failEveryAllocation(const char* name, Run run,
-                         std::initializer_list<Shortage> shortages = both) {
+                         std::initializer_list<Shortage> shortages = {Shortage::passing,
+                                                                      Shortage::lasting}) {
   std::size_t failed = 0;
   for (const auto shortage : shortages) {
     std::size_t n = 0;
@@ -97,17 +95,6 @@ const Course courses[] = {
     {"no connection", true, 0},
 };
 
-std::shared_ptr<ScriptedTransport> transportFor(const Course& course) {
-  using namespace QuorvelCoreSDK::ServicePaths;
-  auto transport = std::make_shared<ScriptedTransport>();
-  transport->answer(std::string(knowledgeSettings), 200, R"({"locale":"de"})");
-  transport->answer(std::string(accountSettings), 200, course.settings);
-  for (const auto path : {"/resolutions", "/rejections", "/interactions"}) {
-    if (course.status != 0) transport->answer(path, course.status, course.reply);
-  }
-  return transport;
-}
-
 /// Runs whatever waits. What memory is missing for has ended, and the rest goes on.
 void settle(ScriptedTransport& transport) {
   for (int i = 0; i < 100; ++i) {  // not for ever: there may be no memory for the queue itself
@@ -119,7 +106,7 @@ void settle(ScriptedTransport& transport) {
 /// fails; then once more without. Whether one failed.
 bool survives(Operation operation, const Course& course, bool isSetUpBefore, std::size_t n,
               Shortage shortage) {
-  const auto transport = transportFor(course);
+  const auto transport = serviceWith(course.settings, course.status, course.reply);
   std::shared_ptr<PellixProvider> provider;
   const auto makeProvider = [&] {
     if (!provider) provider = setUp("https://acme.example", {.transport = transport});
@@ -176,15 +163,10 @@ TEST(Memory, ThatRunsOutEndsAnOperationAndReleasesItsCallbackOnce) {
   }
 }
 
-/// A record of nothing.
-struct Nothing {
-  explicit Nothing(const PellixPlatform::Decoder&) {}
-};
-
 TEST(Memory, ThatRunsOutAtTheStartOfAProcessLeavesNothingSpoilt) {
   CoreLogger::setLevel(QuorvelCoreSDK::LogLevel::off);
   // But for what simdjson makes once, which nobody can make fail and live.
-  ASSERT_TRUE(PellixPlatform::JSONDecoder().decode<Nothing>("{}"));
+  ASSERT_FALSE(PellixPlatform::JSONDecoder().decode<PellixProvidersSDK::DeflectionResponse>("{}"));
   failEveryAllocation("a process's start", [&](std::size_t n, Shortage shortage) {
     const auto child = fork();
     if (child == 0) {

@@ -34,14 +34,11 @@ static jclass host;
 static jmethodID reply;
 static pthread_key_t attached; /* detaches a thread that ends */
 
-static void detach(void* value) {
-  (void)value;
+static void detach(void*) {
   (*machine)->DetachCurrentThread(machine);
 }
 
-static void replyToJava(const QVLDeflectionResponse* response, const QVLError* error,
-                        void* context) {
-  (void)response, (void)error, (void)context;
+static void replyToJava(const QVLDeflectionResponse*, const QVLError*, void*) {
   void* environment = NULL;
   (*machine)->AttachCurrentThread(machine, &environment, NULL);
   pthread_setspecific(attached, machine);
@@ -60,13 +57,11 @@ JNIEXPORT void JNICALL Java_Ends_begin(JNIEnv* java, jclass self, jstring url,
         (*java)->GetStringUTFChars(java, certificates, NULL), replyToJava);
 }
 
-JNIEXPORT jboolean JNICALL Java_Ends_shutDown(JNIEnv* java, jclass self) {
-  (void)java, (void)self;
+JNIEXPORT jboolean JNICALL Java_Ends_shutDown(JNIEnv*, jclass) {
   return QVLQuorvel_shutDown(60000);
 }
 
-JNIEXPORT void JNICALL Java_Ends_terminate(JNIEnv* java, jclass self) {
-  (void)java, (void)self;
+JNIEXPORT void JNICALL Java_Ends_terminate(JNIEnv*, jclass) {
   kill(getpid(), SIGTERM);
 }
 
@@ -75,15 +70,12 @@ JNIEXPORT void JNICALL Java_Ends_terminate(JNIEnv* java, jclass self) {
 
 static napi_threadsafe_function reply;
 
-static void replyToNode(const QVLDeflectionResponse* response, const QVLError* error,
-                        void* context) {
-  (void)response, (void)error, (void)context;
+static void replyToNode(const QVLDeflectionResponse*, const QVLError*, void*) {
   napi_call_threadsafe_function(reply, NULL, napi_tsfn_blocking);
   ask();
 }
 
-static void shutDown(void* context) {
-  (void)context;
+static void shutDown(void*) {
   QVLQuorvel_shutDown(60000);
 }
 

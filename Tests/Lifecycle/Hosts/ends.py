@@ -1,5 +1,6 @@
 """Ends in the way that its second argument names, while the worker thread calls it. The first one is
 the path of the example, which ends all calls before Python goes."""
+import _ctypes
 import importlib.util
 import os
 import sys
@@ -8,41 +9,62 @@ from ctypes import CFUNCTYPE, c_int, c_void_p
 
 sys.dont_write_bytecode = True
 example, way, url, certificates = sys.argv[1:]
-spec = importlib.util.spec_from_file_location("example", example)
-host = importlib.util.module_from_spec(spec)
-spec.loader.exec_module(host)
-replies = threading.Semaphore(0)
-releases = 0
+calls = threading.Semaphore(0)
+endings = []
+
+
+class Host:
+    """The example, with a library of its own."""
+
+    def __init__(self, library):
+        os.environ["PELLIX_LIBRARY"] = library
+        spec = importlib.util.spec_from_file_location("example", example)
+        self.example = importlib.util.module_from_spec(spec)
+        spec.loader.exec_module(self.example)
+        self.run_queue = self.example.function("QVLMainQueue_run", None)
+        self.stop_queue = self.example.function("QVLMainQueue_stop", None)
+        self.example.function("QVLCoreLogger_setLevel", None, c_int)(4)
+        self.quorvel, self.provider = self.example.set_up(
+            os.fsencode(url), b"secret", os.fsencode(certificates))
+
+    def ask(self, number):
+        self.example.ask(self.provider, *self.example.sized(b"How?"), finished, number, released)
 
 
 @CFUNCTYPE(None, c_void_p, c_void_p, c_void_p)
-def finished(record, error, context):
-    replies.release()
-    ask()
+def finished(record, error, number):
+    calls.release()
+    if error:
+        hosts[0].ask(number)
 
 
 @CFUNCTYPE(None, c_void_p)
-def released(context):
-    global releases
-    releases += 1
+def released(number):
+    endings.append(number)
+    if way == "unload":
+        hosts[number - 1].stop_queue()
 
 
-def ask():
-    host.ask(provider, *host.sized(b"How?"), finished, None, released)
-
-
-host.function("QVLCoreLogger_setLevel", None, c_int)(4)
-quorvel, provider = host.set_up(os.fsencode(url), b"secret", os.fsencode(certificates))
+hosts = [Host(path) for path in os.environ["PELLIX_LIBRARY"].split(":")]
+if way == "unload":  # with questions under way; each library answers its own
+    for number, host in enumerate(hosts, 1):
+        host.ask(number)
+        _ctypes.dlclose(host.example.library._handle)
+    for host in hosts:
+        host.run_queue()
+    providers = {host.provider._as_parameter_ for host in hosts}
+    are_right = endings == list(range(1, len(hosts) + 1)) and len(providers) == len(hosts)
+    sys.exit(7 if are_right else 3)
 for _ in range(100):
-    ask()
+    hosts[0].ask(None)
 for _ in range(1000):
-    replies.acquire()
+    calls.acquire()
 if way == "fork":
     child = os.fork()
     if child == 0:
-        before = releases
-        ask()
-        sys.exit(7 if releases == before + 1 else 3)
+        before = len(endings)
+        hosts[0].ask(None)
+        sys.exit(7 if len(endings) == before + 1 else 3)
     if os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) != 7:
         sys.exit(4)
 sys.exit(7)
