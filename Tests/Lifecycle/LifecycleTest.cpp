@@ -24,12 +24,13 @@ TEST(Replacement, EndsAQuestionUnlessTheHostKeepsItsProvider) {
     const std::weak_ptr<PellixProvider> watch = provider;
     Ending ending;
     provider->getDeflectionForQuery("How?", ending.callback());
+    transport->run();
     if (!isKept) provider.reset();
     const auto later = setUp(address, {.transport = serviceWith(settings)});
     EXPECT_EQ(Pellix::instance()->provider(), later);
     EXPECT_EQ(watch.expired(), !isKept);
     EXPECT_EQ(ending.releases, 0);
-    transport->settle();
+    DispatchQueue::main().runPending();
     EXPECT_EQ(ending.calls, isKept ? 1 : 0);
     EXPECT_EQ(ending.releases, 1);
   }
