@@ -100,8 +100,8 @@ def all_places(bench: Bench, folders: list[str]) -> list[list[changes.Change]]:
         listed = json.loads(kept.read_text())
         return [[changes.Change(**change) for change in place] for place in listed]
     entries = json.loads((bench.build / "compile_commands.json").read_text())
-    origins = [bench.source / folder for folder in folders]
-    inside = lambda e: any(pathlib.Path(e["file"]).is_relative_to(folder) for folder in origins)
+    copied = [bench.source / folder for folder in folders]
+    inside = lambda e: any(pathlib.Path(e["file"]).is_relative_to(folder) for folder in copied)
     jobs = [(bench.source, folders, e["directory"], e["command"], e["file"])
             for e in entries if inside(e)]  # fmt: skip
     places: dict[tuple, set] = {}
