@@ -12,8 +12,8 @@ namespace AnswerService {
 
 /// How a service is set up. Fixed for the life of the Service.
 struct Options {
-  std::string token = "demo-token";
-  std::string applicationId = "demo-application";
+  /// The bearer token that clients must send. Empty: one is made at random, see Service::token().
+  std::string token;
   std::string defaultLocale = "en-us";
 
   /// A file keeps the record from one run to the next.
@@ -31,7 +31,9 @@ struct Options {
   std::function<void(std::string_view line)> log = nullptr;
 };
 
-/// An account's answer service on a loopback socket of this process.
+/// An account's answer service on a loopback socket of this process. It answers requests for
+/// localhost, 127.0.0.1 and [::1] with its own port only, so that no web page reaches it under a
+/// name of its own.
 ///
 /// Thread safety: every member may be called from any thread at any time.
 ///
@@ -53,12 +55,10 @@ class Service {
   /// answers do not hold it up. Does nothing when not started.
   void stop();
 
-  /// The port of the latest start; 0 before it.
-  [[nodiscard]] int port() const;
-
-  /// "http://127.0.0.1:PORT", or https with TLS. No slash at the end.
+  /// "http://127.0.0.1:PORT", or https with TLS. No slash at the end; the latest port, or 0.
   [[nodiscard]] std::string baseUrl() const;
 
+  [[nodiscard]] const std::string& token() const;
   [[nodiscard]] Record record() const;
 
   /// Makes one endpoint misbehave from the next request on: "disabled", "status:N", "delay:MS",
@@ -70,8 +70,8 @@ class Service {
   [[nodiscard]] std::string certificatePem() const;
 
  private:
-  class Implementation;
-  const std::unique_ptr<Implementation> implementation_;
+  struct Parts;
+  const std::unique_ptr<Parts> parts_;
 };
 
 }  // namespace AnswerService

@@ -2,54 +2,29 @@
 
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace AnswerService {
 
-/// A question as it arrived, and what it was answered with.
 struct Query {
-  std::int64_t deflectionId = 0;
-  std::int64_t viaId = 0;
-  std::int64_t deflectionChannelId = 0;
-  std::string interactionReference;
-  std::int64_t interactionReferenceType = 0;
   std::string enquiry;
   std::string locale;
-  std::vector<std::string> labels;
-  std::optional<std::int64_t> brandId;
-  std::string answeredLocale;
-  std::vector<std::int64_t> articleIds;
+  std::vector<std::int64_t> articleIds;  ///< What it was answered with, best first.
 };
 
-struct Resolution {
-  std::int64_t id = 0;
-  std::int64_t deflectionId = 0;
+/// A resolution, a rejection or a vote.
+struct Report {
   std::int64_t articleId = 0;
-  std::int64_t resolutionChannelId = 0;
+  std::int64_t reasonId = 0;  ///< Of rejections only.
 };
 
-struct Rejection {
-  std::int64_t id = 0;
-  std::int64_t deflectionId = 0;
-  std::int64_t articleId = 0;
-  std::int64_t resolutionChannelId = 0;
-  std::int64_t reasonId = 0;
-};
-
-struct Vote {
-  std::int64_t id = 0;
-  std::int64_t articleId = 0;
-  std::int64_t value = 0;
-};
-
-/// What clients did, oldest first. Holds no token of any kind.
+/// What clients did, oldest first. The service's address /demo/record shows more of each.
 struct Record {
   std::vector<Query> queries;
-  std::vector<Resolution> resolutions;
-  std::vector<Rejection> rejections;
-  std::vector<Vote> votes;
+  std::vector<Report> resolutions;
+  std::vector<Report> rejections;
+  std::vector<Report> votes;
   /// By endpoint name; every endpoint is listed. Refused and misbehaving requests count too.
   std::map<std::string, std::int64_t> requests;
 };

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <openssl/evp.h>
-#include <openssl/x509.h>
+#include <openssl/ssl.h>
 
 #include <chrono>
 #include <memory>
@@ -9,7 +8,7 @@
 
 namespace AnswerService {
 
-/// A key made for this run, with a certificate signed by it.
+/// What a TLS server needs: a key made for this run, and a certificate that is its own authority.
 class Certificate {
  public:
   /// Both ends of the validity count from now; `names` is a subject alternative name.
@@ -17,12 +16,10 @@ class Certificate {
               const std::string& names);
 
   [[nodiscard]] std::string pem() const;
-  [[nodiscard]] EVP_PKEY* key() const { return key_.get(); }
-  [[nodiscard]] X509* certificate() const { return certificate_.get(); }
+  [[nodiscard]] SSL_CTX* context() const { return context_.get(); }
 
  private:
-  std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key_;
-  std::unique_ptr<X509, decltype(&X509_free)> certificate_;
+  const std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> context_;
 };
 
 }  // namespace AnswerService

@@ -6,136 +6,133 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <future>
+#include <algorithm>
 #include <stdexcept>
 
 namespace AnswerService {
 namespace {
 
-constexpr const char* kHost = "127.0.0.1";
+using std::chrono::steady_clock;
 
-/// Every open connection holds one thread, idle or not. Clients keep pools of idle connections,
-/// and several clients may be at work at once; a fixed small pool would let them starve each
-/// other.
-constexpr std::size_t kThreads = 64;
+constexpr const char* host = "127.0.0.1";
 
-/// Clients should find their idle connections still open. Neither limit costs anything here, as
-/// shutDown() ends idle connections itself.
-constexpr std::size_t kMostRequestsOnConnection = 10'000;
-constexpr std::chrono::seconds kIdleTime(120);
+/// Every open connection holds one thread, idle or not, and clients keep pools of them.
+constexpr std::size_t threads = 64;
 
-constexpr std::chrono::seconds kIoTimeout(10);
-constexpr std::size_t kLargestBody = 16UL * 1024 * 1024;
+/// Clients should find their idle connections still open. Who drips a request has this long for
+/// each byte, unless the place is needed.
+constexpr std::chrono::seconds idleTime(120);
 
 /// The HTTP layer's own backlog of 5 makes a burst of connections wait for a retry of the network.
-constexpr int kBacklog = 256;
+constexpr int backlog = 256;
 
-SSL_CTX* makeContext(const Certificate* certificate) {
-  if (certificate == nullptr) return nullptr;
-  SSL_CTX* const context = SSL_CTX_new(TLS_server_method());
-  if (context == nullptr || SSL_CTX_use_certificate(context, certificate->certificate()) != 1 ||
-      SSL_CTX_use_PrivateKey(context, certificate->key()) != 1) {
-    SSL_CTX_free(context);
-    throw std::runtime_error("TLS cannot be set up.");
+/// Before a request's body is read. False if it will not be.
+bool prepare(httplib::Request& request) {
+  // A few compressed bytes can become any amount of memory; so they stay as they are.
+  if (request.headers.erase("Content-Encoding") > 0) {
+    request.set_header("Content-Encoding", "unread");
   }
-  SSL_CTX_set_min_proto_version(context, TLS1_2_VERSION);
-  return context;
-}
-
-/// Without SO_REUSEPORT, which the HTTP layer would set: with it, a second service on the same
-/// port would start without an error and take half of the connections.
-void reuseAddress(int fd) {
-  const int on = 1;
-  setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-}
-
-/// A POST that announces no body has none; the HTTP layer would read until the client hangs up.
-void assumeNoBody(httplib::Request& request) {
-  if (!request.has_header("Content-Length") && !request.has_header("Transfer-Encoding")) {
-    request.set_header("Content-Length", "0");
+  if (request.has_header("Content-Length") || request.has_header("Transfer-Encoding")) {
+    return request.method != "GET" && request.method != "HEAD";
   }
+  // What announces no body has none; the HTTP layer would read until the client hangs up.
+  request.set_header("Content-Length", "0");
+  return true;
 }
 
 }  // namespace
 
-LoopbackServer::LoopbackServer(const Certificate* certificate)
-    : tls_(makeContext(certificate), &SSL_CTX_free) {
+struct LoopbackServer::Threads : httplib::ThreadPool {
+  explicit Threads(LoopbackServer& server) : ThreadPool(threads), server_(server) {}
+  void enqueue(std::function<void()> connection) override {
+    {
+      const std::lock_guard lock(server_.mutex_);
+      ++server_.waiting_;
+      server_.makeRoom();
+    }
+    ThreadPool::enqueue(std::move(connection));
+  }
+  LoopbackServer& server_;
+};
+
+LoopbackServer::LoopbackServer(SSL_CTX* tls) : tls_(tls) {
   set_tcp_nodelay(true);
-  set_socket_options(reuseAddress);
-  set_keep_alive_max_count(kMostRequestsOnConnection);
-  set_keep_alive_timeout(kIdleTime.count());
-  set_payload_max_length(kLargestBody);
+  // Without SO_REUSEPORT, which the HTTP layer would set: with it, a second service on the same
+  // port would start without an error and take half of the connections.
+  set_socket_options([](int fd) {
+    const int on = 1;
+    setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  });
+  set_read_timeout(idleTime);
+  set_keep_alive_timeout(idleTime.count());  // what clients are told
+  set_keep_alive_max_count(10'000);
 }
 
 LoopbackServer::~LoopbackServer() {
-  shutDown();
-}
-
-int LoopbackServer::listenOn(int port) {
-  const int bound = port == 0 ? bind_to_any_port(kHost) : bind_to_port(kHost, port) ? port : -1;
-  if (bound <= 0) {
-    throw std::runtime_error(
-        fmt::format("Port {} of {} cannot be used: is it in use already?", port, kHost));
-  }
-  ::listen(svr_sock_, kBacklog);
-  // stop() is without effect until the loop runs, and the pool is the first thing the loop makes.
-  std::promise<void> looping;
-  const std::future<void> loops = looping.get_future();
-  new_task_queue = [&looping] {
-    auto pool = std::make_unique<httplib::ThreadPool>(kThreads);
-    looping.set_value();
-    return pool.release();
-  };
-  thread_ = std::thread([this] { listen_after_bind(); });
-  loops.wait();
-  return bound;
-}
-
-void LoopbackServer::shutDown() {
   {
     const std::lock_guard lock(mutex_);
-    closing_ = true;
+    isClosing_ = true;
     // Only what is read is cut off: an answer under way still reaches its client.
-    for (const int fd : open_) ::shutdown(fd, SHUT_RD);
+    for (const auto& [fd, since] : open_) ::shutdown(fd, SHUT_RD);
   }
   if (!thread_.joinable()) return;
   stop();
   thread_.join();
 }
 
+int LoopbackServer::listenOn(int port) {
+  const int bound = port == 0 ? bind_to_any_port(host) : bind_to_port(host, port) ? port : -1;
+  if (bound <= 0) {
+    throw std::runtime_error(
+        fmt::format("Port {} of {} cannot be used: is it in use already?", port, host));
+  }
+  ::listen(svr_sock_, backlog);
+  new_task_queue = [this] { return new Threads(*this); };
+  thread_ = std::thread([this] { listen_after_bind(); });
+  while (!is_running()) std::this_thread::yield();  // Until then, stop() is without effect.
+  return bound;
+}
+
+void LoopbackServer::makeRoom() {
+  while (!open_.empty() && open_.size() + waiting_ > threads) {
+    const auto longest = std::ranges::min_element(open_, {}, &Open::value_type::second);
+    ::shutdown(longest->first, SHUT_RDWR);
+    open_.erase(longest);
+  }
+}
+
 bool LoopbackServer::process_and_close_socket(socket_t fd) {
-  if (!join(fd)) return false;
+  {
+    const std::lock_guard lock(mutex_);
+    --waiting_;
+    if (!isClosing_) open_[fd] = steady_clock::now();
+    makeRoom();
+  }
   serve(fd);
-  leaveAndClose(fd);
-  return true;
-}
-
-void LoopbackServer::serve(int fd) {
-  Connection connection(fd, tls_.get(), kIoTimeout);
-  if (!connection.handshake()) return;
-  for (std::size_t left = keep_alive_max_count_; left > 0; --left) {
-    if (!connection.waitForRequest(kIdleTime)) break;
-    bool closed = false;
-    if (!process_request(connection, left == 1, closed, assumeNoBody) || closed) break;
-  }
-  connection.sayGoodbye();
-}
-
-bool LoopbackServer::join(int fd) {
-  const std::lock_guard lock(mutex_);
-  if (closing_) {
-    ::close(fd);
-    return false;
-  }
-  open_.insert(fd);
-  return true;
-}
-
-void LoopbackServer::leaveAndClose(int fd) {
   // Closed under the lock: the number may belong to another connection a moment later.
   const std::lock_guard lock(mutex_);
   open_.erase(fd);
   ::close(fd);
+  return true;
+}
+
+void LoopbackServer::serve(int fd) {
+  Connection connection(fd, tls_);
+  for (std::size_t left = keep_alive_max_count_; left > 0; --left) {
+    {
+      const std::lock_guard lock(mutex_);
+      const auto found = open_.find(fd);
+      if (found == open_.end()) return;
+      found->second = steady_clock::now();
+    }
+    connection.expectRequest();
+    bool isLast = false;
+    bool isRead = false;
+    const auto check = [&](httplib::Request& request) { isRead = prepare(request); };
+    if (!process_request(connection, left == 1, isLast, check)) return;
+    // What is left of one request must not be taken for the next.
+    if (isLast || !isRead || !connection.isUsable()) return;
+  }
 }
 
 }  // namespace AnswerService

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 #include <pthread.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
@@ -13,12 +14,9 @@
 
 namespace {
 
-constexpr int kFailed = 1;
-constexpr int kUsage = 2;
-
 struct CommandLine {
   int port = 0;
-  bool quiet = false;
+  bool isQuiet = false;
   std::string certificateFile;
   std::vector<std::string> misbehaviours;
   AnswerService::Options options;
@@ -28,8 +26,9 @@ void describe(CLI::App& app, CommandLine& line) {
   app.add_option("--port", line.port, "Port of 127.0.0.1 to listen on; 0 takes a free one")
       ->check(CLI::Range(0, 65535))
       ->capture_default_str();
-  app.add_option("--token", line.options.token, "Bearer token that clients must send")
-      ->capture_default_str();
+  app.add_option("--token", line.options.token,
+                 "Bearer token that clients must send, for others on this machine to see; without "
+                 "it, one is made at random and printed");
   app.add_option("--default-locale", line.options.defaultLocale, "Locale for all that name none")
       ->capture_default_str();
   app.add_option("--database", line.options.databaseFile, "Database file; in memory without it");
@@ -42,41 +41,30 @@ void describe(CLI::App& app, CommandLine& line) {
                  "truncated, malformed, none, body:TEXT")
       ->take_all()
       ->allow_extra_args(false);
-  app.add_flag("--quiet", line.quiet, "Do not log requests to standard error");
-}
-
-void misbehave(AnswerService::Service& service, const std::vector<std::string>& misbehaviours) {
-  for (const std::string& argument : misbehaviours) {
-    const auto equals = argument.find('=');
-    if (equals == std::string::npos) {
-      throw std::invalid_argument(
-          fmt::format("\"{}\" is not of the form ENDPOINT=WHAT.", argument));
-    }
-    service.setMisbehaviour(std::string_view(argument).substr(0, equals),
-                            std::string_view(argument).substr(equals + 1));
-  }
-}
-
-void writeCertificate(const AnswerService::Service& service, const std::string& file) {
-  if (file.empty()) return;
-  std::ofstream out(file, std::ios::binary);
-  out << service.certificatePem();
-  if (!out.flush()) throw std::runtime_error(fmt::format("The file {} cannot be written.", file));
+  app.add_flag("--quiet", line.isQuiet, "Do not log requests to standard error");
 }
 
 void run(CommandLine& line, const sigset_t& ending) {
-  if (!line.quiet) {
+  if (!line.isQuiet) {
     line.options.log = [](std::string_view text) { fmt::print(stderr, "{}\n", text); };
   }
   AnswerService::Service service(line.options);
-  misbehave(service, line.misbehaviours);
-  writeCertificate(service, line.certificateFile);
+  for (std::string_view argument : line.misbehaviours) {
+    const auto equals = std::min(argument.find('='), argument.size() - 1);
+    service.setMisbehaviour(argument.substr(0, equals), argument.substr(equals + 1));
+  }
+  if (!line.certificateFile.empty()) {
+    std::ofstream file(line.certificateFile, std::ios::binary);
+    if (!(file << service.certificatePem()).flush()) {
+      throw std::runtime_error(fmt::format("{} cannot be written.", line.certificateFile));
+    }
+  }
   service.start(line.port);
   fmt::print("AnswerService listening on {}\n", service.baseUrl());
+  if (line.options.token.empty()) fmt::print("The bearer token is {}\n", service.token());
   std::fflush(stdout);
   int received = 0;
   sigwait(&ending, &received);
-  service.stop();
 }
 
 /// Blocked before there are other threads, which inherit it: the signals then only end the wait
@@ -103,12 +91,9 @@ int main(int argc, char** argv) {
     run(line, ending);
     return 0;
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : kUsage;
-  } catch (const std::invalid_argument& error) {
-    fmt::print(stderr, "answer-service: {}\n", error.what());
-    return kUsage;
+    return app.exit(error) == 0 ? 0 : 2;
   } catch (const std::exception& error) {
     fmt::print(stderr, "answer-service: {}\n", error.what());
-    return kFailed;
+    return dynamic_cast<const std::invalid_argument*>(&error) ? 2 : 1;
   }
 }

@@ -1,130 +1,110 @@
 #include "Misbehaviour.h"
 
+#include "Endpoints.h"
+
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
-#include <stdexcept>
-#include <utility>
+#include <chrono>
 
 namespace AnswerService {
 namespace {
 
-using Json = nlohmann::ordered_json;
-using Kind = Misbehaviour::Kind;
-
-enum class Argument { Absent, Number, Text };
-
-constexpr std::string_view kEveryEndpoint;
-
 struct Rule {
-  std::string_view name;
-  std::string_view onlyEndpoint = kEveryEndpoint;
-  Kind kind;
-  Argument argument = Argument::Absent;
+  std::string_view name;  ///< With a colon if an argument follows.
+  Misbehaviour::Kind kind;
+  /// Of a number; it is none if they are equal. Below 200 a status does not end an answer: a client
+  /// would go on waiting for the real one.
   int smallest = 0;
   int largest = 0;
 };
 
-/// Below 200 a status does not end an answer: a client would go on waiting for the real one.
-constexpr Rule kRules[] = {
-    {.name = "disabled", .onlyEndpoint = "settings", .kind = Kind::Disabled},
-    {.name = "status",
-     .kind = Kind::Status,
-     .argument = Argument::Number,
-     .smallest = 200,
-     .largest = 599},
-    {.name = "delay", .kind = Kind::Delay, .argument = Argument::Number, .largest = 3'600'000},
-    {.name = "truncated", .kind = Kind::Truncated},
-    {.name = "malformed", .kind = Kind::Malformed},
-    {.name = "none", .kind = Kind::None},
-    {.name = "body", .kind = Kind::Body, .argument = Argument::Text},
+constexpr Rule rules[] = {
+    {"disabled", Misbehaviour::disabled},
+    {"status:", Misbehaviour::status, 200, 599},
+    {"delay:", Misbehaviour::delay, 0, 3600'000},
+    {"truncated", Misbehaviour::truncated},
+    {"malformed", Misbehaviour::malformed},
+    {"none", Misbehaviour::none},
+    {"body:", Misbehaviour::body},
 };
 
-int parseNumber(const Rule& rule, std::string_view text) {
-  int number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || end != text.data() + text.size() || number < rule.smallest ||
-      number > rule.largest) {
-    throw std::invalid_argument(fmt::format(R"("{}:" needs a number from {} to {}, not "{}".)",
-                                            rule.name, rule.smallest, rule.largest, text));
+std::optional<Misbehaviour> parse(std::string_view endpoint, std::string_view what) {
+  const auto argument = what.find(':') + 1;  // 0 if there is none
+  for (const Rule& rule : rules) {
+    if (rule.name != what.substr(0, argument > 0 ? argument : what.size())) continue;
+    if (rule.kind == Misbehaviour::disabled && endpoint != "settings") continue;
+    Misbehaviour result{.kind = rule.kind, .text = std::string(what.substr(argument))};
+    if (rule.smallest == rule.largest) return result;
+    const auto* const end = what.data() + what.size();
+    const auto [stop, error] = std::from_chars(what.data() + argument, end, result.number);
+    const bool isInRange = rule.smallest <= result.number && result.number <= rule.largest;
+    if (error == std::errc() && stop == end && isInRange) return result;
   }
-  return number;
-}
-
-Misbehaviour parseArgument(const Rule& rule, bool given, std::string_view text) {
-  switch (rule.argument) {
-    case Argument::Absent:
-      if (given) {
-        throw std::invalid_argument(fmt::format("\"{}\" takes nothing after it.", rule.name));
-      }
-      return {.kind = rule.kind, .number = 0, .text = {}};
-    case Argument::Number:
-      return {.kind = rule.kind, .number = parseNumber(rule, text), .text = {}};
-    case Argument::Text:
-      if (!given) {
-        throw std::invalid_argument(
-            fmt::format("\"{0}\" needs a text after it, as in {0}:TEXT.", rule.name));
-      }
-      return {.kind = rule.kind, .number = 0, .text = std::string(text)};
-  }
-  throw std::logic_error("A misbehaviour's argument is of no known type.");
-}
-
-Reply statusReply(int status) {
-  if (status == 204 || status == 304) return {.status = status};  // HTTP: bodiless
-  return errorReply(status, "misbehaviour", "This endpoint was told to answer so.");
-}
-
-/// The account's settings, with the answer service switched off.
-Reply disabledReply(const Reply& right) {
-  Json settings = Json::parse(right.body.value_or("{}"));
-  settings["pellix"]["enabled"] = false;
-  return jsonReply(right.status, settings);
+  return std::nullopt;
 }
 
 }  // namespace
 
-Misbehaviour parseMisbehaviour(std::string_view endpoint, std::string_view what) {
-  const auto colon = what.find(':');
-  const bool given = colon != std::string_view::npos;
-  for (const Rule& rule : kRules) {
-    if (rule.name != what.substr(0, colon)) continue;
-    if (rule.onlyEndpoint != kEveryEndpoint && rule.onlyEndpoint != endpoint) {
-      throw std::invalid_argument(fmt::format(R"("{}" is for the endpoint "{}" only, not "{}".)",
-                                              rule.name, rule.onlyEndpoint, endpoint));
-    }
-    return parseArgument(rule, given, given ? what.substr(colon + 1) : std::string_view());
+void Misbehaviour::spoil(httplib::Response& response) const {
+  const auto answer = [&response](int code, const std::string& content) {
+    response.status = code;
+    response.set_content(content, "application/json");
+  };
+  switch (kind) {
+    case disabled:
+      return answer(200, R"({"pellix":{"enabled":false}})");
+    case status:
+      if (number == 204 || number == 304) return answer(number, "");  // HTTP: bodiless
+      return answer(number, Refusal(number, "misbehaviour", "Told to answer so.").body().dump());
+    case truncated:
+      return response.body.resize(response.body.size() / 2);
+    case malformed:
+      return answer(200, "<html>This is not the JSON that was asked for");
+    case none:
+      return answer(204, "");
+    case body:
+      return answer(200, text);
+    case delay:
+      return;
   }
-  throw std::invalid_argument(
-      fmt::format("\"{}\" is no misbehaviour; there are disabled, status:N, delay:MS, truncated, "
-                  "malformed, none and body:TEXT.",
-                  what));
 }
 
-bool carriesOutRequest(const Misbehaviour& misbehaviour) {
-  // A server that fails did nothing; all the others did, and only said so badly.
-  return misbehaviour.kind != Kind::Status;
+void Misbehaviours::set(std::string_view endpoint, std::string_view what) {
+  const auto misbehaviour = parse(endpoint, what);
+  if (!misbehaviour || !std::ranges::count(endpoints(), endpoint, &Endpoint::name)) {
+    throw std::invalid_argument(fmt::format(
+        R"(There is no endpoint "{}" that can do "{}". Endpoints are {}. They can be disabled )"
+        "(settings only), status:N (200 to 599), delay:MS (up to an hour), truncated, malformed, "
+        "none and body:TEXT.",
+        endpoint, what, fmt::join(endpoints() | std::views::transform(&Endpoint::name), ", ")));
+  }
+  const std::lock_guard lock(mutex_);
+  ofEndpoints_.insert_or_assign(std::string(endpoint), *misbehaviour);
 }
 
-Reply spoil(const Misbehaviour& misbehaviour, Reply right) {
-  switch (misbehaviour.kind) {
-    case Kind::Disabled:
-      return disabledReply(right);
-    case Kind::Status:
-      return statusReply(misbehaviour.number);
-    case Kind::Delay:
-      return right;
-    case Kind::Truncated:
-      if (right.body) right.body->resize(right.body->size() / 2);
-      return right;
-    case Kind::Malformed:
-      return {.body = "<html>This is not the JSON that was asked for"};
-    case Kind::None:
-      return {.status = 204};
-    case Kind::Body:
-      return {.body = misbehaviour.text};
+void Misbehaviours::clear() {
+  const std::lock_guard lock(mutex_);
+  ofEndpoints_.clear();
+}
+
+std::optional<Misbehaviour> Misbehaviours::of(std::string_view endpoint) {
+  std::unique_lock lock(mutex_);
+  const auto found = ofEndpoints_.find(endpoint);
+  if (found == ofEndpoints_.end()) return std::nullopt;
+  const Misbehaviour misbehaviour = found->second;
+  if (misbehaviour.kind == Misbehaviour::delay) {
+    changed_.wait_for(lock, std::chrono::milliseconds(misbehaviour.number),
+                      [this] { return !delaysAllowed_; });
   }
-  throw std::logic_error("A misbehaviour is of no known kind.");
+  return misbehaviour;
+}
+
+void Misbehaviours::allowDelays(bool allowed) {
+  const std::lock_guard lock(mutex_);
+  delaysAllowed_ = allowed;
+  changed_.notify_all();
 }
 
 }  // namespace AnswerService

@@ -1,7 +1,11 @@
 #pragma once
 
-#include "Reply.h"
+#include <httplib.h>
 
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -9,21 +13,34 @@ namespace AnswerService {
 
 /// One way in which an endpoint can go wrong.
 struct Misbehaviour {
-  enum class Kind { Disabled, Status, Delay, Truncated, Malformed, None, Body };
+  enum Kind { disabled, status, delay, truncated, malformed, none, body };
+
+  /// Makes the right response a wrong one.
+  void spoil(httplib::Response& response) const;
 
   Kind kind;
   int number = 0;    ///< The status, or the delay in milliseconds.
   std::string text;  ///< The whole body.
 };
 
-/// Reads "status:503" and the like for the endpoint of this name. Throws std::invalid_argument
-/// with a sentence that says what would have been right.
-Misbehaviour parseMisbehaviour(std::string_view endpoint, std::string_view what);
+/// Which endpoint misbehaves, and how. Any thread may use it at any time.
+class Misbehaviours {
+ public:
+  /// Throws std::invalid_argument with a sentence that says what would have been right.
+  void set(std::string_view endpoint, std::string_view what);
+  void clear();
 
-/// True when the request is to be carried out, and recorded, before its answer goes wrong.
-bool carriesOutRequest(const Misbehaviour& misbehaviour);
+  /// What is set for the endpoint. Takes as long as it is told to delay the answer.
+  std::optional<Misbehaviour> of(std::string_view endpoint);
 
-/// The answer that is sent in place of the right one. A delay changes nothing here.
-Reply spoil(const Misbehaviour& misbehaviour, Reply right);
+  /// What is delayed goes on at once while delays are not allowed.
+  void allowDelays(bool allowed);
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::map<std::string, Misbehaviour, std::less<>> ofEndpoints_;
+  bool delaysAllowed_ = true;
+};
 
 }  // namespace AnswerService

@@ -3,37 +3,34 @@
 #include "Database.h"
 #include "Record.h"
 
-#include <nlohmann/json.hpp>
-
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 
 namespace AnswerService {
 
-/// Keeps the record in the database. The interaction tokens are kept beside it, and never read
-/// back but for comparing them.
+/// Keeps what clients did in the database. The interaction tokens are kept beside it, and never
+/// read back but for comparing them.
 class RecordStore {
  public:
-  explicit RecordStore(Database& database);
+  explicit RecordStore(const Database& database);
 
-  /// Each returns the id under which it was recorded, whatever id the argument holds.
-  std::int64_t add(const Query& query, std::string_view interactionToken);
-  std::int64_t add(const Resolution& resolution);
-  std::int64_t add(const Rejection& rejection);
-  std::int64_t add(const Vote& vote);
+  /// Puts an entry into one of the record's lists ("queries", ...) and returns its id.
+  std::int64_t add(std::string_view list, const Json& entry, std::string_view token = "");
 
-  /// The token handed out with a deflection; nothing when there is no such deflection.
-  [[nodiscard]] std::optional<std::string> interactionToken(std::int64_t deflectionId) const;
+  /// The interaction token handed out with a query; empty when there is no such query.
+  [[nodiscard]] std::string tokenOf(std::int64_t queryId) const;
 
-  /// Everything but the request counts.
-  [[nodiscard]] Record read() const;
+  void count(std::string_view endpoint, int requests);
+
+  /// The four lists, and how many requests each endpoint had.
+  [[nodiscard]] Json read() const;
 
  private:
-  Database& database_;
+  const Database& database_;
 };
 
-nlohmann::ordered_json toJson(const Record& record);
+/// The same, as far as the public interface tells it.
+Record recordFrom(const Json& record);
 
 }  // namespace AnswerService

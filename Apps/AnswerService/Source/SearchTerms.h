@@ -1,23 +1,28 @@
 #pragma once
 
-#include "Languages.h"
-
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace AnswerService {
 
-/// What to look for, taken from a question.
-struct SearchTerms {
-  /// For the full-text table: beginnings of words, or runs of three characters and more.
-  std::vector<std::string> indexed;
-  /// Too short for a table of trigrams: to be looked for as substrings.
-  std::vector<std::string> fragments;
+/// How the words of a language are found in its full-text table.
+enum class Words {
+  stemmed,      ///< The table knows a word's other forms.
+  byBeginning,  ///< A word's other forms share its beginning.
+  unseparated,  ///< A question is one run of characters; the table is one of trigrams.
 };
 
-/// Every term is made of letters and digits only, so that none has a meaning of its own in a
-/// search expression.
-SearchTerms searchTerms(const Language& language, std::string_view question);
+/// What to look for, taken from a question. Every term is made of letters and digits, so that none
+/// has a meaning of its own in a search expression.
+struct SearchTerms {
+  std::vector<std::string> indexed;     ///< For the full-text table, in its own notation.
+  std::vector<std::string> substrings;  ///< Too short for a table of trigrams: substrings.
+};
+
+/// The terms of a question, without those that say nothing of what it is about.
+SearchTerms searchTerms(std::string_view question, Words words,
+                        const std::function<bool(const std::string& word)>& isStopWord);
 
 }  // namespace AnswerService

@@ -1,11 +1,6 @@
-#include "Articles.h"
-
-namespace AnswerService {
-namespace {
-
-constexpr Article kArticles[] = {
-    {.title = "I forgot my password", .labels = "password,sign-in,reset", .body = R"html(
-<h2>Set a new password by e-mail</h2>
+INSERT INTO articles VALUES(700100, 31100, 'en-us', 'I forgot my password',
+'["password", "sign-in", "reset"]',
+'<h2>Set a new password by e-mail</h2>
 <p>Nobody, not even our support team, can see the password you have forgotten. What you can do is
 set a new one, as long as you can still read the e-mail address of your account.</p>
 <ol>
@@ -19,10 +14,11 @@ ten minutes, look into the folder for unwanted mail, and check that you typed th
 signed up with.</p>
 <p>Are you locked out because the address itself is gone? Then
 <a href="https://help.example/contact">write to us</a> and have a recent invoice at hand: with its
-number we can find out that the account is yours.</p>
-)html"},
-    {.title = "Change your password", .labels = "password,security", .body = R"html(
-<h2>Choose a new password while you are signed in</h2>
+number we can find out that the account is yours.</p>');
+
+INSERT INTO articles VALUES(700101, 31101, 'en-us', 'Change your password',
+'["password", "security"]',
+'<h2>Choose a new password while you are signed in</h2>
 <p>It is a good idea to change your password when somebody else may have seen it, or when you have
 used the same one elsewhere. You need the current password to do so.</p>
 <ol>
@@ -35,10 +31,11 @@ are easier to remember, and harder to guess, than a short one full of symbols. A
 can make one up and keep it for you.</p>
 <p>After the change, your other devices ask for the new password the next time that you use them.
 Connected services keep their own access; you can take it away on the same page, under
-<em>Connected services</em>.</p>
-)html"},
-    {.title = "Turn on two-step sign-in", .labels = "security,sign-in,codes,2fa", .body = R"html(
-<h2>A second step protects your account</h2>
+<em>Connected services</em>.</p>');
+
+INSERT INTO articles VALUES(700102, 31102, 'en-us', 'Turn on two-step sign-in',
+'["security", "sign-in", "codes", "2fa"]',
+'<h2>A second step protects your account</h2>
 <p>With two-step sign-in, a thief who knows your password still cannot get in: a six-digit code from
 your phone is asked for as well, whenever you sign in on a new device.</p>
 <ol>
@@ -51,10 +48,11 @@ your phone is asked for as well, whenever you sign in on a new device.</p>
 authenticator, for the day on which the phone is lost or broken.</p>
 <p>To move to a new phone, turn the second step off and on again while you still have the old one.
 Without the old phone and without any recovery code, our team has to verify who you are, which
-takes up to five working days.</p>
-)html"},
-    {.title = "Find and download invoices", .labels = "billing,invoices,receipts", .body = R"html(
-<h2>Where your invoices are</h2>
+takes up to five working days.</p>');
+
+INSERT INTO articles VALUES(700103, 31103, 'en-us', 'Find and download invoices',
+'["billing", "invoices", "receipts"]',
+'<h2>Where your invoices are</h2>
 <p>An invoice is made on the day of each payment. You find all of them, for the last ten years, in
 your account; we also send the latest one by e-mail if you wish.</p>
 <ol>
@@ -66,10 +64,11 @@ your account; we also send the latest one by e-mail if you wish.</p>
 <strong>Make out again</strong>. The old document is marked as replaced, and a corrected one takes
 its place. This is possible for ninety days.</p>
 <p>Your accountant can receive every new receipt directly: add the address under
-<em>Send copies to</em>. This gives no access to anything else in the account.</p>
-)html"},
-    {.title = "Track a delivery", .labels = "orders,delivery,shipping", .body = R"html(
-<h2>See where your parcel is</h2>
+<em>Send copies to</em>. This gives no access to anything else in the account.</p>');
+
+INSERT INTO articles VALUES(700104, 31104, 'en-us', 'Track a delivery',
+'["orders", "delivery", "shipping"]',
+'<h2>See where your parcel is</h2>
 <p>Orders leave our warehouse within two working days. As soon as the carrier has collected the
 parcel, we send you a message with a tracking number.</p>
 <ul>
@@ -81,10 +80,11 @@ parcel, we send you a message with a tracking number.</p>
 has arrived? First ask at home and next door. Then choose <strong>Report a missing
 parcel</strong> on the page of the order. We ask the carrier to search for it, and after seven days
 at the latest we send the goods again or return what you paid.</p>
-<p>Was the box damaged? Take a photograph before you open it.</p>
-)html"},
-    {.title = "Cancel your subscription", .labels = "subscription,billing,cancel", .body = R"html(
-<h2>End a subscription</h2>
+<p>Was the box damaged? Take a photograph before you open it.</p>');
+
+INSERT INTO articles VALUES(700105, 31105, 'en-us', 'Cancel your subscription',
+'["subscription", "billing", "cancel"]',
+'<h2>End a subscription</h2>
 <p>You may cancel at any time, without giving a reason. The subscription then runs until the end of
 the period that is already paid, and is not renewed.</p>
 <ol>
@@ -96,10 +96,11 @@ the period that is already paid, and is not renewed.</p>
 that are free of charge, and nothing that you stored is lost. If you change your mind, choose
 <strong>Resume</strong> on the same page before the period ends.</p>
 <p>Subscriptions that were bought in the store of a phone or tablet can only be cancelled there.
-Removing the app, or ceasing to use it, does not end a subscription.</p>
-)html"},
-    {.title = "Ask for a refund", .labels = "billing,refund,returns", .body = R"html(
-<h2>Get your money back</h2>
+Removing the app, or ceasing to use it, does not end a subscription.</p>');
+
+INSERT INTO articles VALUES(700106, 31106, 'en-us', 'Ask for a refund',
+'["billing", "refund", "returns"]',
+'<h2>Get your money back</h2>
 <p>Within thirty days of a purchase we return what you paid, if the goods come back to us unused or
 if a service did not do what was promised.</p>
 <ol>
@@ -109,14 +110,13 @@ if a service did not do what was promised.</p>
 </ol>
 <p>We look at every request within two working days. The money goes the way it came: to a card
 within five to ten days, to a bank account within three. We cannot pay out in cash or to somebody
-else's account.</p>
+else''s account.</p>
 <p>Was the same amount charged twice? One of the two is often only a reservation by your bank, which
-disappears after a week. If both remain, tell us the two dates and we put it right.</p>
-)html"},
-    {.title = "Change the e-mail address of your account",
-     .labels = "account,email,profile",
-     .body = R"html(
-<h2>Use another address</h2>
+disappears after a week. If both remain, tell us the two dates and we put it right.</p>');
+
+INSERT INTO articles VALUES(700107, 31107, 'en-us', 'Change the e-mail address of your account',
+'["account", "email", "profile"]',
+'<h2>Use another address</h2>
 <p>Your e-mail address is the name under which you sign in, and the place to which we send messages
 about safety. Keep it up to date, above all before you lose an address at work or at school.</p>
 <ol>
@@ -128,10 +128,11 @@ about safety. Keep it up to date, above all before you lose an address at work o
 change; whoever reads mail there can undo it for seven days. That protects you from somebody who has
 found your device unlocked.</p>
 <p>If an address is said to be taken, there is another account under it. Delete that account first,
-or choose a different address.</p>
-)html"},
-    {.title = "Delete your account", .labels = "account,privacy,delete", .body = R"html(
-<h2>Close an account for good</h2>
+or choose a different address.</p>');
+
+INSERT INTO articles VALUES(700108, 31108, 'en-us', 'Delete your account',
+'["account", "privacy", "delete"]',
+'<h2>Close an account for good</h2>
 <p>When you delete your account, your profile, your files and your history are removed. This cannot
 be undone, and we cannot bring anything back for you afterwards.</p>
 <ul>
@@ -143,10 +144,11 @@ be undone, and we cannot bring anything back for you afterwards.</p>
 account</strong>. We send a link for you to confirm it. For fourteen days the account only sleeps:
 signing in wakes it up again. After that it is erased.</p>
 <p>The law obliges us to keep invoices for ten years. They are stored apart, and nobody uses them for
-anything else.</p>
-)html"},
-    {.title = "Export your data", .labels = "privacy,export,backup", .body = R"html(
-<h2>Take a copy with you</h2>
+anything else.</p>');
+
+INSERT INTO articles VALUES(700109, 31109, 'en-us', 'Export your data',
+'["privacy", "export", "backup"]',
+'<h2>Take a copy with you</h2>
 <p>Everything that you have entered belongs to you, and you can have a copy of it at any time, free
 of charge.</p>
 <ol>
@@ -158,12 +160,11 @@ of charge.</p>
 <p>The archive is a ZIP file. Tables come as CSV, which any spreadsheet opens; everything else comes
 as it was uploaded. A file called <em>contents.html</em> shows what is where.</p>
 <p>An export holds private things. Store it where nobody else can read it, and remove it from a
-borrowed computer. Sharing the link does not help anyone: it asks for your sign-in.</p>
-)html"},
-    {.title = "Choose which notifications you receive",
-     .labels = "notifications,e-mail,mobile",
-     .body = R"html(
-<h2>Fewer messages, or none</h2>
+borrowed computer. Sharing the link does not help anyone: it asks for your sign-in.</p>');
+
+INSERT INTO articles VALUES(700110, 31110, 'en-us', 'Choose which notifications you receive',
+'["notifications", "e-mail", "mobile"]',
+'<h2>Fewer messages, or none</h2>
 <p>We only notify you of what you have asked for, with one exception: messages about the safety of
 your account always reach you.</p>
 <ul>
@@ -175,14 +176,15 @@ newsletter also has a link to unsubscribe at its end.</li>
 </ul>
 <p>Do you get no notifications although they are switched on? Then the phone itself may be holding
 them back. Look into its own settings, allow the app to notify you, and take it out of the battery
-saver. If they come hours late, the cause is nearly always that saver.</p>
-)html"},
-    {.title = "Contact our support team", .labels = "contact,support", .body = R"html(
-<h2>Talk to a person</h2>
+saver. If they come hours late, the cause is nearly always that saver.</p>');
+
+INSERT INTO articles VALUES(700111, 31111, 'en-us', 'Contact our support team',
+'["contact", "support"]',
+'<h2>Talk to a person</h2>
 <p>If no article answers your question, we are glad to do so. Three ways lead to us:</p>
 <ul>
 <li><strong>Chat:</strong> choose the speech bubble at the bottom of any page, from Monday to Friday
-between eight and eighteen o'clock.</li>
+between eight and eighteen o''clock.</li>
 <li><strong>Form:</strong> <a href="https://help.example/contact">write to us</a> at any hour; we
 answer within one working day.</li>
 <li><strong>Telephone:</strong> the number is printed on every letter from us. Have your customer
@@ -190,14 +192,16 @@ number ready.</li>
 </ul>
 <p>It goes faster when you tell us what you did, what you expected and what happened in its place. A
 picture of the screen often says more than a long text. Please never send a password: no one in
-our team ever asks for it, and somebody who does is not one of us.</p>
-)html"},
-};
+our team ever asks for it, and somebody who does is not one of us.</p>');
 
-}  // namespace
-
-std::span<const Article> englishArticles() {
-  return kArticles;
-}
-
-}  // namespace AnswerService
+-- Words that say nothing of what a question is about.
+INSERT INTO stop_words SELECT 'en-us', value FROM json_each('[
+"a", "about", "after", "again", "all", "am", "an", "and", "any", "are", "as", "at", "back", "be",
+"been", "but", "by", "can", "cannot", "could", "did", "do", "does", "don", "for", "from", "get",
+"got", "had", "has", "have", "hello", "help", "here", "hi", "how", "i", "if", "in", "into", "is",
+"it", "just", "know", "like", "ll", "may", "me", "my", "need", "no", "not", "now", "of", "on",
+"or", "our", "out", "please", "should", "so", "some", "tell", "thank", "thanks", "that", "the",
+"their", "them", "then", "there", "they", "this", "to", "too", "up", "us", "ve", "very", "want",
+"was", "we", "what", "when", "where", "which", "who", "why", "will", "with", "without", "would",
+"you", "your"
+]');

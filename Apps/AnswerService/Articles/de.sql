@@ -1,11 +1,6 @@
-#include "Articles.h"
-
-namespace AnswerService {
-namespace {
-
-constexpr Article kArticles[] = {
-    {.title = "Passwort vergessen", .labels = "Passwort,Anmeldung,zurücksetzen", .body = R"html(
-<h2>Ein neues Passwort per E-Mail festlegen</h2>
+INSERT INTO articles VALUES(700200, 31200, 'de', 'Passwort vergessen',
+'["Passwort", "Anmeldung", "zurücksetzen"]',
+'<h2>Ein neues Passwort per E-Mail festlegen</h2>
 <p>Ein vergessenes Passwort kann niemand sehen, auch unser Kundendienst nicht. Sie können aber ein
 neues festlegen, solange Sie die E-Mails Ihres Kontos noch lesen können.</p>
 <ol>
@@ -18,10 +13,11 @@ neues festlegen, solange Sie die E-Mails Ihres Kontos noch lesen können.</p>
 zehn Minuten keine Nachricht an, sehen Sie bitte im Ordner für unerwünschte Post nach.</p>
 <p>Haben Sie auch auf die Adresse keinen Zugriff mehr? Dann
 <a href="https://help.example/kontakt">schreiben Sie uns</a> und halten Sie eine Rechnung bereit, mit
-deren Nummer wir das Konto zuordnen können.</p>
-)html"},
-    {.title = "Passwort ändern", .labels = "Passwort,Sicherheit", .body = R"html(
-<h2>Ein anderes Passwort wählen</h2>
+deren Nummer wir das Konto zuordnen können.</p>');
+
+INSERT INTO articles VALUES(700201, 31201, 'de', 'Passwort ändern',
+'["Passwort", "Sicherheit"]',
+'<h2>Ein anderes Passwort wählen</h2>
 <p>Ändern Sie Ihr Passwort, wenn es jemand gesehen haben könnte oder wenn Sie es auch an anderer
 Stelle benutzen. Dazu brauchen Sie das bisherige.</p>
 <ol>
@@ -33,12 +29,11 @@ Stelle benutzen. Dazu brauchen Sie das bisherige.</p>
 lassen sich besser merken und schwerer erraten als ein kurzes voller Sonderzeichen. Ein
 Passwortverwalter kann sich eines ausdenken und für Sie aufbewahren.</p>
 <p>Nach der Änderung fragen Ihre anderen Geräte beim nächsten Mal nach dem neuen Passwort.
-Verbundene Dienste behalten ihren Zugriff; auf derselben Seite können Sie ihn entziehen.</p>
-)html"},
-    {.title = "Anmeldung in zwei Schritten einschalten",
-     .labels = "Sicherheit,Anmeldung,Codes,2FA",
-     .body = R"html(
-<h2>Ein zweiter Schritt schützt Ihr Konto</h2>
+Verbundene Dienste behalten ihren Zugriff; auf derselben Seite können Sie ihn entziehen.</p>');
+
+INSERT INTO articles VALUES(700202, 31202, 'de', 'Anmeldung in zwei Schritten einschalten',
+'["Sicherheit", "Anmeldung", "Codes", "2FA"]',
+'<h2>Ein zweiter Schritt schützt Ihr Konto</h2>
 <p>Wer nur Ihr Passwort kennt, kommt damit nicht hinein: Auf einem neuen Gerät wird zusätzlich ein
 sechsstelliger Code von Ihrem Telefon verlangt.</p>
 <ol>
@@ -52,12 +47,11 @@ Schritten</strong>.</li>
 App, falls das Telefon verloren oder kaputt ist.</p>
 <p>Beim Wechsel auf ein neues Telefon schalten Sie den zweiten Schritt aus und wieder ein, solange Sie
 das alte noch haben. Ohne Telefon und ohne Notfallcodes müssen wir Ihre Identität prüfen; das dauert
-bis zu fünf Werktage.</p>
-)html"},
-    {.title = "Rechnungen ansehen und herunterladen",
-     .labels = "Rechnungen,Zahlung,Belege",
-     .body = R"html(
-<h2>Wo Ihre Rechnungen liegen</h2>
+bis zu fünf Werktage.</p>');
+
+INSERT INTO articles VALUES(700203, 31203, 'de', 'Rechnungen ansehen und herunterladen',
+'["Rechnungen", "Zahlung", "Belege"]',
+'<h2>Wo Ihre Rechnungen liegen</h2>
 <p>Zu jeder Zahlung entsteht am selben Tag eine Rechnung. In Ihrem Konto finden Sie alle aus den
 letzten zehn Jahren.</p>
 <ol>
@@ -69,10 +63,11 @@ letzten zehn Jahren.</p>
 dann <strong>Neu ausstellen</strong>. Der alte Beleg wird als ersetzt gekennzeichnet. Das ist
 neunzig Tage lang möglich.</p>
 <p>Ihr Steuerberater kann jeden neuen Beleg direkt erhalten: Tragen Sie seine Adresse unter
-<em>Kopien senden an</em> ein. Zugriff auf Ihr Konto bekommt er dadurch nicht.</p>
-)html"},
-    {.title = "Lieferung verfolgen", .labels = "Bestellung,Lieferung,Versand", .body = R"html(
-<h2>Wo ist mein Paket?</h2>
+<em>Kopien senden an</em> ein. Zugriff auf Ihr Konto bekommt er dadurch nicht.</p>');
+
+INSERT INTO articles VALUES(700204, 31204, 'de', 'Lieferung verfolgen',
+'["Bestellung", "Lieferung", "Versand"]',
+'<h2>Wo ist mein Paket?</h2>
 <p>Bestellungen verlassen unser Lager innerhalb von zwei Werktagen. Sobald der Paketdienst die
 Sendung abgeholt hat, schicken wir Ihnen die Sendungsnummer.</p>
 <ul>
@@ -86,10 +81,11 @@ angeben.</li>
 angekommen ist? Fragen Sie zuerst zu Hause und nebenan. Wählen Sie dann <strong>Fehlendes Paket
 melden</strong>. Wir lassen danach suchen und schicken die Ware spätestens nach sieben Tagen noch
 einmal.</p>
-<p>War der Karton beschädigt? Fotografieren Sie ihn vor dem Öffnen.</p>
-)html"},
-    {.title = "Abonnement kündigen", .labels = "Abonnement,Abo,Kündigung", .body = R"html(
-<h2>Ein Abo beenden</h2>
+<p>War der Karton beschädigt? Fotografieren Sie ihn vor dem Öffnen.</p>');
+
+INSERT INTO articles VALUES(700205, 31205, 'de', 'Abonnement kündigen',
+'["Abonnement", "Abo", "Kündigung"]',
+'<h2>Ein Abo beenden</h2>
 <p>Sie können jederzeit und ohne Angabe von Gründen kündigen. Das Abonnement läuft dann bis zum Ende
 des bezahlten Zeitraums und verlängert sich nicht mehr.</p>
 <ol>
@@ -101,10 +97,11 @@ des bezahlten Zeitraums und verlängert sich nicht mehr.</p>
 Funktionen weiter, und nichts Gespeichertes geht verloren. Überlegen Sie es sich anders, wählen Sie
 vor dem Ende auf derselben Seite <strong>Fortsetzen</strong>.</p>
 <p>Ein Abo, das im Laden eines Telefons oder Tablets gekauft wurde, lässt sich nur dort kündigen. Wer
-nur die App entfernt, hat noch nicht gekündigt.</p>
-)html"},
-    {.title = "Geld zurückerhalten", .labels = "Erstattung,Rückgabe,Zahlung", .body = R"html(
-<h2>Eine Erstattung beantragen</h2>
+nur die App entfernt, hat noch nicht gekündigt.</p>');
+
+INSERT INTO articles VALUES(700206, 31206, 'de', 'Geld zurückerhalten',
+'["Erstattung", "Rückgabe", "Zahlung"]',
+'<h2>Eine Erstattung beantragen</h2>
 <p>Innerhalb von dreißig Tagen nach dem Kauf erstatten wir den Preis, wenn die Ware unbenutzt
 zurückkommt oder ein Dienst nicht hielt, was versprochen war.</p>
 <ol>
@@ -115,10 +112,11 @@ zurückkommt oder ein Dienst nicht hielt, was versprochen war.</p>
 <p>Jeden Antrag prüfen wir innerhalb von zwei Werktagen. Das Geld kommt auf demselben Weg zurück: auf
 eine Karte in fünf bis zehn Tagen, auf ein Bankkonto in drei.</p>
 <p>Wurde derselbe Betrag doppelt abgebucht? Oft ist einer von beiden nur eine Vormerkung Ihrer Bank,
-die nach einer Woche verschwindet. Bleiben beide stehen, nennen Sie uns bitte die beiden Tage.</p>
-)html"},
-    {.title = "E-Mail-Adresse des Kontos ändern", .labels = "Konto,Email,Profil", .body = R"html(
-<h2>Eine andere Adresse verwenden</h2>
+die nach einer Woche verschwindet. Bleiben beide stehen, nennen Sie uns bitte die beiden Tage.</p>');
+
+INSERT INTO articles VALUES(700207, 31207, 'de', 'E-Mail-Adresse des Kontos ändern',
+'["Konto", "Email", "Profil"]',
+'<h2>Eine andere Adresse verwenden</h2>
 <p>Mit Ihrer E-Mail-Adresse melden Sie sich an, und an sie gehen Nachrichten zur Sicherheit. Halten
 Sie sie aktuell, vor allem bevor Sie eine Adresse in Beruf oder Schule verlieren.</p>
 <ol>
@@ -130,10 +128,11 @@ Sie sie aktuell, vor allem bevor Sie eine Adresse in Beruf oder Schule verlieren
 Wechsel sieben Tage lang rückgängig machen lässt. Das schützt Sie, falls jemand Ihr Gerät unversperrt
 gefunden hat.</p>
 <p>Ist eine Adresse angeblich vergeben, so gehört sie zu einem anderen Konto. Löschen Sie zuerst
-dieses.</p>
-)html"},
-    {.title = "Konto löschen", .labels = "Konto,Datenschutz,löschen", .body = R"html(
-<h2>Ein Konto endgültig schließen</h2>
+dieses.</p>');
+
+INSERT INTO articles VALUES(700208, 31208, 'de', 'Konto löschen',
+'["Konto", "Datenschutz", "löschen"]',
+'<h2>Ein Konto endgültig schließen</h2>
 <p>Wenn Sie Ihr Konto löschen, werden Profil, Dateien und Verlauf entfernt. Das lässt sich nicht
 rückgängig machen. Denken Sie vorher an Folgendes:</p>
 <ul>
@@ -146,10 +145,11 @@ Daten herunter, wenn Sie etwas behalten möchten.</li>
 <strong>Konto löschen</strong>. Wir schicken Ihnen einen Link zur Bestätigung. Vierzehn Tage lang ruht
 das Konto nur: Eine Anmeldung weckt es wieder auf. Danach ist es gelöscht.</p>
 <p>Belege müssen wir nach dem Gesetz zehn Jahre lang aufbewahren. Sie liegen getrennt und werden für
-nichts anderes verwendet.</p>
-)html"},
-    {.title = "Den Kundendienst erreichen", .labels = "Kontakt,Kundendienst,Hilfe", .body = R"html(
-<h2>Mit einem Menschen sprechen</h2>
+nichts anderes verwendet.</p>');
+
+INSERT INTO articles VALUES(700209, 31209, 'de', 'Den Kundendienst erreichen',
+'["Kontakt", "Kundendienst", "Hilfe"]',
+'<h2>Mit einem Menschen sprechen</h2>
 <p>Beantwortet kein Artikel Ihre Frage, tun wir es gern. Drei Wege führen zu uns:</p>
 <ul>
 <li><strong>Chat:</strong> Wählen Sie unten auf jeder Seite die Sprechblase, montags bis freitags von
@@ -161,14 +161,16 @@ Kundennummer bereit, wenn Sie anrufen.</li>
 </ul>
 <p>Schneller geht es, wenn Sie uns sagen, was Sie getan haben, was Sie erwartet haben und was
 stattdessen geschah. Ein Bild des Bildschirms sagt oft mehr als ein langer Text. Schicken Sie uns nie
-ein Passwort: Niemand von uns fragt danach.</p>
-)html"},
-};
+ein Passwort: Niemand von uns fragt danach.</p>');
 
-}  // namespace
-
-std::span<const Article> germanArticles() {
-  return kArticles;
-}
-
-}  // namespace AnswerService
+-- Words that say nothing of what a question is about.
+INSERT INTO stop_words SELECT 'de', value FROM json_each('[
+"aber", "alle", "als", "am", "an", "auch", "auf", "aus", "bei", "beim", "bin", "bitte", "bist",
+"da", "danke", "das", "dass", "dem", "den", "der", "des", "die", "dir", "doch", "du", "ein",
+"eine", "einem", "einen", "einer", "es", "euch", "euer", "für", "gibt", "habe", "haben", "hallo",
+"hat", "ich", "ihr", "ihre", "im", "in", "ist", "kann", "kein", "keine", "keinen", "können",
+"machen", "man", "mein", "meine", "meinem", "meinen", "meiner", "mich", "mir", "mit", "muss",
+"möchte", "nach", "nicht", "noch", "nun", "nur", "oder", "ohne", "schon", "sehr", "sein", "sich",
+"sie", "sind", "so", "soll", "und", "uns", "unser", "vom", "von", "wann", "warum", "was", "wegen",
+"welche", "wenn", "wer", "werden", "wie", "will", "wir", "wird", "wo", "zu", "zum", "zur", "über"
+]');

@@ -1,0 +1,129 @@
+#include "Articles.h"
+
+#include "SearchTerms.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace AnswerService {
+namespace {
+
+struct Language {
+  const char* locale;
+  const char* table;
+  const char* tokenizer;
+  Words words;
+  int snippetTokens;
+};
+
+constexpr Language languages[] = {
+    {"en-us", "search_en", "porter unicode61 remove_diacritics 2", Words::stemmed, 24},
+    {"de", "search_de", "unicode61 remove_diacritics 2", Words::byBeginning, 24},
+    {"ja", "search_ja", "trigram", Words::unseparated, 60},
+};
+
+/// Of the table {0}: ?1 is an expression for its index, ?2 a list of substrings, ?3 the brand. The
+/// title counts eightfold and the labels fourfold. The addresses are of a host under a name that is
+/// reserved for examples: the articles have no pages of their own.
+constexpr const char* searchSql = R"sql(
+  WITH hits(id, score, snippet) AS MATERIALIZED (
+    SELECT rowid, -bm25({0}, 8, 4, 1),
+      iif(instr(snippet({0}, 2, '<em>', '</em>', '…', {1}), '<em>'),
+          snippet({0}, 2, '<em>', '</em>', '…', {1}), snippet({0}, 0, '<em>', '</em>', '…', {1}))
+      FROM {0} WHERE {0} MATCH ?1
+    UNION ALL
+    SELECT rowid, weight * 2 / (weight + 1),
+      replace(substr(text, max(1, instr(text, term) - 12), 80), term, '<em>' || term || '</em>')
+      FROM (
+        SELECT {0}.rowid, value AS term, iif(instr(body, value), body, title) AS text, 8.0 *
+          (instr(title, value) > 0) + 4 * (instr(labels, value) > 0) + (instr(body, value) > 0)
+          AS weight FROM {0}, json_each(?2))
+      WHERE weight > 0),
+  ranking AS (SELECT id, sum(score) AS score, snippet FROM hits GROUP BY id)
+  SELECT json_object('id', suggestion_id, 'title', title,
+      'html_url', printf('https://help.example/pages/%s/%d', locale, id),
+      'url', printf('https://help.example/articles/%s/%d.json', locale, id),
+      'label_names', json(labels), 'body', body, 'article_id', id, 'locale', locale,
+      'brand_id', ?3, 'score', score, 'snippet', snippet)
+    FROM ranking JOIN articles USING (id)
+    -- What is much worse than the best shares no more than a common word with the question.
+    WHERE score > 0.15 * (SELECT max(score) FROM ranking)
+    ORDER BY score DESC LIMIT 5)sql";
+
+const Language& languageOf(std::string_view locale, const Language& otherwise) {
+  const auto equalButForCase = [](char a, char b) { return (a | 0x20) == (b | 0x20); };
+  for (const Language& language : languages) {
+    const std::string_view tag(language.locale);
+    if (std::ranges::equal(tag.substr(0, tag.find('-')),
+                           locale.substr(0, locale.find_first_of("-_")), equalButForCase)) {
+      return language;
+    }
+  }
+  return otherwise;
+}
+
+/// Character references stay as they are, so that the text is HTML still, only without elements.
+std::string withoutTags(std::string_view html) {
+  std::string text;
+  for (std::size_t at = 0; at < html.size(); ++at) {
+    const std::size_t end = html[at] == '<' ? std::min(html.find('>', at), html.size()) : at;
+    const std::string_view tag = html.substr(at, end - at);
+    const bool isInline =
+        tag.ends_with("strong") || tag.ends_with("em") || tag.starts_with("<a ") || tag == "</a";
+    const bool isBlank = !tag.empty() || html[at] == '\n' || html[at] == ' ';
+    if (!isBlank) text += html[at];
+    if (isBlank && !isInline && !text.empty() && text.back() != ' ') text += ' ';
+    at = end;
+  }
+  return text;
+}
+
+}  // namespace
+
+Articles::Articles(const Database& database, std::string defaultLocale)
+    : database_(database), defaultLocale_(std::move(defaultLocale)) {
+  // The search needs no file; only the record outlives the run.
+  database_.run(
+      "PRAGMA temp_store = memory;"
+      "CREATE TEMP TABLE articles(id INTEGER PRIMARY KEY, suggestion_id, locale, title, labels,"
+      " body); CREATE TEMP TABLE stop_words(locale, word, PRIMARY KEY(locale, word))");
+  database_.run(sql);
+  for (const Language& language : languages) {
+    database_.run(
+        fmt::format("CREATE VIRTUAL TABLE temp.{} USING fts5(title, labels, body, tokenize = '{}')",
+                    language.table, language.tokenizer));
+    constexpr auto query = "SELECT id, title, labels, body FROM articles WHERE locale = ?";
+    for (const Json& row : database_.run(query, {language.locale})) {
+      database_.run(
+          fmt::format("INSERT INTO {}(rowid, title, labels, body) VALUES(?,?,?,?)", language.table),
+          {row[0], row[1], row[2], withoutTags(row[3].get<std::string>())});
+    }
+  }
+}
+
+Json Articles::search(std::string_view locale, std::string_view question,
+                      std::int64_t brandId) const {
+  const Language& language = languageOf(locale, languageOf(defaultLocale_, languages[0]));
+  const auto terms = searchTerms(question, language.words, [&](const std::string& word) {
+    constexpr auto stopWord = "SELECT 1 FROM stop_words WHERE locale = ? AND word = ?";
+    return !database_.run(stopWord, {language.locale, word}).empty();
+  });
+  const auto search = fmt::format(fmt::runtime(searchSql), language.table, language.snippetTokens);
+  Json articles = Json::array();
+  // An expression must not be empty; an empty phrase matches nothing.
+  const auto expression = fmt::format("{}", fmt::join(terms.indexed, " OR "));
+  const auto rows = database_.run(
+      search, {expression.empty() ? R"("")" : expression, Json(terms.substrings).dump(), brandId});
+  for (const Json& row : rows) {
+    articles.push_back(Json::parse(row[0].get<std::string>()));
+  }
+  return articles;
+}
+
+bool Articles::contains(std::int64_t articleId) const {
+  return !database_.run("SELECT 1 FROM articles WHERE id = ?", {articleId}).empty();
+}
+
+}  // namespace AnswerService
