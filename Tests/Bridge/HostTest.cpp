@@ -57,7 +57,7 @@ int64_t codeOf(const char* question) {
 
 class CHost : public testing::Test {
  protected:
-  CHost() : service({.tls = true}) {
+  CHost() : service({.token = "demo-token", .tls = true}) {
     service.start();
     std::ofstream(file) << service.certificatePem();
     QVLCoreLogger_setLevel(QVLLogLevelDebug);

@@ -19,7 +19,7 @@ std::vector<std::vector<std::string>> commands() {
 
 /// Every program of the documentation prints the articles, or why there are none.
 TEST(Documentation, ProgramsAsk) {
-  AnswerService::Service service{{}};
+  AnswerService::Service service{{.token = "demo-token"}};
   service.start();
   std::map<std::string, std::string> environment{{"PELLIX_ACCOUNT_URL", service.baseUrl()},
                                                  {"PELLIX_TOKEN", "demo-token"}};

@@ -45,7 +45,7 @@ class Account : public testing::Test {
     return Support::runProcess(std::move(example.command), example.environment);
   }
 
-  AnswerService::Service service{{.tls = true}};
+  AnswerService::Service service{{.token = "demo-token", .tls = true}};
   Support::TemporaryDirectory directory;
   std::string certificates = directory.path() / "certificates.pem";
 };

@@ -3,6 +3,7 @@
 #include "SearchTerms.h"
 
 #include <fmt/format.h>
+#include <strings.h>
 
 #include <algorithm>
 #include <utility>
@@ -11,35 +12,35 @@ namespace AnswerService {
 namespace {
 
 struct Language {
+  const char* tag;
   const char* locale;
-  const char* table;
   const char* tokenizer;
   Words words;
   int snippetTokens;
 };
 
 constexpr Language languages[] = {
-    {"en-us", "search_en", "porter unicode61 remove_diacritics 2", Words::stemmed, 24},
-    {"de", "search_de", "unicode61 remove_diacritics 2", Words::byBeginning, 24},
-    {"ja", "search_ja", "trigram", Words::unseparated, 60},
+    {"en", "en-us", "porter unicode61 remove_diacritics 2", Words::stemmed, 24},
+    {"de", "de", "unicode61 remove_diacritics 2", Words::byBeginning, 24},
+    {"ja", "ja", "trigram", Words::unseparated, 60},
 };
 
-/// Of the table {0}: ?1 is an expression for its index, ?2 a list of substrings, ?3 the brand. The
-/// title counts eightfold and the labels fourfold. The addresses are of a host under a name that is
-/// reserved for examples: the articles have no pages of their own.
+/// Of the table search_{0}: ?1 is an expression for its index, ?2 a list of substrings, ?3 the
+/// brand. The title counts eightfold and the labels fourfold. The addresses are of a host under a
+/// name that is reserved for examples: the articles have no pages of their own.
 constexpr const char* searchSql = R"sql(
   WITH hits(id, score, snippet) AS MATERIALIZED (
-    SELECT rowid, -bm25({0}, 8, 4, 1),
-      iif(instr(snippet({0}, 2, '<em>', '</em>', '…', {1}), '<em>'),
-          snippet({0}, 2, '<em>', '</em>', '…', {1}), snippet({0}, 0, '<em>', '</em>', '…', {1}))
-      FROM {0} WHERE {0} MATCH ?1
+    SELECT rowid, -bm25(search_{0}, 8, 4, 1),
+      iif(instr(snippet(search_{0}, 2, '<em>', '</em>', '…', {1}), '<em>'),
+          snippet(search_{0}, 2, '<em>', '</em>', '…', {1}), snippet(search_{0}, 0, '<em>', '</em>', '…', {1}))
+      FROM search_{0} WHERE search_{0} MATCH ?1
     UNION ALL
     SELECT rowid, weight * 2 / (weight + 1),
       replace(substr(text, max(1, instr(text, term) - 12), 80), term, '<em>' || term || '</em>')
       FROM (
-        SELECT {0}.rowid, value AS term, iif(instr(body, value), body, title) AS text, 8.0 *
+        SELECT search_{0}.rowid, value AS term, iif(instr(body, value), body, title) AS text, 8.0 *
           (instr(title, value) > 0) + 4 * (instr(labels, value) > 0) + (instr(body, value) > 0)
-          AS weight FROM {0}, json_each(?2))
+          AS weight FROM search_{0}, json_each(?2))
       WHERE weight > 0),
   ranking AS (SELECT id, sum(score) AS score, snippet FROM hits GROUP BY id)
   SELECT json_object('id', suggestion_id, 'title', title,
@@ -53,13 +54,9 @@ constexpr const char* searchSql = R"sql(
     ORDER BY score DESC LIMIT 5)sql";
 
 const Language& languageOf(std::string_view locale, const Language& otherwise) {
-  const auto equalButForCase = [](char a, char b) { return (a | 0x20) == (b | 0x20); };
+  const std::string tag(locale.substr(0, locale.find_first_of("-_")));
   for (const Language& language : languages) {
-    const std::string_view tag(language.locale);
-    if (std::ranges::equal(tag.substr(0, tag.find('-')),
-                           locale.substr(0, locale.find_first_of("-_")), equalButForCase)) {
-      return language;
-    }
+    if (strcasecmp(tag.c_str(), language.tag) == 0) return language;
   }
   return otherwise;
 }
@@ -91,14 +88,14 @@ Articles::Articles(const Database& database, std::string defaultLocale)
       " body); CREATE TEMP TABLE stop_words(locale, word, PRIMARY KEY(locale, word))");
   database_.run(sql);
   for (const Language& language : languages) {
-    database_.run(
-        fmt::format("CREATE VIRTUAL TABLE temp.{} USING fts5(title, labels, body, tokenize = '{}')",
-                    language.table, language.tokenizer));
+    database_.run(fmt::format(
+        "CREATE VIRTUAL TABLE temp.search_{} USING fts5(title, labels, body, tokenize = '{}')",
+        language.tag, language.tokenizer));
     constexpr auto query = "SELECT id, title, labels, body FROM articles WHERE locale = ?";
     for (const Json& row : database_.run(query, {language.locale})) {
-      database_.run(
-          fmt::format("INSERT INTO {}(rowid, title, labels, body) VALUES(?,?,?,?)", language.table),
-          {row[0], row[1], row[2], withoutTags(row[3].get<std::string>())});
+      database_.run(fmt::format("INSERT INTO search_{}(rowid, title, labels, body) VALUES(?,?,?,?)",
+                                language.tag),
+                    {row[0], row[1], row[2], withoutTags(row[3].get<std::string>())});
     }
   }
 }
@@ -110,7 +107,7 @@ Json Articles::search(std::string_view locale, std::string_view question,
     constexpr auto stopWord = "SELECT 1 FROM stop_words WHERE locale = ? AND word = ?";
     return !database_.run(stopWord, {language.locale, word}).empty();
   });
-  const auto search = fmt::format(fmt::runtime(searchSql), language.table, language.snippetTokens);
+  const auto search = fmt::format(fmt::runtime(searchSql), language.tag, language.snippetTokens);
   Json articles = Json::array();
   // An expression must not be empty; an empty phrase matches nothing.
   const auto expression = fmt::format("{}", fmt::join(terms.indexed, " OR "));

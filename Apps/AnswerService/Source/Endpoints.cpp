@@ -8,7 +8,6 @@ namespace AnswerService {
 namespace {
 
 constexpr std::int64_t demoBrand = 4100;
-constexpr std::int64_t largestReason = 2;
 
 constexpr Member question[] = {
     {"via_id", Member::integer},
@@ -89,9 +88,8 @@ Json resolve(const Call& call) {
 Json reject(const Call& call) {
   checkInteraction(call);
   const std::int64_t reason = call.body.at("reason_id");
-  if (reason < 0 || reason > largestReason) {
-    throw Refusal(422, "unknown_reason",
-                  fmt::format("The member reason_id must be from 0 to {}.", largestReason));
+  if (reason < 0 || reason > 2) {
+    throw Refusal(422, "unknown_reason", "The member reason_id must be from 0 to 2.");
   }
   call.store.add("rejections", entryOf(call.body, rejection));
   return nullptr;

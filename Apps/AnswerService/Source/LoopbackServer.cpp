@@ -29,9 +29,7 @@ constexpr int backlog = 256;
 /// Before a request's body is read. False if it will not be.
 bool prepare(httplib::Request& request) {
   // A few compressed bytes can become any amount of memory; so they stay as they are.
-  if (request.headers.erase("Content-Encoding") > 0) {
-    request.set_header("Content-Encoding", "unread");
-  }
+  if (request.headers.erase("Content-Encoding") > 0) request.set_header("Content-Encoding", "?");
   if (request.has_header("Content-Length") || request.has_header("Transfer-Encoding")) {
     return request.method != "GET" && request.method != "HEAD";
   }

@@ -67,21 +67,15 @@ void run(CommandLine& line, const sigset_t& ending) {
   sigwait(&ending, &received);
 }
 
-/// Blocked before there are other threads, which inherit it: the signals then only end the wait
-/// in run(), and nothing has to happen inside a handler.
-sigset_t blockEndingSignals() {
-  sigset_t ending;
-  sigemptyset(&ending);
-  sigaddset(&ending, SIGINT);
-  sigaddset(&ending, SIGTERM);
-  pthread_sigmask(SIG_BLOCK, &ending, nullptr);
-  return ending;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  const sigset_t ending = blockEndingSignals();
+  // Blocked before there are other threads, which inherit it: the signals then only end the wait in
+  // run(), and nothing has to happen inside a handler.
+  sigset_t ending;
+  sigemptyset(&ending);
+  for (const int signal : {SIGINT, SIGTERM}) sigaddset(&ending, signal);
+  pthread_sigmask(SIG_BLOCK, &ending, nullptr);
   CommandLine line;
   CLI::App app("Serves an account's answer service on loopback, for demonstrations and tests.",
                "answer-service");

@@ -13,33 +13,26 @@ namespace {
 
 struct Rule {
   std::string_view name;  ///< With a colon if an argument follows.
-  Misbehaviour::Kind kind;
   /// Of a number; it is none if they are equal. Below 200 a status does not end an answer: a client
   /// would go on waiting for the real one.
   int smallest = 0;
   int largest = 0;
 };
 
-constexpr Rule rules[] = {
-    {"disabled", Misbehaviour::disabled},
-    {"status:", Misbehaviour::status, 200, 599},
-    {"delay:", Misbehaviour::delay, 0, 3600'000},
-    {"truncated", Misbehaviour::truncated},
-    {"malformed", Misbehaviour::malformed},
-    {"none", Misbehaviour::none},
-    {"body:", Misbehaviour::body},
-};
+constexpr Rule rules[] = {{"disabled"},  {"status:", 200, 599}, {"delay:", 0, 3600'000},
+                          {"truncated"}, {"malformed"},         {"none"},
+                          {"body:"}};
 
 std::optional<Misbehaviour> parse(std::string_view endpoint, std::string_view what) {
   const auto argument = what.find(':') + 1;  // 0 if there is none
-  for (const Rule& rule : rules) {
-    if (rule.name != what.substr(0, argument > 0 ? argument : what.size())) continue;
-    if (rule.kind == Misbehaviour::disabled && endpoint != "settings") continue;
-    Misbehaviour result{.kind = rule.kind, .text = std::string(what.substr(argument))};
-    if (rule.smallest == rule.largest) return result;
+  for (const auto& [name, smallest, largest] : rules) {
+    if (name != what.substr(0, argument > 0 ? argument : what.size())) continue;
+    if (name == "disabled" && endpoint != "settings") continue;
+    Misbehaviour result{.name = name, .text = std::string(what.substr(argument))};
+    if (smallest == largest) return result;
     const auto* const end = what.data() + what.size();
     const auto [stop, error] = std::from_chars(what.data() + argument, end, result.number);
-    const bool isInRange = rule.smallest <= result.number && result.number <= rule.largest;
+    const bool isInRange = smallest <= result.number && result.number <= largest;
     if (error == std::errc() && stop == end && isInRange) return result;
   }
   return std::nullopt;
@@ -52,23 +45,15 @@ void Misbehaviour::spoil(httplib::Response& response) const {
     response.status = code;
     response.set_content(content, "application/json");
   };
-  switch (kind) {
-    case disabled:
-      return answer(200, R"({"pellix":{"enabled":false}})");
-    case status:
-      if (number == 204 || number == 304) return answer(number, "");  // HTTP: bodiless
-      return answer(number, Refusal(number, "misbehaviour", "Told to answer so.").body().dump());
-    case truncated:
-      return response.body.resize(response.body.size() / 2);
-    case malformed:
-      return answer(200, "<html>This is not the JSON that was asked for");
-    case none:
-      return answer(204, "");
-    case body:
-      return answer(200, text);
-    case delay:
-      return;
-  }
+  if (name == "disabled") answer(200, R"({"pellix":{"enabled":false}})");
+  if (name == "truncated") response.body.resize(response.body.size() / 2);
+  if (name == "malformed") answer(200, "<html>This is not the JSON that was asked for");
+  if (name == "none") answer(204, "");
+  if (name == "body:") answer(200, text);
+  if (name != "status:") return;
+  const Refusal told(number, "misbehaviour", "This endpoint was told to answer so.");
+  const bool isBodiless = number == 204 || number == 304;  // as HTTP has it
+  answer(number, isBodiless ? "" : told.body().dump());
 }
 
 void Misbehaviours::set(std::string_view endpoint, std::string_view what) {
@@ -94,7 +79,7 @@ std::optional<Misbehaviour> Misbehaviours::of(std::string_view endpoint) {
   const auto found = ofEndpoints_.find(endpoint);
   if (found == ofEndpoints_.end()) return std::nullopt;
   const Misbehaviour misbehaviour = found->second;
-  if (misbehaviour.kind == Misbehaviour::delay) {
+  if (misbehaviour.name == "delay:") {
     changed_.wait_for(lock, std::chrono::milliseconds(misbehaviour.number),
                       [this] { return !delaysAllowed_; });
   }

@@ -13,12 +13,10 @@ namespace AnswerService {
 
 /// One way in which an endpoint can go wrong.
 struct Misbehaviour {
-  enum Kind { disabled, status, delay, truncated, malformed, none, body };
-
   /// Makes the right response a wrong one.
   void spoil(httplib::Response& response) const;
 
-  Kind kind;
+  std::string_view name;
   int number = 0;    ///< The status, or the delay in milliseconds.
   std::string text;  ///< The whole body.
 };

@@ -41,8 +41,7 @@ Json RecordStore::read() const {
   Json record = Json::parse(R"({"queries":[],"resolutions":[],"rejections":[],"votes":[]})");
   for (const Json& row :
        database_.run("SELECT list, json_insert(entry, '$.id', id) FROM record ORDER BY id")) {
-    const auto entry = row[1].get<std::string>();
-    record[row[0].get<std::string>()].push_back(Json::parse(entry));
+    record[row[0].get<std::string>()].push_back(Json::parse(row[1].get<std::string>()));
   }
   for (const Json& row : database_.run("SELECT endpoint, count FROM requests")) {
     record["requests"][row[0].get<std::string>()] = row[1];
@@ -51,11 +50,8 @@ Json RecordStore::read() const {
 }
 
 Record recordFrom(const Json& record) {
-  return {.queries = record.at("queries"),
-          .resolutions = record.at("resolutions"),
-          .rejections = record.at("rejections"),
-          .votes = record.at("votes"),
-          .requests = record.at("requests")};
+  return {record.at("queries"), record.at("resolutions"), record.at("rejections"),
+          record.at("votes"), record.at("requests")};
 }
 
 }  // namespace AnswerService

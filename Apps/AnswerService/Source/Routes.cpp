@@ -14,10 +14,10 @@ using httplib::ContentReader;
 using httplib::Request;
 using httplib::Response;
 
-void send(Response& response, int status, const Json& body) {
+void send(Response& response, int status, const Json& body, int indent = -1) {
   response.status = status;
   // Replacing what is not UTF-8: an answer must not fail for a character.
-  const auto text = body.dump(-1, ' ', false, Json::error_handler_t::replace);
+  const auto text = body.dump(indent, ' ', false, Json::error_handler_t::replace);
   if (!body.is_null()) response.set_content(text, "application/json");
   if (status == 401) response.set_header("WWW-Authenticate", R"(Bearer realm="answer service")");
 }
@@ -44,9 +44,9 @@ void answer(const Context& context, const Endpoint& endpoint, const Request& req
     Call call{context, request.matches.size() > 1 ? request.matches[1] : std::string(), {}};
     if (!endpoint.members.empty()) call.body = parseObject(text, endpoint.members);
     // A server that fails did nothing; with all the other faults it did, and only says so badly.
-    const bool fails = misbehaviour && misbehaviour->kind == Misbehaviour::status;
+    const bool fails = misbehaviour && misbehaviour->name == "status:";
     const Json body = fails ? Json() : endpoint.carryOut(call);
-    send(response, body.is_null() ? 204 : 200, body);
+    send(response, body.is_null() ? 204 : 200, body, endpoint.isPost ? -1 : 2);
   } catch (const Refusal& refusal) {
     send(response, refusal.status, refusal.body());
   } catch (const std::exception& error) {

@@ -62,28 +62,22 @@ std::vector<Run> runsOf(const std::string& text, Words words) {
   return runs;
 }
 
-void addWord(const Run& run, Words words, SearchTerms& terms) {
+void add(const Run& run, Words words, SearchTerms& terms) {
   const std::size_t size = run.characters.size();
-  if (size < 2) return;  // A single letter is what an apostrophe leaves behind.
-  terms.indexed.push_back(words == Words::stemmed
-                              ? fmt::format("\"{}\"", run.text(0, size))
-                              // "Rechnung" and "Rechnungen" both begin with "Rechnu".
-                              : fmt::format("\"{}\" *", run.text(0, std::max(size, 6UL) - 2)));
-}
-
-void addUnseparated(const Run& run, SearchTerms& terms) {
-  const std::size_t size = run.characters.size();
-  // Particles and endings, which every article has.
-  if (run.script == Script::hiragana) return;
   if (run.script == Script::kanji) {
     // Most words are two of them; a single one is the stem of a verb, whose ending changes.
     for (std::size_t at = 0; at == 0 || at + 2 <= size; ++at) {
       terms.substrings.push_back(run.text(at, 2));
     }
-  } else if (size >= 3) {
+  } else if (size < 2 || run.script == Script::hiragana) {
+    return;  // What an apostrophe leaves behind; particles and endings, which every article has.
+  } else if (words == Words::unseparated && size == 2) {
+    terms.substrings.push_back(run.text(0, size));
+  } else if (words == Words::byBeginning) {
+    // "Rechnung" and "Rechnungen" both begin with "Rechnu".
+    terms.indexed.push_back(fmt::format("\"{}\" *", run.text(0, std::max(size, 6UL) - 2)));
+  } else {
     terms.indexed.push_back(fmt::format("\"{}\"", run.text(0, size)));
-  } else if (size == 2) {
-    terms.substrings.push_back(run.text(0, 2));
   }
 }
 
@@ -93,8 +87,7 @@ SearchTerms searchTerms(std::string_view question, Words words,
                         const std::function<bool(const std::string& word)>& isStopWord) {
   SearchTerms terms;
   for (const Run& run : runsOf(normalized(question), words)) {
-    if (isStopWord(run.text(0, run.characters.size()))) continue;
-    words == Words::unseparated ? addUnseparated(run, terms) : addWord(run, words, terms);
+    if (!isStopWord(run.text(0, run.characters.size()))) add(run, words, terms);
   }
   return terms;
 }
