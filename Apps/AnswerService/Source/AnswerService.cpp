@@ -50,8 +50,8 @@ Service::~Service() {
 void Service::start(int port) {
   const std::lock_guard lock(parts_->running);
   if (parts_->server) throw std::runtime_error("The service is started already.");
-  const auto& certificate = parts_->certificate;
-  auto server = std::make_unique<LoopbackServer>(certificate ? certificate->context() : nullptr);
+  SSL_CTX* const tls = parts_->certificate ? parts_->certificate->context() : nullptr;
+  auto server = std::make_unique<LoopbackServer>(tls);
   addRoutes(*server, parts_->context);
   parts_->misbehaviours.allowDelays(true);
   parts_->port = server->listenOn(port);

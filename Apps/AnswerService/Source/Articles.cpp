@@ -30,10 +30,11 @@ constexpr Language languages[] = {
 /// name that is reserved for examples: the articles have no pages of their own.
 constexpr const char* searchSql = R"sql(
   WITH hits(id, score, snippet) AS MATERIALIZED (
-    SELECT rowid, -bm25(search_{0}, 8, 4, 1),
-      iif(instr(snippet(search_{0}, 2, '<em>', '</em>', '…', {1}), '<em>'),
-          snippet(search_{0}, 2, '<em>', '</em>', '…', {1}), snippet(search_{0}, 0, '<em>', '</em>', '…', {1}))
-      FROM search_{0} WHERE search_{0} MATCH ?1
+    SELECT id, score, iif(instr(inBody, '<em>'), inBody, inTitle) FROM (
+      SELECT rowid AS id, -bm25(search_{0}, 8, 4, 1) AS score,
+          snippet(search_{0}, 2, '<em>', '</em>', '…', {1}) AS inBody,
+          snippet(search_{0}, 0, '<em>', '</em>', '…', {1}) AS inTitle
+        FROM search_{0} WHERE search_{0} MATCH ?1)
     UNION ALL
     SELECT rowid, weight * 2 / (weight + 1),
       replace(substr(text, max(1, instr(text, term) - 12), 80), term, '<em>' || term || '</em>')
@@ -113,9 +114,7 @@ Json Articles::search(std::string_view locale, std::string_view question,
   const auto expression = fmt::format("{}", fmt::join(terms.indexed, " OR "));
   const auto rows = database_.run(
       search, {expression.empty() ? R"("")" : expression, Json(terms.substrings).dump(), brandId});
-  for (const Json& row : rows) {
-    articles.push_back(Json::parse(row[0].get<std::string>()));
-  }
+  for (const Json& row : rows) articles.push_back(Json::parse(row[0].get<std::string>()));
   return articles;
 }
 

@@ -43,12 +43,11 @@ ssize_t Connection::write(const char* from, std::size_t size) {
   return BIO_write(stream_.get(), from, static_cast<int>(size));
 }
 
-void Connection::get_local_ip_and_port(std::string& ip, int& port) const {
+void Connection::get_local_ip_and_port(std::string&, int& port) const {
   sockaddr_in address{};
   socklen_t size = sizeof address;
-  if (getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &size) != 0) return;
-  ip = "127.0.0.1";
-  port = ntohs(address.sin_port);
+  if (getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &size) == 0)
+    port = ntohs(address.sin_port);
 }
 
 }  // namespace AnswerService

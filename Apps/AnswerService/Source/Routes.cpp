@@ -10,7 +10,6 @@
 namespace AnswerService {
 namespace {
 
-using httplib::ContentReader;
 using httplib::Request;
 using httplib::Response;
 
@@ -22,7 +21,7 @@ void send(Response& response, int status, const Json& body, int indent = -1) {
   if (status == 401) response.set_header("WWW-Authenticate", R"(Bearer realm="answer service")");
 }
 
-std::string read(const ContentReader& content) {
+std::string read(const httplib::ContentReader& content) {
   std::string body;
   const bool isWhole = content([&body](const char* data, std::size_t size) {
     body.append(data, size);
@@ -33,7 +32,7 @@ std::string read(const ContentReader& content) {
 }
 
 void answer(const Context& context, const Endpoint& endpoint, const Request& request,
-            Response& response, const ContentReader* content) {
+            Response& response, const httplib::ContentReader* content) {
   context.store.count(endpoint.name, 1);
   const auto misbehaviour = context.misbehaviours.of(endpoint.name);
   try {
