@@ -75,7 +75,7 @@ constexpr auto knownForms = std::to_array<std::string_view>({
     "transfer closed with % bytes remaining to read",
     "transfer closed with outstanding read data remaining",
     "end of response with % bytes missing",
-    "~ in chunked-encoding",
+    "malformed chunks",
     "Received HTTP/0.9 when not allowed",
     "Invalid Content-Length: value",
     "Unsupported HTTP version in response",
@@ -123,7 +123,10 @@ PellixPlatform::Error curlFailure(CURLcode result, std::string_view detail, long
   auto code = meaning == meanings.end() ? transportFailed : meaning->code;
   // For these two, libcurl's code is that of a connection that breaks.
   if (proxyStatus >= 300) code = proxyFailed;
-  if (detail.ends_with(" in chunked-encoding")) code = malformedReply;
+  if (detail.ends_with(" in chunked-encoding") || detail.starts_with("invalid chunk")) {
+    code = malformedReply;
+    detail = "malformed chunks";
+  }
 
   if (result == CURLE_ABORTED_BY_CALLBACK)
     detail = "the request is not sent a second time";

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <new>
@@ -76,11 +77,12 @@ CURLM* makeMulti() {
   // Libraries make at their first use what they destroy when the process ends: JSON's, then TLS's.
   static_cast<void>(PellixPlatform::JSONDecoder().decode<Nothing>("{}"));
   if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw std::bad_alloc();
+  errno = 0;
   auto* const multi = curl_multi_init();
-  if (!multi) throw std::bad_alloc();
-  // It comes without an error, and could never be woken, if the system has no descriptor left.
-  if (!keepFromChildren(multi)) {
-    curl_multi_cleanup(multi);
+  if (!multi && errno != EMFILE && errno != ENFILE) throw std::bad_alloc();
+  // Older ones come without an error, and could never be woken, if no descriptor is left.
+  if (!multi || !keepFromChildren(multi)) {
+    if (multi) curl_multi_cleanup(multi);
     throw std::system_error(std::make_error_code(std::errc::too_many_files_open));
   }
   curl_multi_setopt(multi, CURLMOPT_PIPELINING, static_cast<long>(CURLPIPE_MULTIPLEX));

@@ -78,6 +78,7 @@ class CurlWorker {
   [[nodiscard]] Easy takeEasy();
 
   const int process_;
+  Sockets sockets_;  // the thread's, and outlives what libcurl has of it
   CURLM* const multi_;
   std::atomic<bool> stopping_ = false;
 
@@ -95,7 +96,6 @@ class CurlWorker {
     Origin* origin;
     std::unique_ptr<CurlTransfer> transfer;
   };
-  Sockets sockets_;
   Origins origins_;
   std::string latestOrigin_;  // that had a turn; the next one is first
   std::map<CURL*, Running> running_;
