@@ -1,11 +1,10 @@
 #include "Models/RequestBodies.h"
-#include "Providers/Once.h"
 #include "Providers/PellixProviderDependencies.h"
-#include "Providers/PendingCallback.h"
 #include "Providers/Pipeline.h"
 
 #include <PellixPlatform/JSONDecoder.h>
 #include <PellixPlatform/internal/FatalError.h>
+#include <PellixPlatform/internal/Once.h>
 #include <PellixProvidersSDK/PellixProvider.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 
@@ -14,10 +13,15 @@
 namespace PellixProvidersSDK {
 namespace {
 
+using PellixPlatform::Once;
 using Response = std::shared_ptr<const PellixPlatform::URLResponse>;
 
+/// A caller's callback on its way through an operation.
+template <class T>
+using PendingCallback = Once<ResultCallback<T>>;
+
 /// The answer to a question, out of what came back for it.
-void finishQuery(PendingCallback<DeflectionResponse>& callback,
+void finishQuery(const PendingCallback<DeflectionResponse>& callback,
                  std::optional<PellixPlatform::Data> data, const Response& response,
                  std::optional<PellixPlatform::Error> error) {
   if (auto failure = errorFor(response.get(), std::move(error))) {
@@ -29,7 +33,7 @@ void finishQuery(PendingCallback<DeflectionResponse>& callback,
 }
 
 /// The outcome of a resolution or a rejection, out of what came back for it.
-void finishReport(PendingCallback<PellixDispatcherResponse>& callback,
+void finishReport(const PendingCallback<PellixDispatcherResponse>& callback,
                   std::optional<PellixPlatform::Data> data, const Response& response,
                   std::optional<PellixPlatform::Error> error) {
   if (auto failure = errorFor(response.get(), std::move(error))) {
@@ -75,13 +79,13 @@ struct PellixProvider::Steps {
   /// gets the error that says so.
   template <class T, class Next>
   static void whenEnabled(PellixProvider& provider, PendingCallback<T> callback, Next next) {
-    checkEnabled(once([weak = weakReference(provider), callback = std::move(callback),
-                       next = std::move(next)](bool enabled) mutable {
+    checkEnabled([weak = weakReference(provider), callback = std::move(callback),
+                  next = std::move(next)](bool enabled) mutable {
       const auto self = weak.lock();
       if (!self) return;
-      if (!enabled) return callback(std::unexpected(disabledError()));
+      if (!enabled) return callback(Result<T>(std::unexpected(disabledError())));
       next(*self, std::move(callback));
-    }));
+    });
   }
 
   /// Sends a request if one can be made, and says whether; `finish` gets what came back, on the
@@ -92,8 +96,8 @@ struct PellixProvider::Steps {
     const auto service =
         makeProviderService(provider.dependencies_->quorvel.get(), std::move(body), endpoint);
     if (!service) return false;
-    service->perform(once([weak = weakReference(provider), callback = std::move(callback), finish](
-                              auto data, const auto& response, auto error) mutable {
+    service->perform(Once([weak = weakReference(provider), callback = std::move(callback), finish](
+                              auto data, const auto& response, auto error) {
       const auto self = weak.lock();
       if (!self) return;
       finish(callback, std::move(data), response, std::move(error));
@@ -114,14 +118,14 @@ struct PellixProvider::Steps {
 
 void PellixProvider::getDeflectionForQuery(std::string query,
                                            ResultCallback<DeflectionResponse> callback) {
-  PendingCallback pending(callback);
+  PendingCallback<DeflectionResponse> pending(std::move(callback));
   QuorvelCoreSDK::CoreLogger::debug("UUID for deflection: " + dependencies_->UUID);
   const auto* const endpoint = findEndpoint("interaction");
   if (!endpoint) return;
 
   dependencies_->localeProvider->getLocale(
-      once([weak = weakReference(*this), query = std::move(query), endpoint,
-            pending = std::move(pending)](std::string locale) mutable {
+      [weak = weakReference(*this), query = std::move(query), endpoint,
+       pending = std::move(pending)](std::string locale) mutable {
         const auto self = weak.lock();
         if (!self) return;
         auto body = encodeBody(InteractionRequestBody(self->dependencies_->UUID, std::move(query),
@@ -132,7 +136,7 @@ void PellixProvider::getDeflectionForQuery(std::string query,
             [body = std::move(body), endpoint](PellixProvider& provider, auto gated) mutable {
               Steps::send(provider, std::move(body), *endpoint, std::move(gated), finishQuery);
             });
-      }));
+      });
 }
 
 void PellixProvider::getDeflectionForQuery(std::string query,
@@ -147,7 +151,7 @@ void PellixProvider::resolveWithArticle(std::int64_t deflectionId, std::int64_t 
                              .articleId = articleId,
                              .resolutionChannelId = channel,
                              .interactionAccessToken = std::move(interactionAccessToken)};
-  Steps::whenEnabled(*this, PendingCallback(callback),
+  Steps::whenEnabled(*this, PendingCallback<PellixDispatcherResponse>(std::move(callback)),
                      [body = std::move(body)](PellixProvider& provider, auto gated) {
                        if (!Steps::report(provider, "resolve", body, std::move(gated))) return;
                        upVote(*provider.dependencies_->lumenoProvider, body.articleId);
@@ -169,7 +173,7 @@ void PellixProvider::rejectWithArticle(std::int64_t deflectionId, std::int64_t a
                             .resolutionChannelId = channel,
                             .interactionAccessToken = std::move(interactionAccessToken),
                             .reason = rawValue(reason)};
-  Steps::whenEnabled(*this, PendingCallback(callback),
+  Steps::whenEnabled(*this, PendingCallback<PellixDispatcherResponse>(std::move(callback)),
                      [body = std::move(body)](PellixProvider& provider, auto gated) {
                        Steps::report(provider, "reject", body, std::move(gated));
                      });

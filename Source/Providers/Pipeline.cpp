@@ -6,7 +6,6 @@
 
 #include <PellixPlatform/internal/FormatTemplate.h>
 #include <PellixProvidersSDK/PellixError.h>
-#include <PellixProvidersSDK/PellixSettingsProvider.h>
 #include <PellixProvidersSDK/ResourceBundle.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 
@@ -17,13 +16,6 @@ namespace PellixProvidersSDK {
 
 const char PellixErrorDomain[] = "com.pellix.providers";
 const char PellixDisabledErrorDomain[] = "QV_Pellix_Disabled";
-
-void checkEnabled(std::function<void(bool)> callback) {
-  PellixSettingsProvider::getSettings(
-      [callback = std::move(callback)](const std::shared_ptr<const PellixSettings>& settings) {
-        callback(settings && settings->enabled());
-      });
-}
 
 PellixPlatform::Error disabledError() {
   QuorvelCoreSDK::CoreLogger::warn("Pellix is disabled at account level.");

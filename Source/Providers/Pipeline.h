@@ -6,19 +6,27 @@
 #include <PellixPlatform/Error.h>
 #include <PellixPlatform/JSONEncoder.h>
 #include <PellixPlatform/URLResponse.h>
+#include <PellixProvidersSDK/PellixSettingsProvider.h>
 #include <QuorvelCoreSDK/ProviderService.h>
 #include <QuorvelCoreSDK/Quorvel.h>
 
-#include <functional>
+#include <memory>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 /// The steps that all of the provider's operations share.
 namespace PellixProvidersSDK {
 
 /// Asks the settings whether the feature is enabled for the account. Without a core instance,
-/// `callback` is never called.
-void checkEnabled(std::function<void(bool)> callback);
+/// `next` never runs.
+template <class Next>
+void checkEnabled(Next next) {
+  PellixSettingsProvider::getSettings(
+      [next = std::move(next)](const std::shared_ptr<const PellixSettings>& settings) mutable {
+        next(settings && settings->enabled());
+      });
+}
 
 /// Logs that the feature is disabled, and makes the error that says so.
 [[nodiscard]] PellixPlatform::Error disabledError();

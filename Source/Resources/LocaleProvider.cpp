@@ -1,6 +1,7 @@
 #include "Resources/LocaleProvider.h"
 
 #include <PellixPlatform/Locale.h>
+#include <PellixPlatform/internal/Once.h>
 #include <VeltraneProvidersSDK/QVLLumenoSettingsProvider.h>
 
 #include <utility>
@@ -15,17 +16,18 @@ LocaleProvider::LocaleProvider(std::shared_ptr<Veltrane> veltrane)
     : veltrane_(std::move(veltrane)) {}
 
 void LocaleProvider::getLocale(std::function<void(std::string)> callback) const {
+  const PellixPlatform::Once call(std::move(callback));
   if (const auto shared = Veltrane::instance()) {
     if (auto locale = shared->lumenoLocaleOverride()) {
-      callback(*std::move(locale));
+      call(*std::move(locale));
       return;
     }
   }
   QVLLumenoSettingsProvider::getLumenoSettings(
-      [callback = std::move(callback)](const std::shared_ptr<const LumenoSettings>& settings) {
-        if (settings) return callback(settings->locale());
+      [call](const std::shared_ptr<const LumenoSettings>& settings) {
+        if (settings) return call(settings->locale());
         auto languages = PellixPlatform::Locale::preferredLanguages();
-        callback(languages.empty() ? std::string() : std::move(languages.front()));
+        call(languages.empty() ? std::string() : std::move(languages.front()));
       });
 }
 

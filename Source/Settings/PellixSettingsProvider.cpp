@@ -1,6 +1,5 @@
-#include "Providers/Once.h"
-
 #include <PellixPlatform/internal/FatalError.h>
+#include <PellixPlatform/internal/Once.h>
 #include <PellixProvidersSDK/PellixSettingsProvider.h>
 #include <QuorvelCoreSDK/Quorvel.h>
 
@@ -16,15 +15,10 @@ PellixSettingsProvider::PellixSettingsProvider() {
 }
 
 void PellixSettingsProvider::getSettings(SettingsCallback callback) {
+  const PellixPlatform::Once call(std::move(callback));
   const auto quorvel = QuorvelCoreSDK::Quorvel::instance();
   if (!quorvel) return;
-  const auto& settings = quorvel->providerModule().settings();
-  // Moved by pointer: a moved-from `std::function` may still hold its captures.
-  auto held = std::make_unique<const SettingsCallback>(std::exchange(callback, nullptr));
-  settings->getSettings<PellixSettings>(
-      once([held = std::move(held)](std::shared_ptr<const PellixSettings> record) {
-        if (*held) (*held)(std::move(record));
-      }));
+  quorvel->providerModule().settings()->getSettings<PellixSettings>(call);
 }
 
 }  // namespace PellixProvidersSDK

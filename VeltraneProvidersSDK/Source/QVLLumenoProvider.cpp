@@ -1,7 +1,7 @@
 #include "KnowledgeBase.h"
 
 #include <PellixPlatform/JSONDecoder.h>
-#include <QuorvelCoreSDK/OneCall.h>
+#include <PellixPlatform/internal/Once.h>
 #include <QuorvelCoreSDK/ServicePaths.h>
 #include <VeltraneProvidersSDK/QVLLumenoProvider.h>
 
@@ -55,7 +55,7 @@ QVLLumenoProvider::~QVLLumenoProvider() = default;
 
 void QVLLumenoProvider::upVoteArticle(std::optional<std::string> withId,
                                       VotesCallback withCallback) {
-  const auto finish = [call = QuorvelCoreSDK::OneCall(withCallback)](
+  const auto finish = [call = PellixPlatform::Once(std::move(withCallback))](
                           std::expected<std::vector<ArticleVote>, PellixPlatform::Error> votes) {
     votes ? call(*std::move(votes), std::nullopt) : call(std::nullopt, std::move(votes).error());
   };

@@ -1,9 +1,9 @@
 #include "KnowledgeBase.h"
 
 #include <PellixPlatform/JSONDecoder.h>
+#include <PellixPlatform/internal/Once.h>
 #include <QuorvelCoreSDK/CachedDocument.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
-#include <QuorvelCoreSDK/OneCall.h>
 #include <VeltraneProvidersSDK/QVLLumenoSettingsProvider.h>
 #include <VeltraneProvidersSDK/Veltrane.h>
 
@@ -26,7 +26,7 @@ std::shared_ptr<const LumenoSettings> settingsIn(const CachedDocument::Document&
 
 void QVLLumenoSettingsProvider::getLumenoSettings(
     std::function<void(std::shared_ptr<const LumenoSettings>)> callback) {
-  const QuorvelCoreSDK::OneCall call(callback);
+  const PellixPlatform::Once call(std::move(callback));
   if (const auto veltrane = Veltrane::instance()) {
     veltrane->lumenoSettings().get(
         [call](const CachedDocument::Document& document) { call(settingsIn(document)); });

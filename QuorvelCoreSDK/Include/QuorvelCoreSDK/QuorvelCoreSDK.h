@@ -7,7 +7,6 @@
 #include <QuorvelCoreSDK/CoreError.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 #include <QuorvelCoreSDK/HttpMethod.h>
-#include <QuorvelCoreSDK/OneCall.h>
 #include <QuorvelCoreSDK/ProviderModule.h>
 #include <QuorvelCoreSDK/ProviderService.h>
 #include <QuorvelCoreSDK/Quorvel.h>

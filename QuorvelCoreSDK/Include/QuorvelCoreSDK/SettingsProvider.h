@@ -2,11 +2,11 @@
 
 #include <PellixPlatform/JSONDecoder.h>
 #include <PellixPlatform/Object.h>
-#include <QuorvelCoreSDK/OneCall.h>
 
 #include <concepts>
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace QuorvelCoreSDK {
 
@@ -32,11 +32,14 @@ class PELLIX_EXPORT SettingsProvider {
   /// runs out meanwhile, or the transport drops the request, it is let go of without a call.
   template <DecodableDefault T>
   void getSettings(std::function<void(std::shared_ptr<const typename T::DefaultType>)> callback) {
+    // In a statement of its own, so that nothing is left of the callback here when it is called.
+    Continuation continuation = [callback = std::exchange(callback, nullptr)](Record record) {
+      if (!callback) return;
+      callback(std::static_pointer_cast<const typename T::DefaultType>(std::move(record)));
+    };
     answer(RecordType{.decode = decodeRecord<T>,
                       .makeDefault = []() -> Record { return T::default_(); }},
-           [call = OneCall(callback)](Record record) {
-             call(std::static_pointer_cast<const typename T::DefaultType>(std::move(record)));
-           });
+           std::move(continuation));
   }
 
  protected:
