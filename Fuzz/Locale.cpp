@@ -7,7 +7,7 @@
 
 #include <PellixPlatform/Locale.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
-#include <QuorvelCoreSDK/ServicePaths.h>
+#include <VeltraneProvidersSDK/internal/ServicePaths.h>
 
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
 
@@ -51,7 +51,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
 
   QuorvelCoreSDK::CoreLogger::setSink([](auto, auto) {});
   const auto transport = std::make_shared<QuorvelCoreSDK::Testing::ScriptedTransport>();
-  transport->answer(std::string(QuorvelCoreSDK::ServicePaths::knowledgeSettings), 200, document);
+  transport->answer(std::string(VeltraneProvidersSDK::ServicePaths::knowledgeSettings), 200,
+                    document);
   const auto veltrane = VeltraneProvidersSDK::Veltrane::initialize(
       QuorvelCoreSDK::Quorvel::initialize({"https://acme.example", "application", "client"},
                                           {.transport = transport})

@@ -6,7 +6,7 @@
 #include <PellixPlatform/URL.h>
 #include <PellixPlatform/internal/FormatTemplate.h>
 #include <QuorvelCoreSDK/Quorvel.h>
-#include <QuorvelCoreSDK/ServicePaths.h>
+#include <QuorvelCoreSDK/internal/ServicePaths.h>
 
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
 #include <curl/curl.h>

@@ -40,7 +40,7 @@ def body_from(text, begin):
 def members(body):
     """The functions that a class declares and does not define."""
     body = body.replace("= {}", "")
-    body = repeatedly(r"\{[^{}]+\}", "{}", body)
+    body = repeatedly(r"\{[^{}]*\}", "\0", body).replace("\0", "{}")
     body = repeatedly(r"<[^<>]*>", "", body)
     body = re.sub(r"\b(public|protected|private):", "", body)
     for statement in re.findall(r"([^;{}]*)(?:;|\{\};?)(?<!\})", body):

@@ -17,11 +17,6 @@ UPPERMOST = LIBRARIES[2:]
 FOLDERS = [["Settings", "Resources", "Models"], ["Providers"], ["Pellix"], ["Bridge"]]
 PREFIX = r"PellixPlatform|PELLIX_|Pellix::(Platform|QuorvelCoreSDK)|pellix_(add_library|warnings)"
 
-# Known, and to go.
-STILL_NAMED_IN = {"QuorvelCoreSDK/Include/QuorvelCoreSDK/Configuration.h",
-                  "QuorvelCoreSDK/Include/QuorvelCoreSDK/ServicePaths.h"}
-STILL_INCLUDED = {("Source/Settings/PellixSettingsProvider.cpp", "Providers/Once.h")}
-
 
 def sources(root, library):
     folders = [root / "Include", root / "Source"] if library == "." else [root / library]
@@ -71,7 +66,7 @@ def named(root):
         for path in sources(root, library):
             where = str(path.relative_to(root))
             for number, line in enumerate(path.read_text().splitlines(), 1):
-                if (found := pattern.search(re.sub(PREFIX, "", line))) and where not in STILL_NAMED_IN:
+                if found := pattern.search(re.sub(PREFIX, "", line)):
                     yield f"{where}:{number} names what is above: {found[0]}"
 
 
@@ -113,7 +108,7 @@ def upward(root):
     for path in heights.files:
         for name, target in heights.includes(path):
             where = str(path.relative_to(root))
-            if heights.of(target) > heights.of(path) and (where, name) not in STILL_INCLUDED:
+            if heights.of(target) > heights.of(path):
                 yield f"{where} includes upward: {name}"
 
 

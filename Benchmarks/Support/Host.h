@@ -4,8 +4,9 @@
 
 #include <PellixProvidersSDK/PellixProvidersSDK.h>
 #include <QuorvelCoreSDK/QuorvelCoreSDK.h>
-#include <QuorvelCoreSDK/ServicePaths.h>
+#include <QuorvelCoreSDK/internal/ServicePaths.h>
 #include <VeltraneProvidersSDK/VeltraneProvidersSDK.h>
+#include <VeltraneProvidersSDK/internal/ServicePaths.h>
 
 #include <memory>
 #include <string>
@@ -47,10 +48,12 @@ class FakeTransport final : public QuorvelCoreSDK::Transport {
   [[nodiscard]] std::size_t questions() const { return questions_; }
 
   void send(QuorvelCoreSDK::TransportRequest request, Completion completion) override {
-    namespace paths = QuorvelCoreSDK::ServicePaths;
-    if (request.url.ends_with(paths::accountSettings)) {
+    using QuorvelCoreSDK::ServicePaths::accountSettings;
+    using VeltraneProvidersSDK::ServicePaths::knowledgeSettings;
+    const auto& url = request.url.string();
+    if (url.ends_with(accountSettings)) {
       answers_.emplace_back(std::move(completion), R"({"pellix":{"enabled":true}})");
-    } else if (request.url.ends_with(paths::knowledgeSettings)) {
+    } else if (url.ends_with(knowledgeSettings)) {
       answers_.emplace_back(std::move(completion), R"({"locale":"en-us"})");
     } else if (++questions_; isAnswering_) {
       answers_.emplace_back(std::move(completion), reply_);

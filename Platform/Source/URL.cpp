@@ -3,9 +3,11 @@
 #include <uriparser/Uri.h>
 
 #include <algorithm>
-#include <atomic>
 #include <charconv>
+#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <utility>
@@ -18,6 +20,37 @@ std::string_view view(const UriTextRangeA& range) {
   return {range.first, static_cast<std::size_t>(range.afterLast - range.first)};
 }
 
+/// uriparser's memory for one parse: a piece of the stack, as large as ordinary addresses take, and
+/// the heap for what is beyond that.
+class ParserMemory {
+ public:
+  ParserMemory() { uriCompleteMemoryManager(&manager_, &backend_); }
+  ParserMemory(const ParserMemory&) = delete;
+  ParserMemory& operator=(const ParserMemory&) = delete;
+
+  [[nodiscard]] UriMemoryManager* manager() { return &manager_; }
+
+ private:
+  static void* take(UriMemoryManager* self, std::size_t size) {
+    auto& memory = *static_cast<ParserMemory*>(self->userData);
+    constexpr std::size_t unit = alignof(std::max_align_t);
+    const auto taken = (size + unit - 1) / unit * unit;
+    if (taken > sizeof memory.bytes_ - memory.used_) return std::malloc(size);
+    return memory.bytes_ + std::exchange(memory.used_, memory.used_ + taken);
+  }
+
+  static void giveBack(UriMemoryManager* self, void* piece) {
+    const auto& memory = *static_cast<ParserMemory*>(self->userData);
+    const auto offset = static_cast<std::byte*>(piece) - memory.bytes_;
+    if (offset < 0 || std::ssize(memory.bytes_) <= offset) std::free(piece);
+  }
+
+  alignas(std::max_align_t) std::byte bytes_[1024];
+  std::size_t used_ = 0;
+  UriMemoryManager backend_{.malloc = take, .free = giveBack, .userData = this};
+  UriMemoryManager manager_{};
+};
+
 std::string lowerCase(std::string_view text) {
   std::string result(text);
   std::ranges::transform(result, result.begin(), [](char c) {
@@ -26,43 +59,43 @@ std::string lowerCase(std::string_view text) {
   return result;
 }
 
-bool isPort(std::string_view text) {
+int defaultPort(std::string_view scheme) {
+  return scheme == "https" ? 443 : scheme == "http" ? 80 : -1;
+}
+
+/// The port that a text of digits names, or nothing if there is no such port.
+std::optional<int> portOf(std::string_view text) {
   std::uint16_t port = 0;
   const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), port);
-  return text.empty() || (failure == std::errc{} && end == text.data() + text.size());
+  if (failure != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+  return port;
 }
 
 }  // namespace
 
 std::optional<URL> URL::parse(std::string text) {
   if (text.empty()) return std::nullopt;
-  // The same addresses are asked for again and again, so the latest is kept for whoever comes next.
-  static constinit std::atomic<URL*> latest{nullptr};
-  std::unique_ptr<URL> kept(latest.exchange(nullptr));
-  if (!kept || kept->text_ != text) {
-    auto parsed = parseAfresh(std::move(text));
-    if (!parsed) return std::nullopt;
-    kept = std::make_unique<URL>(*std::move(parsed));
-  }
-  URL result = *kept;
-  kept.reset(latest.exchange(kept.release()));
-  return result;
-}
-
-std::optional<URL> URL::parseAfresh(std::string text) {
   URL url;
   url.text_ = std::move(text);
 
   UriUriA uri;
   const char* failedAt = nullptr;
   const char* begin = url.text_.data();
-  const int status = uriParseSingleUriExA(&uri, begin, begin + url.text_.size(), &failedAt);
+  ParserMemory memory;
+  const int status =
+      uriParseSingleUriExMmA(&uri, begin, begin + url.text_.size(), &failedAt, memory.manager());
   if (status == URI_ERROR_MALLOC) throw std::bad_alloc();
   if (status != URI_SUCCESS) return std::nullopt;
-  const std::unique_ptr<UriUriA, void (*)(UriUriA*)> release(&uri, uriFreeUriMembersA);
-  if (!isPort(view(uri.portText))) return std::nullopt;
+  const auto release = [&memory](UriUriA* parsed) {
+    uriFreeUriMembersMmA(parsed, memory.manager());
+  };
+  const std::unique_ptr<UriUriA, decltype(release)> released(&uri, release);
 
   url.scheme_ = lowerCase(view(uri.scheme));
+  const auto portText = view(uri.portText);
+  const auto port = portText.empty() ? defaultPort(url.scheme_) : portOf(portText);
+  if (!port) return std::nullopt;
+  url.port_ = *port;
   url.host_ = lowerCase(view(uri.hostText));
   url.isIPv4_ = uri.hostData.ip4 != nullptr;
   url.hasUserInfo_ = uri.userInfo.first != nullptr;
@@ -73,6 +106,10 @@ std::optional<URL> URL::parseAfresh(std::string text) {
 
 bool URL::isLoopback() const {
   return host_ == "localhost" || host_ == "::1" || (isIPv4_ && host_.starts_with("127."));
+}
+
+bool URL::hasSameOrigin(const URL& other) const {
+  return scheme_ == other.scheme_ && host_ == other.host_ && port_ == other.port_;
 }
 
 }  // namespace PellixPlatform

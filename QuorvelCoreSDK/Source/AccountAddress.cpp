@@ -1,10 +1,12 @@
 #include "AccountAddress.h"
 
-#include <PellixPlatform/URL.h>
+#include "SecureURL.h"
+
 #include <QuorvelCoreSDK/CoreError.h>
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace QuorvelCoreSDK {
 namespace {
@@ -41,12 +43,15 @@ std::string_view faultOf(const PellixPlatform::URL& url) {
 
 }  // namespace
 
-std::optional<PellixPlatform::Error> faultOfAccountAddress(const std::string& address) {
-  const auto url = PellixPlatform::URL::parse(address);
+std::expected<PellixPlatform::URL, PellixPlatform::Error> parseAccountAddress(
+    const std::string& address) {
+  auto url = PellixPlatform::URL::parse(address);
   const auto fault = url ? faultOf(*url) : faultOfText(address);
-  if (!fault.empty()) return makeCoreError(CoreErrorCode::invalidAccountUrl, fault);
-  if (url->scheme() == "https" || (url->scheme() == "http" && url->isLoopback())) return {};
-  return makeCoreError(CoreErrorCode::insecureUrl);
+  if (!fault.empty()) {
+    return std::unexpected(makeCoreError(CoreErrorCode::invalidAccountUrl, fault));
+  }
+  if (!isSecure(*url)) return std::unexpected(makeCoreError(CoreErrorCode::insecureUrl));
+  return *std::move(url);
 }
 
 }  // namespace QuorvelCoreSDK

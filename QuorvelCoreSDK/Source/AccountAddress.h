@@ -1,15 +1,15 @@
 #pragma once
 
 #include <PellixPlatform/Error.h>
+#include <PellixPlatform/URL.h>
 
-#include <optional>
+#include <expected>
 #include <string>
 
 namespace QuorvelCoreSDK {
 
-/// Why an account's address can't be served, or nothing. Errors: `invalidAccountUrl` and
-/// `insecureUrl`.
-[[nodiscard]] std::optional<PellixPlatform::Error> faultOfAccountAddress(
+/// An account's address, or why it can't be served. Errors: `invalidAccountUrl` and `insecureUrl`.
+[[nodiscard]] std::expected<PellixPlatform::URL, PellixPlatform::Error> parseAccountAddress(
     const std::string& address);
 
 }  // namespace QuorvelCoreSDK

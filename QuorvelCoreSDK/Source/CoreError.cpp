@@ -33,6 +33,8 @@ constexpr auto sentences = std::to_array<Sentence>({
     {CoreErrorCode::replyTooLarge, "The server's reply is too large."},
     {CoreErrorCode::proxyFailed, "The proxy did not pass the request on."},
     {CoreErrorCode::transportFailed, "The request failed."},
+    {CoreErrorCode::foreignOrigin,
+     "The address is not on the account's server, which alone gets the token."},
     {CoreErrorCode::invalidProxy, "The proxy's address can't be used."},
 });
 

@@ -3,8 +3,6 @@
 #include "CurlFailure.h"
 #include "TlsContext.h"
 
-#include <PellixPlatform/URL.h>
-
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -82,10 +80,10 @@ CurlTransfer::CurlTransfer(TransportRequest request, Transport::Completion compl
     : request_(std::move(request)),
       completion_(std::move(completion)),
       network_(std::move(network)),
-      deadline_(deadlineAfter(network_->requestTimeout)) {}
+      deadline_(deadlineAfter(request_.requestTimeout.value_or(network_->requestTimeout))) {}
 
 std::string_view CurlTransfer::origin() const {
-  const std::string_view url = request_.url;
+  const std::string_view url = request_.url.string();
   const auto host = url.find("//") + 2;
   return url.substr(0, url.find_first_of("/?#", host));
 }
@@ -103,7 +101,7 @@ void CurlTransfer::prepare(CURL* easy, Sockets& sockets, bool isMultiplexed) {
   };
   const auto& network = *network_;
 
-  set(CURLOPT_URL, request_.url.c_str());
+  set(CURLOPT_URL, request_.url.string().c_str());
   set(CURLOPT_PATH_AS_IS, 1L);
   set(CURLOPT_NOSIGNAL, 1L);
   set(CURLOPT_QUICK_EXIT, 1L);  // a slow name server holds up its own request, and no others
@@ -139,8 +137,7 @@ void CurlTransfer::prepare(CURL* easy, Sockets& sockets, bool isMultiplexed) {
 
   // Both are always said, so that libcurl does not read the environment while the host may be
   // changing it.
-  const auto url = PellixPlatform::URL::parse(request_.url);
-  const bool isDirect = url && url->isLoopback();
+  const bool isDirect = request_.url.isLoopback();
   set(CURLOPT_PROXY, isDirect ? "" : network.proxy.c_str());
   set(CURLOPT_NOPROXY, network.proxyExceptions.c_str());
 
@@ -281,7 +278,9 @@ std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t c
 
 std::size_t CurlTransfer::takeBody(char* data, std::size_t size, std::size_t count, void* self) {
   auto& transfer = *static_cast<CurlTransfer*>(self);
-  if (size * count > transfer.network_->maxResponseBytes - transfer.body_.size()) {
+  const auto most =
+      transfer.request_.maxResponseBytes.value_or(transfer.network_->maxResponseBytes);
+  if (size * count > most - transfer.body_.size()) {
     transfer.isTooLarge_ = true;
     return CURL_WRITEFUNC_ERROR;
   }
@@ -304,7 +303,7 @@ void CurlTransfer::finish(CURLcode result, long proxyStatus) {
   TransportReply reply;
   if (result == CURLE_OK && hasAllHeaders_) {
     reply.response = std::make_shared<const PellixPlatform::HTTPURLResponse>(
-        std::move(request_.url), status_, std::move(responseHeaders_));
+        request_.url.string(), status_, std::move(responseHeaders_));
     if (!body_.empty()) reply.data = std::move(body_);
   } else {
     reply.error = errorFor(result, proxyStatus);

@@ -1,4 +1,5 @@
 #include "PendingCall.h"
+#include "SecureURL.h"
 #include "Session.h"
 
 #include <QuorvelCoreSDK/CoreError.h>
@@ -13,10 +14,6 @@ namespace QuorvelCoreSDK {
 namespace {
 
 using Parameters = ProviderService::Parameters;
-
-bool isSecure(const PellixPlatform::URL& url) {
-  return url.scheme() == "https" || (url.scheme() == "http" && url.isLoopback());
-}
 
 /// RFC 9110, section 5.6.2.
 bool isHeaderName(std::string_view name) {
@@ -34,13 +31,21 @@ bool isHeaderValue(std::string_view value) {
   });
 }
 
-std::expected<TransportRequest, PellixPlatform::Error> makeRequest(const Parameters& parameters,
+std::expected<TransportRequest, PellixPlatform::Error> makeRequest(Parameters&& parameters,
                                                                    const Session& session) {
-  const auto& url = parameters.urlComponent;
+  auto& url = parameters.urlComponent;
   if (!isSecure(url)) return std::unexpected(makeCoreError(CoreErrorCode::insecureUrl));
 
-  TransportRequest request{
-      .method = parameters.httpMethod, .url = url.string(), .headers = {}, .body = parameters.body};
+  if (parameters.requiresAuth && !url.hasSameOrigin(session.accountUrl())) {
+    return std::unexpected(makeCoreError(CoreErrorCode::foreignOrigin));
+  }
+
+  TransportRequest request{.method = parameters.httpMethod,
+                           .url = std::move(url),
+                           .headers = {},
+                           .body = std::move(parameters.body),
+                           .requestTimeout = parameters.requestTimeout,
+                           .maxResponseBytes = parameters.maxResponseBytes};
   auto& headers = request.headers;
   headers.reserve(8);
   if (parameters.requiresAuth) {
@@ -82,12 +87,15 @@ void deliver(const Call& call, PellixPlatform::DispatchQueue* queue, TransportRe
 
 }  // namespace
 
-ClientHeaders::~ClientHeaders() = default;
 Transport::~Transport() = default;
 
 ProviderService::ProviderService(Parameters parameters) : parameters_(std::move(parameters)) {}
 
-void ProviderService::perform(Callback callback) const {
+void ProviderService::perform(Callback callback) const& {
+  ProviderService(*this).perform(std::exchange(callback, nullptr));
+}
+
+void ProviderService::perform(Callback callback) && {
   const auto& session = parameters_.environment.session_;
   auto* const queue = parameters_.dispatchQueue;
   const Call call(callback);
@@ -98,7 +106,7 @@ void ProviderService::perform(Callback callback) const {
             {.error = makeCoreError(CoreErrorCode::notInitialized)});
     return;
   }
-  auto request = makeRequest(parameters_, *session);
+  auto request = makeRequest(std::move(parameters_), *session);
   if (!request) {
     Session::post(session, [call, queue, error = std::move(request.error())]() mutable {
       deliver(call, queue, {.error = std::move(error)});

@@ -9,6 +9,7 @@
 
 #include <QuorvelCoreSDK/Quorvel.h>
 
+#include <algorithm>
 #include <mutex>
 #include <utility>
 
@@ -47,16 +48,23 @@ std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> Quorvel::initiali
     AccountDetails accountDetails, Configuration configuration) {
   auto& address = accountDetails.accountUrl_;
   while (address.ends_with('/')) address.pop_back();
-  if (auto fault = faultOfAccountAddress(address)) return std::unexpected(*std::move(fault));
+  auto url = parseAccountAddress(address);
+  if (!url) return std::unexpected(std::move(url).error());
 
+  const auto settingsTimeout =
+      std::min(configuration.network.settingsTimeout, configuration.network.requestTimeout);
   auto transport = std::move(configuration.transport);
   if (!transport) {
     auto network = makeNetwork(std::move(configuration.network));
     if (!network) return std::unexpected(std::move(network).error());
     transport = std::make_shared<CurlTransport>(*std::move(network));
   }
-  auto session = std::make_shared<Session>(std::move(transport), std::move(configuration.token),
-                                           configuration.settingsTimeToLive);
+  auto session = std::make_shared<Session>(
+      Session::Parameters{.transport = std::move(transport),
+                          .accountUrl = *std::move(url),
+                          .token = std::move(configuration.token),
+                          .settingsTimeToLive = configuration.settingsTimeToLive,
+                          .settingsTimeout = settingsTimeout});
   accountDetails.session_ = session;
   auto settings = configuration.settings ? std::move(configuration.settings)
                                          : std::make_shared<SettingsService>(accountDetails);
@@ -93,6 +101,10 @@ const AccountDetails& Quorvel::accountDetails() const {
 }
 const ProviderModule& Quorvel::providerModule() const {
   return parts_->providerModule;
+}
+
+std::optional<SettingsFailure> Quorvel::lastSettingsFailure() const {
+  return parts_->providerModule.settings()->lastFailure();
 }
 
 bool Quorvel::waitUntilIdle(std::chrono::milliseconds limit) const {

@@ -10,18 +10,33 @@ namespace QuorvelCoreSDK {
 /// What the requests of one core instance share: transport, token, and how much is under way.
 class Session {
  public:
-  Session(std::shared_ptr<Transport> transport, TokenSupplier token,
-          std::chrono::milliseconds timeToLive)
-      : transport_(std::move(transport)), token_(std::move(token)), timeToLive_(timeToLive) {}
+  struct Parameters {
+    std::shared_ptr<Transport> transport;
+    PellixPlatform::URL accountUrl;
+    TokenSupplier token;
+    std::chrono::milliseconds settingsTimeToLive;
+    std::chrono::milliseconds settingsTimeout;
+  };
 
-  [[nodiscard]] Transport& transport() const { return *transport_; }
+  explicit Session(Parameters parameters) : parameters_(std::move(parameters)) {}
+
+  [[nodiscard]] Transport& transport() const { return *parameters_.transport; }
+
+  /// Whose origin alone may see the token.
+  [[nodiscard]] const PellixPlatform::URL& accountUrl() const { return parameters_.accountUrl; }
 
   [[nodiscard]] std::optional<std::string> token() const {
-    return token_ ? token_() : std::nullopt;
+    return parameters_.token ? parameters_.token() : std::nullopt;
   }
 
   /// How long settings documents are kept.
-  [[nodiscard]] std::chrono::milliseconds timeToLive() const { return timeToLive_; }
+  [[nodiscard]] std::chrono::milliseconds settingsTimeToLive() const {
+    return parameters_.settingsTimeToLive;
+  }
+  /// How long fetching one may take.
+  [[nodiscard]] std::chrono::milliseconds settingsTimeout() const {
+    return parameters_.settingsTimeout;
+  }
 
   /// Counts something as under way until the last copy of the result is gone.
   [[nodiscard]] static std::shared_ptr<void> begin(const std::shared_ptr<Session>& session);
@@ -34,9 +49,7 @@ class Session {
  private:
   void end();
 
-  const std::shared_ptr<Transport> transport_;
-  const TokenSupplier token_;
-  const std::chrono::milliseconds timeToLive_;
+  const Parameters parameters_;
   std::mutex mutex_;
   std::condition_variable idle_;
   std::size_t underWay_ = 0;

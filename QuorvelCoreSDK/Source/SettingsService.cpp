@@ -1,9 +1,6 @@
 #include "SettingsService.h"
 
-#include "CoreHeaders.h"
-
-#include <QuorvelCoreSDK/CoreLogger.h>
-#include <QuorvelCoreSDK/ServicePaths.h>
+#include <QuorvelCoreSDK/internal/ServicePaths.h>
 
 #include <utility>
 
@@ -11,24 +8,24 @@ namespace QuorvelCoreSDK {
 
 SettingsProvider::~SettingsProvider() = default;
 
+std::optional<SettingsFailure> SettingsProvider::lastFailure() const {
+  return std::nullopt;
+}
+
 SettingsService::SettingsService(AccountDetails account)
-    : document_(std::make_shared<CachedDocument>(
-          CachedDocument::Parameters{.environment = std::move(account),
-                                     .path = std::string(ServicePaths::accountSettings),
-                                     .name = "The account's settings",
-                                     .clientHeaders = coreHeaders()})) {}
+    : document_(std::make_shared<CachedDocument>(CachedDocument::Parameters{
+          .environment = std::move(account),
+          .path = std::string(ServicePaths::accountSettings),
+          .name = "The account's settings",
+          .withoutRecord = "the default is used instead",
+          .clientHeaders = makeClientHeaders("QuorvelCore", QUORVEL_CORE_VERSION)})) {}
+
+std::optional<SettingsFailure> SettingsService::lastFailure() const {
+  return document_->lastFailure();
+}
 
 void SettingsService::answer(RecordType type, Continuation continuation) {
-  document_->get([type, continuation =
-                            std::move(continuation)](const CachedDocument::Document& document) {
-    if (!document) return continuation(type.makeDefault());
-    auto record = type.decode(*document);
-    if (!record) {
-      CoreLogger::warn("The account's settings could not be used; the default is used instead. " +
-                       record.error().description());
-    }
-    continuation(record ? *std::move(record) : type.makeDefault());
-  });
+  document_->get(type, std::exchange(continuation, nullptr));
 }
 
 }  // namespace QuorvelCoreSDK

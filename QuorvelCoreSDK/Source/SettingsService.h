@@ -1,15 +1,17 @@
 #pragma once
 
-#include <QuorvelCoreSDK/CachedDocument.h>
 #include <QuorvelCoreSDK/SettingsProvider.h>
+#include <QuorvelCoreSDK/internal/CachedDocument.h>
 
 namespace QuorvelCoreSDK {
 
-/// The default settings service: decodes records from the account's settings document, and answers
-/// with a record's default when there is none or it can't be decoded.
+/// The default settings service: answers with records from the account's settings document, and
+/// with a record's default when there is none.
 class SettingsService final : public SettingsProvider {
  public:
   explicit SettingsService(AccountDetails account);
+
+  [[nodiscard]] std::optional<SettingsFailure> lastFailure() const override;
 
  private:
   void answer(RecordType type, Continuation continuation) override;

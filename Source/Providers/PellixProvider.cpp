@@ -93,15 +93,16 @@ struct PellixProvider::Steps {
   template <class T, class Finish>
   static bool send(PellixProvider& provider, std::optional<PellixPlatform::Data> body,
                    const PellixEndpoint& endpoint, PendingCallback<T> callback, Finish finish) {
-    const auto service =
+    auto service =
         makeProviderService(provider.dependencies_->quorvel.get(), std::move(body), endpoint);
     if (!service) return false;
-    service->perform(Once([weak = weakReference(provider), callback = std::move(callback), finish](
-                              auto data, const auto& response, auto error) {
-      const auto self = weak.lock();
-      if (!self) return;
-      finish(callback, std::move(data), response, std::move(error));
-    }));
+    std::move(*service).perform(
+        Once([weak = weakReference(provider), callback = std::move(callback), finish](
+                 auto data, const auto& response, auto error) {
+          const auto self = weak.lock();
+          if (!self) return;
+          finish(callback, std::move(data), response, std::move(error));
+        }));
     return true;
   }
 

@@ -57,9 +57,8 @@ std::optional<PellixPlatform::Error> errorFor(const PellixPlatform::URLResponse*
                                               std::optional<PellixPlatform::Error> error) {
   if (error) return error;
   const auto* http = dynamic_cast<const PellixPlatform::HTTPURLResponse*>(response);
-  if (!http) return std::nullopt;
+  if (!http || http->isSuccess()) return std::nullopt;
   const int status = http->statusCode();
-  if (200 <= status && status < 300) return std::nullopt;
   PellixPlatform::Error::UserInfo info;
   info.emplace(PellixPlatform::NSLocalizedDescriptionKey,
                PellixPlatform::HTTPURLResponse::localizedStringForStatusCode(status));

@@ -26,13 +26,13 @@ Ending<DeflectionResponse> responseFrom(std::string_view json) {
 
 Ending<PellixDispatcherResponse> httpResponse(int status,
                                               std::optional<PellixPlatform::Data> body) {
-  if (status < 200 || 299 < status) {
+  using PellixPlatform::HTTPURLResponse;
+  auto response = std::make_shared<const HTTPURLResponse>("https://fake.invalid/", status,
+                                                          HTTPURLResponse::HeaderFields{});
+  if (!response->isSuccess()) {
     throw std::invalid_argument("No success: status " + std::to_string(status));
   }
-  return std::make_shared<const PellixDispatcherResponse>(
-      std::make_shared<const PellixPlatform::HTTPURLResponse>(
-          "https://fake.invalid/", status, PellixPlatform::HTTPURLResponse::HeaderFields{}),
-      std::move(body));
+  return std::make_shared<const PellixDispatcherResponse>(std::move(response), std::move(body));
 }
 
 struct FakePellixProvider::State {

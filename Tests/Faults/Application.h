@@ -4,7 +4,9 @@
 
 #include <PellixProvidersSDK/PellixProvidersSDK.h>
 #include <QuorvelCoreSDK/QuorvelCoreSDK.h>
+#include <QuorvelCoreSDK/internal/ServicePaths.h>
 #include <VeltraneProvidersSDK/VeltraneProvidersSDK.h>
+#include <VeltraneProvidersSDK/internal/ServicePaths.h>
 
 #include <gtest/gtest.h>
 
@@ -20,7 +22,10 @@ using Support::LoopbackRequest;
 using Support::LoopbackServer;
 using VeltraneProvidersSDK::Veltrane;
 using Then = LoopbackReply::Then;
-namespace ServicePaths = QuorvelCoreSDK::ServicePaths;
+namespace ServicePaths {
+using namespace QuorvelCoreSDK::ServicePaths;
+using namespace VeltraneProvidersSDK::ServicePaths;
+}  // namespace ServicePaths
 
 inline constexpr std::size_t largest = 20'000;  // bytes of a reply, where a test bounds it
 

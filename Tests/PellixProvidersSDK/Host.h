@@ -5,7 +5,9 @@
 
 #include <PellixProvidersSDK/PellixProvidersSDK.h>
 #include <QuorvelCoreSDK/QuorvelCoreSDK.h>
+#include <QuorvelCoreSDK/internal/ServicePaths.h>
 #include <VeltraneProvidersSDK/VeltraneProvidersSDK.h>
+#include <VeltraneProvidersSDK/internal/ServicePaths.h>
 
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
 
@@ -33,7 +35,7 @@ using QueryOptionalsCallback = PellixProvidersSDK::OptionalsCallback<DeflectionR
 
 inline constexpr std::string_view queryPath = "/answers/v1/interactions";
 using QuorvelCoreSDK::ServicePaths::accountSettings;
-using QuorvelCoreSDK::ServicePaths::knowledgeSettings;
+using VeltraneProvidersSDK::ServicePaths::knowledgeSettings;
 
 inline constexpr char enabled[] = R"({"pellix":{"enabled":true}})";
 inline constexpr char disabled[] = R"({"pellix":{"enabled":false}})";
@@ -158,7 +160,7 @@ class Host {
   [[nodiscard]] std::vector<std::string> requestedPaths() const {
     std::vector<std::string> paths;
     for (const auto& request : transport->requests()) {
-      paths.push_back(request.url.substr(std::string("https://acme.example").size()));
+      paths.push_back(request.url.string().substr(std::string("https://acme.example").size()));
     }
     return paths;
   }

@@ -201,7 +201,7 @@ TEST(Query, SendsTheText) {
   for (const auto& text : texts) {
     EXPECT_EQ(host.outcomeOf(text), "response 7");
     const auto sent = host.transport->requests(queryPath).back();
-    EXPECT_EQ(sent.url, "https://acme.example/answers/v1/interactions");
+    EXPECT_EQ(sent.url.string(), "https://acme.example/answers/v1/interactions");
     EXPECT_EQ(sent.method, QuorvelCoreSDK::HttpMethod::post);
     EXPECT_EQ(nlohmann::json::parse(sent.body.value()),
               (nlohmann::json{{"via_id", 65},

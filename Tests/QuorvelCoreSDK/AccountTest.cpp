@@ -68,6 +68,30 @@ TEST(AccountTest, SaysWhichAddressesItServes) {
   }
 }
 
+TEST(AccountTest, SendsItsTokenToItsOwnOriginHoweverThatIsWritten) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"https://account.example", "https://ACCOUNT.example:443/x"},
+      {"https://account.example:443/base", "https://account.example/x"},
+      {"http://127.0.0.1:80", "http://127.0.0.1/x"},
+      {"https://account.example:8443", "HTTPS://account.example:08443/x"},
+  };
+  for (const auto& [account, url] : cases) {
+    const auto transport = std::make_shared<Testing::ScriptedTransport>();
+    const Client client(account, {.transport = transport});
+    auto parameters = client.parameters();
+    parameters.urlComponent = PellixPlatform::URL::parse(url).value();
+    const auto outcome = Client::begin(parameters);
+    EXPECT_EQ(transport->requests(url).size(), 1U) << url;
+
+    // Without a token, a request may go anywhere.
+    parameters.urlComponent = PellixPlatform::URL::parse("https://other.example/x").value();
+    parameters.requiresAuth = false;
+    const auto other = Client::begin(parameters);
+    EXPECT_EQ(transport->requests("https://other.example/x").size(), 1U);
+    transport->drop();
+  }
+}
+
 TEST(AccountTest, SendsNothingThatCannotStandInARequest) {
   using enum CoreErrorCode;
   struct Case {
@@ -90,6 +114,11 @@ TEST(AccountTest, SendsNothingThatCannotStandInARequest) {
       {"s3cret", {}, "http://account.example/x", insecureUrl},
       {"s3cret", {}, "file:///etc/hostname", insecureUrl},
       {"s3cret", {}, "/x", insecureUrl},
+      {"s3cret", {}, "https://other.example/x", foreignOrigin},
+      {"s3cret", {}, "https://account.example.other/x", foreignOrigin},
+      {"s3cret", {}, "https://account.example:444/x", foreignOrigin},
+      {"s3cret", {}, "http://127.0.0.1/x", foreignOrigin},
+      {"s3cret", {}, "https://account.example@other.example/x", foreignOrigin},
   };
   for (const auto& [token, headers, url, code] : cases) {
     const auto transport = std::make_shared<Testing::ScriptedTransport>();
@@ -97,7 +126,7 @@ TEST(AccountTest, SendsNothingThatCannotStandInARequest) {
                         {.token = [&token] { return token; }, .transport = transport});
     auto parameters = client.parameters();
     parameters.urlComponent = PellixPlatform::URL::parse(url).value();
-    parameters.clientHeaders = std::make_shared<const TestHeaders>(headers);
+    parameters.clientHeaders = makeClientHeaders("Tester", "1.2.3", headers);
     auto outcome = Client::begin(std::move(parameters));
     EXPECT_EQ(outcome.wait_for(std::chrono::seconds(0)), std::future_status::timeout)
         << "answered within the call";
@@ -115,7 +144,7 @@ TEST(AccountTest, AnswersOnAQueueWithoutAnInstance) {
   ProviderService::Parameters parameters{
       .environment = {"https://account.example", "a", "c"},
       .urlComponent = PellixPlatform::URL::parse("https://account.example/x").value(),
-      .clientHeaders = std::make_shared<const TestHeaders>()};
+      .clientHeaders = makeClientHeaders("Tester", "1.2.3")};
   for (PellixPlatform::DispatchQueue own;
        auto* queue : {&own, &PellixPlatform::DispatchQueue::main()}) {
     parameters.dispatchQueue = queue == &own ? queue : nullptr;

@@ -40,20 +40,6 @@ T valueOf(std::future<T> future) {
   return T();
 }
 
-class TestHeaders final : public ClientHeaders {
- public:
-  explicit TestHeaders(std::map<std::string, std::string> additional = {})
-      : additional_(std::move(additional)) {}
-  [[nodiscard]] std::string client() const override { return "Tester"; }
-  [[nodiscard]] std::string version() const override { return "1.2.3"; }
-  [[nodiscard]] std::map<std::string, std::string> aditionalHeaders() const override {
-    return additional_;
-  }
-
- private:
-  const std::map<std::string, std::string> additional_;
-};
-
 /// A core instance for one address, and requests with it.
 struct Client {
   explicit Client(const std::string& address, Configuration configuration = {})
@@ -70,7 +56,7 @@ struct Client {
     return {.environment = account,
             .urlComponent = PellixPlatform::URL::parse(account.accountUrl() + path).value(),
             .requiresAuth = true,
-            .clientHeaders = std::make_shared<const TestHeaders>()};
+            .clientHeaders = makeClientHeaders("Tester", "1.2.3")};
   }
 
   static std::future<Outcome> begin(ProviderService::Parameters parameters) {

@@ -57,8 +57,8 @@ TEST(RequestTest, IsSentAsEveryServerExpectsIt) {
     parameters.httpMethod = method;
     parameters.body = body;
     parameters.requiresAuth = requiresAuth;
-    parameters.clientHeaders = std::make_shared<const TestHeaders>(
-        std::map<std::string, std::string>{{"X-Empty", ""}, {"X-More", "a; b"}});
+    parameters.clientHeaders =
+        makeClientHeaders("Tester", "1.2.3", {{"X-Empty", ""}, {"X-More", "a; b"}});
     EXPECT_EQ(valueOf(Client::begin(std::move(parameters))).status(), 200);
 
     const auto request = server.requests().back();

@@ -1,6 +1,8 @@
 #include "Client.h"
 #include "Support/Recorder.h"
 
+#include <QuorvelCoreSDK/internal/ServicePaths.h>
+
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
 #include <gmock/gmock.h>
 
@@ -21,6 +23,15 @@ struct Colour final : PellixPlatform::Object {
       : name(decoder.nested("theme").read<std::string>("colour")) {}
   static std::shared_ptr<const Colour> default_() { return std::make_shared<Colour>("default"); }
   const std::string name;
+};
+
+struct Shape final : PellixPlatform::Object {
+  using DefaultType = Shape;
+  Shape() = default;
+  explicit Shape(const PellixPlatform::Decoder& decoder) {
+    static_cast<void>(decoder.nested("shape"));
+  }
+  static std::shared_ptr<const Shape> default_() { return std::make_shared<Shape>(); }
 };
 
 constexpr char red[] = R"({"theme":{"colour":"red"}})";
@@ -71,9 +82,51 @@ TEST_F(SettingsTest, AreKeptAndAnsweredAtOnce) {
   ASSERT_EQ(transport_->requests().size(), 1U);
   const auto request = transport_->requests().front();
   EXPECT_EQ(request.method, HttpMethod::get);
-  EXPECT_EQ(request.url, "https://account.example/api/v1/account/settings");
+  EXPECT_EQ(request.url.string(), "https://account.example/api/v1/account/settings");
   for (const auto& [name, value] : request.headers) EXPECT_NE(name, "Authorization");
+  EXPECT_EQ(request.requestTimeout, std::chrono::seconds(10));
+  EXPECT_EQ(request.maxResponseBytes, std::size_t{256} << 10);
   EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(SettingsTest, AreDecodedOnceForEachTypeOfRecord) {
+  setUp();
+  answer(200, red);
+  std::vector<std::shared_ptr<const PellixPlatform::Object>> records;
+  const auto keep = [&](auto record) { records.push_back(std::move(record)); };
+  const auto settings = client_->quorvel->providerModule().settings();
+  for (int i = 0; i < 2; ++i) {
+    settings->getSettings<Colour>(keep);
+    settings->getSettings<Shape>(keep);  // which is not in the document
+    transport_->run();
+  }
+  ASSERT_EQ(records.size(), 4U);
+  EXPECT_EQ(records[0], records[2]);
+  EXPECT_NE(std::dynamic_pointer_cast<const Colour>(records[0]), nullptr);
+  EXPECT_NE(std::dynamic_pointer_cast<const Shape>(records[1]), nullptr);
+  EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("could not be used; the default is used")));
+}
+
+TEST_F(SettingsTest, TellTheHostWhyTheyCouldNotBeHad) {
+  setUp(std::chrono::milliseconds(0));
+  EXPECT_FALSE(client_->quorvel->lastSettingsFailure());
+  const auto path = std::string(ServicePaths::accountSettings);
+  const std::pair<int, std::int64_t> cases[] = {{0, 13}, {503, 17}, {200, 5}};
+  for (const auto& [status, code] : cases) {
+    answer(status, "{");
+    if (status == 0) transport_->fail(path);
+    const auto before = std::chrono::system_clock::now();
+    ask();
+    transport_->run();
+    const auto failure = client_->quorvel->lastSettingsFailure().value();
+    EXPECT_EQ(failure.error.code(), code);
+    EXPECT_LE(before, failure.time);
+    EXPECT_LE(failure.time, std::chrono::system_clock::now());
+  }
+  answer(200, "{}");  // in which there is no colour; but it could be had
+  ask();
+  transport_->run();
+  EXPECT_FALSE(client_->quorvel->lastSettingsFailure());
 }
 
 TEST_F(SettingsTest, AreKeptForAsLongAsTheHostSays) {
@@ -123,9 +176,9 @@ TEST_F(SettingsTest, FallBackOnTheLastGoodOnesElseOnTheDefault) {
       {500, red, "status 500 Internal Server Error"},
       {404, red, "status 404 Not Found"},
       {304, "", "status 304 Not Modified"},
-      {200, "", "fetched"},
-      {200, R"({"theme":{"colour":"blue"})", "fetched"},
-      {200, std::string(red) + "x", "fetched"},
+      {200, "", "are malformed"},
+      {200, R"({"theme":{"colour":"blue"})", "are malformed"},
+      {200, std::string(red) + "x", "are malformed"},
       {200, "{}", "theme", true},
       {200, R"({"theme":{"colour":1}})", "theme.colour", true},
       {200, "[]", "could not be used", true},
@@ -148,8 +201,8 @@ TEST_F(SettingsTest, FallBackOnTheLastGoodOnesElseOnTheDefault) {
       const auto lines = log_.lines();
       ASSERT_EQ(lines.size() - linesBefore, 1U);
       EXPECT_THAT(lines.back(),
-                  AllOf(testing::StartsWith("warn: The account's settings could not be "),
-                        HasSubstr(why), HasSubstr(isGood ? "the last" : "the default")));
+                  AllOf(testing::StartsWith("warn: The account's settings "), HasSubstr(why),
+                        HasSubstr(isGood ? "the last" : "the default")));
     }
   }
 }

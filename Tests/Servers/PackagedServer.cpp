@@ -2,8 +2,6 @@
 
 #include "Support/LoopbackServer.h"
 
-#include <QuorvelCoreSDK/ServicePaths.h>
-
 #include <arpa/inet.h>
 #include <unistd.h>
 
@@ -33,12 +31,10 @@ struct Resource {
 
 /// Each answers whatever lies below it too.
 const std::vector<Resource>& resources() {
-  using namespace QuorvelCoreSDK::ServicePaths;
-  const auto withoutSlash = articles.substr(0, articles.size() - 1);
   static const std::vector<Resource> all{
-      {std::string(accountSettings), R"({"pellix":{"enabled":true}})"},
-      {std::string(knowledgeSettings), R"({"locale":"de"})"},
-      {std::string(withoutSlash), R"({"votes":[]})"},
+      {"/api/v1/account/settings", R"({"pellix":{"enabled":true}})"},
+      {"/knowledge/v1/settings", R"({"locale":"de"})"},
+      {"/knowledge/v1/articles", R"({"votes":[]})"},
       {"/answers/v1/interactions", answer},
       {"/answers/v1/resolutions", "{}"},
       {"/answers/v1/rejections", "{}"},

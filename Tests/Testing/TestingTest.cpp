@@ -66,7 +66,7 @@ TEST(ScriptedTransport, AnswersAtItsOwnTimes) {
   transport.ignore("/never");
   std::string heard;
   const std::function<void(std::string)> send = [&](const std::string& path) {
-    transport.send({.url = path}, [&, path](const auto& reply) {
+    transport.send({.url = PellixPlatform::URL::parse(path).value()}, [&, path](const auto& reply) {
       heard += path + (reply.error ? "!" : "");
       if (path == "/quick") send("/x/quick");  // which comes another 100 ms later
     });

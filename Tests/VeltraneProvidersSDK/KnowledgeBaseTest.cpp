@@ -1,8 +1,8 @@
 #include "Support/Recorder.h"
 
 #include <PellixPlatform/DispatchQueue.h>
-#include <QuorvelCoreSDK/ServicePaths.h>
 #include <VeltraneProvidersSDK/VeltraneProvidersSDK.h>
+#include <VeltraneProvidersSDK/internal/ServicePaths.h>
 
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
 #include <gmock/gmock.h>
@@ -11,7 +11,7 @@ namespace VeltraneProvidersSDK {
 namespace {
 
 using QuorvelCoreSDK::Quorvel;
-using QuorvelCoreSDK::ServicePaths::knowledgeSettings;
+using ServicePaths::knowledgeSettings;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -75,7 +75,7 @@ TEST_F(KnowledgeBaseTest, KeepsItsSettingsButNeverAnswersWithinTheCall) {
   }
   ASSERT_EQ(transport_->requests().size(), 1U);
   const auto request = transport_->requests().front();
-  EXPECT_EQ(request.url, "https://account.example/base/knowledge/v1/settings");
+  EXPECT_EQ(request.url.string(), "https://account.example/base/knowledge/v1/settings");
   EXPECT_THAT(request.headers, testing::Contains(std::pair<std::string, std::string>(
                                    "X-Quorvel-Client", "Veltrane")));
   for (const auto& [name, value] : request.headers) EXPECT_NE(name, "Authorization");
@@ -93,8 +93,8 @@ TEST_F(KnowledgeBaseTest, AnswersNothingWhereThereAreNoSettings) {
       {200, R"({"locale":"fr","more":[1]})", "fr", ""},
       {200, R"({"locale":null})", "none", "could not be used"},
       {200, "{}", "none", "could not be used"},
-      {200, "{", "none", "could not be fetched"},
-      {200, "", "none", "could not be fetched"},
+      {200, "{", "none", "are malformed; there are none to use"},
+      {200, "", "none", "are malformed"},
       {503, R"({"locale":"fr"})", "none", "status 503"},
   };
   for (const auto& [status, body, answer, warning] : cases) {
@@ -182,7 +182,7 @@ TEST_F(KnowledgeBaseTest, Votes) {
     ASSERT_EQ(requests.size(), path.empty() ? 0U : 1U);
     if (path.empty()) continue;
     EXPECT_EQ(requests.back().method, QuorvelCoreSDK::HttpMethod::post);
-    EXPECT_EQ(requests.back().url, url);
+    EXPECT_EQ(requests.back().url.string(), url);
     EXPECT_EQ(requests.back().body, std::nullopt);
     EXPECT_THAT(requests.back().headers, testing::Contains(std::pair<std::string, std::string>(
                                              "Authorization", "Bearer s3cret")));

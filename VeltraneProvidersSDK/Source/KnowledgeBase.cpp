@@ -12,19 +12,12 @@ const char VeltraneErrorDomain[] = "com.veltrane.providers";
 
 namespace {
 
-class VeltraneHeaders final : public QuorvelCoreSDK::ClientHeaders {
- public:
-  [[nodiscard]] std::string client() const override { return "Veltrane"; }
-  [[nodiscard]] std::string version() const override { return VELTRANE_VERSION; }
-  [[nodiscard]] std::map<std::string, std::string> aditionalHeaders() const override { return {}; }
-};
-
 Reply replyOf(std::optional<PellixPlatform::Data> data, const PellixPlatform::URLResponse* response,
               std::optional<PellixPlatform::Error> error) {
   if (error) return std::unexpected(*std::move(error));
   const auto* http = dynamic_cast<const PellixPlatform::HTTPURLResponse*>(response);
-  const int status = http ? http->statusCode() : 0;
-  if (status < 200 || 299 < status) {
+  if (!http || !http->isSuccess()) {
+    const int status = http ? http->statusCode() : 0;
     return std::unexpected(makeVeltraneError(
         VeltraneErrorCode::refused,
         "The knowledge base answered with status " + std::to_string(status) + " " +
@@ -36,7 +29,7 @@ Reply replyOf(std::optional<PellixPlatform::Data> data, const PellixPlatform::UR
 }  // namespace
 
 std::shared_ptr<const QuorvelCoreSDK::ClientHeaders> veltraneHeaders() {
-  return std::make_shared<const VeltraneHeaders>();
+  return QuorvelCoreSDK::makeClientHeaders("Veltrane", VELTRANE_VERSION);
 }
 
 PellixPlatform::Error makeVeltraneError(VeltraneErrorCode code, std::string text) {

@@ -2,16 +2,14 @@
 
 #include <PellixPlatform/JSONDecoder.h>
 #include <PellixPlatform/internal/Once.h>
-#include <QuorvelCoreSDK/ServicePaths.h>
 #include <VeltraneProvidersSDK/QVLLumenoProvider.h>
+#include <VeltraneProvidersSDK/internal/ServicePaths.h>
 
 #include <algorithm>
 #include <utility>
 
 namespace VeltraneProvidersSDK {
 namespace {
-
-namespace ServicePaths = QuorvelCoreSDK::ServicePaths;
 
 struct DecodedVote {
   ArticleVote vote;

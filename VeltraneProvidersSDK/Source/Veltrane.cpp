@@ -2,9 +2,9 @@
 #include "SharedInstance.h"
 
 #include <PellixPlatform/internal/FatalError.h>
-#include <QuorvelCoreSDK/CachedDocument.h>
-#include <QuorvelCoreSDK/ServicePaths.h>
+#include <QuorvelCoreSDK/internal/CachedDocument.h>
 #include <VeltraneProvidersSDK/Veltrane.h>
+#include <VeltraneProvidersSDK/internal/ServicePaths.h>
 
 #include <mutex>
 #include <utility>
@@ -33,13 +33,12 @@ Shared& shared() {
 }
 
 std::shared_ptr<CachedDocument> keptSettings(const QuorvelCoreSDK::Quorvel& quorvel) {
-  // Posted, so that what follows runs where the next request starts, and never within the call.
-  return std::make_shared<CachedDocument>(CachedDocument::Parameters{
-      .environment = quorvel.accountDetails(),
-      .path = std::string(QuorvelCoreSDK::ServicePaths::knowledgeSettings),
-      .name = "The knowledge base's settings",
-      .clientHeaders = veltraneHeaders(),
-      .delivery = CachedDocument::Delivery::posted});
+  return std::make_shared<CachedDocument>(
+      CachedDocument::Parameters{.environment = quorvel.accountDetails(),
+                                 .path = std::string(ServicePaths::knowledgeSettings),
+                                 .name = "The knowledge base's settings",
+                                 .withoutRecord = "there are none to use",
+                                 .clientHeaders = veltraneHeaders()});
 }
 
 }  // namespace
@@ -82,8 +81,8 @@ const std::shared_ptr<QuorvelCoreSDK::Quorvel>& Veltrane::quorvel() const {
   return state_->quorvel;
 }
 
-CachedDocument& Veltrane::lumenoSettings() const {
-  return *state_->settings;
+const std::shared_ptr<CachedDocument>& Veltrane::lumenoSettings() const {
+  return state_->settings;
 }
 
 }  // namespace VeltraneProvidersSDK

@@ -3,34 +3,32 @@
 #include "Host.h"
 
 #include <QuorvelCoreSDK/QuorvelCoreSDK.h>
+#include <QuorvelCoreSDK/internal/ServicePaths.h>
 #include <VeltraneProvidersSDK/VeltraneProvidersSDK.h>
+#include <VeltraneProvidersSDK/internal/ServicePaths.h>
 
 namespace PellixApp {
 namespace {
 
-namespace ServicePaths = QuorvelCoreSDK::ServicePaths;
 using PellixProvidersSDK::DeflectionResponse;
 using PellixProvidersSDK::Pellix;
 using QuorvelCoreSDK::ProviderService;
 using QuorvelCoreSDK::Quorvel;
 using QuorvelCoreSDK::TransportReply;
 using QuorvelCoreSDK::TransportRequest;
+namespace AccountPaths = QuorvelCoreSDK::ServicePaths;
+namespace KnowledgePaths = VeltraneProvidersSDK::ServicePaths;
 
 constexpr const char* question = "Can pellix doctor ask a question?";
 
-class Headers final : public QuorvelCoreSDK::ClientHeaders {
-  [[nodiscard]] std::string client() const override { return "Pellix"; }
-  [[nodiscard]] std::string version() const override { return PELLIX_VERSION; }
-  [[nodiscard]] std::map<std::string, std::string> aditionalHeaders() const override { return {}; }
-};
-
 TransportReply perform(const TransportRequest& request, const Account& account, bool needsToken) {
-  const ProviderService service({.environment = account->accountDetails(),
-                                 .urlComponent = PellixPlatform::URL::parse(request.url).value(),
-                                 .requiresAuth = needsToken,
-                                 .httpMethod = request.method,
-                                 .clientHeaders = std::make_shared<const Headers>(),
-                                 .body = request.body});
+  const ProviderService service(
+      {.environment = account->accountDetails(),
+       .urlComponent = request.url,
+       .requiresAuth = needsToken,
+       .httpMethod = request.method,
+       .clientHeaders = QuorvelCoreSDK::makeClientHeaders("Pellix", PELLIX_VERSION),
+       .body = request.body});
   const auto reply = await<TransportReply>([&service](const auto& callback) {
     service.perform([callback](auto data, const auto& response, auto error) {
       callback({.data = std::move(data), .response = response, .error = std::move(error)});
@@ -40,8 +38,8 @@ TransportReply perform(const TransportRequest& request, const Account& account, 
 }
 
 TransportReply fetch(std::string_view path, const Account& account) {
-  const TransportRequest request{.url = account->accountDetails().accountUrl() + std::string(path)};
-  return perform(request, account, false);
+  auto address = account->accountDetails().accountUrl() + std::string(path);
+  return perform({.url = PellixPlatform::URL::parse(std::move(address)).value()}, account, false);
 }
 
 /// Answers the library with the knowledge settings as they came, and with an enabled feature in any
@@ -53,12 +51,12 @@ class CapturingTransport final : public QuorvelCoreSDK::Transport {
 
   void send(TransportRequest request, Completion completion) override {
     TransportReply reply{.error = makeCoreError(QuorvelCoreSDK::CoreErrorCode::transportFailed)};
-    if (request.url.ends_with(ServicePaths::accountSettings)) {
+    const auto& url = request.url.string();
+    if (url.ends_with(AccountPaths::accountSettings)) {
       using Response = PellixPlatform::HTTPURLResponse;
-      reply = {
-          .data = R"({"pellix":{"enabled":true}})",
-          .response = std::make_shared<const Response>(request.url, 200, Response::HeaderFields())};
-    } else if (request.url.ends_with(ServicePaths::knowledgeSettings)) {
+      reply = {.data = R"({"pellix":{"enabled":true}})",
+               .response = std::make_shared<const Response>(url, 200, Response::HeaderFields())};
+    } else if (url.ends_with(KnowledgePaths::knowledgeSettings)) {
       reply = knowledgeSettings_;
     } else {
       query = std::move(request);
@@ -78,10 +76,10 @@ class CapturingTransport final : public QuorvelCoreSDK::Transport {
 
 SettingsReplies fetchSettings(const Account& account) {
   SettingsReplies replies;
-  replies.account = fetch(ServicePaths::accountSettings, account);
+  replies.account = fetch(AccountPaths::accountSettings, account);
   // A service that can't be reached is not waited for twice.
   replies.knowledgeBase =
-      replies.account.error ? replies.account : fetch(ServicePaths::knowledgeSettings, account);
+      replies.account.error ? replies.account : fetch(KnowledgePaths::knowledgeSettings, account);
   return replies;
 }
 

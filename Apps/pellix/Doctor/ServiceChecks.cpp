@@ -37,10 +37,10 @@ std::expected<std::shared_ptr<const T>, PellixPlatform::Error> recordIn(
     const TransportReply& reply) {
   if (reply.error) return std::unexpected(*reply.error);
   const auto* http = dynamic_cast<const PellixPlatform::HTTPURLResponse*>(reply.response.get());
-  const int status = http ? http->statusCode() : 0;
-  if (200 <= status && status <= 299) {
+  if (http && http->isSuccess()) {
     return PellixPlatform::JSONDecoder().decode<T>(reply.data.value_or(""));
   }
+  const int status = http ? http->statusCode() : 0;
   auto text = PellixPlatform::HTTPURLResponse::localizedStringForStatusCode(status);
   return std::unexpected(PellixPlatform::Error::described(PellixProvidersSDK::PellixErrorDomain,
                                                           status, std::move(text)));

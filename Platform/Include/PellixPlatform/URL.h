@@ -27,15 +27,19 @@ class PELLIX_EXPORT URL {
   /// Whether the host can only be this machine: `localhost`, 127.0.0.0/8 or ::1.
   [[nodiscard]] bool isLoopback() const;
 
+  /// Whether scheme, host and port are the same; the default ports of http and https need not be
+  /// written. Hosts are compared as text.
+  [[nodiscard]] bool hasSameOrigin(const URL& other) const;
+
   friend bool operator==(const URL& a, const URL& b) { return a.text_ == b.text_; }
 
  private:
   URL() = default;
-  [[nodiscard]] static std::optional<URL> parseAfresh(std::string text);
 
   std::string text_;
   std::string scheme_;
   std::string host_;
+  int port_ = -1;  // none, unless written or the scheme has a default
   bool isIPv4_ = false;
   bool hasUserInfo_ = false;
   bool hasQuery_ = false;

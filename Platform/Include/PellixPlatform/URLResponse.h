@@ -40,6 +40,9 @@ class PELLIX_EXPORT HTTPURLResponse final : public URLResponse {
 
   [[nodiscard]] int statusCode() const { return statusCode_; }
 
+  /// Whether the status is one of 200..299.
+  [[nodiscard]] bool isSuccess() const { return 200 <= statusCode_ && statusCode_ <= 299; }
+
   /// Every field once, ordered by name without regard to case.
   [[nodiscard]] const HeaderFields& allHeaderFields() const { return headerFields_; }
 

@@ -11,8 +11,8 @@ class Session;
 
 /// The account and the application that asks on its behalf: a value.
 ///
-/// The details that a core instance hands out also know that instance's transport and token, so
-/// that a request can never carry one account's token to another's address.
+/// The details that a core instance hands out also know that instance's transport and token. The
+/// token only ever goes to the origin of the address that the instance was set up with.
 class PELLIX_EXPORT AccountDetails {
  public:
   AccountDetails(std::string accountUrl, std::string applicationId, std::string clientId);

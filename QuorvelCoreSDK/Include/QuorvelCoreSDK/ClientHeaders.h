@@ -3,6 +3,7 @@
 #include <PellixPlatform/Export.h>
 
 #include <map>
+#include <memory>
 #include <string>
 
 namespace QuorvelCoreSDK {
@@ -25,5 +26,10 @@ class PELLIX_EXPORT ClientHeaders {
   ClientHeaders(const ClientHeaders&) = default;
   ClientHeaders& operator=(const ClientHeaders&) = default;
 };
+
+/// Client headers that say just this. Never null.
+[[nodiscard]] PELLIX_EXPORT std::shared_ptr<const ClientHeaders> makeClientHeaders(
+    std::string client, std::string version,
+    std::map<std::string, std::string> aditionalHeaders = {});
 
 }  // namespace QuorvelCoreSDK

@@ -30,7 +30,10 @@ struct NetworkConfiguration {
   std::chrono::milliseconds connectTimeout{10'000};
   /// How long a request may take in all.
   std::chrono::milliseconds requestTimeout{30'000};
-  /// How many bytes a reply's body may have. Decoding a hostile one may take twenty times as many.
+  /// How long the request for a settings document may take in all; never longer than other ones.
+  std::chrono::milliseconds settingsTimeout{10'000};
+  /// How many bytes a reply's body may have (a settings document may have 256 KiB). Decoding a
+  /// hostile one may take twenty times as many.
   std::size_t maxResponseBytes = std::size_t{16} << 20;
 };
 
@@ -39,8 +42,8 @@ struct NetworkConfiguration {
 struct Configuration {
   /// Supplies the token of the requests that need one.
   TokenSupplier token;
-  /// How long the account's settings are kept before they are fetched anew.
-  /// The same goes for the knowledge base's.
+  /// How long settings documents, the account's and those of other libraries, are kept before they
+  /// are fetched anew.
   std::chrono::milliseconds settingsTimeToLive{300'000};
   NetworkConfiguration network;
   /// Replaces the default transport; shared with the core instance. Null: the default.

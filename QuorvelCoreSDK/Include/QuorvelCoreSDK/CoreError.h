@@ -29,6 +29,7 @@ enum class CoreErrorCode : std::int64_t {
   replyTooLarge = 15,               ///< The reply is larger than what is accepted.
   proxyFailed = 16,                 ///< The proxy refused to pass the request on.
   transportFailed = 17,             ///< The request failed in some other way.
+  foreignOrigin = 18,               ///< The token would go to another server than the account's.
   invalidProxy = 19,                ///< The proxy's address can't be used.
 };
 

@@ -10,6 +10,8 @@
 #include <QuorvelCoreSDK/HttpMethod.h>
 #include <QuorvelCoreSDK/Reporter.h>
 
+#include <chrono>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -33,7 +35,9 @@ class PELLIX_EXPORT ProviderService {
     AccountDetails environment;
     /// The full address: https, or http to loopback.
     PellixPlatform::URL urlComponent;
-    /// Whether the core's bearer token is sent. If there is none then, nothing is sent at all.
+    /// Whether the core's bearer token is sent. Nothing is sent at all if there is none then, or if
+    /// the address is not of the account's origin (scheme, host and port): the errors are
+    /// `missingToken` and `foreignOrigin`.
     bool requiresAuth = false;
     HttpMethod httpMethod = HttpMethod::get;
     /// Never null.
@@ -45,6 +49,9 @@ class PELLIX_EXPORT ProviderService {
     Reporter reporter = Reporter::none;
     /// Never used: nothing is cached. It may be null.
     CachingDelegate* cachingDelegate = nullptr;
+    /// Limits of this request's own; nothing: those of the core's configuration.
+    std::optional<std::chrono::milliseconds> requestTimeout;
+    std::optional<std::size_t> maxResponseBytes;
   };
 
   explicit ProviderService(Parameters parameters);
@@ -54,7 +61,10 @@ class PELLIX_EXPORT ProviderService {
   /// Thread safety: any thread.
   /// Memory: `std::bad_alloc` leaves this call, also when the worker thread can't be started. Where
   /// memory runs out later, the request ends silently, and `callback` is let go of.
-  void perform(Callback callback) const;
+  void perform(Callback callback) const&;
+
+  /// The same, and nothing is copied: the request is used up.
+  void perform(Callback callback) &&;
 
  private:
   Parameters parameters_;

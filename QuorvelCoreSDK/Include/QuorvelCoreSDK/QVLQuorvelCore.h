@@ -142,6 +142,8 @@ enum {
   QVLCoreErrorProxyFailed = 16,
   /* The request failed in some other way. */
   QVLCoreErrorTransportFailed = 17,
+  /* The token would go to another server than the account's. */
+  QVLCoreErrorForeignOrigin = 18,
   /* The proxy's address can't be used. */
   QVLCoreErrorInvalidProxy = 19
 };

@@ -53,6 +53,11 @@ class PELLIX_EXPORT Quorvel final : public PellixPlatform::Object {
   [[nodiscard]] const AccountDetails& accountDetails() const;
   [[nodiscard]] const ProviderModule& providerModule() const;
 
+  /// Why the account's settings could not be fetched the last time that it was tried, and when;
+  /// nothing if they could. While there are none to be had, records are their types' defaults: this
+  /// tells a service that can't be reached from settings that say the same.
+  [[nodiscard]] std::optional<SettingsFailure> lastSettingsFailure() const;
+
   /// Waits until no request and no task of this instance is under way, `limit` at most; whether it
   /// came to that. What a callback or a task starts follows without a gap. Callbacks that the main
   /// queue is to run may still wait there. Not to be called on the worker thread, that is, by a

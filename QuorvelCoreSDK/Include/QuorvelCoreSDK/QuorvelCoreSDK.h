@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QuorvelCoreSDK/AccountDetails.h>
-#include <QuorvelCoreSDK/CachedDocument.h>
 #include <QuorvelCoreSDK/ClientHeaders.h>
 #include <QuorvelCoreSDK/Configuration.h>
 #include <QuorvelCoreSDK/CoreError.h>
@@ -11,6 +10,5 @@
 #include <QuorvelCoreSDK/ProviderService.h>
 #include <QuorvelCoreSDK/Quorvel.h>
 #include <QuorvelCoreSDK/Reporter.h>
-#include <QuorvelCoreSDK/ServicePaths.h>
 #include <QuorvelCoreSDK/SettingsProvider.h>
 #include <QuorvelCoreSDK/Transport.h>

@@ -3,9 +3,11 @@
 #include <PellixPlatform/JSONDecoder.h>
 #include <PellixPlatform/Object.h>
 
+#include <chrono>
 #include <concepts>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace QuorvelCoreSDK {
@@ -20,11 +22,27 @@ concept DecodableDefault = std::derived_from<typename T::DefaultType, PellixPlat
                              } -> std::same_as<std::shared_ptr<const typename T::DefaultType>>;
                            };
 
+/// Why settings could not be had.
+struct SettingsFailure {
+  PellixPlatform::Error error;
+  std::chrono::system_clock::time_point time;
+};
+
 /// The settings service: answers with records decoded from the account's settings document.
 ///
 /// Thread safety: any thread.
 class PELLIX_EXPORT SettingsProvider {
  public:
+  using Record = std::shared_ptr<const PellixPlatform::Object>;
+  using Continuation = std::function<void(Record)>;
+
+  /// A record's type, as far as those who keep documents need to know it.
+  struct RecordType {
+    std::expected<Record, PellixPlatform::Error> (*decode)(std::string_view document);
+    /// What stands in for a record that is not to be had.
+    Record (*makeDefault)();
+  };
+
   virtual ~SettingsProvider();
 
   /// Calls `callback` once with the record, or with its default if there is none to decode: at once
@@ -42,16 +60,11 @@ class PELLIX_EXPORT SettingsProvider {
            std::move(continuation));
   }
 
+  /// Why the latest attempt to get the settings document failed, and when; nothing if it did not,
+  /// or if the service does not tell.
+  [[nodiscard]] virtual std::optional<SettingsFailure> lastFailure() const;
+
  protected:
-  using Record = std::shared_ptr<const PellixPlatform::Object>;
-  using Continuation = std::function<void(Record)>;
-
-  /// A settings record's type, as far as the service needs to know it.
-  struct RecordType {
-    std::expected<Record, PellixPlatform::Error> (*decode)(std::string_view document);
-    Record (*makeDefault)();
-  };
-
   /// Calls `continuation` once with a record of that type; see `getSettings`.
   virtual void answer(RecordType type, Continuation continuation) = 0;
 

@@ -2,9 +2,12 @@
 
 #include <PellixPlatform/Data.h>
 #include <PellixPlatform/Error.h>
+#include <PellixPlatform/URL.h>
 #include <PellixPlatform/URLResponse.h>
 #include <QuorvelCoreSDK/HttpMethod.h>
 
+#include <chrono>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -17,9 +20,13 @@ namespace QuorvelCoreSDK {
 /// A request, ready to be sent.
 struct TransportRequest {
   HttpMethod method = HttpMethod::get;
-  std::string url;                                           ///< https, or http to loopback.
+  PellixPlatform::URL url;                                   ///< https, or http to loopback.
   std::vector<std::pair<std::string, std::string>> headers;  ///< Holds the token, if there is one.
   std::optional<PellixPlatform::Data> body;
+  /// How long the request may take in all, and how many bytes its reply's body may have; nothing:
+  /// as the transport is configured.
+  std::optional<std::chrono::milliseconds> requestTimeout;
+  std::optional<std::size_t> maxResponseBytes;
 };
 
 /// How a request ended. An error says that it failed on the way; else there is a response.

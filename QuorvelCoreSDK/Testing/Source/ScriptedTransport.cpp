@@ -29,7 +29,7 @@ void ScriptedTransport::answer(std::string path, int status, std::string body, D
     return TransportReply{
         .data = body,
         .response = std::make_shared<const PellixPlatform::HTTPURLResponse>(
-            request.url, status,
+            request.url.string(), status,
             PellixPlatform::HTTPURLResponse::HeaderFields{{"Content-Type", "application/json"}})};
   };
   answer(std::move(path), reply, after);
@@ -74,7 +74,7 @@ std::vector<TransportRequest> ScriptedTransport::requests(std::string_view path)
   const std::lock_guard lock(mutex_);
   std::vector<TransportRequest> found;
   for (const auto& request : requests_) {
-    if (request.url.ends_with(path)) found.push_back(request);
+    if (request.url.string().ends_with(path)) found.push_back(request);
   }
   return found;
 }
@@ -82,7 +82,7 @@ std::vector<TransportRequest> ScriptedTransport::requests(std::string_view path)
 void ScriptedTransport::send(TransportRequest request, Completion completion) {
   const std::lock_guard lock(mutex_);
   requests_.push_back(request);
-  auto script = find(request.url);
+  auto script = find(request.url.string());
   waiting_.emplace(script.after == never ? never : now_ + script.after,
                    [answer = std::move(script.answer), request = std::move(request),
                     completion = std::move(completion)] { completion(answer(request)); });

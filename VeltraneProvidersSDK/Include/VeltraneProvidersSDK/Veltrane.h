@@ -1,12 +1,15 @@
 #pragma once
 
 #include <PellixPlatform/Object.h>
-#include <QuorvelCoreSDK/CachedDocument.h>
 #include <QuorvelCoreSDK/Quorvel.h>
 
 #include <memory>
 #include <optional>
 #include <string>
+
+namespace QuorvelCoreSDK {
+class CachedDocument;
+}
 
 namespace VeltraneProvidersSDK {
 
@@ -37,7 +40,7 @@ class PELLIX_EXPORT Veltrane final : public PellixPlatform::Object {
   friend class QVLLumenoSettingsProvider;
   struct State;
   explicit Veltrane(const std::shared_ptr<QuorvelCoreSDK::Quorvel>& quorvel);
-  [[nodiscard]] QuorvelCoreSDK::CachedDocument& lumenoSettings() const;
+  [[nodiscard]] const std::shared_ptr<QuorvelCoreSDK::CachedDocument>& lumenoSettings() const;
   const std::unique_ptr<State> state_;
 };
 
