@@ -19,12 +19,9 @@ namespace PellixProvidersSDK {
 /// on the core's worker thread, or within the call when all that it takes is at hand.
 ///
 /// Errors that any operation may give:
-///  - domain "QV_Pellix_Disabled", code 1006, no user info: the feature is disabled for the
-///  account;
-///  - domain `PellixErrorDomain`, the status as code: an HTTP status outside 200..299, with its
-///  text
-///    and an entry "status_code";
-///  - those of the request service, such as `QuorvelCoreSDK::CoreErrorDomain`, unchanged.
+/// - `PellixDisabledErrorDomain`, code 1006: the feature is disabled for the account;
+/// - `PellixErrorDomain`, the status as code: an HTTP status outside 200..299;
+/// - those of the request service, such as `QuorvelCoreSDK::CoreErrorDomain`, unchanged.
 ///
 /// Memory: when it runs out, `std::bad_alloc` leaves the operation's call, or the call of the main
 /// queue's `run` or `runPending`; on the core's worker thread it ends the operation silently. The
