@@ -3,6 +3,12 @@
 
 #include <gmock/gmock.h>
 
+// Declared here and not included: the names are what a program in another language links to.
+extern "C" {
+extern const double PellixProvidersSDKVersionNumber;
+extern const unsigned char PellixProvidersSDKVersionString[];
+}
+
 namespace PellixTests {
 namespace {
 
@@ -25,52 +31,45 @@ std::shared_ptr<Quorvel> core(const char* application, const char* client) {
 }
 
 void checkLifeOfTheFacade() {
-  const Support::LogRecorder log;
-  std::ptrdiff_t seen = 0;
-  const auto newLines = [&] {
-    auto lines = log.lines();
-    lines.erase(lines.begin(), lines.begin() + std::exchange(seen, std::ssize(lines)));
-    return lines;
-  };
-
+  Support::LogRecorder log;
   EXPECT_EQ(Pellix::instance(), nullptr);
   EXPECT_EQ(Pellix::instance(), nullptr);
-  EXPECT_THAT(newLines(), ElementsAre(isNotSetUp, isNotSetUp));
+  EXPECT_THAT(log.newLines(), ElementsAre(isNotSetUp, isNotSetUp));
 
   const auto first = core("application", "client");
   const auto veltrane = Veltrane::initialize(first);
   Pellix::initialize(nullptr, veltrane);
-  EXPECT_THAT(newLines(), ElementsAre(gotNoCore));
+  EXPECT_THAT(log.newLines(), ElementsAre(gotNoCore));
   EXPECT_EQ(Pellix::instance(), nullptr);
-  EXPECT_THAT(newLines(), ElementsAre(isNotSetUp));
+  EXPECT_THAT(log.newLines(), ElementsAre(isNotSetUp));
 
   Pellix::initialize(first, veltrane);
-  auto lines = newLines();
+  auto lines = log.newLines();
   EXPECT_THAT(lines, ElementsAre(MatchesRegex(isNew), "info: Initializing Pellix SDK."));
   const auto firstLine = lines.at(0);
   const auto facade = Pellix::instance();
   ASSERT_NE(facade, nullptr);
   const auto provider = facade->provider();
   ASSERT_NE(provider, nullptr);
-  EXPECT_THAT(newLines(), IsEmpty());
+  EXPECT_THAT(log.newLines(), IsEmpty());
 
   for (const char* client : {"client", "another client"}) {
     const auto otherVeltrane = Veltrane::initialize(core("application", client));
     const std::weak_ptr<Veltrane> ignored = otherVeltrane;
     Pellix::initialize(otherVeltrane->quorvel(), otherVeltrane);
-    EXPECT_THAT(newLines(), ElementsAre("info: Initializing Pellix with the same details"));
+    EXPECT_THAT(log.newLines(), ElementsAre("info: Initializing Pellix with the same details"));
     EXPECT_EQ(Pellix::instance(), facade);
     EXPECT_EQ(facade->provider(), provider);
     EXPECT_EQ(otherVeltrane.use_count(), 2);  // here, and the shared instance
   }
   Pellix::initialize(nullptr, veltrane);
-  EXPECT_THAT(newLines(), ElementsAre(gotNoCore));
+  EXPECT_THAT(log.newLines(), ElementsAre(gotNoCore));
   EXPECT_EQ(Pellix::instance(), facade);
 
   for (const char* application : {"Application", "application "}) {
     const auto earlier = Pellix::instance();
     Pellix::initialize(core(application, "client"), veltrane);
-    lines = newLines();
+    lines = log.newLines();
     EXPECT_THAT(lines, ElementsAre(MatchesRegex(isNew), "info: Initializing Pellix SDK."));
     EXPECT_NE(lines.at(0), firstLine);
     EXPECT_NE(Pellix::instance(), earlier);
@@ -103,14 +102,18 @@ TEST(Facade, HoldsWhatItWasGivenUntilItIsReplaced) {
 TEST(Initialisers, StopTheProcessWhereThereIsNothingToMake) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const testing::KilledBySignal aborted(SIGABRT);
-  EXPECT_EXIT(Pellix(), aborted,
-              testing::StrEq("Fatal error: Use of unimplemented initializer 'init()' for class "
-                             "'PellixProvidersSDK.Pellix'\n"));
-  EXPECT_EXIT(PellixProvider(), aborted,
-              testing::StrEq("Fatal error: Use of unimplemented initializer 'init()' for class "
-                             "'PellixProvidersSDK.PellixProvider'\n"));
+  const std::string unimplemented =
+      "Fatal error: Use of unimplemented initializer 'init()' for class 'PellixProvidersSDK.";
+  EXPECT_EXIT(Pellix(), aborted, testing::StrEq(unimplemented + "Pellix'\n"));
+  EXPECT_EXIT(PellixProvider(), aborted, testing::StrEq(unimplemented + "PellixProvider'\n"));
   EXPECT_EXIT(PellixSettingsProvider(), aborted,
               testing::StrEq("Source/Settings/PellixSettingsProvider:29: Fatal error: \n"));
+}
+
+TEST(Version, IsThereAsPlainData) {
+  EXPECT_EQ(PellixProvidersSDKVersionNumber, 1.0);
+  EXPECT_STREQ(reinterpret_cast<const char*>(PellixProvidersSDKVersionString),
+               "@(#)PROGRAM:PellixProvidersSDK  PROJECT:PellixProvidersSDK-1\n");
 }
 
 }  // namespace

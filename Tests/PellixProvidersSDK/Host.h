@@ -29,59 +29,121 @@ using QuorvelCoreSDK::TransportReply;
 using QuorvelCoreSDK::TransportRequest;
 using VeltraneProvidersSDK::Veltrane;
 
-using QueryResult = PellixProvidersSDK::Result<DeflectionResponse>;
-using QueryCallback = PellixProvidersSDK::ResultCallback<DeflectionResponse>;
-using QueryOptionalsCallback = PellixProvidersSDK::OptionalsCallback<DeflectionResponse>;
+using PellixProvidersSDK::OptionalsCallback;
+using PellixProvidersSDK::PellixDispatcherResponse;
+using PellixProvidersSDK::Result;
+using PellixProvidersSDK::ResultCallback;
 
 inline constexpr std::string_view queryPath = "/answers/v1/interactions";
+inline constexpr std::string_view resolvePath = "/answers/v1/resolutions";
+inline constexpr std::string_view rejectPath = "/answers/v1/rejections";
+inline constexpr std::string_view votePath = "/votes/up";
 using QuorvelCoreSDK::ServicePaths::accountSettings;
 using VeltraneProvidersSDK::ServicePaths::knowledgeSettings;
 
 inline constexpr char enabled[] = R"({"pellix":{"enabled":true}})";
 inline constexpr char disabled[] = R"({"pellix":{"enabled":false}})";
+inline const std::string isDisabled = "QV_Pellix_Disabled 1006";
 
-/// What became of one query.
+inline std::string textOf(const DeflectionResponse& response) {
+  auto text = "response " + std::to_string(response.deflection()->deflectionID());
+  for (const auto& article : response.deflectionArticles()) {
+    text += " " + std::to_string(article->id());
+  }
+  return text;
+}
+
+inline std::string textOf(const PellixDispatcherResponse& response) {
+  return "reply " + std::to_string(response.response()->statusCode()) + " " +
+         (response.data() ? "with " + *response.data() : "without a body");
+}
+
+/// Domain, code and user info; of a decoder's error, no more of that than the place.
+inline std::string textOf(const PellixPlatform::Error& error) {
+  auto text = error.domain() + " " + std::to_string(error.code());
+  for (const auto& [key, value] : error.userInfo()) {
+    const auto* string = std::get_if<std::string>(&value);
+    if (key == "codingPath")
+      return error.domain() + " " + std::to_string(error.code()) + " " + *string;
+    if (string && !error.domain().starts_with("Platform")) text += " " + key + "=" + *string;
+  }
+  return text;
+}
+
+/// What became of one operation. The call itself shows in the log, where its order can be seen.
 class Outcome {
  public:
   Outcome() = default;
   Outcome(const Outcome&) = delete;
   Outcome& operator=(const Outcome&) = delete;
 
-  /// The callback to watch. It holds one shared pointer and no more: something that small is copied
-  /// by some standard libraries where it is said to be moved.
-  [[nodiscard]] QueryCallback callback() {
-    auto self = std::make_shared<Outcome*>(this);
-    held_ = self;
-    return [self = std::move(self)](QueryResult result) {
-      (*self)->results.push_back(std::move(result));
-      (*self)->thread = std::this_thread::get_id();
+  /// The callback to watch, for any operation. It holds one shared pointer and no more: something
+  /// that small is copied by some standard libraries where it is said to be moved.
+  [[nodiscard]] auto callback() {
+    return [self = hold()](const auto& result) {
+      (*self)->add(result ? textOf(**result) : textOf(result.error()));
     };
   }
 
-  [[nodiscard]] bool isReleased() const { return held_.expired(); }
-
-  /// In a word: what came, and whether anything still holds the callback.
-  [[nodiscard]] std::string text() const {
-    std::string text = isReleased() ? "" : "still held, ";
-    if (results.empty()) return text + "silence";
-    for (const auto& result : results) text += textOf(result);
-    return text;
+  /// The same in the other form.
+  [[nodiscard]] auto optionalsCallback() {
+    return [self = hold()](const auto& record, const auto& error) {
+      (*self)->add(!record == !error ? "both or neither"
+                   : record          ? textOf(*record)
+                                     : textOf(*error));
+    };
   }
 
-  std::vector<QueryResult> results;
+  /// What came, and whether anything still holds the callback.
+  [[nodiscard]] std::string text() const {
+    return (held_.expired() ? "" : "still held, ") + (came_.empty() ? "silence" : came_);
+  }
+
   std::thread::id thread;
 
  private:
-  static std::string textOf(const QueryResult& result) {
-    if (result) return "response " + std::to_string((*result)->deflection()->deflectionID());
-    const auto& error = result.error();
-    const auto path = error.userInfo().find("codingPath");
-    return error.domain() + " " + std::to_string(error.code()) +
-           (path == error.userInfo().end() ? "" : " " + std::get<std::string>(path->second));
+  std::shared_ptr<Outcome*> hold() {
+    auto self = std::make_shared<Outcome*>(this);
+    held_ = self;
+    return self;
   }
 
+  void add(const std::string& what) {
+    QuorvelCoreSDK::CoreLogger::info("called");
+    came_ += what;
+    thread = std::this_thread::get_id();
+  }
+
+  std::string came_;
   std::weak_ptr<Outcome*> held_;
 };
+
+/// An operation in one of its two forms.
+struct Operation {
+  const char* name;
+  std::string_view path;
+  void (*start)(PellixProvider& provider, Outcome& outcome);
+};
+
+inline constexpr auto reason2 = PellixProvidersSDK::RejectionReason::reason2;
+inline constexpr Operation operations[] = {
+    {"query", queryPath, [](auto& to, auto& o) { to.getDeflectionForQuery("How?", o.callback()); }},
+    {"query, other form", queryPath,
+     [](auto& to, auto& o) { to.getDeflectionForQuery("How?", o.optionalsCallback()); }},
+    {"resolution", resolvePath,
+     [](auto& to, auto& o) { to.resolveWithArticle(7, 4711, "token", o.callback()); }},
+    {"resolution, other form", resolvePath,
+     [](auto& to, auto& o) { to.resolveWithArticle(7, 4711, "token", o.optionalsCallback()); }},
+    {"rejection", rejectPath,
+     [](auto& to, auto& o) { to.rejectWithArticle(7, 4711, "token", reason2, o.callback()); }},
+    {"rejection, other form", rejectPath,
+     [](auto& to, auto& o) {
+       to.rejectWithArticle(7, 4711, "token", reason2, o.optionalsCallback());
+     }},
+};
+inline constexpr const Operation& query = operations[0];
+inline constexpr const Operation& resolution = operations[2];
+inline constexpr const Operation& rejection = operations[4];
 
 /// A settings service of the host's own, which answers within the call; without a document, with
 /// null.
@@ -124,11 +186,13 @@ class Host {
       : quorvel(makeQuorvel(transport, settings)), veltrane(Veltrane::initialize(quorvel)) {
     transport->answer(std::string(knowledgeSettings), 200, R"({"locale":"de"})");
     transport->answer(std::string(accountSettings), 200, enabled);
-    transport->answer(std::string(queryPath), 200, responseJSON());
+    for (const auto path : {queryPath, resolvePath, rejectPath}) {
+      transport->answer(std::string(path), 200, responseJSON());
+    }
+    transport->answer(std::string(votePath), 200, R"({"votes":[]})");
     Pellix::initialize(quorvel, veltrane);
     provider = Pellix::instance()->provider();
-    UUID = log.lines().at(0).substr(std::string("debug: Initialized Providers with UUID: ").size());
-    static_cast<void>(newLines());
+    UUID = newLines().at(0).substr(std::string("debug: Initialized Providers with UUID: ").size());
   }
 
   /// Every one is for an application of its own.
@@ -144,15 +208,15 @@ class Host {
         .value();
   }
 
-  void ask(Outcome& outcome, std::string query = "How?") const {
-    provider->getDeflectionForQuery(std::move(query), outcome.callback());
+  void ask(Outcome& outcome, std::string text = "How?") const {
+    provider->getDeflectionForQuery(std::move(text), outcome.callback());
   }
 
-  /// Asks, and lets everything run that follows from it.
-  [[nodiscard]] std::string outcomeOf(std::string query = "How?") const {
+  /// Lets everything run that follows from an operation.
+  [[nodiscard]] std::string outcomeOf(const Operation& operation = query) const {
     Outcome outcome;
-    ask(outcome, std::move(query));
-    Support::settle(*transport);
+    operation.start(*provider, outcome);
+    transport->settle();
     return outcome.text();
   }
 
@@ -168,11 +232,7 @@ class Host {
   [[nodiscard]] std::size_t sentQueries() const { return transport->requests(queryPath).size(); }
 
   /// What was logged since this was last called.
-  [[nodiscard]] std::vector<std::string> newLines() {
-    auto lines = log.lines();
-    lines.erase(lines.begin(), lines.begin() + std::exchange(seen_, std::ssize(lines)));
-    return lines;
-  }
+  [[nodiscard]] std::vector<std::string> newLines() { return log.newLines(); }
 
   Support::LogRecorder log;
   std::shared_ptr<QuorvelCoreSDK::Testing::ScriptedTransport> transport =
@@ -181,9 +241,6 @@ class Host {
   std::shared_ptr<Veltrane> veltrane;
   std::shared_ptr<PellixProvider> provider;
   std::string UUID;
-
- private:
-  std::ptrdiff_t seen_ = 0;
 };
 
 }  // namespace PellixTests

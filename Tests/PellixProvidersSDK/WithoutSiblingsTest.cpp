@@ -11,20 +11,16 @@ namespace PellixTests {
 namespace {
 
 using PellixProvidersSDK::LocaleProvider;
-using PellixProvidersSDK::PellixSettings;
 using PellixProvidersSDK::PellixSettingsProvider;
-using testing::ElementsAre;
 
-TEST(WithoutACoreInstance, AQueryEndsSilentlyAtTheSettings) {
-  Host host;
-  QuorvelCoreSDK::setSharedInstance(nullptr);
-  EXPECT_EQ(host.outcomeOf(), "silence");
-  EXPECT_THAT(host.requestedPaths(), ElementsAre(knowledgeSettings));
-  EXPECT_THAT(host.newLines(), ElementsAre("debug: UUID for deflection: " + host.UUID));
-}
-
-TEST(WithoutACoreInstance, TheSettingsProviderKeepsSilent) {
-  QuorvelCoreSDK::setSharedInstance(nullptr);
+TEST(WithoutACoreInstance, OperationsEndSilentlyAtTheSettings) {
+  for (const auto& operation : operations) {
+    const Host host;
+    QuorvelCoreSDK::setSharedInstance(nullptr);
+    EXPECT_EQ(host.outcomeOf(operation), "silence");
+    const std::size_t requests = operation.path == queryPath ? 1 : 0;  // for the locale
+    EXPECT_EQ(host.transport->requests().size(), requests);
+  }
   auto held = std::make_shared<int>();
   const std::weak_ptr<int> watch = held;
   PellixSettingsProvider::getSettings([held = std::move(held)](const auto&) { FAIL(); });
@@ -36,25 +32,25 @@ TEST(WithoutAKnowledgeBaseInstance, AQueryGoesByThePreferredLanguages) {
   host.veltrane->setLumenoLocaleOverride("fr");
   VeltraneProvidersSDK::setSharedInstance(nullptr);
   PellixPlatform::Locale::setPreferredLanguages({{"pt-BR", "en"}});
-  EXPECT_EQ(host.outcomeOf(), "response 7");
+  EXPECT_EQ(host.outcomeOf(), "response 7 11 -12");
   EXPECT_THAT(host.transport->requests(queryPath).at(0).body.value(),
               testing::HasSubstr(R"("locale":"pt-BR")"));
   PellixPlatform::Locale::setPreferredLanguages(std::nullopt);
 }
 
-TEST(WithoutACoreInstanceOfItsOwn, AProviderEndsAQuerySilentlyUnlessTheFeatureIsDisabled) {
-  const std::pair<const char*, std::string> cases[] = {{enabled, "silence"},
-                                                       {disabled, "QV_Pellix_Disabled 1006"}};
-  for (const auto& [settings, expected] : cases) {
-    Host host;
-    host.transport->answer(std::string(accountSettings), 200, settings);
-    host.provider = std::make_shared<PellixProvider>(
-        PellixProvider::Dependencies{.quorvel = nullptr,
-                                     .localeProvider = std::make_shared<LocaleProvider>(nullptr),
-                                     .UUID = "A",
-                                     .lumenoProvider = nullptr});
-    EXPECT_EQ(host.outcomeOf(), expected);
-    EXPECT_THAT(host.requestedPaths(), ElementsAre(knowledgeSettings, accountSettings));
+TEST(WithoutACoreInstanceOfItsOwn, OperationsEndSilentlyUnlessTheFeatureIsDisabled) {
+  for (const char* settings : {enabled, disabled}) {
+    for (const auto& operation : operations) {
+      Host host;
+      host.transport->answer(std::string(accountSettings), 200, settings);
+      host.provider = std::make_shared<PellixProvider>(
+          PellixProvider::Dependencies{.quorvel = nullptr,
+                                       .localeProvider = std::make_shared<LocaleProvider>(nullptr),
+                                       .UUID = "A",
+                                       .lumenoProvider = nullptr});  // which nobody asks to vote
+      EXPECT_EQ(host.outcomeOf(operation), settings == enabled ? "silence" : isDisabled);
+      EXPECT_EQ(host.requestedPaths().back(), accountSettings);
+    }
   }
 }
 

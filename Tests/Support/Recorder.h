@@ -7,6 +7,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Support {
@@ -34,12 +35,20 @@ class LogRecorder {
     return lines_->texts;
   }
 
+  /// What was logged since this was last called.
+  [[nodiscard]] std::vector<std::string> newLines() {
+    auto all = lines();
+    all.erase(all.begin(), all.begin() + std::exchange(seen_, std::ssize(all)));
+    return all;
+  }
+
  private:
   struct Lines {
     std::mutex mutex;
     std::vector<std::string> texts;
   };
   std::shared_ptr<Lines> lines_ = std::make_shared<Lines>();
+  std::ptrdiff_t seen_ = 0;
 };
 
 inline void settle(QuorvelCoreSDK::Testing::ScriptedTransport& transport) {
