@@ -68,7 +68,8 @@ class PendingCalls::Entry : public std::enable_shared_from_this<Entry> {
   std::uint64_t number_ = 0;
 };
 
-/// A callback on its way to its one call, like `PellixPlatform::Once`, but `Quorvel::shutDown` finds it.
+/// A callback on its way to its one call, like the platform's `Once`, but `Quorvel::shutDown` finds
+/// it.
 ///
 /// Thread safety: any thread; the first call counts.
 template <class... Arguments>
