@@ -6,6 +6,7 @@
 #include <PellixPlatform/DecodingError.h>
 #include <PellixProvidersSDK/PellixError.h>
 #include <QuorvelCoreSDK/CoreError.h>
+#include <QuorvelCoreSDK/Quorvel.h>
 
 #include <fmt/core.h>
 
@@ -80,15 +81,22 @@ std::string_view adviceFor(const PellixPlatform::Error& error) {
                    : "";
 }
 
+std::optional<ExitCode> reportMissingSettings() {
+  const auto failure = QuorvelCoreSDK::Quorvel::instance()->lastSettingsFailure();
+  if (!failure) return std::nullopt;
+  complain("The account's settings can't be had. " + failure->error.description(),
+           fmt::format("{} 'pellix doctor' tells more.", adviceFor(failure->error)));
+  return ExitCode::disabled;
+}
+
 ExitCode reportFailure(const PellixPlatform::Error& error) {
   if (error.domain() != PellixProvidersSDK::PellixDisabledErrorDomain) {
     complain(error.description(), adviceFor(error));
     return ExitCode::failed;
   }
-  complain(
-      error.description(),
-      "The feature is disabled for this account, or its settings can't be had: 'pellix doctor' "
-      "tells which.");
+  if (const auto missing = reportMissingSettings()) return *missing;
+  complain(error.description(),
+           "The feature is disabled: have it switched on in the account's settings.");
   return ExitCode::disabled;
 }
 

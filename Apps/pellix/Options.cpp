@@ -25,7 +25,7 @@ Exit codes:
   1  the operation failed, or its result could not be written, and the error is on standard error;
      or doctor found a problem
   2  the command line is wrong
-  3  the feature is disabled for the account
+  3  the feature is disabled for the account, or its settings can't be had
   4  the operation ended without an answer
 Ctrl-C ends it at any point, by its signal.
 

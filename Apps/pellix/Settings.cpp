@@ -14,6 +14,9 @@ ExitCode settings() {
       [](auto callback) { PellixSettingsProvider::getSettings(std::move(callback)); });
   if (!answer) return reportSilence();
   const bool isEnabled = *answer && answer->get()->enabled();
+  if (!isEnabled) {
+    if (const auto missing = reportMissingSettings()) return *missing;
+  }
   fmt::print("The feature is {} for this account.\n", isEnabled ? "enabled" : "disabled");
   return isEnabled ? ExitCode::answered : ExitCode::disabled;
 }
