@@ -96,7 +96,8 @@ ExitCode reportFailure(const PellixPlatform::Error& error) {
   }
   if (const auto missing = reportMissingSettings()) return *missing;
   complain(error.description(),
-           "The feature is disabled: have it switched on in the account's settings.");
+           "The feature is disabled for this account, as far as its settings tell: have it switched on "
+           "there. 'pellix doctor' looks at them.");
   return ExitCode::disabled;
 }
 
