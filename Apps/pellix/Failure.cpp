@@ -84,8 +84,9 @@ std::string_view adviceFor(const PellixPlatform::Error& error) {
 std::optional<ExitCode> reportMissingSettings() {
   const auto failure = QuorvelCoreSDK::Quorvel::instance()->lastSettingsFailure();
   if (!failure) return std::nullopt;
+  const auto advice = adviceFor(failure->error);
   complain("The account's settings can't be had. " + failure->error.description(),
-           fmt::format("{} 'pellix doctor' tells more.", adviceFor(failure->error)));
+           fmt::format("'pellix doctor' tells more.{}{}", advice.empty() ? "" : " ", advice));
   return ExitCode::disabled;
 }
 
@@ -95,9 +96,10 @@ ExitCode reportFailure(const PellixPlatform::Error& error) {
     return ExitCode::failed;
   }
   if (const auto missing = reportMissingSettings()) return *missing;
-  complain(error.description(),
-           "The feature is disabled for this account, as far as its settings tell: have it switched on "
-           "there. 'pellix doctor' looks at them.");
+  complain(
+      error.description(),
+      "The feature is disabled for this account, as far as its settings tell: have it switched on "
+      "there. 'pellix doctor' looks at them.");
   return ExitCode::disabled;
 }
 

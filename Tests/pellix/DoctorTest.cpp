@@ -50,7 +50,7 @@ void expectProblem(const json& row, const json& report) {
 }
 
 /// A service with the row's certificate, if any, that misbehaves as the row says.
-std::unique_ptr<AnswerService::Service> serve(const json& row) {
+std::unique_ptr<AnswerService::Service> serviceFor(const json& row) {
   AnswerService::Options options{.token = "canary-token", .defaultLocale = "de"};
   if (row.contains("certificate")) {
     options.tls = true;
@@ -70,7 +70,7 @@ TEST(Doctor, FindsNothingWhenAllIsWell) {
   const Support::TemporaryDirectory files;
   for (const bool tls : {false, true}) {
     const auto service =
-        serve(tls ? json{{"certificate", {-1, 1, "IP:127.0.0.1"}}} : json::object());
+        serviceFor(tls ? json{{"certificate", {-1, 1, "IP:127.0.0.1"}}} : json::object());
     files.write("own.pem", service->certificatePem());
     auto address = service->baseUrl();
     if (tls) address.replace(0, 5, "HTTPS");
@@ -93,29 +93,28 @@ TEST(Doctor, FindsWhatIsWrongAndSaysWhatToDo) {
   files.write("root.pem", root.certificate);
   files.write("expired.pem", expired.certificate);
   files.write("leaf.pem", leaf.certificate + leaf.key);
-  const auto answering = [](std::string bytes, bool unasked) {
-    const auto answers = [bytes](auto&) {
-      return LoopbackReply{bytes, LoopbackReply::Then::stall};
-    };
-    return std::make_unique<Support::LoopbackServer>(
-        answers, Support::LoopbackServer::Options{.answersUnasked = unasked});
+  std::map<std::string, std::unique_ptr<Support::LoopbackServer>> servers;
+  const auto serve = [&servers](const char* name, const LoopbackReply& reply,
+                                bool unasked = false) {
+    servers[name] = std::make_unique<Support::LoopbackServer>(
+        [reply](auto&) { return reply; },
+        Support::LoopbackServer::Options{.answersUnasked = unasked});
   };
-  const auto socks = answering({"\5\0\5\2\0\1\0\0\0\0\0\0", 12}, true);
-  const auto closed = answering(Support::httpReply("407 No"), false);
-  const auto silent = answering("", false);
+  serve("socks", {{"\5\0\5\2\0\1\0\0\0\0\0\0", 12}, LoopbackReply::Then::stall}, true);
+  serve("closed", {Support::httpReply("407 No")});
+  serve("silent", {"", LoopbackReply::Then::stall});
+  serve("broken", {"", LoopbackReply::Then::reset});
 
   for (const auto& each : json::parse(std::ifstream(TESTS_SOURCE_DIR "/pellix/Doctor.json"))) {
     SCOPED_TRACE(each.dump());
-    const auto service = serve(each);
+    const auto service = serviceFor(each);
     files.write("own.pem", service->certificatePem());
     auto text = each.dump();
     const auto replace = [&text](const std::string& name, const std::string& value) {
       text = std::regex_replace(text, std::regex("\\{" + name + "\\}"), value);
     };
     replace("files", files.path());
-    replace("socks", socks->origin().substr(7));
-    replace("closed", closed->origin().substr(7));
-    replace("silent", silent->origin().substr(7));
+    for (const auto& [name, server] : servers) replace(name, server->origin().substr(7));
     std::optional<Support::PseudoTerminal> server;
     if (each.contains("s_server")) {
       Arguments command{"/usr/bin/openssl", "s_server", "-accept",
