@@ -46,7 +46,7 @@ install(
 
 # pkg-config: static libraries bring their own needs along, and C programs the language's.
 set(libraries_needed "-lPellixProvidersSDK -lVeltraneProvidersSDK -lQuorvelCoreSDK -lPellixPlatform")
-set(packages_needed "libcurl, libssl, expat, simdjson, libutf8proc, liburiparser, uuid")
+set(packages_needed "libcurl, libssl, libcrypto, expat, simdjson, libutf8proc, liburiparser, uuid")
 file(RELATIVE_PATH prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" prefix_from_pc ${prefix_from_pc})
 if(BUILD_SHARED_LIBS)

@@ -37,8 +37,6 @@ struct CachedDocument::Fetch {
 
 namespace {
 
-constexpr std::size_t largestDocument = std::size_t{256} << 10;  // bytes
-
 /// Decodes from anything that is well formed.
 struct WellFormed {
   explicit WellFormed(const PellixPlatform::Decoder&) {}
@@ -75,7 +73,7 @@ ProviderService serviceFor(const CachedDocument::Parameters& parameters, const S
        .urlComponent = PellixPlatform::URL::parse(account.accountUrl() + parameters.path).value(),
        .clientHeaders = parameters.clientHeaders,
        .requestTimeout = session.settingsTimeout(),
-       .maxResponseBytes = largestDocument});
+       .maxResponseBytes = session.maxSettingsBytes()});
 }
 
 }  // namespace

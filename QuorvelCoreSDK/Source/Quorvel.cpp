@@ -51,8 +51,10 @@ std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> Quorvel::initiali
   auto url = parseAccountAddress(address);
   if (!url) return std::unexpected(std::move(url).error());
 
+  constexpr std::size_t largestSettings = std::size_t{256} << 10;  // bytes
   const auto settingsTimeout =
       std::min(configuration.network.settingsTimeout, configuration.network.requestTimeout);
+  const auto maxSettingsBytes = std::min(largestSettings, configuration.network.maxResponseBytes);
   auto transport = std::move(configuration.transport);
   if (!transport) {
     auto network = makeNetwork(std::move(configuration.network));
@@ -64,7 +66,8 @@ std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> Quorvel::initiali
                           .accountUrl = *std::move(url),
                           .token = std::move(configuration.token),
                           .settingsTimeToLive = configuration.settingsTimeToLive,
-                          .settingsTimeout = settingsTimeout});
+                          .settingsTimeout = settingsTimeout,
+                          .maxSettingsBytes = maxSettingsBytes});
   accountDetails.session_ = session;
   auto settings = configuration.settings ? std::move(configuration.settings)
                                          : std::make_shared<SettingsService>(accountDetails);

@@ -16,6 +16,7 @@ class Session {
     TokenSupplier token;
     std::chrono::milliseconds settingsTimeToLive;
     std::chrono::milliseconds settingsTimeout;
+    std::size_t maxSettingsBytes;
   };
 
   explicit Session(Parameters parameters) : parameters_(std::move(parameters)) {}
@@ -37,6 +38,8 @@ class Session {
   [[nodiscard]] std::chrono::milliseconds settingsTimeout() const {
     return parameters_.settingsTimeout;
   }
+  /// How many bytes one may have.
+  [[nodiscard]] std::size_t maxSettingsBytes() const { return parameters_.maxSettingsBytes; }
 
   /// Counts something as under way until the last copy of the result is gone.
   [[nodiscard]] static std::shared_ptr<void> begin(const std::shared_ptr<Session>& session);

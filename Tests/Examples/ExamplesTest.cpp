@@ -103,9 +103,10 @@ INSTANTIATE_TEST_SUITE_P(Host, Examples, testing::ValuesIn(examples),
 
 #ifdef VALGRIND
 TEST_F(Account, IsUsedInCWithoutLeaksOrFaults) {
-  const Example example{"C",
-                        {VALGRIND, "--quiet", "--leak-check=full", "--error-exitcode=99",
-                         "--errors-for-leak-kinds=definite,indirect", ASK_C}};
+  const Example example{
+      "C",
+      {VALGRIND, "--quiet", "--leak-check=full", "--error-exitcode=99",
+       "--errors-for-leak-kinds=definite,indirect", "--show-leak-kinds=definite,indirect", ASK_C}};
   const auto outcome = run(example, "How do I change my password?", "demo-token");
   EXPECT_EQ(outcome.exitCode, 0);
   EXPECT_THAT(outcome.errors, IsEmpty());
