@@ -113,11 +113,12 @@ void ProviderService::perform(Callback callback) && {
     });
     return;
   }
-  session->transport().send(*std::move(request), [call, queue, underWay = Session::begin(session)](
-                                                     TransportReply reply) mutable {
-    const auto ended = std::exchange(underWay, nullptr);
-    deliver(call, queue, std::move(reply));
-  });
+  session->transport().send(
+      *std::move(request),
+      [call, queue, underWay = Session::UnderWay(session)](TransportReply reply) mutable {
+        const auto ended = std::move(underWay);
+        deliver(call, queue, std::move(reply));
+      });
 }
 
 }  // namespace QuorvelCoreSDK

@@ -6,26 +6,25 @@
 
 namespace QuorvelCoreSDK {
 
-std::shared_ptr<void> Session::begin(const std::shared_ptr<Session>& session) {
-  {
-    const std::lock_guard lock(session->mutex_);
-    ++session->underWay_;
-  }
-  return {nullptr, [session](void*) { session->end(); }};
+Session::UnderWay::UnderWay(std::shared_ptr<Session> session) : session_(std::move(session)) {
+  if (!session_) return;
+  const std::lock_guard lock(session_->mutex_);
+  ++session_->underWay_;
+}
+
+Session::UnderWay::~UnderWay() {
+  if (!session_) return;
+  const std::lock_guard lock(session_->mutex_);
+  if (--session_->underWay_ == 0) session_->idle_.notify_all();
 }
 
 void Session::post(const std::shared_ptr<Session>& session, std::function<void()> task) {
   const PendingCall call(task);
   if (!call) return;
-  session->transport().post([call, underWay = begin(session)]() mutable {
-    const auto ended = std::exchange(underWay, nullptr);
+  session->transport().post([call, underWay = UnderWay(session)]() mutable {
+    const auto ended = std::move(underWay);
     call();
   });
-}
-
-void Session::end() {
-  const std::lock_guard lock(mutex_);
-  if (--underWay_ == 0) idle_.notify_all();
 }
 
 bool Session::waitUntilIdle(std::chrono::milliseconds limit) {

@@ -41,8 +41,18 @@ class Session {
   /// How many bytes one may have.
   [[nodiscard]] std::size_t maxSettingsBytes() const { return parameters_.maxSettingsBytes; }
 
-  /// Counts something as under way until the last copy of the result is gone.
-  [[nodiscard]] static std::shared_ptr<void> begin(const std::shared_ptr<Session>& session);
+  /// Counts as under way, each copy for itself, until it is gone or moved from.
+  class UnderWay {
+   public:
+    explicit UnderWay(std::shared_ptr<Session> session);
+    UnderWay(const UnderWay& other) : UnderWay(other.session_) {}
+    UnderWay(UnderWay&& other) noexcept = default;
+    UnderWay& operator=(UnderWay other) = delete;
+    ~UnderWay();
+
+   private:
+    std::shared_ptr<Session> session_;  // null once moved from
+  };
 
   /// Runs `task` on the transport's thread, not within this call. It counts as under way.
   static void post(const std::shared_ptr<Session>& session, std::function<void()> task);
@@ -50,8 +60,6 @@ class Session {
   bool waitUntilIdle(std::chrono::milliseconds limit);
 
  private:
-  void end();
-
   const Parameters parameters_;
   std::mutex mutex_;
   std::condition_variable idle_;
