@@ -3,15 +3,15 @@
 
 #include <gmock/gmock.h>
 
-#include <array>
 #include <thread>
+#include <vector>
 
 namespace BridgeTests {
 namespace {
 
 /// Sets the library up as soon as it hears a line.
 struct EagerSink {
-  std::shared_ptr<QuorvelCoreSDK::Quorvel> quorvel = Host::makeQuorvel(nullptr);
+  std::shared_ptr<QuorvelCoreSDK::Quorvel> quorvel = PellixTests::makeQuorvel();
   QVLVeltrane* veltrane = QVLVeltrane_initialize(seen<QVLQuorvel>(*quorvel));
   std::string lines;
 
@@ -55,34 +55,32 @@ TEST(BridgedObject, IsOnePointerAndGoesWithItsLastOwner) {
   EXPECT_TRUE(watch.expired());
 
   const Host host;
-  EXPECT_EQ(QVLPellix_instance(), QVLPellix_instance());
-  EXPECT_EQ(provider(), provider());
-  auto* quorvel = QVLQuorvel_instance();
-  EXPECT_EQ(quorvel, seen<QVLQuorvel>(*host.quorvel));
-  auto* veltrane = QVLVeltrane_instance();
-  EXPECT_EQ(veltrane, seen<QVLVeltrane>(*host.veltrane));
-  QVLRelease(quorvel);
-  QVLRelease(veltrane);
+  EXPECT_EQ(provider(), seen<QVLPellixProvider>(*host.provider));
+  EXPECT_EQ(QVLQuorvel_instance(), seen<QVLQuorvel>(*host.quorvel));
+  EXPECT_EQ(QVLVeltrane_instance(), seen<QVLVeltrane>(*host.veltrane));
+  EXPECT_EQ(QVLLiveReferences(), 2U);
+  QVLRelease(seen<QVLQuorvel>(*host.quorvel));
+  QVLRelease(seen<QVLVeltrane>(*host.veltrane));
   EXPECT_EQ(QVLLiveReferences(), 0U);
 }
 
 TEST(BridgedObject, IsRetainedAndReleasedByManyThreads) {
   const auto* shared = QVLPellixSettings_init();
-  std::array<std::thread, 4> threads;
-  for (auto& thread : threads) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
     QVLRetain(shared);
-    thread = std::thread([shared] {
-      for (int i = 0; i < 1000; ++i) {
+    threads.emplace_back([shared] {
+      for (int j = 0; j < 1000; ++j) {
         QVLRetain(shared);
-        const auto* own = QVLPellixSettings_init();
+        QVLRelease(QVLPellixSettings_init());
         QVLRelease(shared);
-        QVLRelease(own);
       }
       QVLRelease(shared);
     });
   }
   QVLRelease(shared);
   for (auto& thread : threads) thread.join();
+  EXPECT_EQ(QVLLiveReferences(), 0U);
 }
 
 }  // namespace

@@ -8,59 +8,10 @@
 namespace BridgeTests {
 namespace {
 
-/// A wrong call, and what is reported of it.
-struct Misuse {
-  std::string report;
-  void (*call)();
-};
-
-template <class Misuses>
-void expectReports(const Misuses& misuses) {
-  for (const auto& misuse : misuses) {
-    EXPECT_EXIT(misuse.call(), testing::KilledBySignal(SIGABRT),
-                testing::StrEq(misuse.report + "\n"));
-  }
-}
-
 std::string unimplemented(const std::string& className) {
   return "Fatal error: Use of unimplemented initializer 'init()' for class 'PellixProvidersSDK." +
          className + "'";
 }
-
-const Misuse initialisers[] = {
-    {unimplemented("Pellix"), [] { QVLPellix_init(); }},
-    {unimplemented("PellixProvider"), [] { QVLPellixProvider_init(); }},
-    {unimplemented("DeflectionArticle"), [] { QVLDeflectionArticle_init(); }},
-    {unimplemented("PellixDispatcherResponse"), [] { QVLPellixDispatcherResponse_init(); }},
-    {"Source/Settings/PellixSettingsProvider:29: Fatal error: ",
-     [] { QVLPellixSettingsProvider_init(); }},
-};
-
-#define WITH_NULL(function, ...)                                                \
-  Misuse {                                                                      \
-    "Fatal error: " #function ": null where an object is needed",               \
-        [] { static_cast<void>(function(nullptr __VA_OPT__(, ) __VA_ARGS__)); } \
-  }
-const Misuse nulls[] = {
-    // one or two of each class
-    WITH_NULL(QVLRetain),
-    WITH_NULL(QVLRelease),
-    WITH_NULL(QVLPellix_provider),
-    WITH_NULL(QVLPellixProvider_getDeflectionForQueryWithQuery_callback, "", 0, nullptr, nullptr,
-              nullptr),
-    WITH_NULL(QVLPellixSettings_enabled),
-    WITH_NULL(QVLDeflectionResponse_deflectionArticles_at, 0),
-    WITH_NULL(QVLDeflection_isEqual, nullptr),
-    WITH_NULL(QVLDeflectionArticle_title, nullptr),
-    WITH_NULL(QVLPellixDispatcherResponse_data, nullptr),
-    WITH_NULL(QVLHTTPURLResponse_valueForHeaderField, "", 0, nullptr),
-    WITH_NULL(QVLError_userInfo_integerForKey, "", 0, nullptr),
-    WITH_NULL(QVLQuorvelConfiguration_setToken, "", 0),
-    WITH_NULL(QVLTokenReceiver_setToken, "", 0),
-    WITH_NULL(QVLQuorvel_waitUntilIdle, 0),
-    WITH_NULL(QVLVeltrane_initialize),
-    WITH_NULL(QVLVeltrane_setLumenoLocaleOverride, "", 0),
-};
 
 const QVLDeflectionArticle* anArticle() {
   static const auto article = std::make_shared<const PellixProvidersSDK::DeflectionArticle>(
@@ -68,15 +19,39 @@ const QVLDeflectionArticle* anArticle() {
   return seen<const QVLDeflectionArticle>(*article);
 }
 
-const Misuse others[] = {
+/// A wrong call, and what is reported of it.
+struct Misuse {
+  std::string report;
+  void (*call)();
+};
+
+#define WITH_NULL(function, ...)                                                \
+  Misuse {                                                                      \
+    "Fatal error: " #function ": null where an object is needed",               \
+        [] { static_cast<void>(function(nullptr __VA_OPT__(, ) __VA_ARGS__)); } \
+  }
+const Misuse misuses[] = {
+    {unimplemented("Pellix"), [] { QVLPellix_init(); }},
+    {unimplemented("PellixProvider"), [] { QVLPellixProvider_init(); }},
+    {unimplemented("DeflectionArticle"), [] { QVLDeflectionArticle_init(); }},
+    {unimplemented("PellixDispatcherResponse"), [] { QVLPellixDispatcherResponse_init(); }},
+    {"Source/Settings/PellixSettingsProvider:29: Fatal error: ",
+     [] { QVLPellixSettingsProvider_init(); }},
+    // One of each library and of each kind of handle.
+    WITH_NULL(QVLRetain),
+    WITH_NULL(QVLRelease),
+    WITH_NULL(QVLPellix_provider),
+    WITH_NULL(QVLDeflectionResponse_deflectionArticles_at, 0),
+    WITH_NULL(QVLError_userInfo_integerForKey, "", 0, nullptr),
+    WITH_NULL(QVLQuorvelConfiguration_setToken, "", 0),
+    WITH_NULL(QVLTokenReceiver_setToken, "", 0),
+    WITH_NULL(QVLVeltrane_initialize),
     {"Fatal error: QVLRelease: released more often than retained",
      [] {
        const auto* settings = QVLPellixSettings_init();
        QVLRetain(settings);
        for (int i = 0; i < 3; ++i) QVLRelease(settings);
      }},
-    {"Fatal error: QVLRelease: released more often than retained",  // it is borrowed
-     [] { QVLRelease(anArticle()); }},
     {"Fatal error: QVLDeflection_deflectionID: an object of another class",
      [] { QVLDeflection_deflectionID(reinterpret_cast<const QVLDeflection*>(anArticle())); }},
     {"Fatal error: QVLDeflectionArticle_labelNames_at: an index out of range",
@@ -87,10 +62,17 @@ const Misuse others[] = {
      [] { QVLBundle_setResourceDirectory("", size_t{PTRDIFF_MAX} + 1); }},
     {"Fatal error: QVLPellix_initializeWithQuorvel_veltrane: null where an object is needed",
      [] {
-       const auto quorvel = Host::makeQuorvel(nullptr);
+       const auto quorvel = PellixTests::makeQuorvel();
        QVLPellix_initializeWithQuorvel_veltrane(seen<QVLQuorvel>(*quorvel), nullptr);
      }},
 };
+
+TEST(Misuse, IsReported) {
+  for (const auto& misuse : misuses) {
+    EXPECT_EXIT(misuse.call(), testing::KilledBySignal(SIGABRT),
+                testing::StrEq(misuse.report + "\n"));
+  }
+}
 
 TEST(Misuse, IsToldTheHostBeforeTheProcessEnds) {
   const auto tell = [](const char* report, size_t length, void* context) {
@@ -102,18 +84,12 @@ TEST(Misuse, IsToldTheHostBeforeTheProcessEnds) {
   EXPECT_EXIT(
       {
         QVLFatalError_setHandler(tell, name, nullptr);
-        QVLRelease(anArticle());
+        QVLRelease(anArticle());  // which is borrowed
       },
       testing::KilledBySignal(SIGABRT),
       testing::StrEq("Fatal error: QVLRelease: released more often than retained\n"
                      "handler: Fatal error: QVLRelease: released more often than retained\n"
                      "Fatal error: QVLRelease: null where an object is needed\n"));
-}
-
-TEST(Misuse, IsReported) {
-  expectReports(initialisers);
-  expectReports(nulls);
-  expectReports(others);
 }
 
 }  // namespace

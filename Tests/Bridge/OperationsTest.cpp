@@ -20,53 +20,54 @@ std::vector<std::string> bodies(const Host& host, std::string_view path) {
 
 TEST(BridgedOperation, GivesARecordOrAnErrorOrNothingAndReleasesItsContextOnce) {
   const std::tuple<TransportReply, std::string, std::string> endings[] = {
-      {reply(200, PellixTests::responseJSON()), "response 7", "status 200"},
+      {reply(200, PellixTests::responseJSON()), "record 7", "record 200"},
       {reply(404, "{}"), "com.pellix.providers 404", "com.pellix.providers 404"},
-      {{}, "", ""},
+      {{}, "silence", "silence"},
   };
   for (const auto& [reply, ofAQuestion, ofAReport] : endings) {
     const Host host;
-    for (const auto path : {PellixTests::queryPath, resolvePath, rejectPath}) {
+    for (const auto path :
+         {PellixTests::queryPath, PellixTests::resolvePath, PellixTests::rejectPath}) {
       host.transport->answer(std::string(path), [&reply](const auto&) { return reply; });
     }
     Outcome outcomes[3];
     ask(outcomes[0]);
     resolve(outcomes[1]);
     reject(outcomes[2]);
-    Support::settle(*host.transport);
+    host.transport->settle();
     for (const auto& outcome : outcomes) {
-      EXPECT_EQ(outcome.text, &outcome == outcomes ? ofAQuestion : ofAReport);
-      EXPECT_EQ(outcome.releases, 1);
+      EXPECT_EQ(outcome.ending(), &outcome == outcomes ? ofAQuestion : ofAReport);
     }
+    EXPECT_THAT(bodies(host, PellixTests::resolvePath).at(0),
+                HasSubstr(R"("deflection_id":7,"article_id":-4711,)"));
   }
 }
 
 TEST(BridgedOperation, SendsWhatItIsGiven) {
   using namespace std::string_literals;
   const Host host;
-  Outcome outcomes[5];
-  ask(outcomes[0], "a\0b"s);
+  Outcome outcome;
+  ask(outcome, "a\0b"s, nullptr);
   QVLPellixProvider_getDeflectionForQueryWithQuery_callback(provider(), nullptr, 0, nullptr,
                                                             nullptr, nullptr);
-  ask(outcomes[1], "\xFF");  // can't be encoded: ends silently
-  reject(outcomes[2], QVLRejectionReason2);
-  reject(outcomes[3], 7);
-  reject(outcomes[4], -1);
-  Support::settle(*host.transport);
-  EXPECT_EQ(outcomes[1].text, "");
-  for (const auto& outcome : outcomes) EXPECT_EQ(outcome.releases, 1);
+  ask(outcome, "\xFF");  // can't be encoded: ends silently
+  reject(outcome, QVLRejectionReason2, nullptr);
+  reject(outcome, 7, nullptr);
+  reject(outcome, -1, nullptr);
+  host.transport->settle();
+  EXPECT_EQ(outcome.ending(), "silence");
   EXPECT_THAT(
       bodies(host, PellixTests::queryPath),
       testing::ElementsAre(HasSubstr(R"("enquiry":"a\u0000b")"), HasSubstr(R"("enquiry":"")")));
   const std::string rejection =
       R"({"deflection_id":7,"article_id":-9223372036854775808,"resolution_channel_id":65,)"
       R"("interaction_access_token":"token","reason_id":)";
-  EXPECT_THAT(bodies(host, rejectPath),
+  EXPECT_THAT(bodies(host, PellixTests::rejectPath),
               testing::ElementsAre(rejection + "2}", rejection + "7}", rejection + "-1}"));
 }
 
 TEST(BridgedReason, IsOneOfThree) {
-  for (const std::int64_t number : {0, 1, 2, 3, -1}) {
+  for (const std::int64_t number : {0L, 1L, 2L, 3L, -1L, 1L << 32}) {
     QVLRejectionReason reason = 9;
     const bool isOne = number >= 0 && number <= 2;
     EXPECT_EQ(QVLRejectionReason_initWithRawValue(number, &reason), isOne);
@@ -77,17 +78,17 @@ TEST(BridgedReason, IsOneOfThree) {
 
 TEST(BridgedSettings, AreThoseOfTheAccountAndDisabledIfMadeByTheHost) {
   const auto add = [](const QVLPellixSettings* settings, void* context) {
-    auto& text = static_cast<Outcome*>(context)->text;
-    text += settings ? std::to_string(QVLPellixSettings_enabled(settings)) : "null";
+    static_cast<Outcome*>(context)->add(settings != nullptr, [settings] {
+      return settings ? std::to_string(QVLPellixSettings_enabled(settings)) : "null";
+    });
   };
   for (const auto& [document, expected] :
        {std::pair(PellixTests::enabled, "1"), {PellixTests::disabled, "0"}, {nullptr, "null"}}) {
     const Host host(std::make_shared<PellixTests::OwnSettings>(document));
     Outcome outcome;
-    QVLPellixSettingsProvider_getSettingsWithCallback(add, &outcome, Outcome::release);
-    QVLPellixSettingsProvider_getSettingsWithCallback(nullptr, &outcome, Outcome::release);
-    EXPECT_EQ(outcome.text, expected);
-    EXPECT_EQ(outcome.releases, 2);
+    QVLPellixSettingsProvider_getSettingsWithCallback(add, outcome.begin(), Outcome::release);
+    QVLPellixSettingsProvider_getSettingsWithCallback(nullptr, outcome.begin(), Outcome::release);
+    EXPECT_EQ(outcome.ending(), expected);
   }
   const auto* own = QVLPellixSettings_init();
   EXPECT_FALSE(QVLPellixSettings_enabled(own));

@@ -1,4 +1,4 @@
-#include "Lifecycle/Application.h"
+#include "PellixProvidersSDK/Host.h"
 #include "Support/LoopbackServer.h"
 #include "Support/Process.h"
 
@@ -19,7 +19,7 @@
 /// says. The service is in another process, so that what ends is the library.
 namespace {
 
-using namespace LifecycleTests;
+using namespace PellixTests;
 using PellixPlatform::DispatchQueue;
 using QuorvelCoreSDK::CoreLogger;
 using Support::LoopbackReply;
@@ -71,9 +71,9 @@ bool isSilent(PellixProvider& provider) {
   int lines = 0;
   CoreLogger::setLevel(QuorvelCoreSDK::LogLevel::warn);
   CoreLogger::setSink([&](auto, auto) { ++lines; });
-  Ending ending;
-  for (int i = 0; i < 3; ++i) provider.getDeflectionForQuery("How?", ending.callback());
-  return ending.calls == 0 && ending.releases == 3 && lines == 1;
+  Outcome outcome;
+  for (int i = 0; i < 3; ++i) query.start(provider, outcome);
+  return outcome.ending() == "silence" && lines == 1;
 }
 
 /// What a host may do at its end; the result is its exit code.
@@ -116,7 +116,7 @@ int end(std::string_view way, const std::shared_ptr<PellixProvider>& provider) {
     isOver = true;
     if (!Quorvel::shutDown(ample)) return 6;
     isOver = false;
-    setUp(Quorvel::instance()->accountDetails().accountUrl(), {});
+    setUp({}, Quorvel::instance()->accountDetails().accountUrl());
   }
   return good;
 }
@@ -124,19 +124,20 @@ int end(std::string_view way, const std::shared_ptr<PellixProvider>& provider) {
 int runHost(std::string_view way, const std::string& address, const std::string& certificates) {
   std::signal(SIGPIPE, SIG_DFL);
   CoreLogger::setLevel(QuorvelCoreSDK::LogLevel::error);
-  const auto provider = setUp(address, {.settingsTimeToLive = std::chrono::milliseconds(0),
-                                        .network = {.certificateAuthorities = certificates}});
-  return end(way, provider);
+  return end(way, setUp({.settingsTimeToLive = std::chrono::milliseconds(0),
+                         .network = {.certificateAuthorities = certificates}},
+                        address));
 }
 
 /// Foreign hosts have the feature disabled: they are called on the worker then.
 LoopbackReply answer(const Support::LoopbackRequest& request, bool isForeign, bool resets) {
   if (request.body.empty()) {
-    const auto* const disabled = R"({"pellix":{"enabled":false},"locale":"de"})";
-    return {Support::httpReply("200 OK", isForeign ? disabled : settings)};
+    const std::string isEnabled = isForeign ? "false" : "true";
+    const auto settings = R"({"pellix":{"enabled":)" + isEnabled + R"(},"locale":"de"})";
+    return {Support::httpReply("200 OK", settings)};
   }
   // At times the next question is written before the reset is noticed.
-  return {Support::httpReply("200 OK", PellixTests::responseJSON()),
+  return {Support::httpReply("200 OK", responseJSON()),
           resets ? LoopbackReply::Then::reset : LoopbackReply::Then::keep};
 }
 

@@ -1,4 +1,4 @@
-#include "Lifecycle/Application.h"
+#include "PellixProvidersSDK/Host.h"
 
 #include <gtest/gtest.h>
 
@@ -10,46 +10,42 @@
 namespace LifecycleTests {
 namespace {
 
+using namespace PellixTests;
 using PellixPlatform::DispatchQueue;
 using std::chrono_literals::operator""ms;
 using std::chrono_literals::operator""min;
 
-constexpr char address[] = "https://acme.example";
-constexpr char disabled[] = R"({"pellix":{"enabled":false}})";
-
 TEST(Replacement, EndsAQuestionUnlessTheHostKeepsItsProvider) {
   for (const bool isKept : {false, true}) {
-    const auto transport = serviceWith(settings);
-    auto provider = setUp(address, {.transport = transport});
+    const auto transport = serviceWith();
+    auto provider = setUp({.transport = transport});
     const std::weak_ptr<PellixProvider> watch = provider;
-    Ending ending;
-    provider->getDeflectionForQuery("How?", ending.callback());
+    Outcome outcome;
+    query.start(*provider, outcome);
     transport->run();
     if (!isKept) provider.reset();
-    const auto later = setUp(address, {.transport = serviceWith(settings)});
-    EXPECT_EQ(Pellix::instance()->provider(), later);
+    setUp();
     EXPECT_EQ(watch.expired(), !isKept);
-    EXPECT_EQ(ending.releases, 0);
+    EXPECT_EQ(outcome.ending(), "still held, silence");
     DispatchQueue::main().runPending();
-    EXPECT_EQ(ending.calls, isKept ? 1 : 0);
-    EXPECT_EQ(ending.releases, 1);
+    EXPECT_EQ(outcome.ending(), isKept ? answered : "silence");
   }
 }
 
 TEST(Callback, MayDropTheLastReferencesOnTheMainQueueAndOnTheWorker) {
-  for (const auto* accountSettings : {settings, disabled}) {
-    const auto transport = serviceWith(accountSettings);
-    auto provider = setUp(address, {.transport = transport});
+  for (const char* settings : {enabled, disabled}) {
+    const auto transport = serviceWith(settings);
+    auto provider = setUp({.transport = transport});
     const std::weak_ptr<PellixProvider> watch = provider;
     int calls = 0;
     provider->getDeflectionForQuery("How?", [&](auto result) {
       ++calls;
-      EXPECT_EQ(result.has_value(), accountSettings == settings);
+      EXPECT_EQ(result.has_value(), settings == enabled);
       std::weak_ptr<const PellixProvidersSDK::DeflectionArticle> article;
       if (result) article = (*result)->deflectionArticles().front();
       result = std::unexpected(PellixPlatform::Error("none", 0));
       EXPECT_TRUE(article.expired());
-      setUp(address, {.transport = serviceWith(settings)});
+      setUp();
       provider.reset();
     });
     transport->settle();
@@ -59,58 +55,55 @@ TEST(Callback, MayDropTheLastReferencesOnTheMainQueueAndOnTheWorker) {
 }
 
 TEST(Callback, ThatThrowsOnTheMainQueuePassesOutAndLeavesTheRestUsable) {
-  const auto transport = serviceWith(settings);
-  const auto provider = setUp(address, {.transport = transport});
-  Ending ending;
-  provider->getDeflectionForQuery("How?", [&, kept = ending.callback()](const auto& result) {
+  const auto transport = serviceWith();
+  const auto provider = setUp({.transport = transport});
+  Outcome outcome;
+  provider->getDeflectionForQuery("How?", [&, kept = outcome.callback()](const auto& result) {
     kept(result);
     throw std::runtime_error("the host's own");
   });
   transport->run();
   EXPECT_THROW(DispatchQueue::main().run(), std::runtime_error);
-  EXPECT_EQ(ending.calls, 1);
-  EXPECT_EQ(ending.releases, 1);
+  EXPECT_EQ(outcome.ending(), answered);
   DispatchQueue::main().post([] {});
   EXPECT_EQ(DispatchQueue::main().runPending(), 1U);
 }
 
 TEST(ShutDown, ReleasesWhatWaitsForTheServiceAndInTheMainQueue) {
   for (const bool isAnswered : {false, true}) {
-    const auto transport = serviceWith(settings);
-    const auto provider = setUp(address, {.transport = transport});
-    Ending before;
-    provider->getDeflectionForQuery("How?", before.callback());
-    provider->resolveWithArticle(1, 2, "token", before.callback());
+    const auto transport = serviceWith();
+    const auto provider = setUp({.transport = transport});
+    Outcome before;
+    query.start(*provider, before);
+    resolution.start(*provider, before);
     if (isAnswered) transport->run();
     EXPECT_TRUE(Quorvel::shutDown(0ms));
-    EXPECT_EQ(before.releases, 2);
     DispatchQueue::main().runPending();
-    const auto sent = transport->requests("").size();
+    EXPECT_EQ(before.ending(), "silence");
+    const auto sent = transport->requests().size();
     DispatchQueue::main().setWakeHook([] { ADD_FAILURE() << "woken for nothing"; });
-    Ending later;
-    provider->getDeflectionForQuery("How?", later.callback());
+    Outcome later;
+    query.start(*provider, later);
     transport->settle();
-    EXPECT_EQ(transport->requests("").size(), sent);
-    EXPECT_EQ(later.releases, 1);
-    EXPECT_EQ(before.calls + later.calls, 0);
+    EXPECT_EQ(transport->requests().size(), sent);
+    EXPECT_EQ(later.ending(), "silence");
 
     DispatchQueue::main().setWakeHook(nullptr);
-    ASSERT_TRUE(Quorvel::initialize({address, "again", "client"}, {.transport = transport}));
-    Ending again;
-    provider->getDeflectionForQuery("How?", again.callback());
+    ASSERT_TRUE(makeQuorvel({.transport = transport}));
+    Outcome again;
+    query.start(*provider, again);
     transport->settle();
-    EXPECT_EQ(again.records, 1);
-    EXPECT_EQ(again.releases, 1);
+    EXPECT_EQ(again.ending(), answered);
   }
 }
 
 TEST(ShutDown, WaitsForCallbacksOnOtherThreadsAndNotForItsOwn) {
   const auto transport = serviceWith(disabled);
-  const auto provider = setUp(address, {.transport = transport});
-  Ending ending;
+  const auto provider = setUp({.transport = transport});
+  Outcome outcome;
   std::promise<void> called;
   std::promise<void> mayReturn;
-  provider->getDeflectionForQuery("How?", [&, kept = ending.callback()](const auto&) {
+  provider->getDeflectionForQuery("How?", [&, kept = outcome.callback()](const auto&) {
     called.set_value();
     mayReturn.get_future().wait();
     EXPECT_TRUE(Quorvel::shutDown(1min));
@@ -118,10 +111,10 @@ TEST(ShutDown, WaitsForCallbacksOnOtherThreadsAndNotForItsOwn) {
   std::thread worker([&] { transport->run(); });
   called.get_future().wait();
   EXPECT_FALSE(Quorvel::shutDown(0ms));
-  EXPECT_EQ(ending.releases, 0);
+  EXPECT_EQ(outcome.releases, 0);
   mayReturn.set_value();
   EXPECT_TRUE(Quorvel::shutDown(1min));
-  EXPECT_EQ(ending.releases, 1);
+  EXPECT_EQ(outcome.releases, 1);
   worker.join();
 }
 

@@ -1,4 +1,4 @@
-#include "Lifecycle/Application.h"
+#include "PellixProvidersSDK/Host.h"
 #include "Support/FailingAllocations.h"
 #include "Support/LoopbackServer.h"
 
@@ -19,6 +19,7 @@
 namespace LifecycleTests {
 namespace {
 
+using namespace PellixTests;
 using PellixPlatform::DispatchQueue;
 using QuorvelCoreSDK::CoreLogger;
 using QuorvelCoreSDK::Testing::ScriptedTransport;
@@ -55,42 +56,21 @@ void failEveryAllocation(const char* name, Run run,
   std::printf("%s: %zu\n", name, failed);
 }
 
-enum class Operation : std::uint8_t { query, resolve, reject };
-
-void start(Operation operation, PellixProvider& provider, Ending& ending) {
-  auto callback = ending.callback();  // before there is any other argument
-  std::string token(100, 't');
-  switch (operation) {
-    case Operation::query:
-      return provider.getDeflectionForQuery(std::move(token), std::move(callback));
-    case Operation::resolve:
-      return provider.resolveWithArticle(7, 4711, std::move(token), std::move(callback));
-    case Operation::reject:
-      return provider.rejectWithArticle(7, 4711, std::move(token),
-                                        PellixProvidersSDK::RejectionReason::reason1,
-                                        std::move(callback));
-  }
-}
-
 /// How the service answers, and whether it has been asked for settings before.
 struct Course {
   const char* name;
   bool isSettled = true;
   int status = 200;
-  std::string reply = PellixTests::responseJSON();
-  const char* settings = LifecycleTests::settings;
+  std::string reply = responseJSON();
+  const char* settings = enabled;
 };
-
-std::string replaced(std::string text, const std::string& what, const std::string& with) {
-  return text.replace(text.find(what), what.size(), with);
-}
 
 const Course courses[] = {
     {"settings at hand"},
     {"settings fetched", false},
-    {"disabled", false, 200, "", R"({"pellix":{"enabled":false}})"},
-    {"a reply for the slower reader", true, 200, replaced(PellixTests::responseJSON(), "7", "7.0")},
-    {"a faulty reply", true, 200, replaced(PellixTests::responseJSON(), "7", "null")},
+    {"disabled", false, 200, "", disabled},
+    {"a reply for the slower reader", true, 200, responseJSON().replace(20, 1, "7.0")},
+    {"a faulty reply", true, 200, responseJSON().replace(20, 1, "null")},
     {"an HTTP error", true, 500},
     {"no connection", true, 0},
 };
@@ -104,39 +84,33 @@ void settle(ScriptedTransport& transport) {
 
 /// Sets up the library and begins an operation, all or the operation alone with an allocation that
 /// fails; then once more without. Whether one failed.
-bool survives(Operation operation, const Course& course, bool isSetUpBefore, std::size_t n,
+bool survives(const Operation& operation, const Course& course, bool isSetUpBefore, std::size_t n,
               Shortage shortage) {
   const auto transport = serviceWith(course.settings, course.status, course.reply);
   std::shared_ptr<PellixProvider> provider;
-  const auto makeProvider = [&] {
-    if (!provider) provider = setUp("https://acme.example", {.transport = transport});
+  const auto start = [&](Outcome& outcome) {
+    if (!provider) provider = setUp({.transport = transport});
+    operation.start(*provider, outcome);
   };
   const auto isAnswered = [&] {
-    Ending ending;
-    makeProvider();
-    start(operation, *provider, ending);
+    Outcome outcome{.isTerse = true};
+    start(outcome);
     settle(*transport);
-    return ending.calls == 1 && ending.releases == 1;
+    return outcome.calls == 1 && outcome.releases == 1;
   };
-  if (isSetUpBefore) makeProvider();
+  if (isSetUpBefore) provider = setUp({.transport = transport});
   EXPECT_TRUE(!course.isSettled || isAnswered());
-  Ending ending;
-  bool isBegun = false;
+  Outcome outcome{.isTerse = true};
   Support::beginFailingAllocations(n, shortage);
-  static_cast<void>(isCompleted([&] {
-    makeProvider();
-    isBegun = true;
-    start(operation, *provider, ending);
-  }));
+  static_cast<void>(isCompleted([&] { start(outcome); }));
   settle(*transport);
   const bool failed = Support::endFailingAllocations();
   settle(*transport);
-  EXPECT_LE(ending.calls, 1);
-  EXPECT_EQ(ending.releases, isBegun ? 1 : 0);
-  EXPECT_TRUE(failed || ending.calls == 1);
+  EXPECT_LE(outcome.calls, 1);
+  EXPECT_EQ(outcome.releases, outcome.begun);
+  EXPECT_TRUE(failed || outcome.calls == 1);
   EXPECT_TRUE(isAnswered());
-  // The facade keeps the last application, with what its transport has sent.
-  setUp("https://acme.example", {.transport = std::make_shared<ScriptedTransport>()});
+  setUp({.transport = serviceWith()});  // the facade keeps the last, with what that has sent
   return failed;
 }
 
@@ -149,7 +123,7 @@ constexpr std::ptrdiff_t spareBlocks = 0;
 
 TEST(Memory, ThatRunsOutEndsAnOperationAndReleasesItsCallbackOnce) {
   CoreLogger::setLevel(QuorvelCoreSDK::LogLevel::off);
-  for (const auto operation : {Operation::query, Operation::resolve, Operation::reject}) {
+  for (const auto& operation : {query, resolution, rejection}) {
     for (const auto& course : courses) {
       for (int i = 0; i < 2; ++i) survives(operation, course, true, 1'000'000, Shortage::passing);
       const auto before = Support::liveAllocations();
@@ -170,7 +144,7 @@ TEST(Memory, ThatRunsOutAtTheStartOfAProcessLeavesNothingSpoilt) {
   failEveryAllocation("a process's start", [&](std::size_t n, Shortage shortage) {
     const auto child = fork();
     if (child == 0) {
-      const bool failed = survives(Operation::query, courses[1], false, n, shortage);
+      const bool failed = survives(query, courses[1], false, n, shortage);
       _exit(testing::Test::HasFailure() ? 2 : failed ? 1 : 0);
     }
     int status = 0;
@@ -180,9 +154,12 @@ TEST(Memory, ThatRunsOutAtTheStartOfAProcessLeavesNothingSpoilt) {
   });
 }
 
+/// Of the account, and of the knowledge base.
+constexpr char settingsOfBoth[] = R"({"pellix":{"enabled":true},"locale":"de"})";
+
 Support::LoopbackReply answer(const Support::LoopbackRequest& request) {
   const bool isQuery = request.head.starts_with("POST ");
-  const auto document = isQuery ? PellixTests::responseJSON() : settings;
+  const auto document = isQuery ? responseJSON() : settingsOfBoth;
   return {Support::httpReply("200 OK", document), Support::LoopbackReply::Then::keep};
 }
 
@@ -197,27 +174,26 @@ void onWorker(std::function<void()> task) {
 }
 
 /// One question; returns when it has ended, in whatever way.
-Ending ask(PellixProvider& provider) {
-  Ending ending;
-  provider.getDeflectionForQuery("How?", ending.callback([] { DispatchQueue::main().stop(); }));
+Outcome ask(PellixProvider& provider) {
+  Outcome outcome{.isTerse = true, .onRelease = [] { DispatchQueue::main().stop(); }};
+  query.start(provider, outcome);
   DispatchQueue::main().run();
-  return ending;
+  return outcome;
 }
 
 TEST(Memory, ThatIsMissingForTheWorkerLeavesAsAnException) {
   const Support::LoopbackServer server(answer);
-  const auto provider = setUp(server.origin(), {});
+  const auto provider = setUp({}, server.origin());
   pthread_attr_t before;
   pthread_attr_t huge;
   pthread_getattr_default_np(&before);
   pthread_attr_init(&huge);
   pthread_attr_setstacksize(&huge, std::size_t{1} << 47);
   ASSERT_EQ(pthread_setattr_default_np(&huge), 0);
-  Ending ending;
-  EXPECT_THROW(provider->getDeflectionForQuery("How?", ending.callback()), std::bad_alloc);
+  Outcome outcome;
+  EXPECT_THROW(query.start(*provider, outcome), std::bad_alloc);
   pthread_setattr_default_np(&before);
-  EXPECT_EQ(ending.calls, 0);
-  EXPECT_EQ(ending.releases, 1);
+  EXPECT_EQ(outcome.ending(), "silence");
   EXPECT_EQ(ask(*provider).records, 1);
 }
 
@@ -225,16 +201,16 @@ TEST(Memory, ThatRunsOutOnTheWorkerEndsARequestAndNotTheProcess) {
   const Support::LoopbackServer server(answer);
   // Settings that are never fresh are fetched for every question.
   const auto provider =
-      setUp(server.origin(), {.settingsTimeToLive = std::chrono::milliseconds(0)});
+      setUp({.settingsTimeToLive = std::chrono::milliseconds(0)}, server.origin());
   ASSERT_EQ(ask(*provider).records, 1);
   const auto isShort = [&](std::size_t n, Shortage shortage) {
     onWorker([&] { Support::beginFailingAllocations(n, shortage); });
-    const auto ending = ask(*provider);
+    const auto outcome = ask(*provider);
     bool failed = false;
     onWorker([&] { failed = Support::endFailingAllocations(); });
-    EXPECT_EQ(ending.releases, 1);
-    EXPECT_LE(ending.calls, 1);
-    EXPECT_TRUE(failed || ending.records == 1);
+    EXPECT_EQ(outcome.releases, 1);
+    EXPECT_LE(outcome.calls, 1);
+    EXPECT_TRUE(failed || outcome.records == 1);
     EXPECT_EQ(ask(*provider).records, 1);
     return failed;
   };

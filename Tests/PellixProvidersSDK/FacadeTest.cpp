@@ -14,7 +14,6 @@ namespace {
 
 using PellixProvidersSDK::PellixSettingsProvider;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::MatchesRegex;
 
 constexpr char isNotSetUp[] =
@@ -35,45 +34,31 @@ void checkLifeOfTheFacade() {
   EXPECT_EQ(Pellix::instance(), nullptr);
   EXPECT_EQ(Pellix::instance(), nullptr);
   EXPECT_THAT(log.newLines(), ElementsAre(isNotSetUp, isNotSetUp));
-
-  const auto first = core("application", "client");
-  const auto veltrane = Veltrane::initialize(first);
+  const auto veltrane = Veltrane::initialize(core("application", "client"));
   Pellix::initialize(nullptr, veltrane);
-  EXPECT_THAT(log.newLines(), ElementsAre(gotNoCore));
   EXPECT_EQ(Pellix::instance(), nullptr);
-  EXPECT_THAT(log.newLines(), ElementsAre(isNotSetUp));
+  EXPECT_THAT(log.newLines(), ElementsAre(gotNoCore, isNotSetUp));
 
-  Pellix::initialize(first, veltrane);
-  auto lines = log.newLines();
-  EXPECT_THAT(lines, ElementsAre(MatchesRegex(isNew), "info: Initializing Pellix SDK."));
-  const auto firstLine = lines.at(0);
-  const auto facade = Pellix::instance();
-  ASSERT_NE(facade, nullptr);
-  const auto provider = facade->provider();
-  ASSERT_NE(provider, nullptr);
-  EXPECT_THAT(log.newLines(), IsEmpty());
+  std::string firstLine;
+  for (const char* application : {"application", "Application", "application "}) {
+    const auto earlier = firstLine.empty() ? nullptr : Pellix::instance();
+    Pellix::initialize(core(application, "client"), veltrane);
+    const auto lines = log.newLines();
+    EXPECT_THAT(lines, ElementsAre(MatchesRegex(isNew), "info: Initializing Pellix SDK."));
+    EXPECT_NE(std::exchange(firstLine, lines.at(0)), lines.at(0));
+    const auto facade = Pellix::instance();
+    const auto provider = facade->provider();
+    EXPECT_NE(facade, earlier);
+    EXPECT_TRUE(provider && (!earlier || provider != earlier->provider()));
 
-  for (const char* client : {"client", "another client"}) {
-    const auto otherVeltrane = Veltrane::initialize(core("application", client));
-    const std::weak_ptr<Veltrane> ignored = otherVeltrane;
+    const auto otherVeltrane = Veltrane::initialize(core(application, "another client"));
     Pellix::initialize(otherVeltrane->quorvel(), otherVeltrane);
-    EXPECT_THAT(log.newLines(), ElementsAre("info: Initializing Pellix with the same details"));
+    EXPECT_EQ(otherVeltrane.use_count(), 2);  // here, and the shared instance
+    Pellix::initialize(nullptr, veltrane);
+    EXPECT_THAT(log.newLines(),
+                ElementsAre("info: Initializing Pellix with the same details", gotNoCore));
     EXPECT_EQ(Pellix::instance(), facade);
     EXPECT_EQ(facade->provider(), provider);
-    EXPECT_EQ(otherVeltrane.use_count(), 2);  // here, and the shared instance
-  }
-  Pellix::initialize(nullptr, veltrane);
-  EXPECT_THAT(log.newLines(), ElementsAre(gotNoCore));
-  EXPECT_EQ(Pellix::instance(), facade);
-
-  for (const char* application : {"Application", "application "}) {
-    const auto earlier = Pellix::instance();
-    Pellix::initialize(core(application, "client"), veltrane);
-    lines = log.newLines();
-    EXPECT_THAT(lines, ElementsAre(MatchesRegex(isNew), "info: Initializing Pellix SDK."));
-    EXPECT_NE(lines.at(0), firstLine);
-    EXPECT_NE(Pellix::instance(), earlier);
-    EXPECT_NE(Pellix::instance()->provider(), earlier->provider());
   }
 }
 
@@ -82,21 +67,12 @@ TEST(Facade, IsMadeForAnApplicationAndStaysForIt) {
 }
 
 TEST(Facade, HoldsWhatItWasGivenUntilItIsReplaced) {
-  auto quorvel = Host::makeQuorvel(nullptr);
-  auto veltrane = Veltrane::initialize(quorvel);
-  const std::weak_ptr<Quorvel> watchQuorvel = quorvel;
-  const std::weak_ptr<Veltrane> watchVeltrane = veltrane;
-  Pellix::initialize(std::move(quorvel), std::move(veltrane));
-  const std::weak_ptr<PellixProvider> watchProvider = Pellix::instance()->provider();
-
-  const auto other = Veltrane::initialize(Host::makeQuorvel(nullptr));
-  EXPECT_FALSE(watchQuorvel.expired());
-  EXPECT_FALSE(watchVeltrane.expired());
-  EXPECT_FALSE(watchProvider.expired());
+  const std::weak_ptr<PellixProvider> provider = setUp();
+  const std::weak_ptr<void> given[] = {provider, Quorvel::instance(), Veltrane::instance()};
+  const auto other = Veltrane::initialize(makeQuorvel());
+  for (const auto& each : given) EXPECT_FALSE(each.expired());
   Pellix::initialize(other->quorvel(), other);
-  EXPECT_TRUE(watchProvider.expired());
-  EXPECT_TRUE(watchVeltrane.expired());
-  EXPECT_TRUE(watchQuorvel.expired());
+  for (const auto& each : given) EXPECT_TRUE(each.expired());
 }
 
 TEST(Initialisers, StopTheProcessWhereThereIsNothingToMake) {

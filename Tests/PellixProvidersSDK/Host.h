@@ -38,6 +38,7 @@ inline constexpr std::string_view queryPath = "/answers/v1/interactions";
 inline constexpr std::string_view resolvePath = "/answers/v1/resolutions";
 inline constexpr std::string_view rejectPath = "/answers/v1/rejections";
 inline constexpr std::string_view votePath = "/votes/up";
+inline constexpr std::string_view voteOf4711 = "/knowledge/v1/articles/4711/votes/up";
 using QuorvelCoreSDK::ServicePaths::accountSettings;
 using VeltraneProvidersSDK::ServicePaths::knowledgeSettings;
 
@@ -70,80 +71,100 @@ inline std::string textOf(const PellixPlatform::Error& error) {
   return text;
 }
 
-/// What became of one operation. The call itself shows in the log, where its order can be seen.
-class Outcome {
- public:
-  Outcome() = default;
-  Outcome(const Outcome&) = delete;
-  Outcome& operator=(const Outcome&) = delete;
+/// What became of an operation, or of several. It stays in its place while a callback is held. The
+/// call itself shows in the log, where its order can be seen.
+struct Outcome {
+  bool isTerse = false;  // watching takes no memory then, and gives no text
+  int begun = 0;         // callbacks made
+  int calls = 0;
+  int records = 0;  // of the calls, those with a record and not an error
+  int releases = 0;
+  std::string text;
+  std::thread::id thread;
+  std::function<void()> onRelease = nullptr;
 
   /// The callback to watch, for any operation. It holds one shared pointer and no more: something
   /// that small is copied by some standard libraries where it is said to be moved.
   [[nodiscard]] auto callback() {
-    return [self = hold()](const auto& result) {
-      (*self)->add(result ? textOf(**result) : textOf(result.error()));
+    return [self = std::shared_ptr<Outcome>(begin(), release)](const auto& result) {
+      self->add(result.has_value(),
+                [&] { return result ? textOf(**result) : textOf(result.error()); });
     };
   }
 
   /// The same in the other form.
   [[nodiscard]] auto optionalsCallback() {
-    return [self = hold()](const auto& record, const auto& error) {
-      (*self)->add(!record == !error ? "both or neither"
-                   : record          ? textOf(*record)
-                                     : textOf(*error));
+    return [self = std::shared_ptr<Outcome>(begin(), release)](const auto& record,
+                                                               const auto& error) {
+      self->add(record != nullptr, [&] {
+        return !record == !error ? "both or neither" : record ? textOf(*record) : textOf(*error);
+      });
     };
   }
 
-  /// What came, and whether anything still holds the callback.
-  [[nodiscard]] std::string text() const {
-    return (held_.expired() ? "" : "still held, ") + (came_.empty() ? "silence" : came_);
+  /// For a callback of another kind, that hands back this pointer to `release`.
+  [[nodiscard]] Outcome* begin() {
+    ++begun;
+    return this;
   }
 
-  std::thread::id thread;
-
- private:
-  std::shared_ptr<Outcome*> hold() {
-    auto self = std::make_shared<Outcome*>(this);
-    held_ = self;
-    return self;
-  }
-
-  void add(const std::string& what) {
-    QuorvelCoreSDK::CoreLogger::info("called");
-    came_ += what;
+  template <class Describe>
+  void add(bool isRecord, Describe describe) {
+    ++calls;
+    records += isRecord ? 1 : 0;
     thread = std::this_thread::get_id();
+    if (isTerse) return;
+    QuorvelCoreSDK::CoreLogger::info("called");
+    text += describe();
   }
 
-  std::string came_;
-  std::weak_ptr<Outcome*> held_;
+  static void release(void* outcome) {
+    auto& self = *static_cast<Outcome*>(outcome);
+    ++self.releases;
+    if (self.onRelease) self.onRelease();
+  }
+
+  /// What came, and whether anything still holds the callback.
+  [[nodiscard]] std::string ending() const {
+    const std::string held = releases == begun  ? ""
+                             : releases < begun ? "still held, "
+                                                : "too often, ";
+    return held + (calls == 0 ? "silence" : text);
+  }
 };
 
 /// An operation in one of its two forms.
 struct Operation {
   const char* name;
+  std::vector<std::string_view> requests;  // all that it sends
   std::string_view path;
   void (*start)(PellixProvider& provider, Outcome& outcome);
 };
 
 inline constexpr auto reason2 = PellixProvidersSDK::RejectionReason::reason2;
-inline constexpr Operation operations[] = {
-    {"query", queryPath, [](auto& to, auto& o) { to.getDeflectionForQuery("How?", o.callback()); }},
-    {"query, other form", queryPath,
+inline const std::vector ofQuery{knowledgeSettings, accountSettings, queryPath};
+inline const std::vector ofResolution{accountSettings, resolvePath, voteOf4711};
+inline const std::vector ofRejection{accountSettings, rejectPath};
+inline const Operation operations[] = {
+    {"query", ofQuery, queryPath,
+     [](auto& to, auto& o) { to.getDeflectionForQuery("How?", o.callback()); }},
+    {"query, other form", ofQuery, queryPath,
      [](auto& to, auto& o) { to.getDeflectionForQuery("How?", o.optionalsCallback()); }},
-    {"resolution", resolvePath,
+    {"resolution", ofResolution, resolvePath,
      [](auto& to, auto& o) { to.resolveWithArticle(7, 4711, "token", o.callback()); }},
-    {"resolution, other form", resolvePath,
+    {"resolution, other form", ofResolution, resolvePath,
      [](auto& to, auto& o) { to.resolveWithArticle(7, 4711, "token", o.optionalsCallback()); }},
-    {"rejection", rejectPath,
+    {"rejection", ofRejection, rejectPath,
      [](auto& to, auto& o) { to.rejectWithArticle(7, 4711, "token", reason2, o.callback()); }},
-    {"rejection, other form", rejectPath,
+    {"rejection, other form", ofRejection, rejectPath,
      [](auto& to, auto& o) {
        to.rejectWithArticle(7, 4711, "token", reason2, o.optionalsCallback());
      }},
 };
-inline constexpr const Operation& query = operations[0];
-inline constexpr const Operation& resolution = operations[2];
-inline constexpr const Operation& rejection = operations[4];
+inline const Operation& query = operations[0];
+inline const Operation& resolution = operations[2];
+inline const Operation& rejection = operations[4];
+inline const std::string answered = "response 7 11 -12";
 
 /// A settings service of the host's own, which answers within the call; without a document, with
 /// null.
@@ -178,38 +199,44 @@ inline TransportReply reply(int status, std::optional<std::string> data,
           .error = std::move(error)};
 }
 
-/// An application that has set up all three libraries: the feature is enabled, the knowledge base
-/// is in German, and every question has an answer.
+/// A service that answers at once, and all well if nothing else is said.
+inline auto serviceWith(const char* settings = enabled, int status = 200,
+                        const std::string& reply = responseJSON()) {
+  auto transport = std::make_shared<QuorvelCoreSDK::Testing::ScriptedTransport>();
+  transport->answer(std::string(knowledgeSettings), 200, R"({"locale":"de"})");
+  transport->answer(std::string(accountSettings), 200, settings);
+  for (const auto path : {queryPath, resolvePath, rejectPath}) {
+    if (status != 0) transport->answer(std::string(path), status, reply);
+  }
+  return transport;
+}
+
+/// A core instance for an application of its own.
+inline std::shared_ptr<Quorvel> makeQuorvel(QuorvelCoreSDK::Configuration configuration = {},
+                                            const std::string& address = "https://acme.example") {
+  static std::atomic<int> count = 0;
+  configuration.token = [] { return "secret"; };
+  return Quorvel::initialize({address, std::to_string(++count), "client"}, std::move(configuration))
+      .value();
+}
+
+/// Sets all three libraries up, in place of what was there.
+inline std::shared_ptr<PellixProvider> setUp(QuorvelCoreSDK::Configuration configuration = {},
+                                             const std::string& address = "https://acme.example") {
+  auto quorvel = makeQuorvel(std::move(configuration), address);
+  auto veltrane = Veltrane::initialize(quorvel);
+  Pellix::initialize(std::move(quorvel), std::move(veltrane));
+  return Pellix::instance()->provider();
+}
+
+/// An application whose feature is enabled, whose knowledge base is in German, and whose every
+/// question has an answer.
 class Host {
  public:
   explicit Host(const std::shared_ptr<QuorvelCoreSDK::SettingsProvider>& settings = nullptr)
-      : quorvel(makeQuorvel(transport, settings)), veltrane(Veltrane::initialize(quorvel)) {
-    transport->answer(std::string(knowledgeSettings), 200, R"({"locale":"de"})");
-    transport->answer(std::string(accountSettings), 200, enabled);
-    for (const auto path : {queryPath, resolvePath, rejectPath}) {
-      transport->answer(std::string(path), 200, responseJSON());
-    }
+      : provider(setUp({.transport = transport, .settings = settings})) {
     transport->answer(std::string(votePath), 200, R"({"votes":[]})");
-    Pellix::initialize(quorvel, veltrane);
-    provider = Pellix::instance()->provider();
     UUID = newLines().at(0).substr(std::string("debug: Initialized Providers with UUID: ").size());
-  }
-
-  /// Every one is for an application of its own.
-  static std::shared_ptr<Quorvel> makeQuorvel(
-      std::shared_ptr<QuorvelCoreSDK::Transport> transport,
-      std::shared_ptr<QuorvelCoreSDK::SettingsProvider> settings = nullptr) {
-    static std::atomic<int> count = 0;
-    const auto application = "application " + std::to_string(++count);
-    return Quorvel::initialize({"https://acme.example", application, "client"},
-                               {.token = [] { return "secret"; },
-                                .transport = std::move(transport),
-                                .settings = std::move(settings)})
-        .value();
-  }
-
-  void ask(Outcome& outcome, std::string text = "How?") const {
-    provider->getDeflectionForQuery(std::move(text), outcome.callback());
   }
 
   /// Lets everything run that follows from an operation.
@@ -217,7 +244,7 @@ class Host {
     Outcome outcome;
     operation.start(*provider, outcome);
     transport->settle();
-    return outcome.text();
+    return outcome.ending();
   }
 
   /// The addresses of the requests sent so far, below the account's.
@@ -229,17 +256,14 @@ class Host {
     return paths;
   }
 
-  [[nodiscard]] std::size_t sentQueries() const { return transport->requests(queryPath).size(); }
-
   /// What was logged since this was last called.
   [[nodiscard]] std::vector<std::string> newLines() { return log.newLines(); }
 
   Support::LogRecorder log;
-  std::shared_ptr<QuorvelCoreSDK::Testing::ScriptedTransport> transport =
-      std::make_shared<QuorvelCoreSDK::Testing::ScriptedTransport>();
-  std::shared_ptr<Quorvel> quorvel;
-  std::shared_ptr<Veltrane> veltrane;
+  std::shared_ptr<QuorvelCoreSDK::Testing::ScriptedTransport> transport = serviceWith();
   std::shared_ptr<PellixProvider> provider;
+  std::shared_ptr<Quorvel> quorvel = Quorvel::instance();
+  std::shared_ptr<Veltrane> veltrane = Veltrane::instance();
   std::string UUID;
 };
 

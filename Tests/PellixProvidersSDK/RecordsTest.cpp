@@ -7,7 +7,6 @@
 #include <nlohmann/json.hpp>
 
 #include <cmath>
-#include <limits>
 
 namespace PellixTests {
 namespace {
@@ -27,51 +26,33 @@ std::shared_ptr<const T> decode(const Json& json) {
 
 /// "fine", or the error's code and coding path.
 template <class T>
-std::string outcomeOf(const std::string& json) {
-  const auto record = PellixPlatform::JSONDecoder().decode<T>(json);
+std::string outcomeOf(const Json& json) {
+  const auto record = PellixPlatform::JSONDecoder().decode<T>(json.dump());
   return record ? "fine"
                 : textOf(record.error()).substr(std::string("Platform.DecodingError ").size());
 }
 
-/// The JSON text of a record with the text of one value replaced.
-std::string with(Json record, const char* pointer, const std::string& value) {
-  record[Pointer(pointer)] = "@@";
-  auto text = record.dump();
-  return text.replace(text.find("\"@@\""), 4, value);
+/// The record with one value replaced.
+Json with(Json record, const std::string& pointer, const Json& value) {
+  record[Pointer(pointer)] = value;
+  return record;
 }
 
 template <class T>
 void expectEveryKeyRequired(const Json& record) {
-  std::vector<std::string> keys;
+  // Of two wrong values, the earlier one is reported, though it stands last in the document.
+  Json wrong;
+  for (auto at = record.rbegin(); at != record.rend(); ++at) wrong[at.key()] = nullptr;
   for (const auto& [key, own] : record.items()) {
-    const auto pointer = "/" + key;
+    EXPECT_EQ(outcomeOf<T>(wrong), "2 " + key);
+    wrong[key] = own;
     auto lacking = record;
     lacking.erase(key);
-    EXPECT_EQ(outcomeOf<T>(lacking.dump()), "1 " + key);
-    EXPECT_EQ(outcomeOf<T>(with(record, pointer.c_str(), "null")), "2 " + key);
-    for (const char* other : {"true", "1", R"("1")", "[]", "{}"}) {
-      const auto type = Json::parse(other).type();
-      if (type == own.type() || (own.is_number() && std::string_view(other) == "1")) continue;
-      EXPECT_EQ(outcomeOf<T>(with(record, pointer.c_str(), other)), "3 " + key) << other;
-    }
-    // Keys are matched as they are written, and other ones do not matter.
-    lacking[std::string(1, static_cast<char>(std::toupper(key[0]))) + key.substr(1)] = own;
-    EXPECT_EQ(outcomeOf<T>(lacking.dump()), "1 " + key);
-    keys.push_back(key);
+    EXPECT_EQ(outcomeOf<T>(lacking), "1 " + key);
+    const auto other = own.is_string() ? Json(1) : Json("1");
+    EXPECT_EQ(outcomeOf<T>(with(record, "/" + key, other)), "3 " + key);
   }
-  // Of two wrong values, the earlier one is reported, though it stands last in the document.
-  for (std::size_t first = 0; first + 1 < keys.size(); ++first) {
-    Json wrong;
-    for (std::size_t i = keys.size(); i-- > 0;) {
-      wrong[keys[i]] = i < first ? record[keys[i]] : Json();
-    }
-    EXPECT_EQ(outcomeOf<T>(wrong.dump()), "2 " + keys[first]);
-  }
-  for (const auto& other :
-       {std::string("null"), std::string("1e400"), R"({"id":null,"":[]})" + std::string(),
-        std::string(5000, '[') + std::string(5000, ']')}) {
-    EXPECT_EQ(outcomeOf<T>(with(record, "/other", other)), "fine");
-  }
+  EXPECT_EQ(outcomeOf<T>(with(wrong, "/other", {{"id", nullptr}})), "fine");
 }
 
 TEST(Records, RequireEveryKeyInDeclaredOrder) {
@@ -81,66 +62,40 @@ TEST(Records, RequireEveryKeyInDeclaredOrder) {
 }
 
 TEST(Records, SayWhatIsWrongWhere) {
-  const struct {
-    const char* pointer;
-    const char* value;
-    std::string expected;
-  } cases[] = {
-      {"/deflection/id", "1.5", "4 deflection.id"},
-      {"/deflection_articles", "[7]", "3 deflection_articles[0]"},
-      {"/deflection_articles", "[]", "fine"},
-      {"/deflection_articles/1/id", "9223372036854775808", "4 deflection_articles[1].id"},
-      {"/deflection_articles/1/id", "-9223372036854775808", "fine"},
-      {"/deflection_articles/0/article_id", "1e-1", "4 deflection_articles[0].article_id"},
-      {"/deflection_articles/0/brand_id", "1.5", "4 deflection_articles[0].brand_id"},
-      {"/deflection_articles/0/brand_id", "1e2", "fine"},
-      {"/deflection_articles/0/score", "1e400", "4 deflection_articles[0].score"},
-      {"/deflection_articles/0/score", "9223372036854775808", "fine"},
-      {"/deflection_articles/0/label_names", "[]", "fine"},
-      {"/deflection_articles/0/label_names", R"(["a",1])",
-       "3 deflection_articles[0].label_names[1]"},
-      {"/deflection_articles/0/label_names", "[null]", "2 deflection_articles[0].label_names[0]"},
+  const std::tuple<std::string, Json, std::string> cases[] = {
+      {"/deflection/id", 1.5, "4 deflection.id"},
+      {"/deflection_articles", {7}, "3 deflection_articles[0]"},
+      {"/deflection_articles", Json::array(), "fine"},
+      {"/deflection_articles/1/id", 9223372036854775808U, "4 deflection_articles[1].id"},
+      {"/deflection_articles/0/article_id", 0.1, "4 deflection_articles[0].article_id"},
+      {"/deflection_articles/0/brand_id", 1e2, "fine"},
+      {"/deflection_articles/0/score", 9223372036854775808U, "fine"},
+      {"/deflection_articles/0/label_names", {"a", 1}, "3 deflection_articles[0].label_names[1]"},
   };
   for (const auto& [pointer, value, expected] : cases) {
     EXPECT_EQ(outcomeOf<DeflectionResponse>(with(response, pointer, value)), expected) << value;
   }
 }
 
-TEST(Records, ShowWhatTheyHold) {
-  const auto decoded = decode<DeflectionArticle>(article);
-  const DeflectionArticle made({.id = decoded->id(),
-                                .title = decoded->title(),
-                                .htmlURL = decoded->htmlURL(),
-                                .url = decoded->url(),
-                                .labelNames = decoded->labelNames(),
-                                .body = decoded->body(),
-                                .articleId = decoded->articleId(),
-                                .locale = decoded->locale(),
-                                .brandId = decoded->brandId(),
-                                .score = decoded->score(),
-                                .snippet = decoded->snippet()});
-  EXPECT_TRUE(made.isEqual(decoded.get()));
+TEST(Records, HaveEachValueUnderItsKey) {
+  const DeflectionArticle made({.id = 11,
+                                .title = "Resetting",
+                                .htmlURL = "https://acme.example/a/11",
+                                .url = "https://acme.example/api/a/11",
+                                .labelNames = {"account", "login"},
+                                .body = "<p>Reset</p>",
+                                .articleId = 4711,
+                                .locale = "en-us",
+                                .brandId = 3,
+                                .score = 0.75,
+                                .snippet = "<em>Reset</em>"});
+  EXPECT_TRUE(made.isEqual(decode<DeflectionArticle>(article).get()));
   EXPECT_EQ(PellixPlatform::JSONEncoder().encode(made), articleJSON());
 
   const auto whole = decode<DeflectionResponse>(response);
-  EXPECT_EQ(textOf(*whole), "response 7 11 -12");
+  EXPECT_EQ(textOf(*whole), answered);
   EXPECT_EQ(whole->interactionAccessToken(), "token");
-}
-
-TEST(Records, ComeBackFromTheirEncodedForm) {
-  auto odd = response;
-  odd["deflection_articles"][0]["score"] = 5e-324;
-  odd["deflection_articles"][0]["title"] = "\" \\ \n \u00e9 \U0001F642";
-  odd["deflection_articles"][0]["label_names"] = Json::array();
-  odd["deflection_articles"][1]["brand_id"] = std::numeric_limits<std::int64_t>::min();
-  auto none = response;
-  none["deflection_articles"] = Json::array();
-  for (const auto& json : {response, odd, none}) {
-    const auto decoded = decode<DeflectionResponse>(json);
-    const auto text = PellixPlatform::JSONEncoder().encode(*decoded).value();
-    EXPECT_EQ(Json::parse(text), json);  // the same keys in the same order
-    EXPECT_TRUE(decode<DeflectionResponse>(Json::parse(text))->isEqual(decoded.get()));
-  }
+  EXPECT_EQ(PellixPlatform::JSONEncoder().encode(*whole), responseJSON());
 }
 
 bool areEqual(const Json& a, const Json& b) {
@@ -154,18 +109,12 @@ TEST(Records, AreEqualIfAllTheirFieldsAre) {
   EXPECT_TRUE(areEqual(response, response));
   const auto leaves = response.flatten();
   for (const auto& [path, own] : leaves.items()) {
-    auto other = response;
-    auto& value = other[Pointer(path)];
     if (own.is_string()) {
-      auto precomposed = response;
-      precomposed[Pointer(path)] = "caf\u00e9";
-      value = "cafe\u0301";
-      EXPECT_TRUE(areEqual(other, precomposed)) << path;
-      value = "cafe";
-      EXPECT_FALSE(areEqual(other, precomposed)) << path;
+      const auto precomposed = with(response, path, "caf\u00e9");
+      EXPECT_TRUE(areEqual(with(response, path, "cafe\u0301"), precomposed)) << path;
+      EXPECT_FALSE(areEqual(with(response, path, "cafe"), precomposed)) << path;
     } else {
-      value = own.get<double>() + 1;
-      EXPECT_FALSE(areEqual(other, response)) << path;
+      EXPECT_FALSE(areEqual(with(response, path, own.get<double>() + 1), response)) << path;
     }
   }
   for (const char* list : {"/deflection_articles", "/deflection_articles/0/label_names"}) {
@@ -173,10 +122,7 @@ TEST(Records, AreEqualIfAllTheirFieldsAre) {
     for (const auto& changed :
          {Json::array(), Json::array({elements[0]}), Json::array({elements[1], elements[0]}),
           Json::array({elements[0], elements[1], elements[1]})}) {
-      auto other = response;
-      other[Pointer(list)] = changed;
-      EXPECT_FALSE(areEqual(other, response)) << list;
-      EXPECT_TRUE(areEqual(other, other)) << list;
+      EXPECT_FALSE(areEqual(with(response, list, changed), response)) << list;
     }
   }
 }
@@ -206,27 +152,30 @@ std::shared_ptr<const PellixDispatcherResponse> reported(std::optional<std::stri
       std::move(data));
 }
 
-TEST(Records, OfAReportAreEqualIfResponseAndBodyAre) {
-  EXPECT_TRUE(reported("a")->isEqual(reported("a").get()));
-  EXPECT_TRUE(reported({})->isEqual(reported({}).get()));
-  for (const auto& other : {reported("b"), reported("a", 201), reported({}), reported("")}) {
-    EXPECT_FALSE(reported("a")->isEqual(other.get()));
-  }
-  EXPECT_FALSE(reported("")->isEqual(reported({}).get()));
-}
-
-TEST(Records, EqualNothingOfAnotherClassAndHashByIdentity) {
+TEST(Records, EqualNothingElseAndHashByIdentity) {
   const auto whole = decode<DeflectionResponse>(response);
-  const auto same = decode<DeflectionResponse>(response);
   const PellixProvidersSDK::PellixSettings plain;
   const auto report = reported("a");
-  const PellixPlatform::Object* const objects[] = {whole.get(), whole->deflection().get(),
-                                                   whole->deflectionArticles()[0].get(), &plain,
-                                                   report.get()};
+  const auto other = reported("b");
+  const auto withAnotherStatus = reported("a", 201);
+  const auto empty = reported("");
+  const auto absent = reported({});
+  const PellixPlatform::Object* const objects[] = {whole.get(),
+                                                   whole->deflection().get(),
+                                                   whole->deflectionArticles()[0].get(),
+                                                   &plain,
+                                                   report.get(),
+                                                   other.get(),
+                                                   empty.get(),
+                                                   withAnotherStatus.get(),
+                                                   absent.get()};
   for (const auto* object : objects) {
     EXPECT_FALSE(object->isEqual(nullptr));
-    for (const auto* other : objects) EXPECT_EQ(object->isEqual(other), object == other);
+    for (const auto* each : objects) EXPECT_EQ(object->isEqual(each), object == each);
   }
+  EXPECT_TRUE(report->isEqual(reported("a").get()));
+  EXPECT_TRUE(absent->isEqual(reported({}).get()));
+  const auto same = decode<DeflectionResponse>(response);
   EXPECT_NE(whole->hash(), same->hash());
   EXPECT_NE(whole->deflection()->hash(), same->deflection()->hash());
   EXPECT_NE(whole->deflectionArticles()[0]->hash(), same->deflectionArticles()[0]->hash());
