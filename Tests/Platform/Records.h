@@ -62,9 +62,21 @@ class Sample final : public PellixPlatform::Object {
   const Fields fields;
 };
 
+inline Sample sample() {
+  return Sample({.count = -3,
+                 .share = 0.25,
+                 .isOpen = true,
+                 .title = "T\u00e9\n",
+                 .author = std::make_shared<const Value<std::string>>("Ann"),
+                 .tags = {"a", "", "{", "["},
+                 .parts = {std::make_shared<const Value<std::int64_t>>(1),
+                           std::make_shared<const Value<std::int64_t>>(2)}});
+}
+
 constexpr std::string_view sampleJSON =
-    R"({"count":3,"share":0.25,"isOpen":true,"title":"T\u00e9\n","author":{"v":"Ann"},)"
-    R"("tags":["a","b"],"parts":[{"v":1},{"v":-2}]})";
+    "{\"count\":-3,\"share\":0.25,\"isOpen\":true,\"title\":\"T\u00e9\\n\",\"author\":{\"v\":"
+    "\"Ann\"},"
+    R"("tags":["a","","{","["],"parts":[{"v":1},{"v":2}]})";
 
 /// An error of a decoder in one line: code, coding path, expected and found types, line and byte.
 inline std::string summary(const PellixPlatform::Error& error) {
