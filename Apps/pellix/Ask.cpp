@@ -19,6 +19,7 @@ ExitCode ask(const Pellix& pellix, const Options& options) {
         options.question,
         PellixProvidersSDK::ResultCallback<DeflectionResponse>(std::move(callback)));
   });
+  printTimings();
   if (!answer) return reportSilence();
   if (!*answer) return reportFailure(answer->error());
 

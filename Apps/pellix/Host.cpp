@@ -1,5 +1,7 @@
 #include "Host.h"
 
+#include "Timings.h"
+
 #include <QuorvelCoreSDK/QuorvelCoreSDK.h>
 #include <VeltraneProvidersSDK/VeltraneProvidersSDK.h>
 
@@ -10,6 +12,8 @@ namespace PellixApp {
 using PellixProvidersSDK::Pellix;
 using QuorvelCoreSDK::Quorvel;
 
+static std::shared_ptr<const TimingTransport> timings;  // null unless asked for
+
 std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> setUpCore(const Options& options) {
   QuorvelCoreSDK::Configuration configuration;
   configuration.token = [token = options.token] { return token; };
@@ -17,6 +21,13 @@ std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> setUpCore(const O
   configuration.network.connectTimeout =
       std::min(options.timeout, configuration.network.connectTimeout);
   configuration.network.requestTimeout = options.timeout;
+  if (options.timings) {
+    auto transport = QuorvelCoreSDK::makeTransport(configuration.network);
+    if (!transport) return std::unexpected(std::move(transport).error());
+    const auto timing = std::make_shared<TimingTransport>(*std::move(transport));
+    configuration.transport = timing;
+    timings = timing;
+  }
   return Quorvel::initialize({options.accountUrl, options.applicationId, options.clientId},
                              std::move(configuration));
 }
@@ -32,6 +43,10 @@ std::expected<std::shared_ptr<const Pellix>, PellixPlatform::Error> setUp(const 
   veltrane->setLumenoLocaleOverride(options.locale);
   Pellix::initialize(*quorvel, veltrane);
   return Pellix::instance();
+}
+
+void printTimings() {
+  if (timings) timings->print();
 }
 
 void waitUntilIdle() {

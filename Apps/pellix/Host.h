@@ -24,6 +24,9 @@ setUpCore(const Options& options);
                             PellixPlatform::Error>
 setUp(const Options& options);
 
+/// Writes how long the requests so far took to standard error, if the options ask for that.
+void printTimings();
+
 /// Waits for what still goes on behind an operation that has ended, such as a vote.
 void waitUntilIdle();
 

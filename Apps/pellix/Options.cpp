@@ -135,6 +135,7 @@ std::expected<Options, ExitCode> readOptions(int argc, char** argv) {
   auto* const ask = app.add_subcommand("ask", "List articles that may answer a question");
   ask->add_option("QUESTION", words, "The question; its words may be given one by one")->required();
   ask->add_flag("--json", options.json, "Write the answer service's reply as JSON instead");
+  ask->add_flag("--timings", options.timings, "Write what each request took to standard error");
   auto* const doctor =
       app.add_subcommand("doctor", "Check all that a question takes, and say what to do");
   doctor->add_flag("--json", options.json, "Write what was found as JSON instead");

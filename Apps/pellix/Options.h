@@ -31,6 +31,7 @@ struct Options {
 
   std::string question;
   bool json = false;
+  bool timings = false;
 
   std::string interactionFile;             // "-": standard input
   std::optional<std::size_t> articleRank;  // from 1

@@ -14,6 +14,10 @@ namespace PellixProvidersSDK {
 template <class T>
 using Result = std::expected<std::shared_ptr<const T>, PellixPlatform::Error>;
 
+/// How an operation ended: with a record, with an error, or (nothing) without an answer.
+template <class T>
+using Ending = std::optional<Result<T>>;
+
 /// How an operation reports its result.
 ///
 /// Calls: at most once. Several documented situations end an operation without a call.

@@ -1,9 +1,11 @@
 #include <PellixPlatform/DispatchQueue.h>
+#include <PellixPlatform/internal/FatalError.h>
 
 #include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 namespace PellixPlatform {
@@ -16,18 +18,23 @@ struct DispatchQueue::State {
   std::deque<Task> tasks;
   bool stopped = false;
   Hook hook;
+  std::thread::id runner;  // the latest
 };
 
 namespace {
 
-/// Calls a hook on leaving a scope, by return or by exception, if tasks are left behind.
+/// Notes who runs the queue, and calls its hook on leaving the scope, by return or by exception, if
+/// tasks are left behind.
 template <class State>
-class WakeIfAnyAreLeft {
+class Running {
  public:
-  explicit WakeIfAnyAreLeft(State& state) : state_(state) {}
-  WakeIfAnyAreLeft(const WakeIfAnyAreLeft&) = delete;
-  WakeIfAnyAreLeft& operator=(const WakeIfAnyAreLeft&) = delete;
-  ~WakeIfAnyAreLeft() {
+  explicit Running(State& state) : state_(state) {
+    const std::lock_guard lock(state.mutex);
+    state.runner = std::this_thread::get_id();
+  }
+  Running(const Running&) = delete;
+  Running& operator=(const Running&) = delete;
+  ~Running() {
     Hook hook;
     {
       const std::lock_guard lock(state_.mutex);
@@ -62,7 +69,7 @@ void DispatchQueue::post(Task task) {
 }
 
 void DispatchQueue::run() {
-  const WakeIfAnyAreLeft wake(*state_);
+  const Running running(*state_);
   while (true) {
     Task task;
     {
@@ -81,7 +88,7 @@ std::size_t DispatchQueue::runFor(std::chrono::milliseconds limit) {
   constexpr std::chrono::milliseconds longest = std::chrono::days(365);
   const auto end =
       steady_clock::now() + std::clamp(limit, std::chrono::milliseconds::zero(), longest);
-  const WakeIfAnyAreLeft wake(*state_);
+  const Running running(*state_);
   std::size_t count = 0;
   do {
     Task task;
@@ -100,7 +107,7 @@ std::size_t DispatchQueue::runFor(std::chrono::milliseconds limit) {
 }
 
 std::size_t DispatchQueue::runPending() {
-  const WakeIfAnyAreLeft wake(*state_);
+  const Running running(*state_);
   std::size_t pending = 0;
   {
     const std::lock_guard lock(state_->mutex);
@@ -125,6 +132,15 @@ void DispatchQueue::stop() {
     state_->stopped = true;
   }
   state_->changed.notify_all();
+}
+
+void DispatchQueue::assertNotOnQueue() const {
+  const auto runner = [this] {
+    const std::lock_guard lock(state_->mutex);
+    return state_->runner;
+  }();
+  if (runner != std::this_thread::get_id()) return;
+  fatalError("This thread runs the queue, so it can't wait for a task of it.");
 }
 
 void DispatchQueue::setWakeHook(std::function<void()> hook) {

@@ -90,6 +90,7 @@ std::string_view CurlTransfer::origin() const {
 
 void CurlTransfer::prepare(CURL* easy, Sockets& sockets, bool isMultiplexed) {
   easy_ = easy;
+  started_ = Clock::now();
   sockets_ = &sockets;
   isMultiplexed_ = isMultiplexed;
   isStale_ = false;
@@ -247,6 +248,49 @@ void CurlTransfer::leaveConnection(CURLcode result) {
                            std::chrono::floor<std::chrono::milliseconds>(Clock::now() - sentAt_));
   }
   sockets_->endUse(connection);
+  figures_ = takeFigures(connection != nullptr);
+}
+
+TransportFigures CurlTransfer::takeFigures(bool hadConnection) const {
+  using std::chrono::microseconds;
+  const auto infoOf = [this](CURLINFO info) {
+    curl_off_t value = 0;
+    curl_easy_getinfo(easy_, info, &value);
+    return value;
+  };
+  const auto longOf = [this](CURLINFO info) {
+    long value = 0;
+    curl_easy_getinfo(easy_, info, &value);
+    return value;
+  };
+  const auto queued = std::chrono::duration_cast<microseconds>(started_ - made_);
+  const auto timeOf = [&](CURLINFO info) {
+    const microseconds since(infoOf(info));
+    return since == since.zero() ? since : queued + since;
+  };
+  const auto protocol = [&]() -> std::string_view {
+    switch (longOf(CURLINFO_HTTP_VERSION)) {
+      case CURL_HTTP_VERSION_1_0:
+        return "HTTP/1.0";
+      case CURL_HTTP_VERSION_1_1:
+        return "HTTP/1.1";
+      case CURL_HTTP_VERSION_2_0:
+        return "HTTP/2";
+      default:
+        return {};
+    }
+  };
+  return {.queued = queued,
+          .nameLookup = timeOf(CURLINFO_NAMELOOKUP_TIME_T),
+          .connected = timeOf(CURLINFO_CONNECT_TIME_T),
+          .tlsHandshake = timeOf(CURLINFO_APPCONNECT_TIME_T),
+          .firstByte = timeOf(CURLINFO_STARTTRANSFER_TIME_T),
+          .total = timeOf(CURLINFO_TOTAL_TIME_T),
+          .sentBytes = static_cast<std::size_t>(longOf(CURLINFO_REQUEST_SIZE)),
+          .receivedBytes = static_cast<std::size_t>(longOf(CURLINFO_HEADER_SIZE) +
+                                                    infoOf(CURLINFO_SIZE_DOWNLOAD_T)),
+          .isConnectionReused = hadConnection && longOf(CURLINFO_NUM_CONNECTS) == 0,
+          .protocol = protocol()};
 }
 
 std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t count, void* self) {
@@ -301,6 +345,7 @@ PellixPlatform::Error CurlTransfer::errorFor(CURLcode result, long proxyStatus) 
 
 void CurlTransfer::finish(CURLcode result, long proxyStatus) {
   TransportReply reply;
+  reply.figures = figures_;
   if (result == CURLE_OK && hasAllHeaders_) {
     reply.response = std::make_shared<const PellixPlatform::HTTPURLResponse>(
         request_.url.string(), status_, std::move(responseHeaders_));

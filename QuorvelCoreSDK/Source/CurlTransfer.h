@@ -56,13 +56,16 @@ class CurlTransfer {
   static std::size_t takeHeader(char* data, std::size_t size, std::size_t count, void* self);
   static std::size_t takeBody(char* data, std::size_t size, std::size_t count, void* self);
 
+  [[nodiscard]] TransportFigures takeFigures(bool hadConnection) const;
   [[nodiscard]] PellixPlatform::Error errorFor(CURLcode result, long proxyStatus) const;
 
   TransportRequest request_;
   Transport::Completion completion_;
   const std::shared_ptr<const Network> network_;
+  const Clock::time_point made_ = Clock::now();
   const Clock::time_point deadline_;
 
+  Clock::time_point started_;  // latest
   CURL* easy_ = nullptr;
   Sockets* sockets_ = nullptr;
   Sockets::Use connection_;  // null while there is none
@@ -84,6 +87,7 @@ class CurlTransfer {
   bool hasAllHeaders_ = false;  // of the final response
   PellixPlatform::Data body_;
   bool isTooLarge_ = false;
+  std::optional<TransportFigures> figures_;
 };
 
 }  // namespace QuorvelCoreSDK

@@ -9,6 +9,13 @@
 
 namespace QuorvelCoreSDK {
 
+std::expected<std::shared_ptr<Transport>, PellixPlatform::Error> makeTransport(
+    NetworkConfiguration network) {
+  auto made = makeNetwork(std::move(network));
+  if (!made) return std::unexpected(std::move(made).error());
+  return std::make_shared<CurlTransport>(*std::move(made));
+}
+
 CurlTransport::CurlTransport(Network network)
     : network_(std::make_shared<const Network>(std::move(network))) {}
 

@@ -1,7 +1,5 @@
 #include "AccountAddress.h"
-#include "CurlTransport.h"
 #include "CurlWorker.h"
-#include "Network.h"
 #include "PendingCall.h"
 #include "Session.h"
 #include "SettingsService.h"
@@ -57,9 +55,9 @@ std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> Quorvel::initiali
   const auto maxSettingsBytes = std::min(largestSettings, configuration.network.maxResponseBytes);
   auto transport = std::move(configuration.transport);
   if (!transport) {
-    auto network = makeNetwork(std::move(configuration.network));
-    if (!network) return std::unexpected(std::move(network).error());
-    transport = std::make_shared<CurlTransport>(*std::move(network));
+    auto made = makeTransport(std::move(configuration.network));
+    if (!made) return std::unexpected(std::move(made).error());
+    transport = *std::move(made);
   }
   auto session = std::make_shared<Session>(
       Session::Parameters{.transport = std::move(transport),

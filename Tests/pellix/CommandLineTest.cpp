@@ -50,6 +50,9 @@ TEST_F(CommandLine, ListsArticlesInTheLocaleOfTheOptionThenOfTheEnvironment) {
   EXPECT_THAT(pellix(german, {"PELLIX_LOCALE", "de"}).output, HasSubstr("Passwort ändern"));
   const auto chosen = pellix({"--locale", "de", "ask", german[1]}, {"PELLIX_LOCALE", "ja"});
   EXPECT_THAT(chosen.output, HasSubstr("Passwort ändern"));
+  EXPECT_THAT(pellix({"ask", "--timings", forgotten}).errors,
+              testing::MatchesRegex("(/[^:]+: [0-9.]+ ms, [^\n]*HTTP/1.1, [0-9]+ bytes sent, "
+                                    "[0-9]+ received\n)+"));
   EXPECT_THAT(run({README_PROGRAM, forgotten}).output, StartsWith("I forgot my password\n"));
 }
 

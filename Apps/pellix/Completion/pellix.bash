@@ -31,7 +31,7 @@ _pellix() {
   local command='' at
   for ((at = 1; at < COMP_CWORD; ++at)); do
     case ${COMP_WORDS[at]} in
-      --verbose | --json) ;;
+      --verbose | --json | --timings) ;;
       --*) ((++at)) ;;
       *)
         command=${COMP_WORDS[at]}
@@ -43,7 +43,8 @@ _pellix() {
   local offered
   case $command in
     '') offered="$commands $options --version" ;;
-    ask | doctor) offered="$options --json" ;;
+    ask) offered="$options --json --timings" ;;
+    doctor) offered="$options --json" ;;
     resolve) offered="$options $reports" ;;
     reject) offered="$options $reports --reason" ;;
     *) offered=$options ;;

@@ -53,6 +53,11 @@ class PELLIX_EXPORT DispatchQueue {
   /// next `run` return at once. Tasks that wait stay.
   void stop();
 
+  /// For what is about to wait on this thread for a task of the queue: stops the process with a
+  /// report if this is the thread that runs the queue, or the last that did, since the task would
+  /// then never run.
+  void assertNotOnQueue() const;
+
   /// `hook` is called when a task is posted to an empty queue, by the thread that posts it and
   /// outside any lock, and at once if tasks wait already. It should only wake the host's loop and
   /// must not throw. An empty function removes it; a call of the earlier hook may still be under

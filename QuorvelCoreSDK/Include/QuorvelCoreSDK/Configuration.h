@@ -4,6 +4,7 @@
 #include <QuorvelCoreSDK/Transport.h>
 
 #include <chrono>
+#include <expected>
 #include <filesystem>
 
 namespace QuorvelCoreSDK {
@@ -36,6 +37,12 @@ struct NetworkConfiguration {
   /// hostile one may take twenty times as many.
   std::size_t maxResponseBytes = std::size_t{16} << 20;
 };
+
+/// The default transport, for a host's own that adds headers, traces or tries again, and hands on
+/// to it. It reaches the network as `network` says, of which `settingsTimeout` is not the
+/// transport's; an error if the proxy's address can't be used, as from `Quorvel::initialize`.
+[[nodiscard]] PELLIX_EXPORT std::expected<std::shared_ptr<Transport>, PellixPlatform::Error>
+makeTransport(NetworkConfiguration network = {});
 
 /// What a host may choose when it sets up the core. Times below zero count as zero, and more than a
 /// year as a year.

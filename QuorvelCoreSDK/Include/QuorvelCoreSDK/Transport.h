@@ -12,6 +12,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -29,11 +30,28 @@ struct TransportRequest {
   std::optional<std::size_t> maxResponseBytes;
 };
 
+/// How long the steps of a request took and what went over the network: of its latest attempt, if
+/// there was more than one. Each time counts from when the request was handed on to the transport
+/// to the end of its step; zero: there was no such step.
+struct TransportFigures {
+  std::chrono::microseconds queued{};      ///< It waited for other requests.
+  std::chrono::microseconds nameLookup{};  ///< The next three not on a connection in use before.
+  std::chrono::microseconds connected{};
+  std::chrono::microseconds tlsHandshake{};
+  std::chrono::microseconds firstByte{};  ///< Of the response.
+  std::chrono::microseconds total{};
+  std::size_t sentBytes = 0;  ///< Head and body, before TLS.
+  std::size_t receivedBytes = 0;
+  bool isConnectionReused = false;
+  std::string_view protocol;  ///< "HTTP/1.1" and so on, for ever valid; empty: none was spoken yet.
+};
+
 /// How a request ended. An error says that it failed on the way; else there is a response.
 struct TransportReply {
   std::optional<PellixPlatform::Data> data;  ///< Absent if no byte came.
   std::shared_ptr<const PellixPlatform::URLResponse> response;
   std::optional<PellixPlatform::Error> error;
+  std::optional<TransportFigures> figures;  ///< As far as the transport takes them.
 };
 
 /// What carries requests. The default is HTTP by libcurl; a host may put another in its place.

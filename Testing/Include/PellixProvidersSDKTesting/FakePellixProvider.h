@@ -12,11 +12,7 @@
 
 namespace PellixProvidersSDK::Testing {
 
-/// How an operation ends: with a record, with an error (`std::unexpected`), or silently.
-template <class T>
-using Ending = std::optional<Result<T>>;
-
-/// The callback is let go of without a call.
+/// For an `Ending`: the callback is let go of without a call.
 inline constexpr std::nullopt_t silence = std::nullopt;
 
 /// A success with the response that `json` holds, in the form in which the answer service replies.

@@ -1,0 +1,64 @@
+#include "Client.h"
+
+#include <atomic>
+
+namespace QuorvelCoreSDK {
+namespace {
+
+using Support::httpReply;
+
+/// Counts requests, sends each once more that the server could not answer, and keeps the figures.
+class OwnTransport final : public Transport {
+ public:
+  explicit OwnTransport(std::shared_ptr<Transport> inner) : inner_(std::move(inner)) {}
+
+  void send(TransportRequest request, Completion completion) override {
+    const bool isRetry = requests++ % 2 == 1;
+    auto done = [this, isRetry, request, completion = std::move(completion)](TransportReply reply) {
+      figures.push_back(reply.figures.value());
+      const auto& response = dynamic_cast<const PellixPlatform::HTTPURLResponse&>(*reply.response);
+      if (response.statusCode() == 503 && !isRetry) return send(request, completion);
+      completion(std::move(reply));
+    };
+    inner_->send(std::move(request), std::move(done));
+  }
+  void post(std::function<void()> task) override { inner_->post(std::move(task)); }
+
+  std::atomic<int> requests = 0;
+  std::vector<TransportFigures> figures;  // of the worker thread
+
+ private:
+  const std::shared_ptr<Transport> inner_;
+};
+
+TEST(TransportTest, AHostsOwnMayHandOnToTheDefaultOne) {
+  EXPECT_EQ(makeTransport({.proxy = "ftp://proxy"}).error().code(),
+            static_cast<std::int64_t>(CoreErrorCode::invalidProxy));
+  const Support::LoopbackServer server([](const Support::LoopbackRequest& request) {
+    return Support::LoopbackReply{request.head.starts_with("GET")
+                                      ? httpReply("503 Service Unavailable")
+                                      : httpReply("200 OK", "12345")};
+  });
+  const auto own = std::make_shared<OwnTransport>(makeTransport().value());
+  const Client client(server.origin(), {.transport = own});
+  EXPECT_EQ(client.perform().status(), 503);
+  EXPECT_EQ(server.requests().size(), 2U);
+
+  auto parameters = client.parameters();
+  parameters.httpMethod = HttpMethod::post;
+  EXPECT_EQ(valueOf(Client::begin(std::move(parameters))).data, "12345");
+  ASSERT_EQ(own->figures.size(), 3U);
+  EXPECT_FALSE(own->figures[0].isConnectionReused);
+  EXPECT_GT(own->figures[0].connected, own->figures[0].queued);
+  const auto& last = own->figures[2];
+  EXPECT_TRUE(last.isConnectionReused);
+  EXPECT_EQ(last.connected, last.tlsHandshake);  // there was neither
+  EXPECT_LE(last.queued, last.firstByte);
+  EXPECT_LE(last.firstByte, last.total);
+  EXPECT_EQ(last.protocol, "HTTP/1.1");
+  EXPECT_EQ(last.sentBytes, server.requests().back().head.size() + 2);
+  EXPECT_EQ(last.receivedBytes, httpReply("200 OK", "12345").size());
+}
+
+}  // namespace
+}  // namespace QuorvelCoreSDK
