@@ -1,3 +1,5 @@
+#include "Support/Rows.h"
+
 #include <AnswerService.h>
 #include <gmock/gmock.h>
 #include <httplib.h>
@@ -11,7 +13,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr const char* interactions = "/answers/v1/interactions";
 constexpr const char* settings = "/api/v1/account/settings";
 
 std::string question(const std::string& enquiry, const std::string& locale) {
@@ -25,10 +26,9 @@ class AnswerServiceTest : public testing::Test {
  protected:
   AnswerServiceTest() { service.start(); }
 
-  httplib::Result post(const std::string& path, const std::string& body,
-                       httplib::Headers headers = {}) {
+  httplib::Result ask(const std::string& body, httplib::Headers headers = {}) {
     headers.emplace("Authorization", "Bearer " + service.token());  // after those that are given
-    return client().Post(path, headers, body, "application/json");
+    return client().Post("/answers/v1/interactions", headers, body, "application/json");
   }
   httplib::Client client() { return httplib::Client(service.baseUrl()); }
 
@@ -36,16 +36,10 @@ class AnswerServiceTest : public testing::Test {
 };
 
 TEST_F(AnswerServiceTest, FindsTheRightArticleFirst) {
-  const std::vector<std::array<const char*, 3>> rows{
-      {"en-GB", "I forgot my PASSWORDS, how do I get back in?", "I forgot my password"},
-      {"DE_at", "Wie ändere ich mein Passwort?", "Passwort ändern"},
-      {"ja", "パスワードを忘れました", "パスワードを忘れた場合"},
-      {"ja", "退会したい", "アカウントを削除する"},
-      {"fr", "\"OR* 'NEAR(refunds, %_ --😀", "Ask for a refund"}};
-  for (const auto& [locale, enquiry, title] : rows) {
-    const auto reply = Json::parse(post(interactions, question(enquiry, locale))->body);
-    EXPECT_EQ(reply["deflection_articles"][0]["title"], title) << reply;
-    EXPECT_THAT(reply["deflection_articles"][0].value("snippet", ""), testing::HasSubstr("<em>"));
+  for (const auto& row : Support::rowsOf("AnswerService/Data/Questions.txt")) {
+    const auto first = Json::parse(ask(question(row[1], row[0]))->body)["deflection_articles"][0];
+    EXPECT_EQ(first["title"], row[2]);
+    EXPECT_THAT(first.value("snippet", ""), testing::HasSubstr("<em>"));
   }
 }
 
@@ -57,9 +51,7 @@ TEST_F(AnswerServiceTest, RefusesWhatIsWrong) {
       {401, question("", ""), {{"Authorization", "Bearer demo"}}},
       {415, question("", ""), {{"Content-Encoding", "gzip"}}},
       {422, R"({"via_id":1e30})", {}}};
-  for (const auto& [status, body, headers] : rows) {
-    EXPECT_EQ(post(interactions, body, headers)->status, status);
-  }
+  for (const auto& [status, body, headers] : rows) EXPECT_EQ(ask(body, headers)->status, status);
   EXPECT_EQ(service.record().queries.size(), 1U);
 }
 

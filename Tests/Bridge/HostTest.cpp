@@ -179,9 +179,11 @@ TEST(CHost, HearsWhatCanNotBeSetUp) {
   });
   ASSERT_TRUE(QVLBundle_setResourceDirectory(host.directory.path().c_str(), QVL_UNTIL_NUL));
   EXPECT_EQ(ending(), "silence");  // there is no endpoint there
-  char version[6];
-  EXPECT_EQ(QVLPellix_version(version, sizeof version), std::strlen("1.0.0-default"));
-  EXPECT_STREQ(version, "1.0.0");
+  char version[20];
+  for (const auto& [capacity, kept] : {std::pair(size_t{6}, "1.0.0"), {20, "1.0.0-default"}}) {
+    EXPECT_EQ(QVLPellix_version(version, capacity), std::strlen("1.0.0-default"));
+    EXPECT_STREQ(version, kept);
+  }
 }
 
 TEST(CLanguages, AreThoseThatTheHostPrefers) {

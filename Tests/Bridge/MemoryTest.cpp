@@ -1,54 +1,39 @@
 #include "Bridge/Bridge.h"
-#include "Support/FailingAllocations.h"
+#include "Lifecycle/ScarceMemory.h"
 
 #include <gmock/gmock.h>
 
 #include <functional>
-#include <optional>
 
 namespace BridgeTests {
 namespace {
 
+using LifecycleTests::failEveryAllocation;
 using Support::beginFailingAllocations;
 using Support::endFailingAllocations;
-
-/// Calls with ever more memory until there is enough, and with ever later allocations failing alone
-/// until none fails; `check` hears what came of it, and whether an allocation failed.
-template <class Call, class Check>
-void withScarceMemory(Call call, Check check) {
-  for (const auto shortage : {Support::Shortage::lasting, Support::Shortage::passing}) {
-    std::size_t limit = 0;
-    for (bool failed = true; failed; ++limit) {
-      ASSERT_LT(limit, 1000U);
-      beginFailingAllocations(limit, shortage);
-      const auto result = call();
-      failed = endFailingAllocations();
-      check(result, failed);
-    }
-    EXPECT_GT(limit, 1U);
-  }
-}
+using Support::Shortage;
 
 TEST(ScarceMemory, EndsAnOperationAndReleasesItsContextOnce) {
   const Host host;
   host.transport->answer(std::string(PellixTests::rejectPath), 404, "{}");
-  std::optional<Outcome> outcome;
-  const auto start = [&] {
-    reject(outcome.emplace(Outcome{.isTerse = true}));
-    return 0;
-  };
-  withScarceMemory(start, [&](int, bool failed) {
+  failEveryAllocation("operation", [&](std::size_t n, Shortage shortage) {
+    Outcome outcome{.isTerse = true};
+    beginFailingAllocations(n, shortage);
+    reject(outcome);
+    const bool failed = endFailingAllocations();
     host.transport->settle();
-    EXPECT_EQ(outcome->releases, 1);
-    EXPECT_TRUE(outcome->calls == 1 || failed);
-    start();
-    host.transport->run();
-    beginFailingAllocations(0);  // for the error's object
-    QVLMainQueue_runPending();
-    EXPECT_TRUE(endFailingAllocations());
-    EXPECT_EQ(outcome->calls, 0);
-    EXPECT_EQ(outcome->releases, 1);
+    EXPECT_EQ(outcome.releases, 1);
+    EXPECT_TRUE(outcome.calls == 1 || failed);
+    return failed;
   });
+  Outcome outcome{.isTerse = true};
+  reject(outcome);
+  host.transport->run();
+  beginFailingAllocations(0);  // for the error's object
+  QVLMainQueue_runPending();
+  EXPECT_TRUE(endFailingAllocations());
+  EXPECT_EQ(outcome.calls, 0);
+  EXPECT_EQ(outcome.releases, 1);
 }
 
 TEST(ScarceMemory, GivesNoObjectAndChangesNothing) {
@@ -84,12 +69,15 @@ TEST(ScarceMemory, GivesNoObjectAndChangesNothing) {
   for (const auto& [name, isDone] : calls) {
     ASSERT_TRUE(isDone()) << name;
     const auto before = Support::liveAllocations();
-    withScarceMemory([&] { return isDone(); },
-                     [&](bool wasDone, bool failed) {
-                       EXPECT_TRUE(wasDone || failed) << name;
-                       EXPECT_TRUE(isDone()) << name;
-                       EXPECT_EQ(Support::liveAllocations(), before) << name;
-                     });
+    failEveryAllocation(name, [&](std::size_t n, Shortage shortage) {
+      beginFailingAllocations(n, shortage);
+      const bool wasDone = isDone();
+      const bool failed = endFailingAllocations();
+      EXPECT_TRUE(wasDone || failed);
+      EXPECT_TRUE(isDone());
+      EXPECT_EQ(Support::liveAllocations(), before);
+      return failed;
+    });
   }
   QVLRelease(configuration);
   QVLRelease(quorvel);
@@ -97,19 +85,16 @@ TEST(ScarceMemory, GivesNoObjectAndChangesNothing) {
 }
 
 TEST(ScarceMemory, ReleasesTheContextOfASetterThatHasNoEffect) {
-  int releases = 0;
-  int calls = 0;
-  withScarceMemory(
-      [&] {
-        ++calls;
-        return QVLMainQueue_setWakeHook([](void*) {}, &releases,
-                                        [](void* context) { ++*static_cast<int*>(context); });
-      },
-      [&](bool isSet, bool failed) {
-        EXPECT_EQ(isSet, !failed);
-        QVLMainQueue_setWakeHook(nullptr, nullptr, nullptr);
-        EXPECT_EQ(releases, calls);
-      });
+  failEveryAllocation("wake hook", [](std::size_t n, Shortage shortage) {
+    Outcome hook;
+    beginFailingAllocations(n, shortage);
+    const bool isSet = QVLMainQueue_setWakeHook([](void*) {}, hook.begin(), Outcome::release);
+    const bool failed = endFailingAllocations();
+    EXPECT_EQ(isSet, !failed);
+    QVLMainQueue_setWakeHook(nullptr, nullptr, nullptr);
+    EXPECT_EQ(hook.releases, 1);
+    return failed;
+  });
 }
 
 TEST(ScarceMemory, IsReportedWhereAReferenceIsLost) {

@@ -1,5 +1,5 @@
+#include "Lifecycle/ScarceMemory.h"
 #include "PellixProvidersSDK/Host.h"
-#include "Support/FailingAllocations.h"
 #include "Support/LoopbackServer.h"
 
 #include <PellixPlatform/JSONDecoder.h>
@@ -9,7 +9,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <functional>
 #include <future>
 #include <new>
@@ -23,7 +22,6 @@ using namespace PellixTests;
 using PellixPlatform::DispatchQueue;
 using QuorvelCoreSDK::CoreLogger;
 using QuorvelCoreSDK::Testing::ScriptedTransport;
-using Support::Shortage;
 
 /// Runs `body`; false if it was left for want of memory.
 template <class Body>
@@ -34,26 +32,6 @@ bool isCompleted(Body body) {
   } catch (const std::bad_alloc&) {
     return false;
   }
-}
-
-/// Calls `run` with the n-th allocation failing, and with all from the n-th on, for every n until
-/// none fails any more. `run` begins the shortage itself, and says whether it reached that.
-template <class Run>
-void failEveryAllocation(const char* name, Run run,
-                         std::initializer_list<Shortage> shortages = {Shortage::passing,
-                                                                      Shortage::lasting}) {
-  std::size_t failed = 0;
-  for (const auto shortage : shortages) {
-    std::size_t n = 0;
-    while (run(n, shortage) && !testing::Test::HasFailure()) ASSERT_LT(++n, 5'000U) << name;
-    if (testing::Test::HasFailure()) {
-      FAIL() << name << ": allocation " << n
-             << (shortage == Shortage::passing ? " alone" : " and all later ones");
-    }
-    failed += n;
-  }
-  EXPECT_GT(failed, 0U) << name;
-  std::printf("%s: %zu\n", name, failed);
 }
 
 /// How the service answers, and whether it has been asked for settings before.

@@ -1,11 +1,14 @@
 #include "Models/RequestBodies.h"
+#include "PellixHeaders.h"
 #include "PellixProvidersSDK/Host.h"
 #include "Providers/PellixProviderDependencies.h"
 #include "QuorvelCoreSDK/Source/SharedInstance.h"
+#include "Resources/BundleUtils.h"
 #include "VeltraneProvidersSDK/Source/SharedInstance.h"
 
 #include <PellixPlatform/JSONEncoder.h>
 #include <PellixPlatform/Locale.h>
+#include <PellixProvidersSDK/ResourceBundle.h>
 
 #include <gmock/gmock.h>
 
@@ -21,6 +24,18 @@ TEST(InteractionRequestBody, HasLabelsAndABrandIfThereAreAny) {
             R"({"via_id":65,"deflection_channel_id":65,"interaction_reference":"",)"
             R"("interaction_reference_type":4,"enquiry":"","locale":"","labels":["b","a"],)"
             R"("brand_id":-1})");
+}
+
+TEST(Resources, AreTheLibrarysOwnForTextsToo) {
+  const PellixProvidersSDK::BundleUtils utils(typeid(Pellix), "path");
+  EXPECT_EQ(utils.path, "path");
+  EXPECT_EQ(utils.stringsBundle(), &PellixProvidersSDK::resourceBundle());
+  EXPECT_EQ(utils.bundle(), &PellixProvidersSDK::resourceBundle());
+}
+
+TEST(PellixHeaders, AreSentWithThoseThatAreAdded) {
+  const PellixProvidersSDK::PellixHeaders headers("client", "version", {{"name", "value"}});
+  EXPECT_THAT(headers.aditionalHeaders(), testing::ElementsAre(testing::Pair("name", "value")));
 }
 
 TEST(WithoutACoreInstance, OperationsEndSilentlyAtTheSettings) {

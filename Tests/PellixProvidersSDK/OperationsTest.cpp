@@ -172,20 +172,6 @@ TEST(Operations, EndSilentlyIfTheProviderGoesMeanwhile) {
   }
 }
 
-TEST(Operations, LetGoOfTheirCallbackWithARequestThatIsLost) {
-  for (const auto& operation : operations) {
-    const Host host;
-    host.transport->ignore(std::string(operation.path));
-    Outcome outcome;
-    operation.start(*host.provider, outcome);
-    host.transport->settle();
-    EXPECT_EQ(outcome.ending(), "still held, silence");
-    EXPECT_THAT(host.requestedPaths(), ElementsAreArray(operation.requests));
-    host.transport->drop();
-    EXPECT_EQ(outcome.ending(), "silence");
-  }
-}
-
 std::string heard;
 
 void hear(const Result<DeflectionResponse>& result) {

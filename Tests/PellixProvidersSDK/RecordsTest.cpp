@@ -1,4 +1,5 @@
 #include "PellixProvidersSDK/Host.h"
+#include "Support/Rows.h"
 
 #include <PellixPlatform/JSONDecoder.h>
 #include <PellixPlatform/JSONEncoder.h>
@@ -62,18 +63,9 @@ TEST(Records, RequireEveryKeyInDeclaredOrder) {
 }
 
 TEST(Records, SayWhatIsWrongWhere) {
-  const std::tuple<std::string, Json, std::string> cases[] = {
-      {"/deflection/id", 1.5, "4 deflection.id"},
-      {"/deflection_articles", {7}, "3 deflection_articles[0]"},
-      {"/deflection_articles", Json::array(), "fine"},
-      {"/deflection_articles/1/id", 9223372036854775808U, "4 deflection_articles[1].id"},
-      {"/deflection_articles/0/article_id", 0.1, "4 deflection_articles[0].article_id"},
-      {"/deflection_articles/0/brand_id", 1e2, "fine"},
-      {"/deflection_articles/0/score", 9223372036854775808U, "fine"},
-      {"/deflection_articles/0/label_names", {"a", 1}, "3 deflection_articles[0].label_names[1]"},
-  };
-  for (const auto& [pointer, value, expected] : cases) {
-    EXPECT_EQ(outcomeOf<DeflectionResponse>(with(response, pointer, value)), expected) << value;
+  for (const auto& row : Support::rowsOf("PellixProvidersSDK/Data/Values.txt")) {
+    EXPECT_EQ(outcomeOf<DeflectionResponse>(with(response, row[0], Json::parse(row[1]))), row[2])
+        << row[1];
   }
 }
 

@@ -1,4 +1,5 @@
 #include "PellixProvidersSDK/Host.h"
+#include "Support/Rows.h"
 
 #include <PellixPlatform/JSONDecoder.h>
 
@@ -11,19 +12,10 @@ using PellixProvidersSDK::PellixSettings;
 using PellixProvidersSDK::PellixSettingsProvider;
 
 TEST(Settings, AreReadFromTheirPlaceInTheDocument) {
-  const std::pair<const char*, std::string> cases[] = {
-      {enabled, "enabled"},
-      {R"({"enabled":true,"pellix":{"pellix":{"enabled":true},"enabled":false}})", "disabled"},
-      {R"({"enabled":true,"Pellix":{"enabled":true}})", "Platform.DecodingError 1 pellix"},
-      {R"({"pellix":{"Enabled":true}})", "Platform.DecodingError 1 pellix.enabled"},
-      {R"({"pellix":null})", "Platform.DecodingError 2 pellix"},
-      {R"({"pellix":[]})", "Platform.DecodingError 3 pellix"},
-      {R"({"pellix":{"enabled":1}})", "Platform.DecodingError 3 pellix.enabled"},
-  };
-  for (const auto& [document, expected] : cases) {
-    const auto settings = PellixPlatform::JSONDecoder().decode<PellixSettings>(document);
+  for (const auto& row : Support::rowsOf("PellixProvidersSDK/Data/Settings.txt")) {
+    const auto settings = PellixPlatform::JSONDecoder().decode<PellixSettings>(row[0]);
     const auto whether = settings && (*settings)->enabled() ? "enabled" : "disabled";
-    EXPECT_EQ(settings ? whether : textOf(settings.error()), expected) << document;
+    EXPECT_EQ(settings ? whether : textOf(settings.error()), row[1]) << row[0];
   }
   EXPECT_FALSE(PellixSettings().enabled());
   EXPECT_FALSE(PellixSettings::default_()->enabled());

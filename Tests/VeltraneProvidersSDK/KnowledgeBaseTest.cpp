@@ -1,4 +1,5 @@
 #include "Support/Recorder.h"
+#include "Support/Rows.h"
 
 #include <PellixPlatform/DispatchQueue.h>
 #include <VeltraneProvidersSDK/VeltraneProvidersSDK.h>
@@ -77,20 +78,14 @@ TEST_F(KnowledgeBaseTest, KeepsItsSettingsButNeverAnswersWithinTheCall) {
 }
 
 TEST_F(KnowledgeBaseTest, AnswersNothingWhereThereAreNoSettings) {
-  const std::tuple<int, const char*, const char*, const char*> cases[] = {
-      {200, R"({"locale":"","more":[1]})", ".", ""},
-      {200, R"({"locale":null})", "none.", "could not be used; there are none to use"},
-      {200, "{", "none.", "are malformed; there are none to use"},
-      {503, R"({"locale":"fr"})", "none.", "status 503"},
-  };
-  for (const auto& [status, body, answer, warning] : cases) {
+  for (const auto& row : Support::rowsOf("VeltraneProvidersSDK/Data/Settings.txt")) {
     setUp();
-    transport_->answer(std::string(ServicePaths::knowledgeSettings), status, body);
+    transport_->answer(std::string(ServicePaths::knowledgeSettings), std::stoi(row[0]), row[1]);
     ask();
-    EXPECT_EQ(settled(), answer) << body;
+    EXPECT_EQ(settled(), row[2] + ".") << row[1];
     const auto lines = log_.newLines();
-    EXPECT_EQ(lines.size(), *warning ? 1U : 0U) << body;
-    EXPECT_THAT(lines, testing::Each(HasSubstr(warning)));
+    EXPECT_EQ(lines.size(), row[3].empty() ? 0U : 1U) << row[1];
+    EXPECT_THAT(lines, testing::Each(HasSubstr(row[3])));
   }
 }
 
@@ -125,33 +120,17 @@ TEST_F(KnowledgeBaseTest, TakesEmptyCallbacksAndGoesWithItsCore) {
 }
 
 TEST_F(KnowledgeBaseTest, Votes) {
-  const std::string one = R"({"votes":[{"id":1,"article_id":2,"value":-1}]})";
-  const std::string two =
-      R"({"votes":[{"id":1,"article_id":2,"value":-1},{"value":1,"article_id":2,"id":4}]})";
-  const std::string odd = "a/../b?c#d %\xC3\xA9\r\nAz09-";
-  // The article, its place in the path (none: nothing is sent), the reply, and what comes of it.
-  const std::tuple<std::optional<std::string>, std::string, int, std::string, std::string> cases[] =
-      {
-          {"2", "2", 299, two, "1/2/-1/4/2/1/."},
-          {odd, "a%2F%2E%2E%2Fb%3Fc%23d%20%25%C3%A9%0D%0AAz09-", 200, one, "1/2/-1/."},
-          {std::nullopt, "", 200, one,
-           "com.veltrane.providers (1): No article is named to vote for.."},
-          {"", "", 200, one, "com.veltrane.providers (1): No article is named to vote for.."},
-          {"2", "2", 300, one, "com.veltrane.providers (3)"},
-          {"2", "2", 200, "", "Platform.DecodingError (5)"},
-          {"2", "2", 200, R"({"votes":[{"id":1,"article_id":2}]})", "votes[0]"},
-          {"2", "2", 0, "", "com.quorvel.core (8)"},
-      };
-  for (const auto& [id, path, status, body, answer] : cases) {
+  for (const auto& row : Support::rowsOf("VeltraneProvidersSDK/Data/Votes.txt")) {
+    SCOPED_TRACE(testing::PrintToString(row));
     setUp();
-    const auto url = "https://account.example/base/knowledge/v1/articles/" + path + "/votes/up";
-    if (status != 0) transport_->answer(url, status, body);
-    vote(id);
+    const auto url = "https://account.example/base/knowledge/v1/articles/" + row[1] + "/votes/up";
+    if (row[2] != "none") transport_->answer(url, std::stoi(row[2]), row[3]);
+    vote(row[0] == "none" ? std::nullopt : std::optional(row[0]));
     EXPECT_EQ(heard_, "");
-    EXPECT_THAT(settled(), testing::AllOf(HasSubstr(answer), testing::EndsWith(".")));
+    EXPECT_THAT(settled(), testing::AllOf(HasSubstr(row[4]), testing::EndsWith(".")));
     const auto requests = transport_->requests();
-    ASSERT_EQ(requests.size(), path.empty() ? 0U : 1U);
-    if (path.empty()) continue;
+    ASSERT_EQ(requests.size(), row[1].empty() ? 0U : 1U);
+    if (requests.empty()) continue;
     EXPECT_EQ(requests[0].method, QuorvelCoreSDK::HttpMethod::post);
     EXPECT_EQ(requests[0].url.string(), url);
     EXPECT_EQ(requests[0].body, std::nullopt);
