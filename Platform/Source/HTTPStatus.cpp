@@ -1,3 +1,5 @@
+#include "HTTPStatus.h"
+
 #include <PellixPlatform/URLResponse.h>
 
 #include <algorithm>
@@ -79,10 +81,14 @@ constexpr auto registry = std::to_array<Status>({
 
 }  // namespace
 
+std::string_view textOfStatus(std::int64_t code) {
+  const auto status = std::ranges::lower_bound(registry, code, {}, &Status::code);
+  const bool isKnown = status != registry.end() && status->code == code;
+  return isKnown ? status->text : "Unknown status";
+}
+
 std::string HTTPURLResponse::localizedStringForStatusCode(std::int64_t statusCode) {
-  const auto status = std::ranges::lower_bound(registry, statusCode, {}, &Status::code);
-  const bool isKnown = status != registry.end() && status->code == statusCode;
-  return std::string(isKnown ? status->text : "Unknown status");
+  return std::string(textOfStatus(statusCode));
 }
 
 }  // namespace PellixPlatform

@@ -4,8 +4,6 @@
 
 namespace PellixPlatform {
 
-const char EncodingErrorDomain[] = "Platform.EncodingError";
-
 std::expected<Data, Error> JSONEncoder::run(const void* record, Write write) {
   try {
     Encoder encoder;

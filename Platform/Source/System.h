@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// What depends on the operating system. A port to another one writes what is declared here, and
@@ -13,5 +15,8 @@ namespace PellixPlatform::System {
 
 /// The person's preferred languages as BCP 47 tags, most preferred first, each once.
 [[nodiscard]] std::vector<std::string> preferredLanguages();
+
+/// What an `errno` means, in English, or nothing if there is no such one. A NUL follows it.
+[[nodiscard]] std::string_view errorText(std::int64_t number);
 
 }  // namespace PellixPlatform::System

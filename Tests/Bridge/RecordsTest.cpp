@@ -2,8 +2,11 @@
 
 #include <PellixPlatform/DecodingError.h>
 #include <PellixPlatform/EncodingError.h>
+#include <PellixPlatform/FileError.h>
 
 #include <gmock/gmock.h>
+
+#include <cerrno>
 
 namespace BridgeTests {
 namespace {
@@ -122,6 +125,7 @@ TEST(BridgedError, HasTheConstantsOfTheCPlusPlusInterface) {
       {QVLLocalizedDescriptionKey, NSLocalizedDescriptionKey},
       {QVLDecodingErrorDomain, DecodingErrorDomain},
       {QVLEncodingErrorDomain, EncodingErrorDomain},
+      {QVLFileErrorDomain, FileErrorDomain},
       {QVLCoreErrorDomain, QuorvelCoreSDK::CoreErrorDomain},
       {QVLVeltraneErrorDomain, VeltraneProvidersSDK::VeltraneErrorDomain},
       {QVLPellixErrorDomain, PellixErrorDomain},
@@ -137,11 +141,19 @@ TEST(BridgedError, HasTheConstantsOfTheCPlusPlusInterface) {
   }
   EXPECT_EQ(text(QVLDecodingError_textForCode, QVLDecodingErrorTypeMismatch),
             "The value is of another type.");
+  EXPECT_EQ(text(QVLEncodingError_textForCode, QVLEncodingErrorInvalidText),
+            "A text is not valid UTF-8.");
+  EXPECT_EQ(text(QVLFileError_textForCode, ENOENT), "No such file or directory");
   EXPECT_EQ(text(QVLCoreError_textForCode, QVLCoreErrorTimedOut),
             "The server did not answer in time.");
   EXPECT_EQ(text(QVLVeltraneError_textForCode, QVLVeltraneErrorMissingArticleId),
             "No article is named.");
-  EXPECT_EQ(QVLCoreError_textForCode(0, nullptr), nullptr);
+  EXPECT_EQ(text(QVLPellixError_textForCode, 404), "Not Found");
+  EXPECT_EQ(text(QVLPellixDisabledError_textForCode, QVLPellixDisabledErrorCode),
+            "The feature is disabled for the account.");
+  for (const auto read : {QVLCoreError_textForCode, QVLFileError_textForCode}) {
+    EXPECT_EQ(read(0, nullptr), nullptr);
+  }
 }
 
 template <class Handle>

@@ -3,7 +3,6 @@
 #include <PellixPlatform/internal/Bridge/Text.h>
 
 const char QVLDecodingErrorDomain[] = "Platform.DecodingError";
-const char QVLEncodingErrorDomain[] = "Platform.EncodingError";
 const char QVLDecodingErrorCodingPathKey[] = "codingPath";
 const char QVLDecodingErrorLineKey[] = "line";
 const char QVLDecodingErrorByteKey[] = "byte";

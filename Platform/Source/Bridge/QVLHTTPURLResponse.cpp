@@ -1,3 +1,5 @@
+#include "HTTPStatus.h"
+
 #include <PellixPlatform/internal/Bridge/HTTPURLResponseHandle.h>
 #include <PellixPlatform/internal/Bridge/Text.h>
 
@@ -34,6 +36,10 @@ const char* QVLHTTPURLResponse_allHeaderFields_valueAt(const QVLHTTPURLResponse*
                                                        size_t index, size_t* length) {
   return lend(elementOf(objectOf(response, __func__).allHeaderFields(), index, __func__).second,
               length);
+}
+
+const char* QVLHTTPURLResponse_localizedStringForStatusCode(int64_t statusCode, size_t* length) {
+  return lendSentence(PellixPlatform::textOfStatus(statusCode), length);
 }
 
 bool QVLHTTPURLResponse_isEqual(const QVLHTTPURLResponse* response, const QVLObject* other) {
