@@ -179,6 +179,10 @@ class Host {
     QVLPellixSettingsProvider_getSettingsWithCallback(
         [](const QVLPellixSettings* settings, void* context) { called(context).keep(settings); },
         newContext(), releaseContext);
+    if (const auto* const failure = QVLQuorvel_lastSettingsFailure(seen(quorvel_), nullptr)) {
+      keep(failure);
+      QVLRelease(failure);
+    }
   }
 
   /// Says what the next requests are answered with.

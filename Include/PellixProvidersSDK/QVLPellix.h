@@ -7,7 +7,7 @@
  *
  * Threads. Results of a provider's operations come on the main queue, which the host runs; the
  * error that says that the feature is disabled comes on the core's worker thread or within the
- * call.
+ * call, unless the host has called QVLMainQueue_takeAllCallbacks.
  *
  * Errors. Those of the core and of decoding are passed on; this library has two domains of its own.
  */
@@ -16,12 +16,6 @@
 #include <PellixProvidersSDK/Version.h>
 #include <QuorvelCoreSDK/QVLQuorvelCore.h>
 #include <VeltraneProvidersSDK/QVLVeltrane.h>
-
-#ifdef __cplusplus
-#define QVL_NORETURN [[noreturn]]
-#else
-#define QVL_NORETURN _Noreturn
-#endif
 
 #ifdef __cplusplus
 extern "C" {
@@ -61,12 +55,18 @@ size_t QVLPellix_version(char* bytes, size_t capacity);
 
 /* The feature is disabled for the account. */
 PELLIX_EXPORT extern const char QVLPellixDisabledErrorDomain[];
-enum { QVLPellixDisabledErrorCode = 1006 };
+enum QVLPellixDisabledError { QVLPellixDisabledErrorCode = 1006 };
+
+/* The sentence for a code; null if there is no such code. Lives as long as the process. */
+const char* QVLPellixDisabledError_textForCode(int64_t code, size_t* length);
 
 /* The service answered with a status outside 200 to 299, which is the code. Under the key, a text
  * repeats it. */
 PELLIX_EXPORT extern const char QVLPellixErrorDomain[];
 PELLIX_EXPORT extern const char QVLPellixErrorStatusCodeKey[];
+
+/* What a status means; `Unknown status` if it is none. Lives as long as the process. */
+const char* QVLPellixError_textForCode(int64_t code, size_t* length);
 
 /* ---- The operations ---- */
 
@@ -91,7 +91,11 @@ void QVLPellixProvider_resolveWithArticleWithDeflectionId_articleId_interactionA
 /* Why an article was rejected. What each reason means is between the account and its answer
  * service. */
 typedef int64_t QVLRejectionReason;
-enum { QVLRejectionReason0 = 0, QVLRejectionReason1 = 1, QVLRejectionReason2 = 2 };
+enum QVLRejectionReasonValue {
+  QVLRejectionReason0 = 0,
+  QVLRejectionReason1 = 1,
+  QVLRejectionReason2 = 2
+};
 
 /* Whether a number is that of a reason; if so, `reason` (may be null) is set to it. */
 bool QVLRejectionReason_initWithRawValue(int64_t rawValue, QVLRejectionReason* reason);

@@ -1,3 +1,5 @@
+#include "WithinSink.h"
+
 #include <QuorvelCoreSDK/CoreLogger.h>
 
 #include <array>
@@ -30,20 +32,6 @@ void writeToStandardError(LogLevel level, std::string_view line) {
   text.append(": ").append(line).append("\n");
   std::fwrite(text.data(), 1, text.size(), stderr);
 }
-
-/// Lasts as long as this thread is within a sink.
-class WithinSink {
- public:
-  WithinSink() { isSo_ = true; }
-  WithinSink(const WithinSink&) = delete;
-  WithinSink& operator=(const WithinSink&) = delete;
-  ~WithinSink() { isSo_ = false; }
-
-  [[nodiscard]] static bool isSo() { return isSo_; }
-
- private:
-  static inline constinit thread_local bool isSo_ = false;
-};
 
 void log(LogLevel level, std::string_view line) {
   if (level < threshold.load(std::memory_order_relaxed)) return;

@@ -23,6 +23,7 @@ class PendingCalls {
   static void refuseAtExit();
   /// None are, in a forked child, for it does not have the parent's thread. The log says so once.
   static void refuseInChild();
+  [[nodiscard]] static bool isInChild();
   /// They are again, after `releaseWaiting`.
   static void accept();
 
@@ -35,7 +36,6 @@ class PendingCalls {
  private:
   struct State;
   static State& state();
-  static bool isInChild();
 };
 
 /// One of them. It waits until a thread takes it, to call or to release it, and is listed until

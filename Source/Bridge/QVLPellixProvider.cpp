@@ -1,7 +1,7 @@
 #include "Bridge/Handles.h"
 
+#include <PellixPlatform/internal/Bridge/Callbacks.h>
 #include <PellixPlatform/internal/Bridge/ErrorObject.h>
-#include <PellixPlatform/internal/Bridge/Memory.h>
 #include <PellixPlatform/internal/Bridge/Text.h>
 
 #include <utility>
@@ -18,8 +18,8 @@ ResultCallback<Record> resultCallback(void (*callback)(Handle*, const QVLError*,
                                       Context context) {
   return [callback, context = std::move(context)](Result<Record> result) {
     if (!callback) return;
-    if (result) return callback(handleOf<Handle>(result->get()), nullptr, context.get());
-    withMemory([&] {
+    callHost([callback, context, result = std::move(result)]() mutable {
+      if (result) return callback(handleOf<Handle>(result->get()), nullptr, context.get());
       const auto error = std::make_shared<const ErrorObject>(std::move(result).error());
       callback(nullptr, handleOf<const QVLError>(error.get()), context.get());
     });

@@ -1,6 +1,6 @@
 #include "Bridge/Handles.h"
 
-#include <PellixPlatform/internal/Bridge/Memory.h>
+#include <PellixPlatform/internal/Bridge/Callbacks.h>
 
 using namespace PellixProvidersSDK;
 using namespace PellixPlatform::Bridge;
@@ -11,7 +11,10 @@ void QVLPellixSettingsProvider_getSettingsWithCallback(QVLSettingsCallback callb
     auto held = makeContext(context, release);
     PellixSettingsProvider::getSettings(
         [callback, held = std::move(held)](const std::shared_ptr<const PellixSettings>& settings) {
-          if (callback) callback(handleOf<const QVLPellixSettings>(settings.get()), held.get());
+          if (!callback) return;
+          callHost([callback, held, settings] {
+            callback(handleOf<const QVLPellixSettings>(settings.get()), held.get());
+          });
         });
   });
 }

@@ -60,6 +60,11 @@ const Misuse misuses[] = {
      [] { QVLQuorvel_initialize("", 0, nullptr, QVL_UNTIL_NUL, "", 0, nullptr, nullptr); }},
     {"Fatal error: QVLBundle_setResourceDirectory: a text longer than any can be",
      [] { QVLBundle_setResourceDirectory("", size_t{PTRDIFF_MAX} + 1); }},
+    {"Fatal error: QVLMainQueue_takeAllCallbacks: called after a callback was given",
+     [] {
+       QVLMainQueue_setWakeHook(nullptr, nullptr, nullptr);
+       QVLMainQueue_takeAllCallbacks();
+     }},
     {"Fatal error: QVLPellix_initializeWithQuorvel_veltrane: null where an object is needed",
      [] {
        const auto quorvel = PellixTests::makeQuorvel();

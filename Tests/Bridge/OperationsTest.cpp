@@ -1,4 +1,5 @@
 #include "Bridge/Bridge.h"
+#include "Support/ChildProcess.h"
 
 #include <gmock/gmock.h>
 
@@ -64,6 +65,39 @@ TEST(BridgedOperation, SendsWhatItIsGiven) {
       R"("interaction_access_token":"token","reason_id":)";
   EXPECT_THAT(bodies(host, PellixTests::rejectPath),
               testing::ElementsAre(rejection + "2}", rejection + "7}", rejection + "-1}"));
+}
+
+void checkThatAllComesOnTheMainQueue() {
+  QVLMainQueue_takeAllCallbacks();
+  const auto keepLine = [](int, const char* line, size_t length, void* context) {
+    static_cast<Outcome*>(context)->text += std::string(line, length) + "|";
+    QVLPellix_initializeWithQuorvel_veltrane(nullptr, nullptr);  // logs, but not to here
+  };
+  Outcome outcomes[3];
+  const Host host(std::make_shared<PellixTests::OwnSettings>(PellixTests::disabled));
+  const auto start = [&] {
+    QVLCoreLogger_setSink(keepLine, &outcomes[0], Outcome::release);
+    resolve(outcomes[1]);
+    reject(outcomes[2], 2, nullptr);
+    QVLCoreLogger_setSink(nullptr, nullptr, nullptr);
+  };
+  start();
+  for (const auto& outcome : outcomes)
+    EXPECT_EQ(outcome.text + std::to_string(outcome.releases), "0");
+  while (QVLMainQueue_runFor(0)) continue;
+  const std::string line = "Pellix is disabled at account level.|";
+  EXPECT_EQ(outcomes[0].text, line + line);
+  EXPECT_EQ(outcomes[1].text, PellixTests::isDisabled);
+  for (const auto& outcome : outcomes) EXPECT_EQ(outcome.releases, 1);
+
+  start();  // and a shut-down lets go of what waits
+  EXPECT_TRUE(QVLQuorvel_shutDown(0));
+  for (const auto& outcome : outcomes) EXPECT_EQ(outcome.releases, 2);
+  EXPECT_EQ(outcomes[1].text, PellixTests::isDisabled);
+}
+
+TEST(BridgedOperation, EndsOnTheMainQueueAloneIfTheHostSaysSo) {
+  EXPECT_PASSES_IN_A_CHILD(checkThatAllComesOnTheMainQueue());
 }
 
 TEST(BridgedReason, IsOneOfThree) {

@@ -30,6 +30,7 @@ const Example examples[] = {
 #endif
 #ifdef ASK_PY
     {"Python", {PYTHON, ASK_PY}, {{"PELLIX_LIBRARY", SHARED_LIBRARY}}},
+    {"Ruby", {RUBY, ASK_RB}, {{"PELLIX_LIBRARY", SHARED_LIBRARY}}},
 #endif
 };
 

@@ -37,7 +37,9 @@
  * null). The release runs exactly once, whether the callback ran or not, on any thread, when the
  * callback can't run any more: so a host learns from it that an operation has ended, the silent
  * endings included. Only the end of the process can forestall it. What a callback is given is
- * borrowed: retain it to keep it. No callback may throw or jump out of its call.
+ * borrowed: retain it to keep it. No callback may throw or jump out of its call. For a language
+ * that only the thread of its own may call, QVLMainQueue_takeAllCallbacks has callbacks and
+ * releases come on the main queue alone.
  *
  * Threads. Any function may be called on any thread, except where a comment says otherwise; objects
  * may be released on any thread, and within callbacks.
@@ -63,6 +65,11 @@
 #else
 #define QVL_NONNULL(...)
 #define QVL_RESULT_NEEDED
+#endif
+#if defined(__GNUC__)
+#define QVL_NORETURN __attribute__((noreturn))
+#else
+#define QVL_NORETURN
 #endif
 
 #ifdef __cplusplus
@@ -127,7 +134,7 @@ PELLIX_EXPORT extern const char QVLLocalizedDescriptionKey[];
 
 /* A document could not be decoded. */
 PELLIX_EXPORT extern const char QVLDecodingErrorDomain[];
-enum {
+enum QVLDecodingError {
   /* A required key is missing. */
   QVLDecodingErrorKeyNotFound = 1,
   /* A required value is null. */
@@ -154,12 +161,21 @@ const char* QVLDecodingError_textForCode(int64_t code, size_t* length);
 
 /* A record could not be encoded: the operation ends silently, and standard output says why. */
 PELLIX_EXPORT extern const char QVLEncodingErrorDomain[];
-enum {
+enum QVLEncodingError {
   /* A text is not valid UTF-8. */
   QVLEncodingErrorInvalidText = 1,
   /* A number is not finite. */
   QVLEncodingErrorInvalidNumber = 2
 };
+
+/* The sentence for a code; null if there is no such code. Lives as long as the process. */
+const char* QVLEncodingError_textForCode(int64_t code, size_t* length);
+
+/* A file could not be read. The codes are the system's, as in `errno.h`. */
+PELLIX_EXPORT extern const char QVLFileErrorDomain[];
+
+/* The sentence for a code; null if there is no such code. Lives as long as the process. */
+const char* QVLFileError_textForCode(int64_t code, size_t* length);
 
 /* ---- What a server answered ---- */
 
@@ -177,6 +193,8 @@ const char* QVLHTTPURLResponse_allHeaderFields_nameAt(const QVLHTTPURLResponse* 
                                                       size_t index, size_t* length) QVL_NONNULL(1);
 const char* QVLHTTPURLResponse_allHeaderFields_valueAt(const QVLHTTPURLResponse* response,
                                                        size_t index, size_t* length) QVL_NONNULL(1);
+/* What a status means; `Unknown status` if it is none. Lives as long as the process. */
+const char* QVLHTTPURLResponse_localizedStringForStatusCode(int64_t statusCode, size_t* length);
 bool QVLHTTPURLResponse_isEqual(const QVLHTTPURLResponse* response, const QVLObject* other)
     QVL_NONNULL(1);
 
@@ -199,6 +217,14 @@ void QVLMainQueue_runPending(void);
 
 /* Makes QVLMainQueue_run return; the next one, if none runs. */
 void QVLMainQueue_stop(void);
+
+/* Has every callback come, and every context be released, on the main queue alone, for the rest of
+ * the process; the lines of the log included. It must be called before any callback is given:
+ * later, it is a mistake of the host's. What can't wait comes where it always did: a wake hook, a
+ * token supplier, the reports of mistakes. A host that can't be called there gives functions in C
+ * for these, or none. QVLQuorvel_shutDown releases contexts on the thread that calls it all the
+ * same. */
+bool QVLMainQueue_takeAllCallbacks(void);
 
 /* Called, on any thread, when there is something to run: it should only wake the host's loop.
  * Without a function, there is none; a call of the earlier one may still be under way then. */

@@ -1,5 +1,5 @@
 #include <PellixPlatform/FatalErrorHandler.h>
-#include <PellixPlatform/internal/Bridge/Memory.h>
+#include <PellixPlatform/internal/Bridge/Callbacks.h>
 
 #include <utility>
 

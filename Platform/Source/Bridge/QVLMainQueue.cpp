@@ -1,5 +1,5 @@
 #include <PellixPlatform/DispatchQueue.h>
-#include <PellixPlatform/internal/Bridge/Memory.h>
+#include <PellixPlatform/internal/Bridge/Callbacks.h>
 
 #include <utility>
 
@@ -7,11 +7,13 @@ using namespace PellixPlatform::Bridge;
 using PellixPlatform::DispatchQueue;
 
 void QVLMainQueue_run() {
+  const CallsHere here;
   // An operation that ran out of memory has ended; those behind it go on.
   while (!withMemory([] { DispatchQueue::main().run(); })) continue;
 }
 
 bool QVLMainQueue_runFor(int64_t milliseconds) {
+  const CallsHere here;
   std::size_t count = 1;  // what runs out of memory did run
   withMemory(
       [&] { count = DispatchQueue::main().runFor(std::chrono::milliseconds(milliseconds)); });
@@ -19,6 +21,7 @@ bool QVLMainQueue_runFor(int64_t milliseconds) {
 }
 
 void QVLMainQueue_runPending() {
+  const CallsHere here;
   // Whatever is left then, the wake hook tells.
   withMemory([] { DispatchQueue::main().runPending(); });
 }

@@ -62,6 +62,9 @@ void QVLQuorvelConfiguration_setConnectTimeout(QVLQuorvelConfiguration* configur
                                                int64_t milliseconds) QVL_NONNULL(1);
 void QVLQuorvelConfiguration_setRequestTimeout(QVLQuorvelConfiguration* configuration,
                                                int64_t milliseconds) QVL_NONNULL(1);
+/* For the request for a settings document in all: never longer than for other ones. */
+void QVLQuorvelConfiguration_setSettingsTimeout(QVLQuorvelConfiguration* configuration,
+                                                int64_t milliseconds) QVL_NONNULL(1);
 
 /* Whether the secrets of TLS connections are written to the file that SSLKEYLOGFILE names, so that
  * a recording of the traffic can be read. Never in production. */
@@ -85,8 +88,21 @@ QVLQuorvel* QVLQuorvel_initialize(const char* accountUrl, size_t accountUrlLengt
                                   const QVLQuorvelConfiguration* configuration,
                                   const QVLError** error) QVL_RESULT_NEEDED;
 
-/* Waits until no request is under way, a year at most; whether it came to that. Callbacks may still
- * wait in the main queue then. Not for callbacks that run on the worker thread. */
+/* Why the account's settings could not be fetched the last time that it was tried: retained; null
+ * if they could. `time` (may be null) is set to when, in milliseconds since 1970 began (UTC). While
+ * there are none to be had, the feature is disabled: this tells a service that can't be reached
+ * from settings that say so. */
+const QVLError* QVLQuorvel_lastSettingsFailure(const QVLQuorvel* quorvel, int64_t* time)
+    QVL_NONNULL(1) QVL_RESULT_NEEDED;
+
+/* Waits until no request is under way, a year at most; whether it came to that. Not for callbacks
+ * that run on the worker thread.
+ *
+ * Callbacks may still wait in the main queue then, and nothing runs it on the thread that waits
+ * here. A host whose wake hook passes the word on to a thread or an event loop of its own must not
+ * rely on the word having come when this returns: before it takes that loop down, it runs the main
+ * queue once more by QVLMainQueue_runPending, and waits again if a callback has started something.
+ */
 bool QVLQuorvel_waitUntilIdle(const QVLQuorvel* quorvel, int64_t milliseconds) QVL_NONNULL(1);
 
 /* The instance that was set up last. Retained; null while there is none. */
@@ -107,7 +123,7 @@ bool QVLQuorvel_shutDown(int64_t milliseconds);
  * What a server answered is never one of them. */
 
 PELLIX_EXPORT extern const char QVLCoreErrorDomain[];
-enum {
+enum QVLCoreError {
   /* The account's address is no absolute URL, or says too much. */
   QVLCoreErrorInvalidAccountUrl = 1,
   /* An address is not https, and not loopback either. */
@@ -153,7 +169,7 @@ const char* QVLCoreError_textForCode(int64_t code, size_t* length);
 
 /* ---- The log ---- */
 
-enum {
+enum QVLLogLevel {
   QVLLogLevelDebug = 0,
   QVLLogLevelInfo = 1,
   QVLLogLevelWarn = 2,
@@ -165,8 +181,11 @@ enum {
 void QVLCoreLogger_setLevel(int level);
 
 /* Gets each line of the log, borrowed and not followed by a NUL, on the thread that logs, also on
- * several at once. Without a function, lines go to standard error. A sink may call the libraries;
- * what they log within it goes to standard error, warnings and up. */
+ * several at once; or on the main queue (QVLMainQueue_takeAllCallbacks). Without a function, lines
+ * go to standard error. A sink may call the libraries, and what they log within it goes to standard
+ * error, warnings and up. But it may be the worker thread that logs, or a thread that the library
+ * knows nothing of: so a sink does not call QVLQuorvel_waitUntilIdle, nor does it run the main
+ * queue. */
 typedef void (*QVLLogSink)(int level, const char* line, size_t lineLength, void* context);
 bool QVLCoreLogger_setSink(QVLLogSink sink, void* context, QVLContextRelease release);
 

@@ -1,8 +1,11 @@
-#include <PellixPlatform/internal/Bridge/Memory.h>
+#include "../WithinSink.h"
+
+#include <PellixPlatform/internal/Bridge/Callbacks.h>
 #include <QuorvelCoreSDK/CoreLogger.h>
 #include <QuorvelCoreSDK/QVLQuorvelCore.h>
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 using namespace PellixPlatform::Bridge;
@@ -25,7 +28,14 @@ bool QVLCoreLogger_setSink(QVLLogSink sink, void* context, QVLContextRelease rel
     auto held = makeContext(context, release);
     if (!sink) return CoreLogger::setSink(nullptr);
     CoreLogger::setSink([sink, held = std::move(held)](LogLevel level, std::string_view line) {
-      sink(static_cast<int>(level), line.data(), line.size(), held.get());
+      const auto grade = static_cast<int>(level);
+      if (isCalledHere()) return sink(grade, line.data(), line.size(), held.get());
+      withMemory([&] {
+        callLater([sink, held, grade, text = std::string(line)] {
+          const QuorvelCoreSDK::WithinSink within;
+          sink(grade, text.data(), text.size(), held.get());
+        });
+      });
     });
   });
 }

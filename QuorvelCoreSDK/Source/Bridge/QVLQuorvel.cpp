@@ -1,13 +1,16 @@
+#include "../Deadline.h"
+#include "../PendingCall.h"
 #include "ConfigurationObject.h"
 
+#include <PellixPlatform/internal/Bridge/Callbacks.h>
 #include <PellixPlatform/internal/Bridge/ErrorObject.h>
-#include <PellixPlatform/internal/Bridge/Memory.h>
 #include <PellixPlatform/internal/Bridge/Text.h>
 #include <QuorvelCoreSDK/internal/QuorvelHandle.h>
 
 #include <utility>
 
 using namespace PellixPlatform::Bridge;
+using QuorvelCoreSDK::PendingCalls;
 using QuorvelCoreSDK::Quorvel;
 
 QVLQuorvel* QVLQuorvel_initialize(const char* accountUrl, size_t accountUrlLength,
@@ -43,10 +46,29 @@ QVLQuorvel* QVLQuorvel_instance() {
   return quorvel;
 }
 
+const QVLError* QVLQuorvel_lastSettingsFailure(const QVLQuorvel* quorvel, int64_t* time) {
+  const auto& self = objectOf(quorvel, __func__);
+  const QVLError* error = nullptr;
+  withMemory([&] {
+    auto failure = self.lastSettingsFailure();
+    if (!failure) return;
+    error =
+        retained<const QVLError>(std::make_shared<const ErrorObject>(std::move(failure->error)));
+    const auto since1970 = failure->time.time_since_epoch();
+    if (time) *time = std::chrono::floor<std::chrono::milliseconds>(since1970).count();
+  });
+  return error;
+}
+
 bool QVLQuorvel_waitUntilIdle(const QVLQuorvel* quorvel, int64_t milliseconds) {
   return objectOf(quorvel, __func__).waitUntilIdle(std::chrono::milliseconds(milliseconds));
 }
 
 bool QVLQuorvel_shutDown(int64_t milliseconds) {
-  return Quorvel::shutDown(std::chrono::milliseconds(milliseconds));
+  const std::chrono::milliseconds limit(milliseconds);
+  const auto deadline = QuorvelCoreSDK::deadlineAfter(limit);
+  const CallsHere here;
+  const bool isDown = Quorvel::shutDown(limit);
+  if (PendingCalls::isInChild()) return isDown;  // what waits is the parent's
+  return releaseWaitingCalls(deadline) && isDown;
 }

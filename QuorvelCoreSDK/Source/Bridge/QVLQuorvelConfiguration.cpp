@@ -1,6 +1,6 @@
 #include "ConfigurationObject.h"
 
-#include <PellixPlatform/internal/Bridge/Memory.h>
+#include <PellixPlatform/internal/Bridge/Callbacks.h>
 #include <PellixPlatform/internal/Bridge/Text.h>
 
 #include <optional>
@@ -82,6 +82,12 @@ void QVLQuorvelConfiguration_setConnectTimeout(QVLQuorvelConfiguration* configur
 void QVLQuorvelConfiguration_setRequestTimeout(QVLQuorvelConfiguration* configuration,
                                                int64_t milliseconds) {
   objectOf(configuration, __func__).values.network.requestTimeout =
+      std::chrono::milliseconds(milliseconds);
+}
+
+void QVLQuorvelConfiguration_setSettingsTimeout(QVLQuorvelConfiguration* configuration,
+                                                int64_t milliseconds) {
+  objectOf(configuration, __func__).values.network.settingsTimeout =
       std::chrono::milliseconds(milliseconds);
 }
 

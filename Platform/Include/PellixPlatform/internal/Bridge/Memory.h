@@ -2,7 +2,6 @@
 
 #include <PellixPlatform/QVLPlatform.h>
 
-#include <memory>
 #include <new>
 
 namespace PellixPlatform::Bridge {
@@ -17,15 +16,6 @@ bool withMemory(Body body) noexcept {
   } catch (const std::bad_alloc&) {
     return false;
   }
-}
-
-/// A callback's context. The last copy to go releases it.
-using Context = std::shared_ptr<void>;
-
-/// Takes over a context: released even if this throws. Make it before anything else that may.
-inline Context makeContext(void* context, QVLContextRelease release) {
-  if (!release) return {context, [](void*) {}};
-  return {context, release};
 }
 
 }  // namespace PellixPlatform::Bridge
