@@ -5,9 +5,14 @@
 
 #include <AnswerService.h>
 #include <gmock/gmock.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <fstream>
 #include <mutex>
 
 /// A host that starts everything through the C interface alone, on a real connection.
@@ -139,18 +144,26 @@ TEST(CHost, DrivesTheMainQueueFromItsOwnLoop) {
   EXPECT_EQ(hook.releases, 2);
 }
 
+/// An address where connections are taken and nothing is ever said.
+std::string silentUrl() {
+  static const int listening = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  ::listen(listening, 1);
+  sockaddr_in address{};
+  socklen_t size = sizeof address;
+  ::getsockname(listening, reinterpret_cast<sockaddr*>(&address), &size);
+  return "https://127.0.0.1:" + std::to_string(ntohs(address.sin_port));
+}
+
 TEST(CHost, SetsOptionsOfTheCore) {
   // What is logged of a question when an option is set.
-  const std::tuple<Configure, const char*, const char*> options[] = {
+  const std::tuple<Configure, std::string, const char*> options[] = {
       {[](auto* at, void*) { QVLQuorvelConfiguration_setRequestTimeout(at, 0); }, "",
+       "The server did not answer in time."},
+      {[](auto* at, void*) { QVLQuorvelConfiguration_setConnectTimeout(at, 1); }, silentUrl(),
        "The server did not answer in time."},
       {[](auto* at, void*) { QVLQuorvelConfiguration_setMaxResponseBytes(at, 1); }, "",
        "The server's reply is too large."},
-      {[](auto* at, void*) {
-         QVLQuorvelConfiguration_setProxy(at, "127.0.0.1:1", QVL_UNTIL_NUL);
-         QVLQuorvelConfiguration_setIgnoreProxyEnvironment(at, true);
-         QVLQuorvelConfiguration_setConnectTimeout(at, 5'000);
-       },
+      {[](auto* at, void*) { QVLQuorvelConfiguration_setProxy(at, "127.0.0.1:1", QVL_UNTIL_NUL); },
        "https://acme.example", "The server could not be reached."}};
   for (const auto& [configure, url, logged] : options) {
     const CHost host(configure, nullptr, url);
@@ -158,6 +171,43 @@ TEST(CHost, SetsOptionsOfTheCore) {
     ending();
     EXPECT_THAT(host.log.text, HasSubstr(logged));
   }
+}
+
+TEST(CHost, SetsOptionsThatShowElsewhere) {
+  const Support::TemporaryDirectory directory;
+  const auto secrets = directory.path() / "secrets";
+  ::setenv("SSLKEYLOGFILE", secrets.c_str(), 1);
+  for (bool isSet : {false, true}) {
+    const CHost host(
+        [](auto* at, void* context) {
+          const bool isSet = *static_cast<bool*>(context);
+          QVLQuorvelConfiguration_setLogsTlsSecrets(at, isSet);
+          if (isSet) QVLQuorvelConfiguration_setSettingsTimeToLive(at, 0);
+          QVLQuorvelConfiguration_setIgnoreProxyEnvironment(at, isSet);
+          ::setenv("https_proxy", "no://proxy", 1);
+          auto* core = QVLQuorvel_initialize("https://acme.example", QVL_UNTIL_NUL, "app", 3, "c",
+                                             1, at, nullptr);
+          EXPECT_EQ(core != nullptr, isSet);
+          if (core) QVLRelease(core);
+          ::unsetenv("https_proxy");
+        },
+        &isSet);
+    for (int i = 0; i < 2; ++i) EXPECT_THAT(ending(), StartsWith("record"));
+    EXPECT_EQ(host.service.record().requests["settings"] > 1, isSet);
+    EXPECT_EQ(std::ifstream(secrets).peek() != EOF, isSet);
+  }
+}
+
+TEST(CHost, HearsWhyThereAreNoSettings) {
+  const CHost host([](auto* at, void*) { QVLQuorvelConfiguration_setSettingsTimeout(at, 0); });
+  EXPECT_EQ(QVLQuorvel_lastSettingsFailure(host.quorvel, nullptr), nullptr);
+  EXPECT_EQ(ending(), PellixTests::isDisabled);
+  int64_t time = 0;
+  const auto* failure = QVLQuorvel_lastSettingsFailure(host.quorvel, &time);
+  ASSERT_NE(failure, nullptr);
+  EXPECT_EQ(QVLError_code(failure), QVLCoreErrorTimedOut);
+  EXPECT_LE(std::abs(time / 1000 - std::time(nullptr)), 60);
+  QVLRelease(failure);
 }
 
 TEST(CHost, HearsWhatCanNotBeSetUp) {

@@ -26,7 +26,7 @@ bool QVLVeltrane_setLumenoLocaleOverride(QVLVeltrane* veltrane, const char* loca
 
 /* What went wrong with a vote; it only shows in the log. */
 PELLIX_EXPORT extern const char QVLVeltraneErrorDomain[];
-enum {
+enum QVLVeltraneError {
   /* No article is named. */
   QVLVeltraneErrorMissingArticleId = 1,
   /* Neither this library nor the core has an instance. */
