@@ -180,14 +180,14 @@ TEST(CHost, SetsOptionsThatShowElsewhere) {
   for (bool isSet : {false, true}) {
     const CHost host(
         [](auto* at, void* context) {
-          const bool isSet = *static_cast<bool*>(context);
-          QVLQuorvelConfiguration_setLogsTlsSecrets(at, isSet);
-          if (isSet) QVLQuorvelConfiguration_setSettingsTimeToLive(at, 0);
-          QVLQuorvelConfiguration_setIgnoreProxyEnvironment(at, isSet);
+          const bool set = *static_cast<bool*>(context);
+          QVLQuorvelConfiguration_setLogsTlsSecrets(at, set);
+          if (set) QVLQuorvelConfiguration_setSettingsTimeToLive(at, 0);
+          QVLQuorvelConfiguration_setIgnoreProxyEnvironment(at, set);
           ::setenv("https_proxy", "no://proxy", 1);
           auto* core = QVLQuorvel_initialize("https://acme.example", QVL_UNTIL_NUL, "app", 3, "c",
                                              1, at, nullptr);
-          EXPECT_EQ(core != nullptr, isSet);
+          EXPECT_EQ(core != nullptr, set);
           if (core) QVLRelease(core);
           ::unsetenv("https_proxy");
         },
