@@ -1,5 +1,6 @@
 #include "PellixProvidersSDK/Host.h"
 #include "Support/ChildProcess.h"
+#include "Support/Rows.h"
 #include "Support/TemporaryDirectory.h"
 
 #include <PellixPlatform/Bundle.h>
@@ -46,30 +47,17 @@ TEST(Query, SendsTheTextAndAsksForTheSettingsEachTime) {
 }
 
 TEST(Query, SearchesInTheFirstLocaleToBeHad) {
-  const struct {
-    const char* what;
-    std::optional<std::string> lumenoLocaleOverride;
-    int status;
-    std::string document;
-    std::vector<std::string> preferred;
-    std::string expected;
-  } cases[] = {
-      {"override as it is", " DE_x ", 200, R"({"locale":"de"})", {"pt-BR"}, " DE_x "},
-      {"empty override", "", 200, R"({"locale":"de"})", {"pt-BR"}, ""},
-      {"settings as they are", {}, 200, R"({"locale":"DE"})", {"pt-BR"}, "DE"},
-      {"empty settings", {}, 200, R"({"locale":""})", {"pt-BR"}, ""},
-      {"no settings", {}, 404, "", {"EN_us", "de"}, "EN_us"},
-      {"no settings and no languages", {}, 404, "", {}, ""},
-  };
-  for (const auto& each : cases) {
-    SCOPED_TRACE(each.what);
+  for (const auto& row : Support::rowsOf("PellixProvidersSDK/Data/Locales.txt")) {
+    SCOPED_TRACE(testing::PrintToString(row));
     const Host host;
-    host.veltrane->setLumenoLocaleOverride(each.lumenoLocaleOverride);
-    host.transport->answer(std::string(knowledgeSettings), each.status, each.document);
-    PellixPlatform::Locale::setPreferredLanguages(each.preferred);
+    const bool isOverridden = row[0] != "none";
+    if (isOverridden) host.veltrane->setLumenoLocaleOverride(row[0]);
+    host.transport->answer(std::string(knowledgeSettings), std::stoi(row[1]), row[2]);
+    const std::vector<std::string> preferred(row.begin() + 4, row.end());
+    PellixPlatform::Locale::setPreferredLanguages(preferred);
     EXPECT_EQ(host.outcomeOf(), answered);
-    EXPECT_EQ(sentBody(host)["locale"], each.expected);
-    EXPECT_EQ(host.requestedPaths().size(), each.lumenoLocaleOverride ? 2U : 3U);
+    EXPECT_EQ(sentBody(host)["locale"], row[3]);
+    EXPECT_EQ(host.requestedPaths().size(), isOverridden ? 2U : 3U);
   }
   PellixPlatform::Locale::setPreferredLanguages(std::nullopt);
 }
