@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Support/LoopbackServer.h"
+#include "Support/Rows.h"
 
 #include <PellixProvidersSDK/PellixProvidersSDK.h>
 #include <QuorvelCoreSDK/QuorvelCoreSDK.h>
@@ -11,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <regex>
 
 namespace Faults {
 
@@ -73,12 +75,26 @@ inline std::string textOf(const Calls& calls) {
 
 // What that says of the endings that tests expect.
 inline const std::string success = "success";
-inline const std::string silence = "silence";
 inline const std::string lost =
     "com.quorvel.core 13: The connection was lost before the reply was complete.";
-inline const std::string malformed = "com.quorvel.core 14: The server's reply is not proper HTTP.";
-inline const std::string tooLarge = "com.quorvel.core 15: The server's reply is too large.";
-inline const std::string corrupted = "Platform.DecodingError 5: Data corrupted: ";
+
+struct Fault {
+  std::string kind;
+  LoopbackReply reply;
+  std::string query;   // how it ends then
+  std::string report;  // how a resolution or a rejection ends
+};
+
+inline std::vector<Fault> readFaults() {
+  std::vector<Fault> faults;
+  for (const auto& row : Support::rowsOf("Faults/Data/Faults.txt")) {
+    LoopbackReply reply{
+        std::regex_replace(row[2], std::regex("\\{large\\}"), std::string(largest + 1, ' '))};
+    if (row[1] != "keep") reply.then = row[1] == "reset" ? Then::reset : Then::close;
+    faults.emplace_back(row[0], reply, row[3], row[4]);
+  }
+  return faults;
+}
 
 /// Goes along with an operation: the callback holds it, so it goes when the operation has ended.
 struct Course {

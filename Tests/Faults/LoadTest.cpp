@@ -26,31 +26,6 @@ constexpr int atOnce = 4;  // operations of each thread
 /// How many of each kind, by operation.
 using Counts = std::map<std::string, std::array<std::size_t, 3>>;
 
-struct Fault {
-  std::string kind;
-  LoopbackReply reply;
-  std::string query;
-  std::string report = query;
-};
-
-std::vector<Fault> makeFaults() {
-  const std::string ok = "HTTP/1.1 200 OK\r\n";
-  const std::string chunked = ok + "Transfer-Encoding: chunked\r\n\r\n";
-  return {
-      {"status 500",
-       {httpReply("500 Internal Server Error", "{}")},
-       "com.pellix.providers 500: Internal Server Error"},
-      {"status 204", {"HTTP/1.1 204 No Content\r\n\r\n"}, silence, success},
-      {"not JSON", {httpReply("200 OK", "<p>")}, corrupted + "a value is missing", success},
-      {"reset before the reply", {"", Then::reset}, lost},
-      {"closed before the reply", {"", Then::close}, lost},
-      {"reset within the header fields", {ok + "X-A", Then::reset}, lost},
-      {"body cut short", {ok + "Content-Length: 10\r\n\r\n{", Then::close}, lost},
-      {"malformed chunk", {chunked + "zz\r\n", Then::close}, malformed},
-      {"body too large", {httpReply("200 OK", std::string(largest + 1, ' '))}, tooLarge},
-  };
-}
-
 /// A service that fails one request in ten, and keeps count.
 struct FailingService {
   LoopbackReply answer(const LoopbackRequest& request) {
@@ -74,7 +49,7 @@ struct FailingService {
     return fails ? fault.reply : LoopbackReply{properReply(request)};
   }
 
-  const std::vector<Fault> faults = makeFaults();
+  const std::vector<Fault> faults = readFaults();
   std::mutex mutex;  // guards the rest
   std::mt19937 random{seed};
   Counts replies;

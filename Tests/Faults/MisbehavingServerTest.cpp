@@ -9,20 +9,8 @@ namespace {
 /// The core's tests have the rest of what a server can do: here it is what the operations make of
 /// it.
 TEST(MisbehavingServerTest, EndsEveryOperationOnce) {
-  struct Row {
-    LoopbackReply reply;
-    std::string query;
-    std::string report = query;
-  };
-  const Row rows[] = {
-      {{"", Then::close}, lost},
-      {{httpReply("200 OK", std::string(largest + 1, ' '))}, tooLarge},
-      {{httpReply("200 OK", "<p>")}, corrupted + "a value is missing", success},
-      {{httpReply("500 Internal Server Error")}, "com.pellix.providers 500: Internal Server Error"},
-      {{"HTTP/1.1 204 No Content\r\n\r\n"}, silence, success},
-  };
-  for (const auto& [reply, query, report] : rows) {
-    SCOPED_TRACE(reply.bytes.substr(0, 60));
+  for (const auto& [kind, reply, query, report] : readFaults()) {
+    SCOPED_TRACE(kind);
     std::atomic<bool> isWell = true;
     const LoopbackServer server([&](const LoopbackRequest& request) {
       return isWell ? LoopbackReply{properReply(request)} : reply;

@@ -1,6 +1,7 @@
 #include "Client.h"
 #include "Support/Recorder.h"
 #include "Support/Rows.h"
+#include "Support/TemporaryDirectory.h"
 
 #include <PellixPlatform/internal/File.h>
 
@@ -40,44 +41,21 @@ using Then = LoopbackReply::Then;
 
 constexpr std::size_t largest = 100'000;
 
+std::string replaced(const std::string& text, const char* mark, const std::string& by) {
+  return std::regex_replace(text, std::regex(mark), by);
+}
+
 TEST(ReplyTest, IsHandedOnAsItCame) {
-  struct Case {
-    std::string bytes;
-    int status;
-    std::optional<std::string> data;
-    Then then = Then::keep;
-  };
-  const std::string gzip = "\x1F\x8B\x08 not really";
   const std::string full(largest, 'a');
-  const Case cases[] = {
-      {httpReply("200 OK", "{}"), 200, "{}"},
-      {httpReply("200 OK"), 200, std::nullopt},
-      {httpReply("200 OK", full), 200, full},
-      {"HTTP/1.1 204 No Content\r\n\r\n", 204, std::nullopt},
-      {"HTTP/1.1 304 Not Modified\r\nContent-Length: 7\r\n\r\n", 304, std::nullopt},
-      {httpReply("302 Found", "moved", "Location: /elsewhere\r\n"), 302, "moved"},
-      {httpReply("400 Bad Request", "{\"a\":1}"), 400, "{\"a\":1}"},
-      {httpReply("429 Too Many Requests", "later", "Retry-After: 1\r\n"), 429, "later"},
-      {httpReply("999 Whatever", "x"), 999, "x"},
-      {"HTTP/1.1 100 Continue\r\n\r\n" + httpReply("200 OK", "x"), 200, "x"},
-      {"HTTP/1.1 103 Early Hints\r\nLink: </a>\r\n\r\n" + httpReply("404 Not Found"), 404,
-       std::nullopt},
-      {httpReply("200 OK", gzip, "Content-Encoding: gzip\r\n"), 200, gzip},
-      {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\nab\r\n1\r\nc\r\n0\r\n\r\n", 200,
-       "abc"},
-      {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", 200, std::nullopt},
-      {"HTTP/1.1 200 OK\r\n\r\nuntil the end", 200, "until the end", Then::close},
-      {"HTTP/1.0 200\n\nold", 200, "old", Then::close},
-      {"HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{}more", 200, "{}", Then::close},
-  };
-  for (const auto& [bytes, status, data, then] : cases) {
-    SCOPED_TRACE(bytes.substr(0, 100));
-    const LoopbackServer server(replying(bytes, then));
+  for (const auto& row : Support::rowsOf("QuorvelCoreSDK/Data/Replies.txt")) {
+    SCOPED_TRACE(row[0]);
+    const LoopbackServer server(replying(replaced(row[0], "\\{full\\}", full),
+                                         row[1] == "close" ? Then::close : Then::keep));
     const Client client(server.origin(), {.network = {.maxResponseBytes = largest}});
     const auto outcome = client.perform();
     EXPECT_FALSE(outcome.error) << outcome.text();
-    EXPECT_EQ(outcome.status(), status);
-    EXPECT_EQ(outcome.data, data);
+    EXPECT_EQ(std::to_string(outcome.status()), row[2]);
+    EXPECT_EQ(outcome.data.value_or("-"), replaced(row[3], "\\{full\\}", full));
     EXPECT_EQ(server.requests().size(), 1U);
   }
 }
@@ -113,8 +91,7 @@ TEST(ReplyTest, ThatIsNoneEndsInAnErrorThatSaysWhy) {
   for (const auto& row : Support::rowsOf("QuorvelCoreSDK/Data/Faults.txt")) {
     SCOPED_TRACE(row[0]);
     const auto is = [&row](const char* how) { return row[1].contains(how); };
-    LoopbackReply reply{
-        std::regex_replace(row[4], std::regex("\\{huge\\}"), std::string(largest + 1, 'a'))};
+    LoopbackReply reply{replaced(row[4], "\\{huge\\}", std::string(largest + 1, 'a'))};
     if (const auto at = reply.bytes.find("{zeros}"); at != std::string::npos) {
       reply.bytes.replace(at, std::string::npos, zeros);
     }
@@ -144,19 +121,28 @@ TEST(ReplyTest, ThatIsNoneEndsInAnErrorThatSaysWhy) {
 }
 
 TEST(ReplyTest, IsNotHeldUpByASlowNameOrAStalledNeighbour) {
-  const LoopbackServer server([](const auto& request) {
+  const auto answer = [](const auto& request) {
     if (request.head.starts_with("GET /stall")) return LoopbackReply{"", Then::stall};
     return LoopbackReply{httpReply("200 OK")};
-  });
-  const Client client(server.origin());
+  };
+  const auto identity = Support::makeIdentity({});
+  const Support::TemporaryDirectory directory;
+  directory.write("trusted.pem", identity.certificate);
+  const LoopbackServer plain(answer);
+  const LoopbackServer secure(answer, {.identity = identity});
   const Client nowhere("https://slow.invalid",
                        {.network = {.requestTimeout = std::chrono::milliseconds(300)}});
-  auto stalled = Client::begin(client.parameters("/stall"));
-  ASSERT_TRUE(server.waitForRequests(1));
-  EXPECT_EQ(nowhere.perform().code(), CoreErrorCode::timedOut);
-  EXPECT_EQ(Client("https://unknown.invalid").perform().code(), CoreErrorCode::cannotResolveHost);
-  EXPECT_EQ(client.perform().status(), 200);
-  EXPECT_EQ(stalled.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+  for (const auto* server : {&plain, &secure}) {
+    const Client client(server->origin(),
+                        {.network = {.certificateAuthorities = directory.path() / "trusted.pem"}});
+    auto stalled = Client::begin(client.parameters("/stall"));
+    ASSERT_TRUE(server->waitForRequests(1));
+    EXPECT_EQ(nowhere.perform().code(), CoreErrorCode::timedOut);
+    EXPECT_EQ(Client("https://unknown.invalid").perform().code(), CoreErrorCode::cannotResolveHost);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(client.perform().status(), 200);
+    EXPECT_EQ(stalled.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    EXPECT_EQ(server->connections(), 2U);
+  }
   resolverMayGoOn.count_down();
 }
 

@@ -87,22 +87,6 @@ TEST_F(SecurityTest, SaysThatTheTrustedCertificatesCannotBeRead) {
   std::filesystem::remove(garbage);
 }
 
-TEST_F(SecurityTest, AStalledNeighbourHoldsNothingUp) {
-  const LoopbackServer server(
-      [](const auto& request) {
-        if (request.head.starts_with("GET /stall")) {
-          return Support::LoopbackReply{"", Support::LoopbackReply::Then::stall};
-        }
-        return Support::LoopbackReply{httpReply("200 OK")};
-      },
-      {.identity = makeIdentity({.issuer = &authority_})});
-  const Client client(server.origin(), {.network = {.certificateAuthorities = trusted_}});
-  auto stalled = Client::begin(client.parameters("/stall"));
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(client.perform().status(), 200);
-  EXPECT_EQ(stalled.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
-  EXPECT_EQ(server.connections(), 2U);
-}
-
 TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationAlone) {
   using enum CoreErrorCode;
   const LoopbackServer server(replying(httpReply("200 OK", "direct")));

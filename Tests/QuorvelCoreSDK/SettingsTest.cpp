@@ -1,5 +1,6 @@
 #include "Client.h"
 #include "Support/Recorder.h"
+#include "Support/Rows.h"
 
 #include <QuorvelCoreSDK/internal/ServicePaths.h>
 
@@ -155,79 +156,46 @@ TEST_F(SettingsTest, ManyWhoAskAtOnceShareOneFetch) {
   EXPECT_EQ(transport_->requests().size(), 1U);
 }
 
-TEST_F(SettingsTest, MayBeAskedForByThoseWhoGetThem) {
-  setUp(std::chrono::milliseconds(0));
-  answer(200, red);
-  client_->quorvel->providerModule().settings()->getSettings<Colour>(
-      [this](const std::shared_ptr<const Colour>&) { ask(); });
-  EXPECT_THAT(settled(), ElementsAre("red"));
-  EXPECT_EQ(transport_->requests().size(), 2U);
-}
-
 TEST_F(SettingsTest, FallBackOnTheLastGoodOnesElseOnTheDefault) {
-  struct Case {
-    int status;  // 0: the connection is reset
-    std::string body;
-    std::string why;
-    bool replacesTheGoodOnes = false;
-  };
-  const Case cases[] = {
-      {0, "", "connection was lost"},
-      {500, red, "status 500 Internal Server Error"},
-      {404, red, "status 404 Not Found"},
-      {304, "", "status 304 Not Modified"},
-      {200, "", "are malformed"},
-      {200, R"({"theme":{"colour":"blue"})", "are malformed"},
-      {200, std::string(red) + "x", "are malformed"},
-      {200, "{}", "theme", true},
-      {200, R"({"theme":{"colour":1}})", "theme.colour", true},
-      {200, "[]", "could not be used", true},
-  };
   for (const bool hadGoodOnes : {false, true}) {
-    for (const auto& [status, body, why, replacesTheGoodOnes] : cases) {
-      SCOPED_TRACE(std::to_string(status) + " " + body);
+    for (const auto& row : Support::rowsOf("QuorvelCoreSDK/Data/Settings.txt")) {
+      SCOPED_TRACE(row[0] + " " + row[1]);
       setUp(std::chrono::milliseconds(0));
       if (hadGoodOnes) {
         answer(200, red);
         ask();
         EXPECT_THAT(settled(), ElementsAre("red"));
       }
-      answer(status, body);
-      if (status == 0) transport_->fail(std::string(ServicePaths::accountSettings));
+      answer(std::stoi(row[0]), row[1]);
+      if (row[0] == "0") transport_->fail(std::string(ServicePaths::accountSettings));
       const auto linesBefore = log_.lines().size();
       ask();
-      const bool isGood = hadGoodOnes && !replacesTheGoodOnes;
+      const bool isGood = hadGoodOnes && row[3] == "no";
       EXPECT_THAT(settled(), ElementsAre(isGood ? "red" : "default"));
       const auto lines = log_.lines();
       ASSERT_EQ(lines.size() - linesBefore, 1U);
       EXPECT_THAT(lines.back(),
-                  AllOf(testing::StartsWith("warn: The account's settings "), HasSubstr(why),
+                  AllOf(testing::StartsWith("warn: The account's settings "), HasSubstr(row[2]),
                         HasSubstr(isGood ? "the last" : "the default")));
     }
   }
 }
 
-TEST_F(SettingsTest, AreHandedOnWhateverOneWhoWaitsThrows) {
-  setUp();
+TEST_F(SettingsTest, LetGoOfTheirCallbackWhichMayAskOrThrow) {
+  setUp(std::chrono::milliseconds(0));
   answer(200, red);
+  auto held = std::make_shared<int>();
+  const std::weak_ptr<int> watched = held;
   client_->quorvel->providerModule().settings()->getSettings<Colour>(
-      [](const auto&) { throw std::runtime_error("the host's own"); });
+      [this, kept = std::exchange(held, nullptr)](const auto&) {
+        ask();
+        throw std::runtime_error("the host's own");
+      });
   ask();
   EXPECT_THROW(transport_->run(), std::runtime_error);
-  EXPECT_THAT(settled(), ElementsAre("red"));
-}
-
-TEST_F(SettingsTest, LetGoOfTheirCallback) {
-  setUp();
-  answer(200, red);
-  for (int i = 0; i < 2; ++i) {  // fetched, then kept
-    auto held = std::make_shared<int>(i);
-    const std::weak_ptr<int> watched = held;
-    client_->quorvel->providerModule().settings()->getSettings<Colour>(
-        [kept = std::exchange(held, nullptr)](const auto&) {});
-    transport_->run();
-    EXPECT_TRUE(watched.expired());
-  }
+  EXPECT_TRUE(watched.expired());
+  EXPECT_THAT(settled(), ElementsAre("red", "red"));
+  EXPECT_EQ(transport_->requests().size(), 2U);
 }
 
 }  // namespace

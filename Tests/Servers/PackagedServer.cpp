@@ -1,6 +1,8 @@
 #include "PackagedServer.h"
 
-#include "Support/LoopbackServer.h"
+#include "Faults/Application.h"
+
+#include <PellixPlatform/internal/File.h>
 
 #include <arpa/inet.h>
 #include <unistd.h>
@@ -10,6 +12,7 @@
 #include <cstdio>
 #include <fstream>
 #include <functional>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -19,95 +22,24 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char answer[] =
-    R"({"deflection":{"id":7,"auth_token":"a"},"deflection_articles":[{"id":11,"title":"T",)"
-    R"("html_url":"h","url":"u","label_names":[],"body":"B","article_id":4711,"locale":"de",)"
-    R"("brand_id":3,"score":0.5,"snippet":"S"}],"interaction_access_token":"t"})";
-
-struct Resource {
-  std::string path;
-  std::string body;
+/// Each answers whatever lies below it too.
+const std::pair<std::string, std::string> resources[] = {
+    {"/api/v1/account/settings", R"({"pellix":{"enabled":true}})"},
+    {"/knowledge/v1/settings", R"({"locale":"de"})"},
+    {"/knowledge/v1/articles", R"({"votes":[]})"},
+    {"/answers/v1/interactions", Faults::properAnswer},
+    {"/answers/v1/resolutions", "{}"},
+    {"/answers/v1/rejections", "{}"},
 };
 
-/// Each answers whatever lies below it too.
-const std::vector<Resource>& resources() {
-  static const std::vector<Resource> all{
-      {"/api/v1/account/settings", R"({"pellix":{"enabled":true}})"},
-      {"/knowledge/v1/settings", R"({"locale":"de"})"},
-      {"/knowledge/v1/articles", R"({"votes":[]})"},
-      {"/answers/v1/interactions", answer},
-      {"/answers/v1/resolutions", "{}"},
-      {"/answers/v1/rejections", "{}"},
-  };
-  return all;
-}
-
-/// Replaces each `@NAME@`.
-std::string filled(std::string text, const std::map<std::string, std::string>& values) {
+/// A configuration in which each `@NAME@` is replaced.
+std::string filled(const std::string& file, const std::map<std::string, std::string>& values) {
+  auto text = PellixPlatform::readFile(fs::path(TESTS_SOURCE_DIR) / "Servers/Data" / file).value();
   for (const auto& [name, value] : values) {
-    const auto mark = "@" + name + "@";
-    for (auto at = text.find(mark); at != text.npos; at = text.find(mark, at)) {
-      text.replace(at, mark.size(), value);
-    }
+    text = std::regex_replace(text, std::regex("@" + name + "@"), value);
   }
   return text;
 }
-
-constexpr char nginxConfiguration[] = R"(
-daemon off;
-@USER@
-worker_processes 1;
-pid @DIRECTORY@/pid;
-error_log @DIRECTORY@/error.log;
-events { worker_connections 1024; }
-http {
-  log_format received '$request_method $uri $http_content_length';
-  access_log @DIRECTORY@/access.log received;
-  default_type application/json;
-  keepalive_timeout @KEEP_ALIVE@;
-  keepalive_requests @REQUESTS@;
-  client_body_temp_path @DIRECTORY@/temporary;
-  proxy_temp_path @DIRECTORY@/temporary;
-  fastcgi_temp_path @DIRECTORY@/temporary;
-  scgi_temp_path @DIRECTORY@/temporary;
-  uwsgi_temp_path @DIRECTORY@/temporary;
-  ssl_certificate @DIRECTORY@/certificate.pem;
-  ssl_certificate_key @DIRECTORY@/key.pem;
-  ssl_protocols @TLS@;
-  server {
-    listen @ADDRESS@:@PORT@ ssl @HTTP2@;
-@LOCATIONS@
-  }
-}
-)";
-
-constexpr char apacheConfiguration[] = R"(
-ServerRoot @DIRECTORY@
-ServerName localhost
-PidFile @DIRECTORY@/pid
-ErrorLog @DIRECTORY@/error.log
-LoadModule mpm_event_module @MODULES@/mod_mpm_event.so
-LoadModule authz_core_module @MODULES@/mod_authz_core.so
-LoadModule ssl_module @MODULES@/mod_ssl.so
-LoadModule http2_module @MODULES@/mod_http2.so
-@USER@
-LogFormat "%m %U %{Content-Length}i" received
-CustomLog @DIRECTORY@/access.log received
-KeepAliveTimeout @KEEP_ALIVE@
-MaxKeepAliveRequests @REQUESTS@
-StartServers 1
-Listen @ADDRESS@:@PORT@
-Protocols @HTTP2@ http/1.1
-SSLEngine on
-SSLProtocol -all @TLS@
-SSLCertificateFile @DIRECTORY@/certificate.pem
-SSLCertificateKeyFile @DIRECTORY@/key.pem
-DocumentRoot @DIRECTORY@/documents
-<Directory @DIRECTORY@/documents>
-  ForceType application/json
-  AcceptPathInfo On
-</Directory>
-)";
 
 /// Looks again and again, for a minute at most.
 void waitUntil(const std::function<bool()>& isSo) {
@@ -134,9 +66,8 @@ PackagedServer::PackagedServer(const ServerOptions& options)
   process_.emplace(command(options));
   waitUntil([this] {
     if (process_->isRunning()) return hasSocket("local", "0A");
-    std::ostringstream reason;
-    reason << std::ifstream(directory_.path() / "error.log").rdbuf();
-    throw std::runtime_error("the server did not start: " + reason.str());
+    throw std::runtime_error("the server did not start: " +
+                             PellixPlatform::readFile(directory_.path() / "error.log").value());
   });
 }
 
@@ -155,10 +86,10 @@ std::vector<std::string> PackagedServer::command(const ServerOptions& options) c
     values["USER"] = isRoot ? "user nobody nogroup;" : "";
     values["TLS"] = options.speaksTls13 ? "TLSv1.3" : "TLSv1.2";
     values["HTTP2"] = options.speaksHttp2 ? "http2" : "";
-    for (const auto& [path, body] : resources()) {
+    for (const auto& [path, body] : resources) {
       values["LOCATIONS"] += "    location " + path + " { return 200 '" + body + "'; }\n";
     }
-    directory_.write("configuration", filled(nginxConfiguration, values));
+    directory_.write("configuration", filled("nginx.conf", values));
     command.insert(command.end(),
                    {NGINX, "-e", directory / "error.log", "-c", directory / "configuration"});
   } else {
@@ -166,12 +97,12 @@ std::vector<std::string> PackagedServer::command(const ServerOptions& options) c
     values["TLS"] = options.speaksTls13 ? "+TLSv1.3" : "+TLSv1.2";
     values["HTTP2"] = options.speaksHttp2 ? "h2" : "";
     values["MODULES"] = APACHE_MODULES;
-    for (const auto& [path, body] : resources()) {
+    for (const auto& [path, body] : resources) {
       const auto file = fs::path("documents").concat(path);
       fs::create_directories((directory / file).parent_path());
       directory_.write(file.string(), body);
     }
-    directory_.write("configuration", filled(apacheConfiguration, values));
+    directory_.write("configuration", filled("apache.conf", values));
     command.insert(command.end(), {APACHE, "-D", "FOREGROUND", "-f", directory / "configuration",
                                    "-E", directory / "error.log"});
   }
@@ -195,10 +126,7 @@ void PackagedServer::reload() {
 std::multiset<std::size_t> PackagedServer::bodiesReceivedAt(const std::string& path) const {
   std::multiset<std::size_t> lengths;
   std::ifstream log(directory_.path() / "access.log");
-  std::string method;
-  std::string where;
-  std::string length;
-  while (log >> method >> where >> length) {
+  for (std::string method, where, length; log >> method >> where >> length;) {
     if (method == "POST" && where == path) lengths.insert(std::stoul(length));
   }
   return lengths;
@@ -217,13 +145,9 @@ bool PackagedServer::hasSocket(std::string_view column, std::string_view state) 
   std::ifstream sockets("/proc/net/tcp");
   std::string line;
   while (std::getline(sockets, line)) {
-    std::istringstream fields(line);
-    std::string number;
-    std::string local;
-    std::string remote;
-    std::string itsState;
-    fields >> number >> local >> remote >> itsState;
-    if ((column == "local" ? local : remote) == address && itsState == state) return true;
+    std::istringstream text(line);
+    const std::vector<std::string> fields(std::istream_iterator<std::string>(text), {});
+    if (fields[column == "local" ? 1 : 2] == address && fields[3] == state) return true;
   }
   return false;
 }

@@ -1,4 +1,4 @@
-// Takes the place of the program's allocation functions.
+// Takes the place of the program's allocation functions; those for arrays call these.
 #include "Support/FailingAllocations.h"
 
 #include <atomic>
@@ -87,25 +87,13 @@ std::ptrdiff_t liveAllocations() {
 void* operator new(std::size_t size) {
   return Support::allocate(size);
 }
-void* operator new[](std::size_t size) {
-  return Support::allocate(size);
-}
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  return Support::tryToAllocate(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
   return Support::tryToAllocate(size);
 }
 void operator delete(void* memory) noexcept {
   Support::release(memory);
 }
-void operator delete[](void* memory) noexcept {
-  Support::release(memory);
-}
 void operator delete(void* memory, std::size_t) noexcept {
-  Support::release(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
   Support::release(memory);
 }
 

@@ -1,10 +1,6 @@
 #pragma once
 
-#include <memory>
 #include <string>
-#include <vector>
-
-using TlsContext = struct ssl_ctx_st;
 
 namespace Support {
 
@@ -22,12 +18,5 @@ struct IdentityOptions {
 
 /// Makes a fresh identity.
 [[nodiscard]] LoopbackIdentity makeIdentity(const IdentityOptions& options);
-
-struct FreeTlsContext {
-  void operator()(TlsContext* context) const;
-};
-
-[[nodiscard]] std::unique_ptr<TlsContext, FreeTlsContext> makeServerContext(
-    const LoopbackIdentity& identity);
 
 }  // namespace Support

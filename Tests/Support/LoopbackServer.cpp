@@ -1,6 +1,8 @@
 #include "LoopbackServer.h"
 
-#include <arpa/inet.h>
+#include "Support/TemporaryDirectory.h"
+
+#include <netdb.h>
 #include <openssl/ssl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -10,7 +12,6 @@
 #include <charconv>
 #include <chrono>
 #include <csignal>
-#include <cstring>
 #include <stdexcept>
 
 namespace Support {
@@ -47,28 +48,16 @@ struct LoopbackServer::Connection {
 
 namespace {
 
-template <class Address, class Call>
-int withAddress(Call call, int socket, Address& address, socklen_t size) {
-  sockaddr_storage storage{};
-  std::memcpy(&storage, &address, sizeof address);
-  const int result = call(socket, reinterpret_cast<sockaddr*>(&storage), size);
-  std::memcpy(&address, &storage, sizeof address);
-  return result;
-}
-
-/// Binds a socket to the port of loopback that `address` names, or to a free one; returns which.
-template <class Address>
-std::uint16_t bindTo(int socket, Address& address, in_port_t Address::* port) {
-  socklen_t size = sizeof address;
-  const int shared = 1;  // with a deaf one, and with what is left of earlier connections
-  setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &shared, sizeof shared);
-  const auto bindIt = [](int s, sockaddr* a, socklen_t length) { return bind(s, a, length); };
-  const auto nameIt = [&](int s, sockaddr* a, socklen_t) { return getsockname(s, a, &size); };
-  if (withAddress(bindIt, socket, address, size) != 0 ||
-      withAddress(nameIt, socket, address, size) != 0) {
-    throw std::runtime_error("no port of loopback could be had");
+std::shared_ptr<SSL_CTX> makeContext(const LoopbackIdentity& identity) {
+  const TemporaryDirectory directory;
+  directory.write("both.pem", identity.certificate + identity.key);
+  const auto file = (directory.path() / "both.pem").string();
+  const std::shared_ptr<SSL_CTX> context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
+  if (SSL_CTX_use_certificate_file(context.get(), file.c_str(), SSL_FILETYPE_PEM) != 1 ||
+      SSL_CTX_use_PrivateKey_file(context.get(), file.c_str(), SSL_FILETYPE_PEM) != 1) {
+    throw std::runtime_error("no identity for the server");
   }
-  return ntohs(address.*port);
+  return context;
 }
 
 std::size_t contentLength(std::string_view head) {
@@ -93,24 +82,28 @@ std::string httpReply(std::string_view status, std::string_view body, std::strin
 LoopbackServer::LoopbackServer(Handler handler, Options options)
     : handler_(std::move(handler)),
       options_(std::move(options)),
-      tls_(options_.identity ? makeServerContext(*options_.identity) : nullptr),
-      listener_(socket(options_.isIPv6 ? AF_INET6 : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  sockaddr_in v4{};
-  v4.sin_family = AF_INET;
-  v4.sin_port = htons(options_.port);
-  v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  sockaddr_in6 v6{};
-  v6.sin6_family = AF_INET6;
-  v6.sin6_port = htons(options_.port);
-  v6.sin6_addr = in6addr_loopback;
-  port_ = options_.isIPv6 ? bindTo(listener_, v6, &sockaddr_in6::sin6_port)
-                          : bindTo(listener_, v4, &sockaddr_in::sin_port);
+      tls_(options_.identity ? makeContext(*options_.identity) : nullptr) {
+  const addrinfo hints{.ai_flags = AI_NUMERICHOST, .ai_socktype = SOCK_STREAM};
+  addrinfo* found = nullptr;
+  getaddrinfo(options_.isIPv6 ? "::1" : "127.0.0.1", std::to_string(options_.port).c_str(), &hints,
+              &found);
+  const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> address(found, freeaddrinfo);
+  listener_ = socket(address->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const int shared = 1;  // with a deaf one, and with what is left of earlier connections
+  setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &shared, sizeof shared);
+  char port[8];
+  if (bind(listener_, address->ai_addr, address->ai_addrlen) != 0 ||
+      getsockname(listener_, address->ai_addr, &address->ai_addrlen) != 0 ||
+      getnameinfo(address->ai_addr, address->ai_addrlen, nullptr, 0, port, sizeof port,
+                  NI_NUMERICSERV) != 0) {
+    throw std::runtime_error("no port of loopback could be had");
+  }
+  port_ = static_cast<std::uint16_t>(std::stoi(port));
   if (options_.isDeaf) return;
   listen(listener_, options_.isFull ? 0 : SOMAXCONN);
   if (options_.isFull) {
     filler_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    withAddress([](int s, sockaddr* a, socklen_t length) { return connect(s, a, length); }, filler_,
-                v4, sizeof v4);
+    static_cast<void>(connect(filler_, address->ai_addr, address->ai_addrlen));
     return;
   }
   acceptor_ = std::thread([this] { accept(); });

@@ -14,6 +14,8 @@
 #include <thread>
 #include <vector>
 
+struct ssl_ctx_st;
+
 namespace Support {
 
 struct LoopbackRequest {
@@ -73,7 +75,7 @@ class LoopbackServer {
 
   const Handler handler_;
   const Options options_;
-  const std::unique_ptr<TlsContext, FreeTlsContext> tls_;
+  const std::shared_ptr<ssl_ctx_st> tls_;
   int listener_ = -1;
   int filler_ = -1;
   std::uint16_t port_ = 0;

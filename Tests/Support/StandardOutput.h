@@ -1,8 +1,7 @@
 #pragma once
 
-#include <unistd.h>
+#include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
 
 namespace Support {
@@ -10,32 +9,20 @@ namespace Support {
 /// Keeps back what is printed on standard output while it lives.
 class StandardOutput {
  public:
-  StandardOutput() : file_(std::tmpfile()) {
-    std::fflush(stdout);
-    original_ = ::dup(STDOUT_FILENO);
-    ::dup2(::fileno(file_), STDOUT_FILENO);
-  }
+  StandardOutput() { testing::internal::CaptureStdout(); }
   StandardOutput(const StandardOutput&) = delete;
   StandardOutput& operator=(const StandardOutput&) = delete;
-  ~StandardOutput() {
-    std::fflush(stdout);
-    ::dup2(original_, STDOUT_FILENO);
-    ::close(original_);
-    std::fclose(file_);
-  }
+  ~StandardOutput() { testing::internal::GetCapturedStdout(); }
 
   /// All that was printed so far.
   [[nodiscard]] std::string text() const {
-    std::fflush(stdout);
-    std::string text(1 << 16, '\0');
-    const auto size = ::pread(::fileno(file_), text.data(), text.size(), 0);
-    text.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
-    return text;
+    text_ += testing::internal::GetCapturedStdout();
+    testing::internal::CaptureStdout();
+    return text_;
   }
 
  private:
-  std::FILE* file_;
-  int original_ = -1;
+  mutable std::string text_;
 };
 
 }  // namespace Support
