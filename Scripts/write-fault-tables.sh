@@ -24,6 +24,7 @@ case "${1-}" in
       awk -F '\t' '
         BEGIN {
           says[8] = "could not be reached"; says[9] = "did not answer in time"
+          says[11] = "no secure connection"
           says[13] = "connection lost"; says[14] = "not proper HTTP"; says[15] = "too large"
         }
         !/^#/ {

@@ -123,46 +123,35 @@ TEST(ConcurrencyTest, CallbacksMayGoOnWithFurtherRequests) {
   EXPECT_EQ(server.requests().size(), 10U);
 }
 
-/// Answers whether what `watched` watches is gone, out of a task that runs right after this one.
-template <class Post>
-std::future<bool> lookNext(Post post, std::weak_ptr<int> watched) {
-  auto isGone = std::make_shared<std::promise<bool>>();
-  auto answer = isGone->get_future();
-  post([isGone, watched] { isGone->set_value(watched.expired()); });
-  return answer;
-}
-
 TEST(ConcurrencyTest, CallbacksAreLetGoOfRightAfterTheirCall) {
   const LoopbackServer server(echo);
   const Client client(server.origin());
   PellixPlatform::DispatchQueue queue;
-  const auto postToWorker = [&](std::function<void()> task) { client.quorvel->post(task); };
-  const auto postToQueue = [&](std::function<void()> task) { queue.post(task); };
   for (int i = 0; i < 300; ++i) {
+    const bool isTask = i % 5 == 4;
+    const bool isQueued = !isTask && i % 2 == 0;
     auto held = std::make_shared<int>(i);
     const std::weak_ptr<int> watched = held;
-    const auto isGone = std::make_shared<std::promise<std::future<bool>>>();
-    if (i % 5 == 4) {
-      client.quorvel->post([kept = std::exchange(held, nullptr), isGone, &postToWorker] {
-        isGone->set_value(lookNext(postToWorker, kept));
-      });
+    std::promise<bool> isGone;
+    // A task that runs right after the callback looks.
+    auto callback = [&, kept = std::move(held)](auto&&...) {
+      const auto look = [&] {
+        if (isQueued) queue.stop();
+        isGone.set_value(watched.expired());
+      };
+      isQueued ? queue.post(look) : client.quorvel->post(look);
+    };
+    if (isTask) {
+      client.quorvel->post(std::move(callback));
     } else {
-      const bool isQueued = i % 2 == 0;
       auto parameters = client.parameters();
       parameters.dispatchQueue = isQueued ? &queue : nullptr;
-      if (i % 3 == 0)
-        parameters.urlComponent = PellixPlatform::URL::parse("http://refused").value();
-      ProviderService(parameters)
-          .perform([kept = std::exchange(held, nullptr), isGone, isQueued, &postToWorker,
-                    &postToQueue, &queue](auto, auto, auto) {
-            isGone->set_value(isQueued ? lookNext(postToQueue, kept)
-                                       : lookNext(postToWorker, kept));
-            if (isQueued) queue.post([&queue] { queue.stop(); });
-          });
+      const auto refused = PellixPlatform::URL::parse("http://refused").value();
+      if (i % 3 == 0) parameters.urlComponent = refused;
+      ProviderService(parameters).perform(std::move(callback));
       if (isQueued) queue.run();
     }
-    EXPECT_TRUE(valueOf(valueOf(isGone->get_future()))) << i;
-    EXPECT_TRUE(watched.expired()) << i;
+    EXPECT_TRUE(valueOf(isGone.get_future())) << i;
   }
 }
 

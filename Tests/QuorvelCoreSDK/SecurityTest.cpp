@@ -1,11 +1,10 @@
 #include "Client.h"
 #include "Support/Recorder.h"
+#include "Support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 
 namespace QuorvelCoreSDK {
 namespace {
@@ -19,11 +18,10 @@ using testing::Not;
 
 class SecurityTest : public testing::Test {
  protected:
-  SecurityTest() { std::ofstream(trusted_) << authority_.certificate; }
-  ~SecurityTest() override { std::filesystem::remove(trusted_); }
+  SecurityTest() { directory_.write("trusted.pem", authority_.certificate); }
 
-  const std::filesystem::path trusted_ =
-      testing::TempDir() + testing::UnitTest::GetInstance()->current_test_info()->name() + ".pem";
+  const Support::TemporaryDirectory directory_;
+  const std::filesystem::path trusted_ = directory_.path() / "trusted.pem";
   const LoopbackIdentity authority_ = makeIdentity({.names = "DNS:authority.invalid"});
   Support::LogRecorder log_;
 };
@@ -63,28 +61,17 @@ TEST_F(SecurityTest, TrustsWhomItShould) {
   }
 }
 
-TEST_F(SecurityTest, SaysWhyNoSecureConnectionCameAbout) {
-  const LoopbackServer plain(
-      replying(httpReply("400 Bad Request"), Support::LoopbackReply::Then::close),
-      {.answersUnasked = true});
-  auto address = plain.origin("localhost");
-  const auto outcome = Client(address.insert(4, "s")).perform();
-  EXPECT_EQ(outcome.code(), CoreErrorCode::secureConnectionFailed) << outcome.text();
-  EXPECT_THAT(outcome.text(), HasSubstr("wrong version number"));
-}
-
 TEST_F(SecurityTest, SaysThatTheTrustedCertificatesCannotBeRead) {
   const LoopbackServer server(replying(httpReply("200 OK")), {.identity = makeIdentity({})});
-  const auto garbage = trusted_.string() + ".garbage";
-  std::ofstream(garbage) << "no certificate";
-  for (const auto& file : {trusted_.string() + ".absent", garbage}) {
+  directory_.write("garbage", "no certificate");
+  for (const char* name : {"absent", "garbage"}) {
+    const auto file = directory_.path() / name;
     const auto outcome =
         Client(server.origin(), {.network = {.certificateAuthorities = file}}).perform();
     EXPECT_EQ(outcome.code(), CoreErrorCode::unreadableCertificateStore) << outcome.text();
-    EXPECT_THAT(outcome.text(), HasSubstr(file));
+    EXPECT_THAT(outcome.text(), HasSubstr(file.string()));
   }
   EXPECT_TRUE(server.requests().empty());
-  std::filesystem::remove(garbage);
 }
 
 TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationAlone) {
