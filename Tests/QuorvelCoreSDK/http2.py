@@ -5,6 +5,7 @@
 Prints its port. Answers /count with the number of other requests that it took, and ends.
 """
 import collections
+import contextlib
 import itertools
 import socket
 import ssl
@@ -24,24 +25,19 @@ ended = threading.Event()
 
 def end_in_its_way(channel, connection, stream):
     """Returns whether the connection goes on."""
+    codes = {"reset-stream-refused": h2.errors.ErrorCodes.REFUSED_STREAM,
+             "reset-stream-failed": h2.errors.ErrorCodes.INTERNAL_ERROR}
+    if way in codes:
+        connection.reset_stream(stream, error_code=codes[way])
+        return True
     if way == "reset-connection":
         channel.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
-        return False
-    if way.startswith("reset-stream"):
-        code = {"reset-stream-refused": h2.errors.ErrorCodes.REFUSED_STREAM,
-                "reset-stream-failed": h2.errors.ErrorCodes.INTERNAL_ERROR}[way]
-        connection.reset_stream(stream, error_code=code)
-        return True
-    if way.startswith("go-away"):
-        last = {"go-away-before": stream - 2, "go-away-behind": stream}[way]
-        connection.close_connection(last_stream_id=last)
+    elif way.startswith("go-away"):
+        connection.close_connection(last_stream_id=stream - 2 * (way == "go-away-before"))
         channel.sendall(connection.data_to_send())
-    if way == "say-farewell":
+    elif way == "say-farewell":
         channel.settimeout(1)
-        try:
-            channel.unwrap()
-        except OSError:
-            pass  # the other side need not answer
+        channel.unwrap()  # raises, if the other side does not answer
     return False
 
 
@@ -84,16 +80,13 @@ def accept():
         print(listener.getsockname()[1], flush=True)
         for number in itertools.count():
             channel = context.wrap_socket(listener.accept()[0], server_side=True)
-            threading.Thread(target=lambda c=channel, n=number: serve_and_close(c, n == 0),
+            threading.Thread(target=serve_and_close, args=(channel, number == 0),
                              daemon=True).start()
 
 
 def serve_and_close(channel, is_first):
-    try:
+    with contextlib.suppress(OSError), channel:
         serve(channel, is_first)
-    except OSError:
-        pass
-    channel.close()
     if ended.is_set():
         finished.set()
 

@@ -109,14 +109,6 @@ std::vector<std::string> PackagedServer::command(const ServerOptions& options) c
   return command;
 }
 
-std::string PackagedServer::origin() const {
-  return "https://" + address_ + ":" + std::to_string(port_);
-}
-
-fs::path PackagedServer::certificate() const {
-  return directory_.path() / "certificate.pem";
-}
-
 void PackagedServer::reload() {
   const auto before = process_->children();
   process_->signal(program_ == Program::nginx ? SIGHUP : SIGUSR1);

@@ -28,8 +28,12 @@ class PackagedServer {
  public:
   explicit PackagedServer(const ServerOptions& options);
 
-  [[nodiscard]] std::string origin() const;
-  [[nodiscard]] std::filesystem::path certificate() const;
+  [[nodiscard]] std::string origin() const {
+    return "https://" + address_ + ":" + std::to_string(port_);
+  }
+  [[nodiscard]] std::filesystem::path certificate() const {
+    return directory_.path() / "certificate.pem";
+  }
 
   /// Has it read its configuration again: new processes take over, and the old ones end when they
   /// have answered what they received.

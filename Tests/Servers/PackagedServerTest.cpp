@@ -31,8 +31,7 @@ void expectEachReceivedOnce(Conversation& conversation) {
   for (const auto& [question, times] : received) EXPECT_EQ(times, 1U) << question;
 }
 
-constexpr auto nginx = Program::nginx;
-constexpr auto apache = Program::apache;
+using enum Program;
 
 class PackagedServerTest : public testing::TestWithParam<ServerOptions> {};
 
