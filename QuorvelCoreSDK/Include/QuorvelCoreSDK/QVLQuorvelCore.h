@@ -181,11 +181,11 @@ enum QVLLogLevel {
 void QVLCoreLogger_setLevel(int level);
 
 /* Gets each line of the log, borrowed and not followed by a NUL, on the thread that logs, also on
- * several at once; or on the main queue (QVLMainQueue_takeAllCallbacks). Without a function, lines
- * go to standard error. A sink may call the libraries, and what they log within it goes to standard
- * error, warnings and up. But it may be the worker thread that logs, or a thread that the library
- * knows nothing of: so a sink does not call QVLQuorvel_waitUntilIdle, nor does it run the main
- * queue. */
+ * several at once; or on the main queue (QVLMainQueue_takeAllCallbacks), from where
+ * QVLQuorvel_shutDown takes lines away unread. Without a function, lines go to standard error. A
+ * sink may call the libraries, and what they log within it goes to standard error, warnings and up.
+ * But it may be the worker thread that logs, or a thread that the library knows nothing of: so a
+ * sink does not call QVLQuorvel_waitUntilIdle, nor does it run the main queue. */
 typedef void (*QVLLogSink)(int level, const char* line, size_t lineLength, void* context);
 bool QVLCoreLogger_setSink(QVLLogSink sink, void* context, QVLContextRelease release);
 
