@@ -3,7 +3,6 @@
 
 #include "Fuzz.h"
 #include "QuorvelCoreSDK/Source/SharedInstance.h"
-#include "Support/Recorder.h"
 #include "VeltraneProvidersSDK/Source/SharedInstance.h"
 
 #include <PellixProvidersSDK/QVLPellix.h>
@@ -62,7 +61,7 @@ class Host {
 
   /// Lets everything end, gives everything back, and checks that nothing is left of it.
   ~Host() {
-    Support::settle(*transport_);
+    transport_->settle();
     QVLMainQueue_setWakeHook(nullptr, nullptr, nullptr);
     QVLCoreLogger_setLevel(QVLLogLevelOff);
     QVLCoreLogger_setSink(nullptr, nullptr, nullptr);
@@ -213,7 +212,7 @@ class Host {
     const auto what = input_.byte() % 3;
     if (what == 0) transport_->run();
     if (what == 1) QVLMainQueue_runPending();
-    if (what == 2) Support::settle(*transport_);
+    if (what == 2) transport_->settle();
   }
 
   Held* someHeld() { return held_.empty() ? nullptr : &held_[input_.byte() % held_.size()]; }

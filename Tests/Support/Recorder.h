@@ -2,8 +2,6 @@
 
 #include <QuorvelCoreSDK/CoreLogger.h>
 
-#include <QuorvelCoreSDKTesting/ScriptedTransport.h>
-
 #include <memory>
 #include <mutex>
 #include <string>
@@ -50,9 +48,5 @@ class LogRecorder {
   std::shared_ptr<Lines> lines_ = std::make_shared<Lines>();
   std::ptrdiff_t seen_ = 0;
 };
-
-inline void settle(QuorvelCoreSDK::Testing::ScriptedTransport& transport) {
-  transport.settle();
-}
 
 }  // namespace Support
