@@ -1,0 +1,166 @@
+"""What there is once in a process: the thread that runs the library's main queue, the callbacks of
+all operations, the log, and the end.
+
+Callbacks come on that thread, on the core's worker, or on a thread that calls the library. None may
+come any more once the interpreter goes: a thread that then waits for its lock is ended within the
+library's code, and the process with it. So the end waits until no thread is within a call that may
+call back, and until the library has let go of all callbacks.
+"""
+import atexit
+import bisect
+import contextlib
+import ctypes
+import itertools
+import logging
+import os
+import threading
+import weakref
+from collections.abc import Callable, Iterator
+from concurrent.futures import Future, wait
+from ctypes import c_bool, c_int, c_int64, c_size_t, c_void_p
+from typing import Any, TypeVar
+
+from . import _library
+from ._errors import ClosedError, SilentEndError, failure
+from ._library import Handle, function
+from ._records import Record
+
+R = TypeVar("R", bound=Record)
+
+_run_queue = function("QVLMainQueue_run", None)
+_stop_queue = function("QVLMainQueue_stop", None)
+_shut_down = function("QVLQuorvel_shutDown", c_bool, c_int64)
+_wait_until_idle = function("QVLQuorvel_waitUntilIdle", c_bool, c_void_p, c_int64)
+_set_sink = function("QVLCoreLogger_setSink", c_bool, *_library.CALLBACK)
+_set_level = function("QVLCoreLogger_setLevel", None, c_int)
+
+LONGEST_END = 10.0  # seconds
+_LIMIT = _library.milliseconds(LONGEST_END, "LONGEST_END")
+LOGGER = logging.getLogger("pellix")
+LEVELS = (logging.DEBUG, logging.INFO, logging.WARNING, logging.ERROR)
+
+_numbers = itertools.count(1)
+contexts: dict[int, Any] = {}  # what the library has a number for
+_state = threading.Condition()  # guards what follows
+_calls = 0  # threads within a call that may call back
+_client: "weakref.ref[object] | None" = None  # the one that is open
+_has_ended = False
+_queue_thread: threading.Thread | None = None
+
+
+@_library.callback(c_void_p, c_void_p, c_void_p)
+def _finished(record: int, error: int, number: int) -> None:
+    operation, kind = contexts.pop(number)
+    if not operation.set_running_or_notify_cancel():
+        return
+    if error:
+        operation.set_exception(failure(error))
+    else:
+        operation.set_result(kind._retaining(record))
+
+
+@_library.callback(c_void_p)
+def released(number: int) -> None:
+    """Lets go of a context. That of an operation still is there only if the end was a silent one."""
+    held = contexts.pop(number, None)
+    if isinstance(held, tuple) and held[0].set_running_or_notify_cancel():
+        held[0].set_exception(SilentEndError())
+
+
+@_library.callback(c_int, c_void_p, c_size_t, c_void_p)
+def _log(level: int, line: int, length: int, _: int) -> None:
+    LOGGER.log(LEVELS[level], "%s", ctypes.string_at(line, length).decode(errors="replace"))
+
+
+def context(value: Any) -> int:
+    """The number that stands for a value until the library calls `released`."""
+    number = next(_numbers)
+    contexts[number] = value
+    return number
+
+
+@contextlib.contextmanager
+def calling(client: object) -> Iterator[None]:
+    """Within it, the client calls what may call back."""
+    global _calls
+    with _state:
+        if _has_ended:
+            raise ClosedError("The interpreter is about to end")
+        if _client is None or _client() is not client:
+            raise ClosedError("The client is closed")
+        _calls += 1
+    try:
+        yield
+    finally:
+        with _state:
+            _calls -= 1
+            _state.notify_all()
+
+
+def start(client: object, kind: type[R], begin: Callable[..., None],
+          *arguments: Any) -> "Future[R]":
+    """Begins an operation that gives a record."""
+    global _queue_thread
+    operation: Future[R] = Future()
+    with calling(client):
+        with _state:
+            # Not before it is needed: a child that is forked earlier makes its own.
+            if _queue_thread is None:
+                _queue_thread = threading.Thread(target=_run_queue, name="pellix", daemon=True)
+                _queue_thread.start()
+        begin(*arguments, _finished, context((operation, kind)), released)
+    return operation
+
+
+def occupy(client: object) -> None:
+    """Makes it the process's client."""
+    global _client
+    with _state:
+        if _client is not None and _client() is not None:
+            raise RuntimeError("Another client is open: a process has one account at a time")
+        _client = weakref.ref(client)
+    _set_sink(_log, None, None)
+    _set_level(bisect.bisect_left(LEVELS, LOGGER.getEffectiveLevel()))
+
+
+def vacate(client: object, quorvel: Handle | None, timeout: float) -> None:
+    """Makes way for another client. What is under way after the timeout ends without an answer."""
+    global _client
+    limit = _library.milliseconds(timeout, "timeout")
+    with _state:
+        if _client is None or _client() is not client:
+            return
+        _client = weakref.ref(vacate)  # nobody's meanwhile
+        _state.wait_for(lambda: _calls == 0, LONGEST_END)
+    try:
+        begun = [each[0] for each in list(contexts.values()) if isinstance(each, tuple)]
+        if quorvel and not wait(begun, timeout).not_done:
+            _wait_until_idle(quorvel, limit)  # votes have no callback of ours
+    finally:
+        _shut_down(_LIMIT)
+        with _state:
+            _client = None
+
+
+@atexit.register
+def _end() -> None:
+    global _has_ended
+    with _state:
+        _has_ended = True
+        _state.wait_for(lambda: _calls == 0, LONGEST_END)
+    _shut_down(_LIMIT)
+    _set_sink(None, None, None)
+    if _queue_thread and _queue_thread.is_alive():  # a forked child does not have it
+        _stop_queue()
+        _queue_thread.join(LONGEST_END)
+
+
+def _begin_child() -> None:
+    global _calls
+    _calls = 0
+    contexts.clear()
+    _state.release()
+
+
+os.register_at_fork(before=_state.acquire, after_in_parent=_state.release,
+                    after_in_child=_begin_child)
