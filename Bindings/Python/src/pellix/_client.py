@@ -53,13 +53,13 @@ _OPTIONS: dict[str, tuple[Callable[[Any, str], Any], Callable[..., Any]]] = {
     "logs_tls_secrets": (_library.boolean, _option("setLogsTlsSecrets", c_bool)),
 }
 
-# The library keeps what it was set up with for an application: every client is one of its own.
-_applications = itertools.count(1)
+_numbers = itertools.count(1)
+_suppliers: dict[int, TokenSupplier] = {}
 
 
 @_library.callback(c_void_p, c_void_p)
 def _supply(receiver: int, number: int) -> None:
-    token = _host.contexts[number]()
+    token = _suppliers[number]()
     if token is not None:
         _hand_over(receiver, *text(token, "The supplied token"))
 
@@ -99,6 +99,7 @@ class Client:
                     else text(lumeno_locale_override, "lumeno_locale_override"))
 
         self._quorvel: Handle | None = None
+        self._number = next(_numbers)
         _host.occupy(self)
         try:
             with _host.calling(self):
@@ -106,7 +107,10 @@ class Client:
                 for put, value in chosen:
                     put(configuration, *(value if isinstance(value, tuple) else (value,)))
                 if callable(token):
-                    _set_supplier(configuration, _supply, _host.context(token), _host.released)
+                    # The library would release it at any time and on any thread, which could be
+                    # while the interpreter goes.
+                    _suppliers[self._number] = token
+                    _set_supplier(configuration, _supply, self._number, None)
                 _set_languages(languages, len(languages or ()))
                 self._set_up(address, configuration, override)
         except BaseException:
@@ -115,7 +119,8 @@ class Client:
 
     def _set_up(self, address: tuple[bytes, int], configuration: Handle,
                 override: tuple[bytes | None, int]) -> None:
-        application = text(f"python-{next(_applications)}", "application")
+        # The library keeps what it was set up with for one application: each client is another.
+        application = text(f"python-{self._number}", "application")
         error = c_void_p()
         quorvel = _initialize_core(*address, *application, *text("pellix", "client"),
                                    configuration, byref(error))
@@ -169,6 +174,7 @@ class Client:
         Closing again does nothing. Not for token suppliers and handlers of the log.
         """
         _host.vacate(self, self._quorvel, timeout)
+        _suppliers.pop(self._number, None)
 
     def __enter__(self) -> "Client":
         return self

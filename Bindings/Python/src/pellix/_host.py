@@ -40,7 +40,7 @@ LOGGER = logging.getLogger("pellix")
 LEVELS = (logging.DEBUG, logging.INFO, logging.WARNING, logging.ERROR)
 
 _numbers = itertools.count(1)
-contexts: dict[int, Any] = {}  # what the library has a number for
+_operations: dict[int, tuple[Future[Any], type[Record]]] = {}  # by their callbacks' context
 _state = threading.Condition()  # guards what follows
 _calls = 0  # threads within a call that may call back
 _client: "weakref.ref[object] | None" = None  # the one that is open
@@ -50,7 +50,7 @@ _queue_thread: threading.Thread | None = None
 
 @_library.callback(c_void_p, c_void_p, c_void_p)
 def _finished(record: int, error: int, number: int) -> None:
-    operation, kind = contexts.pop(number)
+    operation, kind = _operations.pop(number)
     if not operation.set_running_or_notify_cancel():
         return
     if error:
@@ -60,11 +60,11 @@ def _finished(record: int, error: int, number: int) -> None:
 
 
 @_library.callback(c_void_p)
-def released(number: int) -> None:
-    """Lets go of a context. That of an operation still is there only if the end was a silent one."""
-    held = contexts.pop(number, None)
-    if isinstance(held, tuple) and held[0].set_running_or_notify_cancel():
-        held[0].set_exception(SilentEndError())
+def _released(number: int) -> None:
+    """The operation is still there only if its end was a silent one."""
+    operation, _ = _operations.pop(number, (None, None))
+    if operation and operation.set_running_or_notify_cancel():
+        operation.set_exception(SilentEndError())
 
 
 @_library.callback(c_int, c_void_p, c_size_t, c_void_p)
@@ -72,21 +72,12 @@ def _log(level: int, line: int, length: int, _: int) -> None:
     LOGGER.log(LEVELS[level], "%s", ctypes.string_at(line, length).decode(errors="replace"))
 
 
-def context(value: Any) -> int:
-    """The number that stands for a value until the library calls `released`."""
-    number = next(_numbers)
-    contexts[number] = value
-    return number
-
-
 @contextlib.contextmanager
 def calling(client: object) -> Iterator[None]:
     """Within it, the client calls what may call back."""
     global _calls
     with _state:
-        if _has_ended:
-            raise ClosedError("The interpreter is about to end")
-        if _client is None or _client() is not client:
+        if _has_ended or _client is None or _client() is not client:
             raise ClosedError("The client is closed")
         _calls += 1
     try:
@@ -108,7 +99,9 @@ def start(client: object, kind: type[R], begin: Callable[..., None],
             if _queue_thread is None:
                 _queue_thread = threading.Thread(target=_run_queue, name="pellix", daemon=True)
                 _queue_thread.start()
-        begin(*arguments, _finished, context((operation, kind)), released)
+        number = next(_numbers)
+        _operations[number] = operation, kind
+        begin(*arguments, _finished, number, _released)
     return operation
 
 
@@ -116,11 +109,13 @@ def occupy(client: object) -> None:
     """Makes it the process's client."""
     global _client
     with _state:
+        if _has_ended:
+            raise ClosedError("The interpreter is about to end")
         if _client is not None and _client() is not None:
             raise RuntimeError("Another client is open: a process has one account at a time")
         _client = weakref.ref(client)
-    _set_sink(_log, None, None)
-    _set_level(bisect.bisect_left(LEVELS, LOGGER.getEffectiveLevel()))
+        _set_sink(_log, None, None)
+        _set_level(bisect.bisect_left(LEVELS, LOGGER.getEffectiveLevel()))
 
 
 def vacate(client: object, quorvel: Handle | None, timeout: float) -> None:
@@ -133,7 +128,7 @@ def vacate(client: object, quorvel: Handle | None, timeout: float) -> None:
         _client = weakref.ref(vacate)  # nobody's meanwhile
         _state.wait_for(lambda: _calls == 0, LONGEST_END)
     try:
-        begun = [each[0] for each in list(contexts.values()) if isinstance(each, tuple)]
+        begun = [operation for operation, _ in list(_operations.values())]
         if quorvel and not wait(begun, timeout).not_done:
             _wait_until_idle(quorvel, limit)  # votes have no callback of ours
     finally:
@@ -149,6 +144,7 @@ def _end() -> None:
         _has_ended = True
         _state.wait_for(lambda: _calls == 0, LONGEST_END)
     _shut_down(_LIMIT)
+    _set_level(len(LEVELS))
     _set_sink(None, None, None)
     if _queue_thread and _queue_thread.is_alive():  # a forked child does not have it
         _stop_queue()
@@ -158,7 +154,7 @@ def _end() -> None:
 def _begin_child() -> None:
     global _calls
     _calls = 0
-    contexts.clear()
+    _operations.clear()
     _state.release()
 
 
