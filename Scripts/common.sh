@@ -11,14 +11,14 @@ library_packages=(g++ cmake ninja-build pkg-config libcurl4-openssl-dev libexpat
 app_packages=(libcli11-dev libcpp-httplib-dev libfmt-dev libsqlite3-dev
   nlohmann-json3-dev)
 test_packages=(apache2-bin bindgen bzip2 default-jdk-headless iproute2 libclang1-14 libglib2.0-dev libgmock-dev
-  libgtest-dev libplist-dev locales nodejs openssl python3 python3-cffi python3-h2 ruby swig
-  unicode-data valgrind)
+  libgtest-dev libplist-dev locales nodejs openssl python3 python3-cffi python3-h2 python3-pip
+  python3-setuptools python3-wheel ruby swig unicode-data valgrind)
 # Debian has Node's headers in a package of their own; others have them in Node's.
 [[ -e /usr/include/node/node_api.h ]] || test_packages+=(libnode-dev)
 bench_packages=(nlohmann-json3-dev openssl python3 rapidjson-dev valgrind)
 packages=("${library_packages[@]}" "${app_packages[@]}" "${test_packages[@]}")
 all_packages=(clang-19 clang-format-19 clang-tidy-19 git googletest libc++-19-dev libc++abi-19-dev
-  libclang-rt-19-dev qt6-base-dev)
+  libclang-rt-19-dev mypy qt6-base-dev)
 fuzz_packages=(clang-19 libc++-19-dev libc++abi-19-dev libclang-rt-19-dev libplist-dev llvm-19
   nlohmann-json3-dev)
 mutants_packages=(ccache git libclang-common-19-dev lld patch python3-clang-19)
