@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # Makes the source distribution, a wheel from it, and a fresh virtual environment with that, all without
-# a network; then runs the documentation's program there.
+# a network; then runs a program there.
 #
-#   wheel.sh PYTHON ROOT, with PELLIX_LIBRARY and PELLIX_ANSWER_SERVICE as the other tests have them
+#   wheel.sh PYTHON ROOT PROGRAM, with PELLIX_LIBRARY and PELLIX_ANSWER_SERVICE as the other tests have them
 set -euo pipefail
-python=$1 root=$2
+python=$1 root=$2 program=$3
 work=$(mktemp -d)
 service=
 trap 'kill $service 2>/dev/null || true; rm -rf "$work"' EXIT
@@ -25,13 +25,13 @@ version=$(sed -n '/ShortVersion/{n;s/.*>\(.*\)<.*/\1/p}' "$root/Source/Resources
 "$python" -m pip --python environment/bin/python install -q --no-deps ./*.whl
 [[ -e $(echo environment/lib/python3*/site-packages/pellix/py.typed) ]]
 
-"$root/Scripts/extract-code.sh" python "$root/Docs/Python.md" >program.py
+[[ $(environment/bin/python -c "import pellix; print(pellix.version())") == "$version" ]]
 exec {listening}< <(exec "$PELLIX_ANSWER_SERVICE" --quiet --token a-token)
 service=$!
 read -r -u "$listening" line
 export PELLIX_ACCOUNT_URL=${line##* } PELLIX_TOKEN=a-token
-grep -q password <<<"$(environment/bin/python program.py "I forgot my password")"
-PELLIX_TOKEN=wrong environment/bin/python program.py "Password" 2>said && exit 1
+grep -q password <<<"$(environment/bin/python "$program" "I forgot my password")"
+PELLIX_TOKEN=wrong environment/bin/python "$program" "Password" 2>said && exit 1
 grep -q 'com.pellix.providers (401): Unauthorized' said
-PELLIX_LIBRARY=/none environment/bin/python program.py "Password" 2>said && exit 1
+PELLIX_LIBRARY=/none environment/bin/python "$program" "Password" 2>said && exit 1
 grep -q '^ImportError: .*PELLIX_LIBRARY' said

@@ -9,6 +9,7 @@
 from ._client import AsyncClient, Client, TokenSupplier
 from ._errors import (CORE_DOMAIN, DECODING_DOMAIN, DISABLED_CODE, DISABLED_DOMAIN, SERVICE_DOMAIN,
                       ClosedError, CoreError, DecodingError, PellixError, SilentEndError)
+from ._library import version
 from ._records import (Deflection, DeflectionArticle, DeflectionResponse, HTTPURLResponse,
                        PellixDispatcherResponse, RejectionReason)
 
@@ -17,5 +18,5 @@ __all__ = [
     "CORE_DOMAIN", "DECODING_DOMAIN", "DISABLED_CODE", "DISABLED_DOMAIN", "SERVICE_DOMAIN",
     "ClosedError", "CoreError", "DecodingError", "PellixError", "SilentEndError",
     "Deflection", "DeflectionArticle", "DeflectionResponse", "HTTPURLResponse",
-    "PellixDispatcherResponse", "RejectionReason",
+    "PellixDispatcherResponse", "RejectionReason", "version",
 ]

@@ -16,8 +16,12 @@ from ._records import DeflectionResponse, PellixDispatcherResponse, RejectionRea
 TokenSupplier = Callable[[], str | None]
 
 
-def _option(name: str, *arguments: Any) -> Callable[..., Any]:
-    return function(f"QVLQuorvelConfiguration_{name}", c_bool, c_void_p, *arguments)
+def _option(name: str, *arguments: Any, result: Any = c_bool) -> Callable[..., Any]:
+    return function(f"QVLQuorvelConfiguration_{name}", result, c_void_p, *arguments)
+
+
+def _limit(name: str, of: Any = c_int64) -> Callable[..., Any]:
+    return _option(name, of, result=None)
 
 
 _make_configuration = function("QVLQuorvelConfiguration_init", c_void_p)
@@ -45,12 +49,12 @@ _reject = function(_OPERATION.format("rejectWithArticle", "reason_callback"), No
 _OPTIONS: dict[str, tuple[Callable[[Any, str], Any], Callable[..., Any]]] = {
     "certificate_authorities": (_library.path, _option("setCertificateAuthorities", *TEXT)),
     "proxy": (text, _option("setProxy", *TEXT)),
-    "ignore_proxy_environment": (_library.boolean, _option("setIgnoreProxyEnvironment", c_bool)),
-    "connect_timeout": (_library.milliseconds, _option("setConnectTimeout", c_int64)),
-    "request_timeout": (_library.milliseconds, _option("setRequestTimeout", c_int64)),
-    "max_response_bytes": (_library.size, _option("setMaxResponseBytes", c_size_t)),
-    "settings_time_to_live": (_library.milliseconds, _option("setSettingsTimeToLive", c_int64)),
-    "logs_tls_secrets": (_library.boolean, _option("setLogsTlsSecrets", c_bool)),
+    "ignore_proxy_environment": (_library.boolean, _limit("setIgnoreProxyEnvironment", c_bool)),
+    "connect_timeout": (_library.milliseconds, _limit("setConnectTimeout")),
+    "request_timeout": (_library.milliseconds, _limit("setRequestTimeout")),
+    "max_response_bytes": (_library.size, _limit("setMaxResponseBytes", c_size_t)),
+    "settings_time_to_live": (_library.milliseconds, _limit("setSettingsTimeToLive")),
+    "logs_tls_secrets": (_library.boolean, _limit("setLogsTlsSecrets", c_bool)),
 }
 
 _numbers = itertools.count(1)
@@ -105,7 +109,9 @@ class Client:
             with _host.calling(self):
                 configuration = Handle._owning(_make_configuration())
                 for put, value in chosen:
-                    put(configuration, *(value if isinstance(value, tuple) else (value,)))
+                    values = value if isinstance(value, tuple) else (value,)
+                    if put(configuration, *values) is False:
+                        raise MemoryError
                 if callable(token):
                     # The library would release it at any time and on any thread, which could be
                     # while the interpreter goes.

@@ -22,8 +22,8 @@ def function(name: str, result: Any, *arguments: Any) -> Callable[..., Any]:
     return found  # type: ignore[no-any-return]
 
 
-if (_version := function("QVLABIVersion", c_int64)()) != ABI_VERSION:
-    raise ImportError(f"The library's interface is {_version}, not {ABI_VERSION}.", path=_name)
+if (_abi := function("QVLABIVersion", c_int64)()) != ABI_VERSION:
+    raise ImportError(f"The library's interface is {_abi}, not {ABI_VERSION}.", path=_name)
 
 TEXT = (c_char_p, c_size_t)  # the bytes and their number
 CALLBACK = (c_void_p, c_void_p, c_void_p)  # function, context, release of the context
@@ -36,6 +36,16 @@ def callback(*arguments: Any) -> Callable[[Callable[..., None]], Any]:
 
 retain = function("QVLRetain", None, c_void_p)
 release = function("QVLRelease", None, c_void_p)
+
+
+_version = function("QVLPellix_version", c_size_t, c_char_p, c_size_t)
+
+
+def version() -> str:
+    """The version that the library's requests carry."""
+    characters = ctypes.create_string_buffer(_version(None, 0) + 1)
+    _version(characters, len(characters))
+    return characters.value.decode()
 
 
 class Handle:
