@@ -33,7 +33,8 @@ class Endings(unittest.TestCase):
 
     def test_records(self):
         async def ask(url):
-            async with pellix.Client(url, token=lambda: TOKEN, lumeno_locale_override="de") as client:
+            options = {"token": lambda: TOKEN, "lumeno_locale_override": "de"}
+            async with pellix.Client(url, **options) as client:
                 response = await client.ask("Passwort")
                 await client.resolve(*reported(response, 0))
                 await client.reject(*reported(response, 1), RejectionReason.REASON_1)
@@ -88,10 +89,15 @@ class Endings(unittest.TestCase):
             client.ask("?")
         with client:
             self.assertEnds(pellix.CORE_DOMAIN, CoreError.CANNOT_CONNECT, lambda: client.ask("?"))
+        with (pellix.Client(NOBODY, token=TOKEN) as client,
+              self.assertRaisesRegex(pellix.PellixError, pellix.DISABLED_DOMAIN) as raised):
+            client.ask("?")  # not even the settings
+        self.assertEqual(raised.exception.__cause__.code, CoreError.CANNOT_CONNECT)
 
     def assertEnds(self, domain, code, call):
         with self.assertRaises(pellix.PellixError if domain else pellix.SilentEndError) as raised:
             call()
+        self.assertIsNone(raised.exception.__cause__)
         error = pickle.loads(pickle.dumps(raised.exception))
         self.assertEqual((error.domain, error.code), (domain, code))
         self.assertIn(error.message, str(error))
@@ -119,7 +125,8 @@ class Misuse(unittest.TestCase):
         with pellix.Client(NOBODY, token=TOKEN) as client:
             for kind, call, *arguments in (
                     (TypeError, client.ask, b"bytes"), (UnicodeError, client.ask, "\udc00"),
-                    (TypeError, client.resolve, "1", 1, ""), (TypeError, client.resolve, 1, True, ""),
+                    (TypeError, client.resolve, "1", 1, ""),
+                    (TypeError, client.resolve, 1, True, ""),
                     (OverflowError, client.resolve, 1, 2**63, ""),
                     (TypeError, client.reject, 1, 1, "", 0), (ValueError, client.close, -1),
                     (RuntimeError, pellix.Client, NOBODY)):

@@ -53,6 +53,7 @@ _OPTIONS: dict[str, tuple[Callable[[Any, str], Any], Callable[..., Any]]] = {
     "connect_timeout": (_library.milliseconds, _limit("setConnectTimeout")),
     "request_timeout": (_library.milliseconds, _limit("setRequestTimeout")),
     "max_response_bytes": (_library.size, _limit("setMaxResponseBytes", c_size_t)),
+    "settings_timeout": (_library.milliseconds, _limit("setSettingsTimeout")),
     "settings_time_to_live": (_library.milliseconds, _limit("setSettingsTimeToLive")),
     "logs_tls_secrets": (_library.boolean, _limit("setLogsTlsSecrets", c_bool)),
 }
@@ -88,7 +89,7 @@ class Client:
                  certificate_authorities: str | os.PathLike[str] | None = None,
                  proxy: str | None = None, ignore_proxy_environment: bool | None = None,
                  connect_timeout: float | None = None, request_timeout: float | None = None,
-                 max_response_bytes: int | None = None,
+                 settings_timeout: float | None = None, max_response_bytes: int | None = None,
                  settings_time_to_live: float | None = None,
                  logs_tls_secrets: bool | None = None) -> None:
         given = locals()

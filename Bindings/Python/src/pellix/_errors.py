@@ -40,8 +40,8 @@ class PellixError(Exception):
 
 
 class SilentEndError(PellixError):
-    """An operation has ended with neither a record nor an error: the client was closed meanwhile, or
-    it is one of the endings that are silent by design. It has no domain."""
+    """An operation has ended with neither a record nor an error: the client was closed meanwhile,
+    or it is one of the endings that are silent by design. It has no domain."""
 
     def __init__(self, *_: object) -> None:
         super().__init__("", 0, "The operation has ended without an answer.")
@@ -59,14 +59,22 @@ _key_at = _library.text_function("QVLError_userInfo_keyAt", c_void_p, c_size_t)
 _text_for = _library.text_function("QVLError_userInfo_textForKey", c_void_p, *_library.TEXT)
 _integer_for = _library.function("QVLError_userInfo_integerForKey", c_bool, c_void_p,
                                  *_library.TEXT, c_void_p)
+_core = _library.function("QVLQuorvel_instance", c_void_p)
+_settings_failure = _library.function("QVLQuorvel_lastSettingsFailure", c_void_p, c_void_p,
+                                      c_void_p)
 
 
 def failure(error: Handle | int) -> PellixError:
-    """The library's error as an exception."""
+    """The library's error as an exception. If the feature is disabled because no settings could be
+    had, the cause says why."""
     user_info: dict[str, str | int] = {}
     for index in range(_key_count(error)):
         key, number = _key_at(error, index), c_int64()
         sized = _library.text(key, "key")
         is_integer = _integer_for(error, *sized, byref(number))
         user_info[key] = number.value if is_integer else _text_for(error, *sized)
-    return PellixError(_domain(error), _code(error), _message(error), user_info)
+    made = PellixError(_domain(error), _code(error), _message(error), user_info)
+    if made.domain == DISABLED_DOMAIN:
+        reason = _settings_failure(Handle._owning(_core()), None)
+        made.__cause__ = failure(Handle._owning(reason)) if reason else None
+    return made

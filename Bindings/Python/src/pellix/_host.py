@@ -99,6 +99,8 @@ def start(client: object, kind: type[R], begin: Callable[..., None],
             if _queue_thread is None:
                 _queue_thread = threading.Thread(target=_run_queue, name="pellix", daemon=True)
                 _queue_thread.start()
+            elif not _queue_thread.is_alive():
+                raise SilentEndError()  # the parent's, which nobody can take over
         number = next(_numbers)
         _operations[number] = operation, kind
         begin(*arguments, _finished, number, _released)

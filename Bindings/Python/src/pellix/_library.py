@@ -128,7 +128,8 @@ def path(value: str | os.PathLike[str], name: str) -> tuple[bytes, int]:
 
 def texts(values: Sequence[str], name: str) -> ctypes.Array[c_char_p]:
     """Texts that end at a NUL. One text is no list of its letters."""
-    encoded = [without_nul(text(each, name)[0], name) for each in _of_type(values, name, list, tuple)]
+    checked = _of_type(values, name, list, tuple)
+    encoded = [without_nul(text(each, name)[0], name) for each in checked]
     return (c_char_p * len(encoded))(*encoded)
 
 
