@@ -60,6 +60,8 @@ module Pellix
 
   def self.closure(*types, &block) = Fiddle::Closure::BlockCaller.new(Fiddle::TYPE_VOID, types, &block)
 
+  CALLBACKS = [] # that the library may still call
+
   # What an operation ends with, while the main queue runs.
   def self.await(function, *arguments)
     ended = false
@@ -68,8 +70,10 @@ module Pellix
       result = error.null? ? retained(record) : failure(error)
     end
     released = closure(Fiddle::TYPE_VOIDP) { ended = true }
+    CALLBACKS.push(finished, released)
     public_send(function, *arguments, finished, nil, released)
     self.QVLMainQueue_runFor(100) until ended
+    CALLBACKS.pop(2)
     raise result if result.is_a?(Failure)
 
     result
