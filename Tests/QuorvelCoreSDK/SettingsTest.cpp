@@ -163,6 +163,10 @@ TEST_F(SettingsTest, FallBackOnTheLastGoodOnesElseOnTheDefault) {
       EXPECT_THAT(lines.back(),
                   AllOf(testing::StartsWith("warn: The account's settings "), HasSubstr(row[2]),
                         HasSubstr(isGood ? "the last" : "the default")));
+      answer(200, red);
+      ask();
+      EXPECT_THAT(settled(), ElementsAre("red"));
+      EXPECT_FALSE(client_->quorvel->lastSettingsFailure());
     }
   }
 }
