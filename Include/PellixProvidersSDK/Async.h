@@ -67,8 +67,7 @@ template <class T>
   };
 }
 
-/// The ending of an operation that has been started, to wait for on a thread or in a coroutine,
-/// once.
+/// The ending of an operation that has been started, to wait for on a thread or in a coroutine.
 ///
 /// The operation goes on whether anybody waits or not; letting go of the future does not cancel it.
 /// Some thread has to run the main queue meanwhile.
@@ -95,17 +94,18 @@ class [[nodiscard]] EndingFuture {
     return state_->waitFor(limit);
   }
 
-  /// Waits until the operation has ended, like `waitFor`, and hands out how.
-  [[nodiscard]] Ending<T> get() {
+  /// Waits until the operation has ended, like `waitFor`, and says how.
+  [[nodiscard]] Ending<T> get() const {
     while (!waitFor(std::chrono::hours(24))) {
     }
-    return *std::exchange(state_->ending, std::nullopt);
+    return state_->ending.value();
   }
 
   /// `co_await` gives the ending. If there is none yet, the coroutine is resumed in a task of the
-  /// main queue; else it goes on at once. A coroutine that waits may be destroyed on the thread
-  /// that runs the main queue.
-  [[nodiscard]] auto operator co_await() && { return Awaiter(std::move(state_)); }
+  /// main queue; else it goes on at once. One
+  /// coroutine at a time. A coroutine that waits may be destroyed on the thread that runs the main
+  /// queue.
+  [[nodiscard]] auto operator co_await() const { return Awaiter(state_); }
 
  private:
   struct State {
@@ -156,7 +156,7 @@ class [[nodiscard]] EndingFuture {
       state_->waiting = coroutine;
       return true;
     }
-    Ending<T> await_resume() { return *std::exchange(state_->ending, std::nullopt); }
+    [[nodiscard]] Ending<T> await_resume() const { return state_->ending.value(); }
 
    private:
     const std::shared_ptr<State> state_;
