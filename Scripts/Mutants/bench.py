@@ -25,7 +25,7 @@ QUICK = 1.0
 
 # Building other projects against what is installed takes too long, and sees little of the code. The
 # load test's work is a matter of chance.
-NOT_RUN = re.compile(r"^(Install\.|LoadTest\.)")
+NOT_RUN = re.compile(r"^(Install\.|LoadTest\.|Python\.(Wheel|Types)$)")
 
 
 class Stopped(Exception):

@@ -110,7 +110,7 @@ def _headers(name: str) -> Callable[..., Mapping[str, str]]:
     return lambda record: MappingProxyType(dict(zip(names(record), values(record))))
 
 
-def _record(kind: type[R]) -> Callable[[str], Callable[..., R]]:
+def _record(kind: type[R]) -> Callable[..., Callable[..., R]]:
     def reader(name: str, *arguments: Any) -> Callable[..., R]:
         lend = function(name, c_void_p, c_void_p, *arguments)
         return lambda *values: kind._retaining(lend(*values))
@@ -119,11 +119,7 @@ def _record(kind: type[R]) -> Callable[[str], Callable[..., R]]:
 
 
 def _records(kind: type[R]) -> Callable[[str], Callable[..., tuple[R, ...]]]:
-    def reader(name: str) -> Callable[..., tuple[R, ...]]:
-        lend = function(f"{name}_at", c_void_p, c_void_p, c_size_t)
-        return _list(name, lambda *values: kind._retaining(lend(*values)))
-
-    return reader
+    return lambda name: _list(name, _record(kind)(f"{name}_at", c_size_t))
 
 
 class Deflection(Record):
