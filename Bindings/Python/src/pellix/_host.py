@@ -97,8 +97,9 @@ def start(client: object, kind: type[R], begin: Callable[..., None],
         with _state:
             # Not before it is needed: a child that is forked earlier makes its own.
             if _queue_thread is None:
-                _queue_thread = threading.Thread(target=_run_queue, name="pellix", daemon=True)
-                _queue_thread.start()
+                made = threading.Thread(target=_run_queue, name="pellix", daemon=True)
+                made.start()
+                _queue_thread = made
             elif not _queue_thread.is_alive():
                 raise SilentEndError()  # the parent's, which nobody can take over
         number = next(_numbers)
