@@ -12,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <regex>
 
 namespace Faults {
 
@@ -86,12 +85,10 @@ struct Fault {
 };
 
 inline std::vector<Fault> readFaults() {
+  const Support::Values values{{"{large}", std::string(largest + 1, ' ')}};
   std::vector<Fault> faults;
-  for (const auto& row : Support::rowsOf("Faults/Data/Faults.txt")) {
-    LoopbackReply reply{
-        std::regex_replace(row[2], std::regex("\\{large\\}"), std::string(largest + 1, ' '))};
-    if (row[1] != "keep") reply.then = row[1] == "reset" ? Then::reset : Then::close;
-    faults.emplace_back(row[0], reply, row[3], row[4]);
+  for (const auto& row : Support::rowsOf("Faults/Data/Faults.txt", values)) {
+    faults.emplace_back(row[0], LoopbackReply{row[2], Support::thenIn(row[1])}, row[3], row[4]);
   }
   return faults;
 }

@@ -1,5 +1,6 @@
 #include "Client.h"
 #include "Support/ChildProcess.h"
+#include "Support/Sanitized.h"
 
 #include <sys/resource.h>
 
@@ -18,27 +19,37 @@ LoopbackReply echo(const LoopbackRequest& request) {
   return {httpReply("200 OK", request.body)};
 }
 
-TEST(ConcurrencyTest, ManyThreadsLoseNothing) {
-  const LoopbackServer server(echo);
-  const Client client(server.origin());
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 16; ++i) {
-    threads.emplace_back([&client, i] {
-      std::vector<std::future<Outcome>> outcomes;
-      const auto body = [i](int j) { return std::to_string(100 * i + j); };
-      for (int j = 0; j < 50; ++j) {
-        auto parameters = client.parameters();
-        parameters.body = body(j);
-        outcomes.push_back(Client::begin(std::move(parameters)));
-      }
-      for (int j = 0; j < 50; ++j) {
-        EXPECT_EQ(valueOf(std::move(outcomes[static_cast<std::size_t>(j)])).data, body(j));
-      }
+TEST(ConcurrencyTest, ManyThreadsLoseNothingAndBeyondABoundRequestsWaitForAConnection) {
+  constexpr int bound = 16;
+  for (const auto then : {LoopbackReply::Then::keep, LoopbackReply::Then::close}) {
+    std::latch full(bound);
+    std::atomic<int> arrived = 0;
+    std::atomic<int> open = 0;
+    std::atomic<bool> wereTooMany = false;
+    const LoopbackServer server([&](const LoopbackRequest& request) {
+      if (++open > bound) wereTooMany = true;
+      if (++arrived <= bound) full.arrive_and_wait();
+      --open;
+      return LoopbackReply{httpReply("200 OK", request.body), then};
     });
+    const Client client(server.origin());
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 16; ++i) {
+      threads.emplace_back([&client, i] {
+        std::map<std::string, std::future<Outcome>> outcomes;
+        for (int j = 0; j < 50; ++j) {
+          auto parameters = client.parameters();
+          const auto body = std::to_string(100 * i + j);
+          parameters.body = body;
+          outcomes[body] = Client::begin(std::move(parameters));
+        }
+        for (auto& [body, outcome] : outcomes) EXPECT_EQ(valueOf(std::move(outcome)).data, body);
+      });
+    }
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(arrived, 800);
+    EXPECT_FALSE(wereTooMany);
   }
-  for (auto& thread : threads) thread.join();
-  EXPECT_EQ(server.requests().size(), 800U);
-  EXPECT_TRUE(client.quorvel->waitUntilIdle(generousLimit));
 }
 
 TEST(ConcurrencyTest, RequestsInARowShareAConnectionAndADeadOneIsReplaced) {
@@ -52,27 +63,6 @@ TEST(ConcurrencyTest, RequestsInARowShareAConnectionAndADeadOneIsReplaced) {
   for (int i = 0; i < 20; ++i) EXPECT_EQ(client.perform().status(), 200);
   EXPECT_EQ(server.connections(), 2U);
   EXPECT_EQ(server.requests().size(), 21U);
-}
-
-TEST(ConcurrencyTest, BeyondABoundRequestsWaitForAConnection) {
-  constexpr int bound = 16;
-  for (const auto then : {LoopbackReply::Then::keep, LoopbackReply::Then::close}) {
-    std::latch full(bound);
-    std::atomic<int> arrived = 0;
-    std::atomic<int> open = 0;
-    std::atomic<bool> wereTooMany = false;
-    const LoopbackServer server([&](const LoopbackRequest&) {
-      if (++open > bound) wereTooMany = true;
-      if (++arrived <= bound) full.arrive_and_wait();
-      --open;
-      return LoopbackReply{httpReply("200 OK"), then};
-    });
-    const Client client(server.origin());
-    std::vector<std::future<Outcome>> outcomes;
-    for (int i = 0; i < 600; ++i) outcomes.push_back(Client::begin(client.parameters()));
-    for (auto& outcome : outcomes) EXPECT_EQ(valueOf(std::move(outcome)).status(), 200);
-    EXPECT_FALSE(wereTooMany);
-  }
 }
 
 TEST(ConcurrencyTest, WhoWaitsForAConnectionHasALimitToo) {
@@ -127,16 +117,15 @@ TEST(ConcurrencyTest, CallbacksAreLetGoOfRightAfterTheirCall) {
       };
       isQueued ? queue.post(look) : client.quorvel->post(look);
     };
+    auto parameters = client.parameters();
+    if (isQueued) parameters.dispatchQueue = &queue;
+    if (i % 3 == 0) parameters.urlComponent = PellixPlatform::URL::parse("http://refused").value();
     if (isTask) {
       client.quorvel->post(std::move(callback));
     } else {
-      auto parameters = client.parameters();
-      parameters.dispatchQueue = isQueued ? &queue : nullptr;
-      const auto refused = PellixPlatform::URL::parse("http://refused").value();
-      if (i % 3 == 0) parameters.urlComponent = refused;
       ProviderService(parameters).perform(std::move(callback));
-      if (isQueued) queue.run();
     }
+    if (isQueued) queue.run();
     EXPECT_TRUE(valueOf(isGone.get_future())) << i;
   }
 }
@@ -192,6 +181,9 @@ void beginWithoutDescriptors() {
 }
 
 TEST(ConcurrencyTest, AShortageOfDescriptorsIsNotForGood) {
+#ifdef IS_ADDRESS_SANITIZED
+  GTEST_SKIP() << "Sanitizers look at memory through a pipe, for which there are none.";
+#endif
   EXPECT_PASSES_IN_A_CHILD(beginWithoutDescriptors());
 }
 

@@ -10,7 +10,6 @@
 #include <netdb.h>
 
 #include <latch>
-#include <regex>
 
 namespace {
 
@@ -41,21 +40,26 @@ using Then = LoopbackReply::Then;
 
 constexpr std::size_t largest = 100'000;
 
-std::string replaced(const std::string& text, const char* mark, const std::string& by) {
-  return std::regex_replace(text, std::regex(mark), by);
+/// The fields of a header, one after the other.
+std::string textOf(const PellixPlatform::HTTPURLResponse::HeaderFields& fields) {
+  std::string text;
+  for (const auto& [name, value] : fields) text += name + "=" + value + ";";
+  return text;
 }
 
 TEST(ReplyTest, IsHandedOnAsItCame) {
-  const std::string full(largest, 'a');
-  for (const auto& row : Support::rowsOf("QuorvelCoreSDK/Data/Replies.txt")) {
-    SCOPED_TRACE(row[0]);
-    const LoopbackServer server(replying(replaced(row[0], "\\{full\\}", full),
-                                         row[1] == "close" ? Then::close : Then::keep));
+  for (const auto& row : Support::rowsOf("QuorvelCoreSDK/Data/Replies.txt",
+                                         {{"{full}", std::string(largest, 'a')}})) {
+    SCOPED_TRACE(row[0].substr(0, 1000));
+    const LoopbackServer server(replying(row[0], Support::thenIn(row[1])));
     const Client client(server.origin(), {.network = {.maxResponseBytes = largest}});
     const auto outcome = client.perform();
     EXPECT_FALSE(outcome.error) << outcome.text();
     EXPECT_EQ(std::to_string(outcome.status()), row[2]);
-    EXPECT_EQ(outcome.data.value_or("-"), replaced(row[3], "\\{full\\}", full));
+    EXPECT_EQ(outcome.data.value_or("-"), row[3]);
+    if (row.size() > 4) {
+      EXPECT_EQ(textOf(outcome.response->allHeaderFields()), row[4]);
+    }
     EXPECT_EQ(server.requests().size(), 1U);
   }
 }
@@ -70,36 +74,15 @@ TEST(ReplyTest, ComesOverIPv6) {
   EXPECT_EQ(Client(server->origin()).perform().status(), 200);
 }
 
-TEST(ReplyTest, BringsItsOwnHeaderFieldsOnly) {
-  const LoopbackServer server(
-      replying("HTTP/1.1 103 Early Hints\r\nLink: </a>\r\n\r\nHTTP/1.1 200 OK\r\nX-Blank:\r\n"
-               "X-Trimmed: \t a:b \t\r\nX-Two: 1\r\nx-two: 2\r\nTransfer-Encoding: chunked\r\n\r\n"
-               "2\r\n{}\r\n0\r\nX-Two: 3\r\nX-Trailer: 1\r\n\r\n"));
-  const auto outcome = Client(server.origin()).perform();
-  const PellixPlatform::HTTPURLResponse::HeaderFields expected{
-      {"Transfer-Encoding", "chunked"}, {"X-Blank", ""}, {"X-Trimmed", "a:b"}, {"X-Two", "1, 2"}};
-  EXPECT_EQ(outcome.response->allHeaderFields(), expected);
-}
-
 TEST(ReplyTest, ThatIsNoneEndsInAnErrorThatSaysWhy) {
-  const std::map<std::string, Then> endings{{"close", Then::close},
-                                            {"reset", Then::reset},
-                                            {"stall", Then::stall},
-                                            {"repeat", Then::repeat}};
-  const auto zeros = PellixPlatform::readFile(COMPRESSED_ZEROS).value();
+  const Support::Values values{{"{huge}", std::string(largest + 1, 'a')},
+                               {"{zeros}", PellixPlatform::readFile(COMPRESSED_ZEROS).value()}};
   const Support::LogRecorder log;
-  for (const auto& row : Support::rowsOf("QuorvelCoreSDK/Data/Faults.txt")) {
+  for (const auto& row : Support::rowsOf("QuorvelCoreSDK/Data/Faults.txt", values)) {
     SCOPED_TRACE(row[0]);
     const auto is = [&row](const char* how) { return row[1].contains(how); };
-    LoopbackReply reply{replaced(row[4], "\\{huge\\}", std::string(largest + 1, 'a'))};
-    if (const auto at = reply.bytes.find("{zeros}"); at != std::string::npos) {
-      reply.bytes.replace(at, std::string::npos, zeros);
-    }
-    for (const auto& [name, then] : endings) {
-      if (is(name.c_str())) reply.then = then;
-    }
     const LoopbackServer server(
-        [&reply](const auto&) { return reply; },
+        replying(row[4], Support::thenIn(row[1])),
         {.answersUnasked = is("unasked"), .isDeaf = is("deaf"), .isFull = is("full")});
     Configuration configuration{.network = {.maxResponseBytes = largest}};
     if (row[2] == "9") configuration.network.requestTimeout = std::chrono::milliseconds(1000);
@@ -110,7 +93,7 @@ TEST(ReplyTest, ThatIsNoneEndsInAnErrorThatSaysWhy) {
     EXPECT_EQ(outcome.response, nullptr);
     EXPECT_EQ(outcome.data, std::nullopt);
     const auto text = outcome.text();
-    EXPECT_EQ(text.find(makeCoreError(outcome.code()).description()), 0U) << text;
+    EXPECT_THAT(text, testing::StartsWith(makeCoreError(outcome.code()).description()));
     EXPECT_THAT(text, HasSubstr(row[3]));
     EXPECT_THAT(text, testing::Not(HasSubstr(secret)));
     const auto requests = server.requests();

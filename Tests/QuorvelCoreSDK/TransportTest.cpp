@@ -39,7 +39,8 @@ TEST(TransportTest, AHostsOwnMayHandOnToTheDefaultOne) {
                                       ? httpReply("503 Service Unavailable")
                                       : httpReply("200 OK", "12345")};
   });
-  const auto own = std::make_shared<OwnTransport>(makeTransport().value());
+  const auto own =
+      std::make_shared<OwnTransport>(makeTransport({.ignoreProxyEnvironment = true}).value());
   const Client client(server.origin(), {.transport = own});
   EXPECT_EQ(client.perform().status(), 503);
   EXPECT_EQ(server.requests().size(), 2U);

@@ -1,22 +1,15 @@
 // Takes the place of the program's allocation functions; those for arrays call these.
 #include "Support/FailingAllocations.h"
 
+#include "Support/Sanitized.h"
+
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <limits>
 #include <new>
 
-// A sanitizer has allocation functions of its own; gcc and clang tell of it in different ways.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define IS_SANITIZED
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define IS_SANITIZED
-#endif
-#endif
-
-#ifndef IS_SANITIZED
+#if !defined(IS_ADDRESS_SANITIZED) && !defined(IS_THREAD_SANITIZED)
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -97,7 +90,7 @@ void operator delete(void* memory, std::size_t) noexcept {
   Support::release(memory);
 }
 
-#ifndef IS_SANITIZED
+#if !defined(IS_ADDRESS_SANITIZED) && !defined(IS_THREAD_SANITIZED)
 extern "C" {
 void* malloc(std::size_t size) noexcept {
   return Support::mayAllocate() ? __libc_malloc(size) : nullptr;

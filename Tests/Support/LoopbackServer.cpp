@@ -72,6 +72,15 @@ std::size_t contentLength(std::string_view head) {
 
 }  // namespace
 
+Then thenIn(std::string_view words) {
+  using enum Then;
+  for (const auto& [name, then] :
+       {std::pair("close", close), {"reset", reset}, {"stall", stall}, {"repeat", repeat}}) {
+    if (words.contains(name)) return then;
+  }
+  return keep;
+}
+
 std::string httpReply(std::string_view status, std::string_view body, std::string_view fields) {
   std::string reply("HTTP/1.1 ");
   reply.append(status).append("\r\n").append(fields);
@@ -85,8 +94,7 @@ LoopbackServer::LoopbackServer(Handler handler, Options options)
       tls_(options_.identity ? makeContext(*options_.identity) : nullptr) {
   const addrinfo hints{.ai_flags = AI_NUMERICHOST, .ai_socktype = SOCK_STREAM};
   addrinfo* found = nullptr;
-  getaddrinfo(options_.isIPv6 ? "::1" : "127.0.0.1", std::to_string(options_.port).c_str(), &hints,
-              &found);
+  getaddrinfo(options_.isIPv6 ? "::1" : "127.0.0.1", "0", &hints, &found);
   const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> address(found, freeaddrinfo);
   listener_ = socket(address->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
   const int shared = 1;  // with a deaf one, and with what is left of earlier connections

@@ -31,6 +31,10 @@ struct LoopbackReply {
   Then then = Then::keep;
 };
 
+/// What is to be done then, as a table's row names it among other words; else the connection is
+/// kept.
+[[nodiscard]] LoopbackReply::Then thenIn(std::string_view words);
+
 /// A whole HTTP/1.1 reply; each of `fields` ends in CR LF.
 [[nodiscard]] std::string httpReply(std::string_view status, std::string_view body = {},
                                     std::string_view fields = {});
@@ -48,7 +52,6 @@ class LoopbackServer {
     bool isDeaf = false;          // holds the port, but refuses connections
     bool isFull = false;          // lets connections wait for ever to be made
     bool keepsRequests = true;    // for `requests` and `waitForRequests`
-    std::uint16_t port = 0;       // one that a deaf server holds; else a free one is taken
   };
 
   explicit LoopbackServer(Handler handler) : LoopbackServer(std::move(handler), Options()) {}
@@ -84,7 +87,6 @@ class LoopbackServer {
   std::list<Connection> connections_;  // some may be closed
   std::size_t accepted_ = 0;
   std::vector<LoopbackRequest> requests_;
-  bool isStopping_ = false;
   std::thread acceptor_;
 };
 

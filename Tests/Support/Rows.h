@@ -1,15 +1,30 @@
 #pragma once
 
 #include <fstream>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace Support {
 
+/// Marks, and what each stands for.
+using Values = std::map<std::string, std::string>;
+
+/// A text with each mark replaced.
+inline std::string filled(std::string text, const Values& values) {
+  for (const auto& [mark, value] : values) {
+    for (auto at = text.find(mark); at != text.npos; at = text.find(mark, at + value.size())) {
+      text.replace(at, mark.size(), value);
+    }
+  }
+  return text;
+}
+
 /// The rows of a data file below `Tests`: fields with tabs between, in which `⟨0A⟩` is the byte of
 /// that number. Lines that are empty or begin with '#' are no rows.
-inline std::vector<std::vector<std::string>> rowsOf(const std::string& file) {
+inline std::vector<std::vector<std::string>> rowsOf(const std::string& file,
+                                                    const Values& values = {}) {
   constexpr std::string_view open = "⟨";
   constexpr std::string_view byte = "⟨0A⟩";
   std::vector<std::vector<std::string>> rows;
@@ -27,6 +42,7 @@ inline std::vector<std::vector<std::string>> rowsOf(const std::string& file) {
         row.back() += line[at];
       }
     }
+    for (auto& field : row) field = filled(std::move(field), values);
   }
   if (rows.empty()) throw std::runtime_error("There are no rows in " + file);
   return rows;
