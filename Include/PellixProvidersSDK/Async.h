@@ -102,9 +102,8 @@ class [[nodiscard]] EndingFuture {
   }
 
   /// `co_await` gives the ending. If there is none yet, the coroutine is resumed in a task of the
-  /// main queue; else it goes on at once. One
-  /// coroutine at a time. A coroutine that waits may be destroyed on the thread that runs the main
-  /// queue.
+  /// main queue; else it goes on at once. One coroutine at a time. A
+  /// coroutine that waits may be destroyed on the thread that runs the main queue.
   [[nodiscard]] auto operator co_await() const { return Awaiter(state_); }
 
  private:

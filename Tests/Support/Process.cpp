@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -48,6 +49,9 @@ pid_t startProcess(std::vector<std::string> arguments,
                    const posix_spawn_file_actions_t* actions, const posix_spawnattr_t* attributes) {
   std::vector<std::string> variables;
   for (const auto& [name, value] : environment) variables.push_back(name + "=" + value);
+  if (const char* options = std::getenv("TSAN_OPTIONS")) {
+    variables.push_back(std::string("TSAN_OPTIONS=") + options);
+  }
   pid_t process = 0;
   const int failure = posix_spawnp(&process, arguments.front().c_str(), actions, attributes,
                                    pointersTo(arguments).data(), pointersTo(variables).data());

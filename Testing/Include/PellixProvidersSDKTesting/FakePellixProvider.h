@@ -12,6 +12,8 @@
 
 namespace PellixProvidersSDK::Testing {
 
+using PellixProvidersSDK::Ending;
+
 /// For an `Ending`: the callback is let go of without a call.
 inline constexpr std::nullopt_t silence = std::nullopt;
 
