@@ -133,7 +133,7 @@ class [[nodiscard]] EndingFuture {
       if (!isReady()) PellixPlatform::DispatchQueue::main().assertNotOnQueue();
       constexpr std::chrono::milliseconds longest = std::chrono::days(365);
       std::unique_lock lock(mutex);
-      return changed.wait_for(lock, std::min(limit, longest),
+      return changed.wait_for(lock, (std::min)(limit, longest),
                               [this] { return ending.has_value(); });
     }
   };

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -41,6 +42,14 @@ void finish(const Record* record, const QVLError* error, void* context) {
     return record ? "record " + std::to_string(numberOf(record))
                   : QVLError_domain(error, nullptr) + (" " + std::to_string(QVLError_code(error)));
   });
+}
+
+/// A sink of the log, whose context is an `Outcome`.
+inline void keepLine(int level, const char* line, size_t length, void* context) {
+  static std::mutex mutex;
+  const std::lock_guard lock(mutex);
+  static_cast<Outcome*>(context)->text +=
+      std::to_string(level) + ": " + std::string(line, length) + "\n";
 }
 
 // The operations. Without a callback, only the context is left to tell the end.

@@ -69,15 +69,15 @@ TEST(BridgedOperation, SendsWhatItIsGiven) {
 
 void checkThatAllComesOnTheMainQueue() {
   QVLMainQueue_takeAllCallbacks();
-  const auto keepLine = [](int, const char* line, size_t length, void* context) {
-    static_cast<Outcome*>(context)->text += std::string(line, length) + "|";
+  const auto keep = [](int level, const char* line, size_t length, void* context) {
+    keepLine(level, line, length, context);
     QVLPellix_initializeWithQuorvel_veltrane(nullptr, nullptr);  // logs, but not to here
   };
   Outcome log;
   Outcome outcome;
   const Host host(std::make_shared<PellixTests::OwnSettings>(PellixTests::disabled));
   const auto start = [&] {
-    QVLCoreLogger_setSink(keepLine, log.begin(), Outcome::release);
+    QVLCoreLogger_setSink(keep, log.begin(), Outcome::release);
     resolve(outcome);
     reject(outcome, 2, nullptr);
     QVLCoreLogger_setSink(nullptr, nullptr, nullptr);
@@ -86,7 +86,7 @@ void checkThatAllComesOnTheMainQueue() {
   EXPECT_EQ(outcome.ending() + log.ending(), "still held, silencestill held, silence");
   while (QVLMainQueue_runFor(0)) continue;
   EXPECT_EQ(outcome.ending(), PellixTests::isDisabled);
-  const std::string line = "Pellix is disabled at account level.|";
+  const std::string line = "2: Pellix is disabled at account level.\n";
   EXPECT_EQ(log.text, line + line);
   EXPECT_EQ(log.releases, 1);
 

@@ -89,17 +89,13 @@ void checkTemplate(const std::string& urlString, const std::string& outcome, std
 }
 
 TEST(Endpoints, ThatMakeNoAddressOfTheAccountsServerGetNoRequest) {
-  const std::tuple<const char*, const char*, std::size_t> cases[] = {
-      {"%@/a%@", "silence", 0},
-      {"%n", "silence", 0},
-      {"%2$@", "silence", 0},
-      {"%@/a b", "silence", 0},
-      {"", "silence", 0},
-      {"https://other.example/a", "com.quorvel.core 18 .*", 1},
-      {"https://acme.example:444/a", "com.quorvel.core 18 .*", 1}};
-  for (const auto& [urlString, outcome, votes] : cases) {
+  for (const char* urlString : {"%@/a%@", "%n", "%2$@", "%@/a b", ""}) {
     SCOPED_TRACE(urlString);
-    EXPECT_PASSES_IN_A_CHILD(checkTemplate(urlString, outcome, votes));
+    EXPECT_PASSES_IN_A_CHILD(checkTemplate(urlString, "silence", 0));
+  }
+  for (const char* urlString : {"https://other.example/a", "https://acme.example:444/a"}) {
+    SCOPED_TRACE(urlString);
+    EXPECT_PASSES_IN_A_CHILD(checkTemplate(urlString, "com.quorvel.core 18 .*", 1));
   }
 }
 
