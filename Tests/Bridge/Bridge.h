@@ -44,6 +44,15 @@ void finish(const Record* record, const QVLError* error, void* context) {
   });
 }
 
+/// The bodies sent to a path.
+inline std::vector<std::string> bodies(const Host& host, std::string_view path) {
+  std::vector<std::string> bodies;
+  for (const auto& request : host.transport->requests(path)) {
+    bodies.push_back(request.body.value_or("none"));
+  }
+  return bodies;
+}
+
 /// A sink of the log, whose context is an `Outcome`.
 inline void keepLine(int level, const char* line, size_t length, void* context) {
   static std::mutex mutex;

@@ -10,15 +10,6 @@ using PellixTests::reply;
 using QuorvelCoreSDK::TransportReply;
 using testing::HasSubstr;
 
-/// The bodies sent to a path.
-std::vector<std::string> bodies(const Host& host, std::string_view path) {
-  std::vector<std::string> bodies;
-  for (const auto& request : host.transport->requests(path)) {
-    bodies.push_back(request.body.value_or("none"));
-  }
-  return bodies;
-}
-
 TEST(BridgedOperation, GivesARecordOrAnErrorOrNothingAndReleasesItsContextOnce) {
   const std::tuple<TransportReply, std::string, std::string> endings[] = {
       {reply(200, PellixTests::responseJSON()), "record 7", "record 200"},

@@ -62,11 +62,11 @@ inline std::string textOf(const PellixDispatcherResponse& response) {
 /// Domain, code and user info; of a decoder's error, no more of that than the place.
 inline std::string textOf(const PellixPlatform::Error& error) {
   auto text = error.domain() + " " + std::to_string(error.code());
+  const bool isDecoders = error.domain().starts_with("Platform");
   for (const auto& [key, value] : error.userInfo()) {
+    if (isDecoders && key != "codingPath") continue;
     const auto* string = std::get_if<std::string>(&value);
-    if (key == "codingPath")
-      return error.domain() + " " + std::to_string(error.code()) + " " + *string;
-    if (string && !error.domain().starts_with("Platform")) text += " " + key + "=" + *string;
+    if (string) text += " " + (isDecoders ? "" : key + "=") + *string;
   }
   return text;
 }
@@ -135,28 +135,20 @@ struct Outcome {
 
 /// An operation in one of its two forms.
 struct Operation {
-  const char* name;
-  std::vector<std::string_view> requests;  // all that it sends
   std::string_view path;
   void (*start)(PellixProvider& provider, Outcome& outcome);
 };
 
 inline constexpr auto reason2 = PellixProvidersSDK::RejectionReason::reason2;
-inline const std::vector ofQuery{knowledgeSettings, accountSettings, queryPath};
-inline const std::vector ofResolution{accountSettings, resolvePath, voteOf4711};
-inline const std::vector ofRejection{accountSettings, rejectPath};
 inline const Operation operations[] = {
-    {"query", ofQuery, queryPath,
-     [](auto& to, auto& o) { to.getDeflectionForQuery("How?", o.callback()); }},
-    {"query, other form", ofQuery, queryPath,
-     [](auto& to, auto& o) { to.getDeflectionForQuery("How?", o.optionalsCallback()); }},
-    {"resolution", ofResolution, resolvePath,
-     [](auto& to, auto& o) { to.resolveWithArticle(7, 4711, "token", o.callback()); }},
-    {"resolution, other form", ofResolution, resolvePath,
+    {queryPath, [](auto& to, auto& o) { to.getDeflectionForQuery("How?", o.callback()); }},
+    {queryPath, [](auto& to, auto& o) { to.getDeflectionForQuery("How?", o.optionalsCallback()); }},
+    {resolvePath, [](auto& to, auto& o) { to.resolveWithArticle(7, 4711, "token", o.callback()); }},
+    {resolvePath,
      [](auto& to, auto& o) { to.resolveWithArticle(7, 4711, "token", o.optionalsCallback()); }},
-    {"rejection", ofRejection, rejectPath,
+    {rejectPath,
      [](auto& to, auto& o) { to.rejectWithArticle(7, 4711, "token", reason2, o.callback()); }},
-    {"rejection, other form", ofRejection, rejectPath,
+    {rejectPath,
      [](auto& to, auto& o) {
        to.rejectWithArticle(7, 4711, "token", reason2, o.optionalsCallback());
      }},
@@ -173,15 +165,14 @@ class OwnSettings final : public QuorvelCoreSDK::SettingsProvider {
   explicit OwnSettings(const char* document = nullptr) : document_(document) {}
 
   std::size_t asked = 0;
-  std::size_t answers = 1;  // how often each continuation is called; more than once is a fault
-  bool keepsContinuations = false;
+  bool isAtFault = false;  // it keeps continuations then, and calls them twice
   std::function<void()> afterAnswer = [] {};
 
  private:
   void answer(RecordType type, Continuation continuation) override {
     ++asked;
-    if (keepsContinuations) kept_.push_back(continuation);
-    for (std::size_t i = 0; i < answers; ++i) {
+    if (isAtFault) kept_.push_back(continuation);
+    for (int i = 0; i < (isAtFault ? 2 : 1); ++i) {
       continuation(document_ ? type.decode(document_).value() : nullptr);
     }
     afterAnswer();

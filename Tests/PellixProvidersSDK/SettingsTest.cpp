@@ -39,8 +39,7 @@ TEST(SettingsProvider, AnswersWithTheAccountsSettingsOrTheDefault) {
 TEST(SettingsProvider, AddsNothingToWhatTheServiceDoesAndLetsGoOfItsCallback) {
   for (const char* document : {enabled, static_cast<const char*>(nullptr)}) {
     const auto service = std::make_shared<OwnSettings>(document);
-    service->keepsContinuations = true;
-    service->answers = 2;
+    service->isAtFault = true;
     const Host host(service);
     std::string heard;
     std::string atTheEnd;

@@ -23,16 +23,12 @@ class CommandLine : public testing::Test {
  protected:
   CommandLine() { service.start(); }
 
-  Support::Outcome run(Arguments arguments, const Pair& variable = {},
-                       const std::string& input = {}) {
+  Support::Outcome pellix(Arguments arguments, const Pair& variable = {},
+                          const std::string& input = {}, const char* program = PELLIX_PROGRAM) {
+    arguments.insert(arguments.begin(), program);
     std::map<std::string, std::string> environment{variable};
     environment.insert({{"PELLIX_ACCOUNT_URL", service.baseUrl()}, {"PELLIX_TOKEN", "demo-token"}});
     return Support::runProcess(std::move(arguments), environment, input);
-  }
-  Support::Outcome pellix(Arguments arguments, const Pair& variable = {},
-                          const std::string& input = {}) {
-    arguments.insert(arguments.begin(), PELLIX_PROGRAM);
-    return run(std::move(arguments), variable, input);
   }
 
   AnswerService::Service service{{.token = "demo-token"}};
@@ -53,7 +49,8 @@ TEST_F(CommandLine, ListsArticlesInTheLocaleOfTheOptionThenOfTheEnvironment) {
   EXPECT_THAT(pellix({"ask", "--timings", forgotten}).errors,
               testing::MatchesRegex("(/[^:]+: [0-9.]+ ms, [^\n]*HTTP/1.1, [0-9]+ bytes sent, "
                                     "[0-9]+ received\n)+"));
-  EXPECT_THAT(run({README_PROGRAM, forgotten}).output, StartsWith("I forgot my password\n"));
+  EXPECT_THAT(pellix({forgotten}, {}, "", README_PROGRAM).output,
+              StartsWith("I forgot my password\n"));
 }
 
 TEST_F(CommandLine, EndsWithTheCodeAndTheErrorOfEachFailure) {
@@ -110,7 +107,7 @@ TEST_F(CommandLine, ReportsOnAnEarlierAnswer) {
 
 TEST_F(CommandLine, SaysWhatItCouldNotWrite) {
   for (const std::string rest : {"ask q >/dev/full", "doctor --json >/dev/full", "ask q >&-"}) {
-    const auto outcome = run({"/bin/sh", "-c", std::string("exec " PELLIX_PROGRAM " ") + rest});
+    const auto outcome = pellix({"-c", "exec " PELLIX_PROGRAM " " + rest}, {}, "", "/bin/sh");
     EXPECT_EQ(outcome.exitCode, 1) << rest;
     EXPECT_THAT(outcome.errors, StartsWith("pellix: cannot write"));
   }

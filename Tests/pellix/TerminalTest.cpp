@@ -1,4 +1,5 @@
 #include "Support/PseudoTerminal.h"
+#include "Support/Rows.h"
 #include "Terminal.h"
 
 #include <AnswerService.h>
@@ -73,18 +74,14 @@ TEST_F(OnATerminal, FitsTheWidthAndShowsNoColourToWhomItDoesNotSuit) {
 }
 
 TEST(Terminal, BreaksLinesAtBlanksAndBetweenWideCharacters) {
-  const std::string words = "one two three four five six";
-  const auto fit = [](std::size_t width, std::string_view text, std::string_view indent = {}) {
+  const auto fit = [](std::size_t width, std::string_view text, std::string_view indent) {
     return PellixApp::Terminal{.width = width}.fit(text, indent);
   };
-  EXPECT_EQ(fit(20, words, "  "), "  one two three four\n  five six\n");
-  EXPECT_EQ(fit(0, words, "  "), "  one two three four five six\n");
-  EXPECT_EQ(fit(20, "パスワードを忘れてしまいました"), "パスワードを忘れてし\nまいました\n");
-  EXPECT_EQ(fit(20, "averyveryverylongwordindeed"), "averyveryverylongwor\ndindeed\n");
-  EXPECT_EQ(fit(20, "a\nb", "- "), "- a\n- b\n");
-  EXPECT_EQ(fit(5, words, "   "), "one\ntwo\nthree\nfour\nfive\nsix\n");
+  for (const auto& row : Support::rowsOf("pellix/Data/Lines.txt")) {
+    EXPECT_EQ(fit(std::stoul(row[0]), row[1], row[2]), row[3]) << row[1];
+  }
   for (std::size_t width = 1; width <= 200; ++width) {
-    std::istringstream lines(fit(width, words, "    "));
+    std::istringstream lines(fit(width, "one two three four five six", "    "));
     for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), width);
   }
 }
