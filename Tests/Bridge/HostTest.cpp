@@ -51,6 +51,7 @@ TEST(CHost, DrivesTheMainQueueFromItsOwnLoop) {
   EXPECT_EQ(outcome.ending(), "still held, silence");
   QVLMainQueue_runPending();
   EXPECT_EQ(outcome.ending(), "record 7");
+  EXPECT_EQ(hook.releases, 0);
   QVLMainQueue_setWakeHook(nullptr, nullptr, nullptr);
   EXPECT_EQ(hook.releases, 1);
 }
