@@ -1,0 +1,23 @@
+package com.pellix;
+
+/** What an answer belongs to. Immutable; equal if the content is. */
+public final class Deflection extends NativeObject {
+  Deflection(long handle) {
+    super(DEFLECTION, handle);
+  }
+
+  /** The identifier to resolve or reject with. */
+  public long deflectionID() {
+    return number(DEFLECTION_ID);
+  }
+
+  @Override
+  public int hashCode() {
+    return Long.hashCode(deflectionID());
+  }
+
+  @Override
+  public String toString() {
+    return "Deflection[" + deflectionID() + "]";
+  }
+}

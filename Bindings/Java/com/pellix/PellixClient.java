@@ -1,0 +1,318 @@
+package com.pellix;
+
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Path;
+import java.time.Duration;
+import java.util.Arrays;
+import java.util.List;
+import java.util.Locale;
+import java.util.Objects;
+import java.util.concurrent.CompletableFuture;
+import java.util.concurrent.Executor;
+import java.util.concurrent.atomic.AtomicBoolean;
+import java.util.function.BiConsumer;
+import java.util.function.LongFunction;
+import java.util.function.Supplier;
+import java.util.stream.Collectors;
+
+/**
+ * Asks an account's answer service, and reports which article resolved a question or did not.
+ *
+ * <p>Results. An operation has a form that gives a future and one that calls back. Each ends once:
+ * with a record, with a {@link PellixException} that has a domain and a code, or with a {@link
+ * SilentEndException} if there is no word of how it ended. Futures are completed, and what depends on
+ * them runs, on the builder's executor: by default one daemon thread, so do not wait there for
+ * another result. A future that is cancelled is let go of; the request is not taken back. What a
+ * callback throws goes to the {@link Thread.UncaughtExceptionHandler} of its thread.
+ *
+ * <p>Threads. Any method may be called on any thread.
+ *
+ * <p>Arguments. Null is a {@link NullPointerException}; a text that holds half of a surrogate pair,
+ * or a time below zero, is an {@link IllegalArgumentException}. A closed client throws {@link
+ * IllegalStateException}. Nothing is sent then.
+ *
+ * <p>One client. A process has one account at a time: while a client is open, another one can't be.
+ *
+ * <p>The end. A client that is open does not keep Java alive. Java may end at any time and in any
+ * way; futures of operations under way are not completed then.
+ *
+ * <p>Log lines go to the {@link System.Logger} {@code com.pellix}; which levels it takes is asked
+ * when a client is opened.
+ */
+public final class PellixClient implements AutoCloseable {
+  private static final AtomicBoolean isAnyOpen = new AtomicBoolean();
+
+  private final AtomicBoolean isClosed = new AtomicBoolean();
+  // The library must not call Java while that goes.
+  private final Thread hook = new Thread(() -> close(1000), "pellix-end");
+  private final MainQueue queue;
+  private final NativeObject provider;
+
+  private PellixClient(Builder chosen) {
+    if (!isAnyOpen.compareAndSet(false, true)) {
+      throw new IllegalStateException("A client is open already: a process has one at a time.");
+    }
+    queue = new MainQueue(chosen.executor);
+    try {
+      Runtime.getRuntime().addShutdownHook(hook);
+      provider = new NativeObject(NativeObject.PROVIDER, Library.open(
+          chosen.texts, chosen.numbers, chosen.supplier, queue, Library.logLevel()));
+    } catch (Throwable thrown) {
+      cleanUp();
+      throw thrown;
+    }
+  }
+
+  /**
+   * Begins to set up a client.
+   *
+   * @param accountUrl https, or http to loopback
+   */
+  public static Builder builder(String accountUrl) {
+    return new Builder(accountUrl);
+  }
+
+  /** The version that requests carry. */
+  public static String version() {
+    return new String(Library.version(), StandardCharsets.UTF_8);
+  }
+
+  /** Asks for articles that may answer a person's question, which is sent as it is. */
+  public CompletableFuture<DeflectionResponse> ask(String question) {
+    byte[] text = Library.utf8(question, "question");
+    return start(DeflectionResponse::new, NativeObject.ASK, text, 0, 0, null);
+  }
+
+  /** The same; one of the callback's arguments is null. */
+  public void ask(String question, Executor executor,
+      BiConsumer<? super DeflectionResponse, ? super PellixException> callback) {
+    require(executor, callback);
+    handOn(ask(question), executor, callback);
+  }
+
+  /**
+   * Reports that an article resolved the question, and votes for it in the knowledge base. The vote
+   * may still be on its way when the result comes: see {@link #waitUntilIdle}.
+   *
+   * @param deflectionId the deflection's {@link Deflection#deflectionID}
+   * @param articleId the article's {@link DeflectionArticle#articleId}
+   * @param interactionAccessToken the response's
+   */
+  public CompletableFuture<PellixDispatcherResponse> resolve(long deflectionId, long articleId,
+      String interactionAccessToken) {
+    byte[] token = Library.utf8(interactionAccessToken, "interactionAccessToken");
+    return start(PellixDispatcherResponse::new, NativeObject.RESOLVE, token, deflectionId,
+        articleId, null);
+  }
+
+  /** The same; one of the callback's arguments is null. */
+  public void resolve(long deflectionId, long articleId, String interactionAccessToken,
+      Executor executor,
+      BiConsumer<? super PellixDispatcherResponse, ? super PellixException> callback) {
+    require(executor, callback);
+    handOn(resolve(deflectionId, articleId, interactionAccessToken), executor, callback);
+  }
+
+  /** Reports that an article did not resolve the question; the arguments are those of resolve. */
+  public CompletableFuture<PellixDispatcherResponse> reject(long deflectionId, long articleId,
+      String interactionAccessToken, RejectionReason reason) {
+    byte[] token = Library.utf8(interactionAccessToken, "interactionAccessToken");
+    return start(PellixDispatcherResponse::new, NativeObject.REJECT, token, deflectionId,
+        articleId, Objects.requireNonNull(reason, "reason"));
+  }
+
+  /** The same; one of the callback's arguments is null. */
+  public void reject(long deflectionId, long articleId, String interactionAccessToken,
+      RejectionReason reason, Executor executor,
+      BiConsumer<? super PellixDispatcherResponse, ? super PellixException> callback) {
+    require(executor, callback);
+    handOn(reject(deflectionId, articleId, interactionAccessToken, reason), executor, callback);
+  }
+
+  /**
+   * Waits until no request is under way, votes included; whether it came to that in time. Results
+   * may still wait for the executor then.
+   */
+  public boolean waitUntilIdle(Duration limit) {
+    requireOpen();
+    return Library.waitUntilIdle(milliseconds(limit, "limit"));
+  }
+
+  /**
+   * Ends every operation at once: those under way end silently. Does nothing if the client is closed.
+   */
+  @Override
+  public void close() {
+    close(10_000);
+  }
+
+  /** For so long at most, a token supplier or a logger that is under way is waited for. */
+  private void close(long milliseconds) {
+    if (isClosed.getAndSet(true)) return;
+    Library.close(milliseconds);
+    cleanUp();
+  }
+
+  private void cleanUp() {
+    queue.close();
+    try {
+      Runtime.getRuntime().removeShutdownHook(hook);
+    } catch (IllegalStateException ending) {
+      // The hooks run already.
+    }
+    isAnyOpen.set(false);
+  }
+
+  private void requireOpen() {
+    if (isClosed.get()) throw new IllegalStateException("The client is closed.");
+  }
+
+  private <T> CompletableFuture<T> start(LongFunction<T> wrap, int operation, byte[] text,
+      long deflectionId, long articleId, RejectionReason reason) {
+    requireOpen();
+    Pending<T> pending = new Pending<>(queue, wrap);
+    provider.start(operation, text, deflectionId, articleId,
+        reason == null ? 0 : reason.ordinal(), pending);
+    return pending.future;
+  }
+
+  private static void require(Executor executor, Object callback) {
+    Objects.requireNonNull(executor, "executor");
+    Objects.requireNonNull(callback, "callback");
+  }
+
+  private static <T> void handOn(CompletableFuture<T> future, Executor executor,
+      BiConsumer<? super T, ? super PellixException> callback) {
+    future.whenComplete((record, error) -> MainQueue.execute(
+        executor, () -> callback.accept(record, (PellixException) error)));
+  }
+
+  private static long milliseconds(Duration time, String name) {
+    if (time.isNegative()) throw new IllegalArgumentException(name + " is below zero");
+    Duration longest = Duration.ofDays(365);
+    return (time.compareTo(longest) < 0 ? time : longest).toMillis();
+  }
+
+  /** What a host may choose. To be used by one thread at a time. */
+  public static final class Builder {
+    private final byte[][] texts = new byte[Library.TEXTS][];
+    private final long[] numbers = new long[Library.NUMBERS];
+    private Supplier<String> supplier;
+    private Executor executor;
+
+    private Builder(String accountUrl) {
+      Arrays.fill(numbers, -1); // which leaves the library's own
+      text(Library.ACCOUNT_URL, accountUrl, "accountUrl");
+      applicationId("").clientId("");
+    }
+
+    public Builder applicationId(String applicationId) {
+      return text(Library.APPLICATION_ID, applicationId, "applicationId");
+    }
+
+    public Builder clientId(String clientId) {
+      return text(Library.CLIENT_ID, clientId, "clientId");
+    }
+
+    /** The bearer token of all requests that need one. */
+    public Builder token(String token) {
+      supplier = null;
+      return text(Library.PRESET_TOKEN, token, "token");
+    }
+
+    /**
+     * Supplies the token of one request; null if there is none. Runs on any thread, also on several
+     * at once, and should be quick. What it throws goes to the thread's handler, and there is no
+     * token then.
+     */
+    public Builder token(Supplier<String> token) {
+      supplier = Objects.requireNonNull(token, "token");
+      return this;
+    }
+
+    /** A file of trusted certificates in PEM, in place of the system's. */
+    public Builder certificateAuthorities(Path file) {
+      return text(Library.CERTIFICATES, file.toString(), "certificateAuthorities");
+    }
+
+    /**
+     * {@code [SCHEME://][USER:PASSWORD@]HOST[:PORT]}; empty, as at first: what the environment says.
+     */
+    public Builder proxy(String address) {
+      return text(Library.PROXY, address, "proxy");
+    }
+
+    /** Whether to pay no attention to what the environment says of proxies. */
+    public Builder ignoreProxyEnvironment(boolean ignore) {
+      return number(Library.IGNORE_PROXY_ENVIRONMENT, ignore ? 1 : 0);
+    }
+
+    /** How long a connection may take to be made. */
+    public Builder connectTimeout(Duration limit) {
+      return number(Library.CONNECT_TIMEOUT, milliseconds(limit, "connectTimeout"));
+    }
+
+    /** How long a request may take in all. */
+    public Builder requestTimeout(Duration limit) {
+      return number(Library.REQUEST_TIMEOUT, milliseconds(limit, "requestTimeout"));
+    }
+
+    /** How many bytes a reply's body may have. */
+    public Builder maxResponseBytes(int bytes) {
+      if (bytes < 0) throw new IllegalArgumentException("maxResponseBytes is below zero");
+      return number(Library.MAX_RESPONSE_BYTES, bytes);
+    }
+
+    /** How long settings are kept before they are fetched anew. */
+    public Builder settingsTimeToLive(Duration time) {
+      return number(Library.TIME_TO_LIVE, milliseconds(time, "settingsTimeToLive"));
+    }
+
+    /**
+     * Whether the secrets of TLS connections are written to the file that SSLKEYLOGFILE names. Never
+     * in production.
+     */
+    public Builder logsTlsSecrets(boolean logs) {
+      return number(Library.LOGS_TLS_SECRETS, logs ? 1 : 0);
+    }
+
+    /** The locale to search in, whatever the knowledge base's settings and the languages say. */
+    public Builder lumenoLocaleOverride(String locale) {
+      return text(Library.LOCALE_OVERRIDE, locale, "lumenoLocaleOverride");
+    }
+
+    /** The person's languages, most preferred first, in place of what the environment says. */
+    public Builder preferredLanguages(List<Locale> languages) {
+      String tags = languages.stream()
+          .map(language -> language.toLanguageTag() + "\0")
+          .collect(Collectors.joining());
+      return text(Library.LANGUAGES, tags, "preferredLanguages");
+    }
+
+    /** Where results come, one at a time; a loop of the host's own, for instance. */
+    public Builder executor(Executor executor) {
+      this.executor = Objects.requireNonNull(executor, "executor");
+      return this;
+    }
+
+    /**
+     * Opens the client.
+     *
+     * @throws PellixException if the library refuses what was chosen
+     * @throws IllegalStateException if a client is open already
+     */
+    public PellixClient open() {
+      return new PellixClient(this);
+    }
+
+    private Builder text(int which, String text, String name) {
+      texts[which] = Library.utf8(text, name);
+      return this;
+    }
+
+    private Builder number(int which, long number) {
+      numbers[which] = number;
+      return this;
+    }
+  }
+}
