@@ -1,5 +1,6 @@
 package com.pellix;
 
+import java.lang.System.Logger.Level;
 import java.lang.annotation.Native;
 import java.net.URISyntaxException;
 import java.nio.ByteBuffer;
@@ -21,9 +22,8 @@ final class Library {
       MAX_RESPONSE_BYTES = 3, IGNORE_PROXY_ENVIRONMENT = 4, LOGS_TLS_SECRETS = 5, NUMBERS = 6;
 
   private static final System.Logger logger = System.getLogger("com.pellix");
-  private static final System.Logger.Level[] levels = {
-      System.Logger.Level.DEBUG, System.Logger.Level.INFO, System.Logger.Level.WARNING,
-      System.Logger.Level.ERROR};
+  // From the library's lowest one; what it calls information, it does not show by itself either.
+  private static final Level[] levels = {Level.TRACE, Level.DEBUG, Level.WARNING, Level.ERROR};
 
   static {
     Path file = file();

@@ -17,6 +17,7 @@ final class MainQueue {
   private final Executor executor;
   private final Queue<Runnable> endings = new ConcurrentLinkedQueue<>();
   private final AtomicInteger wakes = new AtomicInteger();
+  private volatile boolean isOver;
 
   MainQueue(Executor hosts) {
     own = hosts != null ? null : Executors.newSingleThreadExecutor(task -> {
@@ -28,6 +29,7 @@ final class MainQueue {
   }
 
   void add(Runnable ending) {
+    if (isOver) return;
     endings.add(ending);
     wake();
   }
@@ -46,6 +48,11 @@ final class MainQueue {
       }
       for (Runnable ending; (ending = endings.poll()) != null;) guarded(ending);
     } while (wakes.addAndGet(-seen) != 0);
+  }
+
+  /** What is added from now on never runs. */
+  void abandon() {
+    isOver = true;
   }
 
   /** What waits still runs. */

@@ -43,8 +43,7 @@ public final class PellixClient implements AutoCloseable {
   private static final AtomicBoolean isAnyOpen = new AtomicBoolean();
 
   private final AtomicBoolean isClosed = new AtomicBoolean();
-  // The library must not call Java while that goes.
-  private final Thread hook = new Thread(() -> close(1000), "pellix-end");
+  private final Thread hook = new Thread(this::endWithJava, "pellix-end");
   private final MainQueue queue;
   private final NativeObject provider;
 
@@ -151,6 +150,12 @@ public final class PellixClient implements AutoCloseable {
     if (isClosed.getAndSet(true)) return;
     Library.close(milliseconds);
     cleanUp();
+  }
+
+  /** The library must not call Java any more; and nobody is to take the end for a result. */
+  private void endWithJava() {
+    queue.abandon();
+    close(1000);
   }
 
   private void cleanUp() {

@@ -1,0 +1,260 @@
+package com.pellix;
+
+import java.lang.ref.WeakReference;
+import java.time.Duration;
+import java.time.Instant;
+import java.util.ArrayDeque;
+import java.util.ArrayList;
+import java.util.Collections;
+import java.util.Deque;
+import java.util.List;
+import java.util.concurrent.BlockingQueue;
+import java.util.concurrent.Callable;
+import java.util.concurrent.CompletableFuture;
+import java.util.concurrent.CompletionException;
+import java.util.concurrent.CountDownLatch;
+import java.util.concurrent.ExecutorService;
+import java.util.concurrent.Executors;
+import java.util.concurrent.LinkedBlockingQueue;
+import java.util.function.UnaryOperator;
+import java.util.logging.Handler;
+import java.util.logging.LogRecord;
+import java.util.logging.Logger;
+
+/** Every outcome that a host can meet, and a stress: ClientTest outcomes|stress SERVICE. */
+final class ClientTest {
+  private static final String question = "How do I change my password?";
+  private static final Duration ample = Duration.ofMinutes(1);
+  private static final BlockingQueue<Throwable> uncaught = new LinkedBlockingQueue<>();
+
+  public static void main(String[] arguments) throws Exception {
+    Thread.setDefaultUncaughtExceptionHandler((thread, thrown) -> {
+      uncaught.add(thrown);
+      if (!thread.getName().equals("main")) return;
+      thrown.printStackTrace();
+      Runtime.getRuntime().halt(1);
+    });
+    if (arguments[0].equals("stress")) {
+      stress(arguments[1]);
+      return;
+    }
+    journey(arguments[1]);
+    outcomes(arguments[1]);
+    callbacks(arguments[1]);
+    badInput(arguments[1]);
+  }
+
+  private static void expect(Object expected, Object actual) {
+    if (!expected.equals(actual)) throw new AssertionError(expected + " expected, not " + actual);
+  }
+
+  private static void journey(String program) throws Exception {
+    try (Service service = new Service(program); PellixClient client = service.client().open()) {
+      DeflectionResponse answer = client.ask(question).join();
+      DeflectionResponse again = client.ask(question).join();
+      DeflectionArticle first = answer.deflectionArticles().get(0);
+      DeflectionArticle second = answer.deflectionArticles().get(1);
+      expect(first, again.deflectionArticles().get(0));
+      expect(first.hashCode(), again.deflectionArticles().get(0).hashCode());
+      expect(false, first.equals(second) || answer.equals(again) || answer.equals(null));
+      expect(false, answer.equals((Object) first) || first.equals((Object) question));
+      expect(false, answer.toString().contains(answer.interactionAccessToken()));
+      expect("en-us", first.locale());
+      expect(true, first.htmlURL().startsWith("http") && first.score() >= second.score());
+      expect(true, first.body().contains("<") && !first.labelNames().contains(""));
+
+      long deflection = answer.deflection().deflectionID();
+      String token = answer.interactionAccessToken();
+      PellixDispatcherResponse resolved =
+          client.resolve(deflection, first.articleId(), token).join();
+      expect(200, resolved.response().statusCode());
+      expect("application/json", resolved.response().allHeaderFields().get("content-type"));
+      expect(true, new String(resolved.data().get()).contains("resolution"));
+      client.reject(deflection, second.articleId(), token, RejectionReason.REASON_2).join();
+      expect(true, client.waitUntilIdle(ample));
+      String record = service.record();
+      String about = "\"deflection_id\":" + deflection + ",\"article_id\":";
+      expect(true, record.contains("resolutions\":[{" + about + first.articleId()));
+      expect(true, record.contains("rejections\":[{" + about + second.articleId()));
+      expect(true, record.contains("\"value\":1") && record.contains("\"reason_id\":2"));
+    }
+  }
+
+  /** Domain and code of the error that asking ends with, or just that it ends silently. */
+  private static String outcome(CompletableFuture<?> future) {
+    try {
+      return future.join().toString();
+    } catch (CompletionException thrown) {
+      PellixException error = (PellixException) thrown.getCause();
+      return error instanceof SilentEndException ? "silent" : error.domain() + " " + error.code();
+    }
+  }
+
+  private static void expectOutcome(String program, String expected, String misbehaviour,
+      UnaryOperator<PellixClient.Builder> choose) throws Exception {
+    try (Service service = new Service(program, misbehaviour);
+        PellixClient client = choose.apply(service.client()).open()) {
+      expect(expected, outcome(client.ask(question)));
+    }
+  }
+
+  private static void outcomes(String program) throws Exception {
+    String none = "vote=none"; // nobody votes
+    expectOutcome(program, "QV_Pellix_Disabled 1006", "settings=disabled", client -> client);
+    expectOutcome(program, "silent", "interaction=none", client -> client);
+    expectOutcome(program, "Platform.DecodingError 1", "interaction=body:{}", client -> client);
+    // For the same application: the account before does not linger.
+    expectOutcome(program, "com.pellix.providers 401", none, client -> client.token("another"));
+    expectOutcome(program, "com.quorvel.core 3", none, client -> client.token(() -> null));
+    expectOutcome(program, "com.quorvel.core 15", none, client -> client.maxResponseBytes(1000));
+
+    Service service = new Service(program);
+    try (PellixClient client = service.client().open()) {
+      client.ask(question).join();
+      service.close();
+      expect("com.quorvel.core " + CoreError.CANNOT_CONNECT, outcome(client.ask(question)));
+    }
+    try (PellixClient client = PellixClient.builder(service.url).open()) {
+      BlockingQueue<String> lines = new LinkedBlockingQueue<>();
+      Handler handler = new Handler() {
+        @Override
+        public void publish(LogRecord line) {
+          lines.add(line.getLevel() + " " + line.getMessage());
+          throw new IllegalStateException("of a logger");
+        }
+
+        @Override
+        public void flush() {}
+
+        @Override
+        public void close() {}
+      };
+      Logger logger = Logger.getLogger("com.pellix");
+      logger.addHandler(handler);
+      logger.setUseParentHandlers(false);
+      expect("QV_Pellix_Disabled 1006", outcome(client.ask(question))); // there are no settings
+      logger.removeHandler(handler);
+      expect(true, lines.take().startsWith("WARNING "));
+      expect("of a logger", uncaught.take().getMessage());
+      uncaught.clear();
+    }
+  }
+
+  private static void callbacks(String program) throws Exception {
+    ExecutorService pool = Executors.newFixedThreadPool(2);
+    try (Service service = new Service(program);
+        PellixClient client = service.client().token(() -> "a-token").executor(pool).open()) {
+      CompletableFuture<String> result = new CompletableFuture<>();
+      client.ask(question, pool, (answer, error) -> {
+        client.reject(answer.deflection().deflectionID(), 1, "\u00e9", RejectionReason.REASON_0,
+            Runnable::run, (response, refusal) -> result.complete(refusal.domain()));
+        throw new IllegalStateException("of a callback");
+      });
+      expect("com.pellix.providers", result.join());
+      expect("of a callback", uncaught.take().getMessage());
+      pool.shutdown(); // what comes now, comes where the library has it
+      expect(true, client.ask(question).join().deflectionArticles().size() > 1);
+    }
+    try (Service service = new Service(program);
+        PellixClient client = service.client().token(ClientTest::fail).open()) {
+      expect("com.quorvel.core 3", outcome(client.ask(question)));
+      expect("of a supplier", uncaught.take().getMessage());
+    }
+    // Closed within a callback, and while a question is under way.
+    try (Service service = new Service(program, "interaction=delay:3600000");
+        PellixClient client = service.client().open()) {
+      CompletableFuture<DeflectionResponse> question1 = client.ask(question);
+      client.resolve(1, 1, "").handle((answer, error) -> {
+        client.close();
+        return null;
+      }).join();
+      expect("silent", outcome(question1));
+    }
+  }
+
+  private static String fail() {
+    throw new IllegalStateException("of a supplier");
+  }
+
+  private static void expectThrown(Class<?> expected, Callable<?> action) {
+    try {
+      action.call();
+    } catch (Exception thrown) {
+      expect(expected, thrown.getClass());
+      return;
+    }
+    throw new AssertionError(expected + " expected");
+  }
+
+  private static void badInput(String program) throws Exception {
+    String half = "Password \ud83d?";
+    expectThrown(NullPointerException.class, () -> PellixClient.builder(null));
+    expectThrown(IllegalArgumentException.class, () -> PellixClient.builder(half));
+    PellixClient.Builder insecure = PellixClient.builder("http://example.org");
+    expectThrown(PellixException.class, insecure::open);
+    expectThrown(IllegalArgumentException.class,
+        () -> insecure.connectTimeout(Duration.ofMillis(-1)));
+    PellixClient closed;
+    try (Service service = new Service(program); PellixClient client = service.client().open()) {
+      closed = client;
+      expectThrown(IllegalStateException.class, service.client()::open);
+      expectThrown(NullPointerException.class, () -> client.ask(null));
+      expectThrown(IllegalArgumentException.class, () -> client.ask(half));
+      expectThrown(NullPointerException.class, () -> client.reject(1, 1, "", null));
+      expectThrown(IllegalArgumentException.class, () -> client.resolve(1, 1, half));
+      client.ask("\ud83d\ude00\0").join(); // whole characters, and NUL, are fine
+      expect(true, service.record().contains("enquiry\":\"\ud83d\ude00\\u0000"));
+      expect(true, service.record().contains("interaction\":1"));
+    }
+    closed.close();
+    expectThrown(IllegalStateException.class, () -> closed.ask(question));
+    expectThrown(IllegalStateException.class, () -> closed.waitUntilIdle(ample));
+  }
+
+  /** Threads ask and let go of what they get while clients are closed and opened anew. */
+  private static void stress(String program) throws Exception {
+    String wanted = System.getenv("PELLIX_STRESS");
+    List<WeakReference<?>> futures = Collections.synchronizedList(new ArrayList<>());
+    try (Service service = new Service(program)) {
+      for (int round = 0; round < (wanted == null ? 10 : Integer.parseInt(wanted)); ++round) {
+        PellixClient client = service.client().settingsTimeToLive(Duration.ZERO).open();
+        CountDownLatch answers = new CountDownLatch(100);
+        List<Thread> threads = new ArrayList<>();
+        for (int i = 0; i < 4; ++i) {
+          Thread thread = new Thread(() -> askUntilClosed(client, answers, futures));
+          thread.start();
+          threads.add(thread);
+        }
+        answers.await();
+        client.close();
+        for (Thread thread : threads) thread.join(); // no future is left alone
+        System.gc();
+      }
+    }
+    // Neither the library nor Java holds anything that is over.
+    Instant end = Instant.now().plus(ample);
+    while (Library.liveReferences() > 0 || futures.stream().anyMatch(each -> each.get() != null)) {
+      if (Instant.now().isAfter(end)) throw new AssertionError(Library.liveReferences() + " left");
+      System.gc();
+    }
+    System.out.println(futures.size() + " questions");
+  }
+
+  private static void askUntilClosed(
+      PellixClient client, CountDownLatch answers, List<WeakReference<?>> futures) {
+    Deque<CompletableFuture<?>> underWay = new ArrayDeque<>();
+    try {
+      while (true) {
+        CompletableFuture<DeflectionResponse> future = client.ask(question);
+        futures.add(new WeakReference<>(future));
+        underWay.add(future.handle((answer, error) -> {
+          answers.countDown();
+          return answer == null ? 0 : answer.deflectionArticles().get(0).title().length();
+        }));
+        if (underWay.size() > 50) underWay.remove().join();
+      }
+    } catch (IllegalStateException closed) {
+      underWay.forEach(CompletableFuture::join);
+    }
+  }
+}
