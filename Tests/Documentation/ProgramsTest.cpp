@@ -14,6 +14,9 @@ std::vector<std::vector<std::string>> commands() {
 #ifdef PYTHON
   all.push_back({PYTHON, PYTHON_PROGRAM});
 #endif
+#ifdef JAVA
+  all.push_back({JAVA, "-cp", JAR, JAVA_PROGRAM});
+#endif
   return all;
 }
 
