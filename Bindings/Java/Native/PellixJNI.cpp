@@ -1,6 +1,5 @@
 #include <PellixProvidersSDK/QVLPellix.h>
 
-#include <com_pellix_CoreError.h>
 #include <com_pellix_Library.h>
 #include <com_pellix_NativeObject.h>
 #include <pthread.h>
@@ -19,31 +18,11 @@ namespace {
 #define OPTION(name) com_pellix_Library_##name
 #define FIELD(name) com_pellix_NativeObject_##name
 
-static_assert(com_pellix_CoreError_INVALID_ACCOUNT_URL == QVLCoreErrorInvalidAccountUrl);
-static_assert(com_pellix_CoreError_INSECURE_URL == QVLCoreErrorInsecureUrl);
-static_assert(com_pellix_CoreError_MISSING_TOKEN == QVLCoreErrorMissingToken);
-static_assert(com_pellix_CoreError_INVALID_HEADER == QVLCoreErrorInvalidHeader);
-static_assert(com_pellix_CoreError_NOT_INITIALIZED == QVLCoreErrorNotInitialized);
-static_assert(com_pellix_CoreError_CANNOT_RESOLVE_HOST == QVLCoreErrorCannotResolveHost);
-static_assert(com_pellix_CoreError_CANNOT_RESOLVE_PROXY == QVLCoreErrorCannotResolveProxy);
-static_assert(com_pellix_CoreError_CANNOT_CONNECT == QVLCoreErrorCannotConnect);
-static_assert(com_pellix_CoreError_TIMED_OUT == QVLCoreErrorTimedOut);
-static_assert(com_pellix_CoreError_UNTRUSTED_CERTIFICATE == QVLCoreErrorUntrustedCertificate);
-static_assert(com_pellix_CoreError_SECURE_CONNECTION_FAILED == QVLCoreErrorSecureConnectionFailed);
-static_assert(com_pellix_CoreError_UNREADABLE_CERTIFICATE_STORE ==
-              QVLCoreErrorUnreadableCertificateStore);
-static_assert(com_pellix_CoreError_CONNECTION_LOST == QVLCoreErrorConnectionLost);
-static_assert(com_pellix_CoreError_MALFORMED_REPLY == QVLCoreErrorMalformedReply);
-static_assert(com_pellix_CoreError_REPLY_TOO_LARGE == QVLCoreErrorReplyTooLarge);
-static_assert(com_pellix_CoreError_PROXY_FAILED == QVLCoreErrorProxyFailed);
-static_assert(com_pellix_CoreError_TRANSPORT_FAILED == QVLCoreErrorTransportFailed);
-static_assert(com_pellix_CoreError_FOREIGN_ORIGIN == QVLCoreErrorForeignOrigin);
-static_assert(com_pellix_CoreError_INVALID_PROXY == QVLCoreErrorInvalidProxy);
-
 JavaVM* machine;
 pthread_key_t attached;  // detaches a thread that ends
 jclass library;
 jclass exception;
+jfieldID reference;
 jmethodID newException;
 jmethodID ended;
 jmethodID released;
@@ -71,13 +50,19 @@ class Call {
     if (java_) java_->PopLocalFrame(nullptr);
   }
 
-  /// False if Java takes no more calls.
-  explicit operator bool() const { return java_; }
+  /// Null if Java takes no more calls.
+  operator JNIEnv*() const { return java_; }
   JNIEnv* operator->() const { return java_; }
-  [[nodiscard]] JNIEnv* java() const { return java_; }
 
-  /// Nothing may be pending when the library goes on; what throws there is no code of the host's.
-  [[nodiscard]] bool failed() const {
+  template <class... Arguments>
+  void operator()(jmethodID method, Arguments... arguments) const {
+    if (failed()) return;
+    java_->CallStaticVoidMethod(library, method, arguments...);
+    static_cast<void>(failed());
+  }
+
+  /// What throws is no code of the host's, and must not hold the library up.
+  bool failed() const {
     if (!java_->ExceptionCheck()) return false;
     java_->ExceptionDescribe();
     java_->ExceptionClear();
@@ -90,7 +75,8 @@ class Call {
 
 using Text = std::optional<std::string>;
 
-Text textOf(JNIEnv* java, jbyteArray bytes) {
+Text textOf(JNIEnv* java, jobject object) {
+  auto* const bytes = static_cast<jbyteArray>(object);
   if (!bytes) return std::nullopt;
   const auto length = java->GetArrayLength(bytes);
   std::string text(static_cast<std::size_t>(length), '\0');
@@ -98,28 +84,34 @@ Text textOf(JNIEnv* java, jbyteArray bytes) {
   return text;
 }
 
-jbyteArray bytesOf(JNIEnv* java, const char* text, std::size_t length) {
+jbyteArray bytesOf(JNIEnv* java, const void* text, std::size_t size) {
   if (!text) return nullptr;
-  auto* const bytes = java->NewByteArray(static_cast<jsize>(length));
-  if (bytes) {
-    java->SetByteArrayRegion(bytes, 0, static_cast<jsize>(length),
-                             reinterpret_cast<const jbyte*>(text));
-  }
+  const auto length = static_cast<jsize>(size);
+  auto* const bytes = java->NewByteArray(length);
+  if (bytes) java->SetByteArrayRegion(bytes, 0, length, static_cast<const jbyte*>(text));
   return bytes;
 }
 
-template <class Object>
-Object* objectOf(jlong handle) {
-  return reinterpret_cast<Object*>(static_cast<std::intptr_t>(handle));
-}
+/// What a reference of Java's refers to, of whatever class.
+struct Handle {
+  jlong value;
+
+  Handle(JNIEnv* java, jobject object) : value(java->GetLongField(object, reference)) {}
+  explicit Handle(jlong given) : value(given) {}
+  template <class Object>
+  operator Object*() const {
+    return reinterpret_cast<Object*>(static_cast<std::intptr_t>(value));
+  }
+};
 
 /// A reference for Java.
 jlong retained(const QVLObject* object) {
-  QVLRetain(object);
+  if (object) QVLRetain(object);
   return reinterpret_cast<std::intptr_t>(object);
 }
 
 jthrowable exceptionOf(JNIEnv* java, const QVLError* error) {
+  if (!error) return nullptr;
   std::size_t length = 0;
   const auto* text = QVLError_domain(error, &length);
   auto* const domain = bytesOf(java, text, length);
@@ -133,33 +125,25 @@ jthrowable exceptionOf(JNIEnv* java, const QVLError* error) {
 /// The library's callbacks; the context is a global reference.
 
 void release(void* context) {
-  const Call call;
-  if (call) call->DeleteGlobalRef(static_cast<jobject>(context));
+  if (const Call call; call) call->DeleteGlobalRef(static_cast<jobject>(context));
 }
 
 template <class Record>
 void endedBy(const Record* record, const QVLError* error, void* pending) {
-  const Call call;
-  if (!call) return;
-  auto* const thrown = error ? exceptionOf(call.java(), error) : nullptr;
-  if (call.failed()) return;
-  call->CallStaticVoidMethod(library, ended, pending, record ? retained(record) : jlong{0}, thrown);
-  static_cast<void>(call.failed());
+  if (const Call call; call) call(ended, pending, retained(record), exceptionOf(call, error));
 }
 
 void releasePending(void* pending) {
-  const Call call;
-  if (!call) return;
-  call->CallStaticVoidMethod(library, released, pending);
-  static_cast<void>(call.failed());
-  call->DeleteGlobalRef(static_cast<jobject>(pending));
+  if (const Call call; call) call(released, pending);
+  release(pending);
 }
 
 void wakeQueue(void* queue) {
-  const Call call;
-  if (!call) return;
-  call->CallStaticVoidMethod(library, wake, queue);
-  static_cast<void>(call.failed());
+  if (const Call call; call) call(wake, queue);
+}
+
+void writeLog(int level, const char* line, std::size_t length, void* /*context*/) {
+  if (const Call call; call) call(log, jint{level}, bytesOf(call, line, length));
 }
 
 void supply(QVLTokenReceiver* receiver, void* supplier) {
@@ -167,18 +151,9 @@ void supply(QVLTokenReceiver* receiver, void* supplier) {
   if (!call) return;
   auto* const token = call->CallStaticObjectMethod(library, supplyToken, supplier);
   if (call.failed()) return;
-  if (const auto text = textOf(call.java(), static_cast<jbyteArray>(token))) {
+  if (const auto text = textOf(call, token)) {
     QVLTokenReceiver_setToken(receiver, text->data(), text->size());
   }
-}
-
-void writeLog(int level, const char* line, std::size_t length, void* /*context*/) {
-  const Call call;
-  if (!call) return;
-  auto* const bytes = bytesOf(call.java(), line, length);
-  if (call.failed()) return;
-  call->CallStaticVoidMethod(library, log, jint{level}, bytes);
-  static_cast<void>(call.failed());
 }
 
 using Texts = std::array<Text, OPTION(TEXTS)>;
@@ -192,9 +167,8 @@ QVLQuorvelConfiguration* configure(const Texts& texts, const Numbers& numbers) {
   setText(OPTION(PRESET_TOKEN), QVLQuorvelConfiguration_setToken);
   setText(OPTION(CERTIFICATES), QVLQuorvelConfiguration_setCertificateAuthorities);
   setText(OPTION(PROXY), QVLQuorvelConfiguration_setProxy);
-  const auto setNumber = [&]<class Number>(
-                             std::size_t which,
-                             void (*set)(QVLQuorvelConfiguration* configuration, Number value)) {
+  const auto setNumber = [&]<class Number>(std::size_t which,
+                                           void (*set)(QVLQuorvelConfiguration*, Number)) {
     if (numbers.at(which) >= 0) set(made, static_cast<Number>(numbers.at(which)));
   };
   setNumber(OPTION(CONNECT_TIMEOUT), QVLQuorvelConfiguration_setConnectTimeout);
@@ -236,61 +210,32 @@ QVLPellixProvider* setUp(const Texts& texts, const std::string& applicationId,
   return provider;
 }
 
-const char* textAt(jlong handle, jint field, std::size_t index, std::size_t* length) {
-  const auto* const response = objectOf<const QVLDeflectionResponse>(handle);
-  const auto* const article = objectOf<const QVLDeflectionArticle>(handle);
-  const auto* const http = objectOf<const QVLHTTPURLResponse>(handle);
+const void* textAt(Handle of, jint field, std::size_t index, std::size_t* length) {
   switch (field) {
     case FIELD(TOKEN):
-      return QVLDeflectionResponse_interactionAccessToken(response, length);
+      return QVLDeflectionResponse_interactionAccessToken(of, length);
     case FIELD(TITLE):
-      return QVLDeflectionArticle_title(article, length);
+      return QVLDeflectionArticle_title(of, length);
     case FIELD(HTML_URL):
-      return QVLDeflectionArticle_htmlURL(article, length);
+      return QVLDeflectionArticle_htmlURL(of, length);
     case FIELD(URL):
-      return QVLDeflectionArticle_url(article, length);
+      return QVLDeflectionArticle_url(of, length);
     case FIELD(LABEL):
-      return QVLDeflectionArticle_labelNames_at(article, index, length);
+      return QVLDeflectionArticle_labelNames_at(of, index, length);
     case FIELD(BODY):
-      return QVLDeflectionArticle_body(article, length);
+      return QVLDeflectionArticle_body(of, length);
     case FIELD(LOCALE):
-      return QVLDeflectionArticle_locale(article, length);
+      return QVLDeflectionArticle_locale(of, length);
     case FIELD(SNIPPET):
-      return QVLDeflectionArticle_snippet(article, length);
+      return QVLDeflectionArticle_snippet(of, length);
     case FIELD(RESPONSE_URL):
-      return QVLHTTPURLResponse_url(http, length);
+      return QVLHTTPURLResponse_url(of, length);
     case FIELD(HEADER):
-      return QVLHTTPURLResponse_allHeaderFields_nameAt(http, index, length);
+      return QVLHTTPURLResponse_allHeaderFields_nameAt(of, index, length);
     case FIELD(HEADER_VALUE):
-      return QVLHTTPURLResponse_allHeaderFields_valueAt(http, index, length);
+      return QVLHTTPURLResponse_allHeaderFields_valueAt(of, index, length);
     default:
-      return reinterpret_cast<const char*>(QVLPellixDispatcherResponse_data(
-          objectOf<const QVLPellixDispatcherResponse>(handle), length));
-  }
-}
-
-std::int64_t numberOf(jlong handle, jint field) {
-  const auto* const response = objectOf<const QVLDeflectionResponse>(handle);
-  const auto* const article = objectOf<const QVLDeflectionArticle>(handle);
-  const auto* const http = objectOf<const QVLHTTPURLResponse>(handle);
-  const auto count = [](std::size_t number) { return static_cast<std::int64_t>(number); };
-  switch (field) {
-    case FIELD(ARTICLES):
-      return count(QVLDeflectionResponse_deflectionArticles_count(response));
-    case FIELD(DEFLECTION_ID):
-      return QVLDeflection_deflectionID(objectOf<QVLDeflection>(handle));
-    case FIELD(ID):
-      return QVLDeflectionArticle_id(article);
-    case FIELD(LABELS):
-      return count(QVLDeflectionArticle_labelNames_count(article));
-    case FIELD(ARTICLE_ID):
-      return QVLDeflectionArticle_articleId(article);
-    case FIELD(BRAND_ID):
-      return QVLDeflectionArticle_brandId(article);
-    case FIELD(STATUS_CODE):
-      return QVLHTTPURLResponse_statusCode(http);
-    default:
-      return count(QVLHTTPURLResponse_allHeaderFields_count(http));
+      return QVLPellixDispatcherResponse_data(of, length);
   }
 }
 
@@ -305,13 +250,16 @@ jint JNI_OnLoad(JavaVM* loading, void* /*reserved*/) {
   };
   library = find("com/pellix/Library");
   exception = find("com/pellix/PellixException");
+  reference = call->GetFieldID(call->FindClass("com/pellix/NativeObject"), "handle", "J");
   newException = call->GetMethodID(exception, "<init>", "([BJ[B)V");
-  ended = call->GetStaticMethodID(library, "ended",
-                                  "(Lcom/pellix/Pending;JLcom/pellix/PellixException;)V");
-  released = call->GetStaticMethodID(library, "released", "(Lcom/pellix/Pending;)V");
-  wake = call->GetStaticMethodID(library, "wake", "(Lcom/pellix/MainQueue;)V");
-  supplyToken = call->GetStaticMethodID(library, "token", "(Ljava/util/function/Supplier;)[B");
-  log = call->GetStaticMethodID(library, "log", "(I[B)V");
+  const auto method = [&](const char* name, const char* signature) {
+    return call->GetStaticMethodID(library, name, signature);
+  };
+  ended = method("ended", "(Lcom/pellix/Pending;JLcom/pellix/PellixException;)V");
+  released = method("released", "(Lcom/pellix/Pending;)V");
+  wake = method("wake", "(Lcom/pellix/MainQueue;)V");
+  supplyToken = method("token", "(Ljava/util/function/Supplier;)[B");
+  log = method("log", "(I[B)V");
   const auto detach = [](void*) { machine->DetachCurrentThread(); };
   return !call.failed() && pthread_key_create(&attached, detach) == 0 ? JNI_VERSION_10 : JNI_ERR;
 }
@@ -320,8 +268,7 @@ jlong Java_com_pellix_Library_open(JNIEnv* java, jclass, jobjectArray texts, jlo
                                    jobject supplier, jobject queue, jint logLevel) {
   Texts given;
   for (jsize i = 0; i < OPTION(TEXTS); ++i) {
-    given.at(static_cast<std::size_t>(i)) =
-        textOf(java, static_cast<jbyteArray>(java->GetObjectArrayElement(texts, i)));
+    given.at(static_cast<std::size_t>(i)) = textOf(java, java->GetObjectArrayElement(texts, i));
   }
   Numbers chosen{};
   java->GetLongArrayRegion(numbers, 0, OPTION(NUMBERS), chosen.data());
@@ -334,21 +281,21 @@ jlong Java_com_pellix_Library_open(JNIEnv* java, jclass, jobjectArray texts, jlo
     QVLQuorvelConfiguration_setTokenSupplier(configuration, supply, java->NewGlobalRef(supplier),
                                              release);
   }
+  static bool isSetUp = false;
   const QVLError* error = nullptr;
   const auto& applicationId = *given[OPTION(APPLICATION_ID)];
-  static bool isSetUp = false;
-  QVLPellixProvider* provider = nullptr;
   if (isSetUp) {  // for the same application, nothing would change: another one comes between
-    provider = setUp(given, applicationId + "'", configuration, &error);
-    if (provider) QVLRelease(provider);
+    if (auto* const between = setUp(given, applicationId + "'", configuration, &error)) {
+      QVLRelease(between);
+    }
   }
-  if (!isSetUp || provider) provider = setUp(given, applicationId, configuration, &error);
+  auto* const provider = error ? nullptr : setUp(given, applicationId, configuration, &error);
   QVLRelease(configuration);
   if (provider) {
     isSetUp = true;
     QVLMainQueue_setWakeHook(wakeQueue, java->NewGlobalRef(queue), release);
-  } else if (error) {
-    if (auto* const thrown = exceptionOf(java, error)) java->Throw(thrown);
+  } else if (auto* const thrown = exceptionOf(java, error)) {
+    java->Throw(thrown);
     QVLRelease(error);
   }
   return reinterpret_cast<std::intptr_t>(provider);
@@ -371,7 +318,7 @@ void Java_com_pellix_Library_runPending(JNIEnv*, jclass) {
 }
 
 void Java_com_pellix_Library_release(JNIEnv*, jclass, jlong handle) {
-  QVLRelease(objectOf<QVLObject>(handle));
+  QVLRelease(Handle(handle));
 }
 
 jbyteArray Java_com_pellix_Library_version(JNIEnv* java, jclass) {
@@ -384,72 +331,92 @@ jlong Java_com_pellix_Library_liveReferences(JNIEnv*, jclass) {
   return static_cast<jlong>(QVLLiveReferences());
 }
 
-jbyteArray Java_com_pellix_NativeObject_bytes(JNIEnv* java, jobject, jlong handle, jint field,
-                                              jint index) {
+jbyteArray Java_com_pellix_NativeObject_bytes(JNIEnv* java, jobject self, jint field, jint index) {
   std::size_t length = 0;
-  const auto* const text = textAt(handle, field, static_cast<std::size_t>(index), &length);
+  const auto* const text =
+      textAt(Handle(java, self), field, static_cast<std::size_t>(index), &length);
   return bytesOf(java, text, length);
 }
 
-jlong Java_com_pellix_NativeObject_number(JNIEnv*, jobject, jlong handle, jint field) {
-  return numberOf(handle, field);
-}
-
-jdouble Java_com_pellix_NativeObject_real(JNIEnv*, jobject, jlong handle) {
-  return QVLDeflectionArticle_score(objectOf<const QVLDeflectionArticle>(handle));
-}
-
-jlong Java_com_pellix_NativeObject_part(JNIEnv*, jobject, jlong handle, jint kind, jint index) {
-  const auto* const response = objectOf<const QVLDeflectionResponse>(handle);
-  switch (kind) {
+jlong Java_com_pellix_NativeObject_number(JNIEnv* java, jobject self, jint field) {
+  const Handle of(java, self);
+  const auto count = [](std::size_t number) { return static_cast<jlong>(number); };
+  switch (field) {
+    case FIELD(DEFLECTION_RESPONSE):
+      return QVLDeflection_deflectionID(QVLDeflectionResponse_deflection(of));
     case FIELD(DEFLECTION):
-      return retained(QVLDeflectionResponse_deflection(response));
+      return QVLDeflection_deflectionID(of);
     case FIELD(DEFLECTION_ARTICLE):
-      return retained(
-          QVLDeflectionResponse_deflectionArticles_at(response, static_cast<std::size_t>(index)));
+      return QVLDeflectionArticle_articleId(of);
+    case FIELD(DISPATCHER_RESPONSE):
+      return QVLHTTPURLResponse_statusCode(QVLPellixDispatcherResponse_response(of));
+    case FIELD(HTTP_RESPONSE):
+      return QVLHTTPURLResponse_statusCode(of);
+    case FIELD(ARTICLES):
+      return count(QVLDeflectionResponse_deflectionArticles_count(of));
+    case FIELD(ID):
+      return QVLDeflectionArticle_id(of);
+    case FIELD(LABELS):
+      return count(QVLDeflectionArticle_labelNames_count(of));
+    case FIELD(BRAND_ID):
+      return QVLDeflectionArticle_brandId(of);
     default:
-      return retained(QVLPellixDispatcherResponse_response(
-          objectOf<const QVLPellixDispatcherResponse>(handle)));
+      return count(QVLHTTPURLResponse_allHeaderFields_count(of));
   }
 }
 
-jboolean Java_com_pellix_NativeObject_isEqual(JNIEnv*, jobject, jlong handle, jint kind, jobject,
-                                              jlong otherHandle) {
-  const auto* const other = objectOf<const QVLObject>(otherHandle);
+jdouble Java_com_pellix_NativeObject_realScore(JNIEnv* java, jobject self) {
+  return QVLDeflectionArticle_score(Handle(java, self));
+}
+
+jlong Java_com_pellix_NativeObject_part(JNIEnv* java, jobject self, jint kind, jint index) {
+  const Handle of(java, self);
+  const auto at = static_cast<std::size_t>(index);
+  switch (kind) {
+    case FIELD(DEFLECTION):
+      return retained(QVLDeflectionResponse_deflection(of));
+    case FIELD(DEFLECTION_ARTICLE):
+      return retained(QVLDeflectionResponse_deflectionArticles_at(of, at));
+    default:
+      return retained(QVLPellixDispatcherResponse_response(of));
+  }
+}
+
+jboolean Java_com_pellix_NativeObject_isEqual(JNIEnv* java, jobject self, jint kind,
+                                              jobject object) {
+  const Handle of(java, self);
+  const Handle other(java, object);
   switch (kind) {
     case FIELD(DEFLECTION_RESPONSE):
-      return QVLDeflectionResponse_isEqual(objectOf<QVLDeflectionResponse>(handle), other);
+      return QVLDeflectionResponse_isEqual(of, other);
     case FIELD(DEFLECTION):
-      return QVLDeflection_isEqual(objectOf<QVLDeflection>(handle), other);
+      return QVLDeflection_isEqual(of, other);
     case FIELD(DEFLECTION_ARTICLE):
-      return QVLDeflectionArticle_isEqual(objectOf<QVLDeflectionArticle>(handle), other);
+      return QVLDeflectionArticle_isEqual(of, other);
     case FIELD(DISPATCHER_RESPONSE):
-      return QVLPellixDispatcherResponse_isEqual(objectOf<QVLPellixDispatcherResponse>(handle),
-                                                 other);
-    case FIELD(HTTP_RESPONSE):
-      return QVLHTTPURLResponse_isEqual(objectOf<QVLHTTPURLResponse>(handle), other);
+      return QVLPellixDispatcherResponse_isEqual(of, other);
     default:
-      return handle == otherHandle;
+      return QVLHTTPURLResponse_isEqual(of, other);
   }
 }
 
-void Java_com_pellix_NativeObject_start(JNIEnv* java, jobject, jlong handle, jint operation,
-                                        jbyteArray text, jlong deflectionId, jlong articleId,
+void Java_com_pellix_NativeObject_start(JNIEnv* java, jobject self, jint operation,
+                                        jbyteArray bytes, jlong deflectionId, jlong articleId,
                                         jlong reason, jobject pending) {
-  auto* const provider = objectOf<QVLPellixProvider>(handle);
-  const auto sent = *textOf(java, text);
+  const Handle provider(java, self);
+  const auto text = *textOf(java, bytes);
   auto* const context = java->NewGlobalRef(pending);
   switch (operation) {
     case FIELD(ASK):
       return QVLPellixProvider_getDeflectionForQueryWithQuery_callback(
-          provider, sent.data(), sent.size(), endedBy, context, releasePending);
+          provider, text.data(), text.size(), endedBy, context, releasePending);
     case FIELD(RESOLVE):
       return QVLPellixProvider_resolveWithArticleWithDeflectionId_articleId_interactionAccessToken_callback(
-          provider, deflectionId, articleId, sent.data(), sent.size(), endedBy, context,
+          provider, deflectionId, articleId, text.data(), text.size(), endedBy, context,
           releasePending);
     default:
       return QVLPellixProvider_rejectWithArticleWithDeflectionId_articleId_interactionAccessToken_reason_callback(
-          provider, deflectionId, articleId, sent.data(), sent.size(), reason, endedBy, context,
+          provider, deflectionId, articleId, text.data(), text.size(), reason, endedBy, context,
           releasePending);
   }
 }

@@ -8,12 +8,7 @@ public final class Deflection extends NativeObject {
 
   /** The identifier to resolve or reject with. */
   public long deflectionID() {
-    return number(DEFLECTION_ID);
-  }
-
-  @Override
-  public int hashCode() {
-    return Long.hashCode(deflectionID());
+    return number(DEFLECTION);
   }
 
   @Override

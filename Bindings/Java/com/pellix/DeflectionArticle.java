@@ -16,17 +16,17 @@ public final class DeflectionArticle extends NativeObject {
   }
 
   public String title() {
-    return text(TITLE);
+    return text(TITLE, 0);
   }
 
   /** The article's page for people, as received. */
   public String htmlURL() {
-    return text(HTML_URL);
+    return text(HTML_URL, 0);
   }
 
   /** The article's address for programs, as received. */
   public String url() {
-    return text(URL);
+    return text(URL, 0);
   }
 
   /** The list can't be changed. */
@@ -38,16 +38,16 @@ public final class DeflectionArticle extends NativeObject {
 
   /** HTML, as received. */
   public String body() {
-    return text(BODY);
+    return text(BODY, 0);
   }
 
   /** The identifier of the article in the knowledge base: the one to resolve or reject with. */
   public long articleId() {
-    return number(ARTICLE_ID);
+    return number(DEFLECTION_ARTICLE);
   }
 
   public String locale() {
-    return text(LOCALE);
+    return text(LOCALE, 0);
   }
 
   public long brandId() {
@@ -56,17 +56,12 @@ public final class DeflectionArticle extends NativeObject {
 
   /** How well the article answers; more is better. */
   public double score() {
-    return real();
+    return realScore();
   }
 
   /** HTML, as received. */
   public String snippet() {
-    return text(SNIPPET);
-  }
-
-  @Override
-  public int hashCode() {
-    return Long.hashCode(id()) * 31 + Long.hashCode(articleId());
+    return text(SNIPPET, 0);
   }
 
   @Override

@@ -27,12 +27,7 @@ public final class DeflectionResponse extends NativeObject {
 
   /** The token to resolve or reject with: a secret. */
   public String interactionAccessToken() {
-    return text(TOKEN);
-  }
-
-  @Override
-  public int hashCode() {
-    return deflection.hashCode() * 31 + deflectionArticles.hashCode();
+    return text(TOKEN, 0);
   }
 
   /** Says nothing of the token. */

@@ -11,12 +11,12 @@ public final class HTTPURLResponse extends NativeObject {
   }
 
   public int statusCode() {
-    return (int) number(STATUS_CODE);
+    return (int) number(HTTP_RESPONSE);
   }
 
   /** The address that answered. */
   public String url() {
-    return text(RESPONSE_URL);
+    return text(RESPONSE_URL, 0);
   }
 
   /** Every header field once, found without regard to case. The map can't be changed. */
@@ -26,11 +26,6 @@ public final class HTTPURLResponse extends NativeObject {
       fields.put(text(HEADER, index), text(HEADER_VALUE, index));
     }
     return Collections.unmodifiableSortedMap(fields);
-  }
-
-  @Override
-  public int hashCode() {
-    return statusCode();
   }
 
   @Override

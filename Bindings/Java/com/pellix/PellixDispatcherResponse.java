@@ -20,11 +20,6 @@ public final class PellixDispatcherResponse extends NativeObject {
   }
 
   @Override
-  public int hashCode() {
-    return response.hashCode();
-  }
-
-  @Override
   public String toString() {
     return "PellixDispatcherResponse[" + response + "]";
   }
