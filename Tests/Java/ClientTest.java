@@ -21,7 +21,7 @@ import java.util.logging.Handler;
 import java.util.logging.LogRecord;
 import java.util.logging.Logger;
 
-/** Every outcome that a host can meet, and a stress: ClientTest outcomes|stress SERVICE. */
+/** Every outcome that a host can meet, and a stress: ClientTest Outcomes|Stress SERVICE. */
 final class ClientTest {
   private static final String question = "How do I change my password?";
   private static final Duration ample = Duration.ofMinutes(1);
@@ -34,7 +34,7 @@ final class ClientTest {
       thrown.printStackTrace();
       Runtime.getRuntime().halt(1);
     });
-    if (arguments[0].equals("stress")) {
+    if (arguments[0].equals("Stress")) {
       stress(arguments[1]);
       return;
     }
@@ -133,6 +133,7 @@ final class ClientTest {
       logger.addHandler(handler);
       logger.setUseParentHandlers(false);
       expect("QV_Pellix_Disabled 1006", outcome(client.ask(question))); // there are no settings
+      expect((long) CoreError.CANNOT_CONNECT, client.lastSettingsFailure().get().code());
       logger.removeHandler(handler);
       expect(true, lines.take().startsWith("WARNING "));
       expect("of a logger", uncaught.take().getMessage());

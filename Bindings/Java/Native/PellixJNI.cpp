@@ -173,6 +173,7 @@ QVLQuorvelConfiguration* configure(const Texts& texts, const Numbers& numbers) {
   };
   setNumber(OPTION(CONNECT_TIMEOUT), QVLQuorvelConfiguration_setConnectTimeout);
   setNumber(OPTION(REQUEST_TIMEOUT), QVLQuorvelConfiguration_setRequestTimeout);
+  setNumber(OPTION(SETTINGS_TIMEOUT), QVLQuorvelConfiguration_setSettingsTimeout);
   setNumber(OPTION(TIME_TO_LIVE), QVLQuorvelConfiguration_setSettingsTimeToLive);
   setNumber(OPTION(MAX_RESPONSE_BYTES), QVLQuorvelConfiguration_setMaxResponseBytes);
   setNumber(OPTION(IGNORE_PROXY_ENVIRONMENT), QVLQuorvelConfiguration_setIgnoreProxyEnvironment);
@@ -311,6 +312,15 @@ jboolean Java_com_pellix_Library_waitUntilIdle(JNIEnv*, jclass, jlong millisecon
   const bool isIdle = QVLQuorvel_waitUntilIdle(quorvel, milliseconds);
   QVLRelease(quorvel);
   return isIdle;
+}
+
+jthrowable Java_com_pellix_Library_lastSettingsFailure(JNIEnv* java, jclass) {
+  auto* const quorvel = QVLQuorvel_instance();
+  const auto* const error = QVLQuorvel_lastSettingsFailure(quorvel, nullptr);
+  auto* const failure = exceptionOf(java, error);
+  if (error) QVLRelease(error);
+  QVLRelease(quorvel);
+  return failure;
 }
 
 void Java_com_pellix_Library_runPending(JNIEnv*, jclass) {

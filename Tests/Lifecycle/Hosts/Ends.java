@@ -5,7 +5,6 @@ final class Ends {
   private static final CountDownLatch replies = new CountDownLatch(1000);
 
   static native void begin(String url, String certificates);
-  static native boolean shutDown();
   static native void terminate();
 
   static void reply() {
@@ -15,11 +14,6 @@ final class Ends {
   public static void main(String[] arguments) throws InterruptedException {
     System.load(arguments[0]);
     String way = arguments[1];
-    if (way.equals("shutDown")) {
-      Runtime.getRuntime().addShutdownHook(new Thread(() -> {
-        if (!shutDown()) System.err.println("not all are gone");
-      }));
-    }
     begin(arguments[2], arguments[3]);
     replies.await();
     if (way.equals("signal")) terminate();

@@ -57,10 +57,6 @@ JNIEXPORT void JNICALL Java_Ends_begin(JNIEnv* java, jclass self, jstring url,
         (*java)->GetStringUTFChars(java, certificates, NULL), replyToJava);
 }
 
-JNIEXPORT jboolean JNICALL Java_Ends_shutDown(JNIEnv*, jclass) {
-  return QVLQuorvel_shutDown(60000);
-}
-
 JNIEXPORT void JNICALL Java_Ends_terminate(JNIEnv*, jclass) {
   kill(getpid(), SIGTERM);
 }

@@ -19,7 +19,8 @@ final class Library {
   @Native static final int ACCOUNT_URL = 0, APPLICATION_ID = 1, CLIENT_ID = 2, PRESET_TOKEN = 3,
       CERTIFICATES = 4, PROXY = 5, LOCALE_OVERRIDE = 6, LANGUAGES = 7, TEXTS = 8;
   @Native static final int CONNECT_TIMEOUT = 0, REQUEST_TIMEOUT = 1, TIME_TO_LIVE = 2,
-      MAX_RESPONSE_BYTES = 3, IGNORE_PROXY_ENVIRONMENT = 4, LOGS_TLS_SECRETS = 5, NUMBERS = 6;
+      MAX_RESPONSE_BYTES = 3, IGNORE_PROXY_ENVIRONMENT = 4, LOGS_TLS_SECRETS = 5,
+      SETTINGS_TIMEOUT = 6, NUMBERS = 7;
 
   private static final System.Logger logger = System.getLogger("com.pellix");
   // From the library's lowest one; what it calls information, it does not show by itself either.
@@ -73,6 +74,7 @@ final class Library {
       int logLevel);
   static native void close(long milliseconds);
   static native boolean waitUntilIdle(long milliseconds);
+  static native PellixException lastSettingsFailure();
   static native void runPending();
   static native void release(long handle);
   static native byte[] version();

@@ -7,6 +7,7 @@ import java.util.Arrays;
 import java.util.List;
 import java.util.Locale;
 import java.util.Objects;
+import java.util.Optional;
 import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.Executor;
 import java.util.concurrent.atomic.AtomicBoolean;
@@ -85,8 +86,7 @@ public final class PellixClient implements AutoCloseable {
   /** The same; one of the callback's arguments is null. */
   public void ask(String question, Executor executor,
       BiConsumer<? super DeflectionResponse, ? super PellixException> callback) {
-    require(executor, callback);
-    handOn(ask(question), executor, callback);
+    handOn(() -> ask(question), executor, callback);
   }
 
   /**
@@ -108,8 +108,7 @@ public final class PellixClient implements AutoCloseable {
   public void resolve(long deflectionId, long articleId, String interactionAccessToken,
       Executor executor,
       BiConsumer<? super PellixDispatcherResponse, ? super PellixException> callback) {
-    require(executor, callback);
-    handOn(resolve(deflectionId, articleId, interactionAccessToken), executor, callback);
+    handOn(() -> resolve(deflectionId, articleId, interactionAccessToken), executor, callback);
   }
 
   /** Reports that an article did not resolve the question; the arguments are those of resolve. */
@@ -124,8 +123,16 @@ public final class PellixClient implements AutoCloseable {
   public void reject(long deflectionId, long articleId, String interactionAccessToken,
       RejectionReason reason, Executor executor,
       BiConsumer<? super PellixDispatcherResponse, ? super PellixException> callback) {
-    require(executor, callback);
-    handOn(reject(deflectionId, articleId, interactionAccessToken, reason), executor, callback);
+    handOn(() -> reject(deflectionId, articleId, interactionAccessToken, reason), executor, callback);
+  }
+
+  /**
+   * Why the account's settings could not be fetched the last time, if so: while there are none, the
+   * feature is disabled.
+   */
+  public Optional<PellixException> lastSettingsFailure() {
+    requireOpen();
+    return Optional.ofNullable(Library.lastSettingsFailure());
   }
 
   /**
@@ -181,14 +188,11 @@ public final class PellixClient implements AutoCloseable {
     return pending.future;
   }
 
-  private static void require(Executor executor, Object callback) {
+  private static <T> void handOn(Supplier<CompletableFuture<T>> start, Executor executor,
+      BiConsumer<? super T, ? super PellixException> callback) {
     Objects.requireNonNull(executor, "executor");
     Objects.requireNonNull(callback, "callback");
-  }
-
-  private static <T> void handOn(CompletableFuture<T> future, Executor executor,
-      BiConsumer<? super T, ? super PellixException> callback) {
-    future.whenComplete((record, error) -> MainQueue.execute(
+    start.get().whenComplete((record, error) -> MainQueue.execute(
         executor, () -> callback.accept(record, (PellixException) error)));
   }
 
@@ -260,6 +264,11 @@ public final class PellixClient implements AutoCloseable {
     /** How long a request may take in all. */
     public Builder requestTimeout(Duration limit) {
       return number(Library.REQUEST_TIMEOUT, milliseconds(limit, "requestTimeout"));
+    }
+
+    /** How long a request for settings may take in all; never longer than other ones. */
+    public Builder settingsTimeout(Duration limit) {
+      return number(Library.SETTINGS_TIMEOUT, milliseconds(limit, "settingsTimeout"));
     }
 
     /** How many bytes a reply's body may have. */
