@@ -191,13 +191,15 @@ void setLanguages(const std::string& tags) {
 }
 
 /// A reference to the provider over a new core; null, and why, if there is none.
-QVLPellixProvider* setUp(const Texts& texts, const std::string& applicationId,
-                         const QVLQuorvelConfiguration* configuration, const QVLError** error) {
+QVLPellixProvider* setUp(const Texts& texts, const QVLQuorvelConfiguration* configuration,
+                         const QVLError** error) {
+  // The library keeps what it was set up with for one application: each client is another.
+  static int clients = 0;
+  const auto application = "java-" + std::to_string(++clients);
   const auto& url = *texts[OPTION(ACCOUNT_URL)];
-  const auto& clientId = *texts[OPTION(CLIENT_ID)];
   auto* const quorvel =
-      QVLQuorvel_initialize(url.data(), url.size(), applicationId.data(), applicationId.size(),
-                            clientId.data(), clientId.size(), configuration, error);
+      QVLQuorvel_initialize(url.data(), url.size(), application.data(), application.size(),
+                            "pellix", QVL_UNTIL_NUL, configuration, error);
   if (!quorvel) return nullptr;
   auto* const veltrane = QVLVeltrane_initialize(quorvel);
   if (const auto& locale = texts[OPTION(LOCALE_OVERRIDE)]) {
@@ -282,18 +284,10 @@ jlong Java_com_pellix_Library_open(JNIEnv* java, jclass, jobjectArray texts, jlo
     QVLQuorvelConfiguration_setTokenSupplier(configuration, supply, java->NewGlobalRef(supplier),
                                              release);
   }
-  static bool isSetUp = false;
   const QVLError* error = nullptr;
-  const auto& applicationId = *given[OPTION(APPLICATION_ID)];
-  if (isSetUp) {  // for the same application, nothing would change: another one comes between
-    if (auto* const between = setUp(given, applicationId + "'", configuration, &error)) {
-      QVLRelease(between);
-    }
-  }
-  auto* const provider = error ? nullptr : setUp(given, applicationId, configuration, &error);
+  auto* const provider = setUp(given, configuration, &error);
   QVLRelease(configuration);
   if (provider) {
-    isSetUp = true;
     QVLMainQueue_setWakeHook(wakeQueue, java->NewGlobalRef(queue), release);
   } else if (auto* const thrown = exceptionOf(java, error)) {
     java->Throw(thrown);
@@ -307,11 +301,10 @@ void Java_com_pellix_Library_close(JNIEnv*, jclass, jlong milliseconds) {
   QVLMainQueue_setWakeHook(nullptr, nullptr, nullptr);
 }
 
-jboolean Java_com_pellix_Library_waitUntilIdle(JNIEnv*, jclass, jlong milliseconds) {
+void Java_com_pellix_Library_waitUntilIdle(JNIEnv*, jclass, jlong milliseconds) {
   auto* const quorvel = QVLQuorvel_instance();
-  const bool isIdle = QVLQuorvel_waitUntilIdle(quorvel, milliseconds);
+  QVLQuorvel_waitUntilIdle(quorvel, milliseconds);
   QVLRelease(quorvel);
-  return isIdle;
 }
 
 jthrowable Java_com_pellix_Library_lastSettingsFailure(JNIEnv* java, jclass) {

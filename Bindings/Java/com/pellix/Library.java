@@ -16,8 +16,8 @@ import java.util.function.Supplier;
 
 /** The native library: what is called there, and what it calls here. */
 final class Library {
-  @Native static final int ACCOUNT_URL = 0, APPLICATION_ID = 1, CLIENT_ID = 2, PRESET_TOKEN = 3,
-      CERTIFICATES = 4, PROXY = 5, LOCALE_OVERRIDE = 6, LANGUAGES = 7, TEXTS = 8;
+  @Native static final int ACCOUNT_URL = 0, PRESET_TOKEN = 1, CERTIFICATES = 2, PROXY = 3,
+      LOCALE_OVERRIDE = 4, LANGUAGES = 5, TEXTS = 6;
   @Native static final int CONNECT_TIMEOUT = 0, REQUEST_TIMEOUT = 1, TIME_TO_LIVE = 2,
       MAX_RESPONSE_BYTES = 3, IGNORE_PROXY_ENVIRONMENT = 4, LOGS_TLS_SECRETS = 5,
       SETTINGS_TIMEOUT = 6, NUMBERS = 7;
@@ -73,7 +73,7 @@ final class Library {
   static native long open(byte[][] texts, long[] numbers, Supplier<String> token, MainQueue queue,
       int logLevel);
   static native void close(long milliseconds);
-  static native boolean waitUntilIdle(long milliseconds);
+  static native void waitUntilIdle(long milliseconds);
   static native PellixException lastSettingsFailure();
   static native void runPending();
   static native void release(long handle);

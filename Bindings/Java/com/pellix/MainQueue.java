@@ -39,13 +39,18 @@ final class MainQueue {
     if (wakes.getAndIncrement() == 0) execute(executor, this::run);
   }
 
+  /** By one thread at a time; an earlier client's may not have ended. */
+  void runPending() {
+    synchronized (MainQueue.class) {
+      Library.runPending();
+    }
+  }
+
   private void run() {
     int seen;
     do {
       seen = wakes.get();
-      synchronized (MainQueue.class) { // an earlier client's may not have ended
-        Library.runPending();
-      }
+      runPending();
       for (Runnable ending; (ending = endings.poll()) != null;) guarded(ending);
     } while (wakes.addAndGet(-seen) != 0);
   }

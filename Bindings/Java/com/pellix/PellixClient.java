@@ -7,7 +7,6 @@ import java.util.Arrays;
 import java.util.List;
 import java.util.Locale;
 import java.util.Objects;
-import java.util.Optional;
 import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.Executor;
 import java.util.concurrent.atomic.AtomicBoolean;
@@ -91,7 +90,7 @@ public final class PellixClient implements AutoCloseable {
 
   /**
    * Reports that an article resolved the question, and votes for it in the knowledge base. The vote
-   * may still be on its way when the result comes: see {@link #waitUntilIdle}.
+   * may still be on its way when the result comes; {@link #close} waits for it.
    *
    * @param deflectionId the deflection's {@link Deflection#deflectionID}
    * @param articleId the article's {@link DeflectionArticle#articleId}
@@ -126,43 +125,33 @@ public final class PellixClient implements AutoCloseable {
     handOn(() -> reject(deflectionId, articleId, interactionAccessToken, reason), executor, callback);
   }
 
-  /**
-   * Why the account's settings could not be fetched the last time, if so: while there are none, the
-   * feature is disabled.
-   */
-  public Optional<PellixException> lastSettingsFailure() {
-    requireOpen();
-    return Optional.ofNullable(Library.lastSettingsFailure());
-  }
-
-  /**
-   * Waits until no request is under way, votes included; whether it came to that in time. Results
-   * may still wait for the executor then.
-   */
-  public boolean waitUntilIdle(Duration limit) {
-    requireOpen();
-    return Library.waitUntilIdle(milliseconds(limit, "limit"));
-  }
-
-  /**
-   * Ends every operation at once: those under way end silently. Does nothing if the client is closed.
-   */
+  /** Closes, and waits for ten seconds at most. */
   @Override
   public void close() {
-    close(10_000);
+    close(Duration.ofSeconds(10));
   }
 
-  /** For so long at most, a token supplier or a logger that is under way is waited for. */
-  private void close(long milliseconds) {
+  /**
+   * Waits for so long at most until nothing is under way, votes included; what is left then ends
+   * silently. Does nothing if the client is closed. Not for token suppliers and loggers.
+   */
+  public void close(Duration limit) {
+    close(milliseconds(limit, "limit"), 10_000);
+  }
+
+  /** Token suppliers and loggers that run are waited for in the end. */
+  private void close(long forIdle, long forRunning) {
     if (isClosed.getAndSet(true)) return;
-    Library.close(milliseconds);
+    if (forIdle > 0) Library.waitUntilIdle(forIdle);
+    queue.runPending(); // what has an answer is not to lose it
+    Library.close(forRunning);
     cleanUp();
   }
 
   /** The library must not call Java any more; and nobody is to take the end for a result. */
   private void endWithJava() {
     queue.abandon();
-    close(1000);
+    close(0, 1000);
   }
 
   private void cleanUp() {
@@ -212,15 +201,6 @@ public final class PellixClient implements AutoCloseable {
     private Builder(String accountUrl) {
       Arrays.fill(numbers, -1); // which leaves the library's own
       text(Library.ACCOUNT_URL, accountUrl, "accountUrl");
-      applicationId("").clientId("");
-    }
-
-    public Builder applicationId(String applicationId) {
-      return text(Library.APPLICATION_ID, applicationId, "applicationId");
-    }
-
-    public Builder clientId(String clientId) {
-      return text(Library.CLIENT_ID, clientId, "clientId");
     }
 
     /** The bearer token of all requests that need one. */

@@ -6,7 +6,10 @@ import java.nio.charset.StandardCharsets;
 public class PellixException extends RuntimeException {
   private static final long serialVersionUID = 1;
 
-  /** The feature is disabled for the account; the code is 1006. */
+  /**
+   * The feature is disabled for the account; the code is 1006. If that is because the settings could
+   * not be had, the cause says why.
+   */
   public static final String DISABLED_DOMAIN = "QV_Pellix_Disabled";
   /** The service answered with a status outside 200 to 299, which is the code. */
   public static final String SERVICE_DOMAIN = "com.pellix.providers";

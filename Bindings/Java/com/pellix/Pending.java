@@ -19,6 +19,9 @@ final class Pending<T> {
   void ended(long record, PellixException error) {
     if (error == null) this.record = wrap.apply(record);
     this.error = error;
+    // There may be no settings to be had; then that is why.
+    boolean isDisabled = error != null && error.domain().equals(PellixException.DISABLED_DOMAIN);
+    if (isDisabled) error.initCause(Library.lastSettingsFailure());
   }
 
   /** Comes at every end, also at one of which there was no word. */
