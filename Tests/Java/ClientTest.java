@@ -23,8 +23,8 @@ import java.util.logging.Logger;
 
 /** Every outcome that a host can meet, and a stress: ClientTest Outcomes|Stress SERVICE. */
 final class ClientTest {
+  private static final Logger logger = Logger.getLogger("com.pellix");
   private static final String question = "How do I change my password?";
-  private static final Duration ample = Duration.ofMinutes(1);
   private static final BlockingQueue<Throwable> uncaught = new LinkedBlockingQueue<>();
 
   public static void main(String[] arguments) throws Exception {
@@ -34,6 +34,7 @@ final class ClientTest {
       thrown.printStackTrace();
       Runtime.getRuntime().halt(1);
     });
+    logger.setUseParentHandlers(false);
     if (arguments[0].equals("Stress")) {
       stress(arguments[1]);
       return;
@@ -132,9 +133,7 @@ final class ClientTest {
         @Override
         public void close() {}
       };
-      Logger logger = Logger.getLogger("com.pellix");
       logger.addHandler(handler);
-      logger.setUseParentHandlers(false);
       // There are no settings.
       expect("QV_Pellix_Disabled 1006 for com.quorvel.core 8", outcome(client.ask(question)));
       logger.removeHandler(handler);
@@ -217,41 +216,41 @@ final class ClientTest {
   /** Threads ask and let go of what they get while clients are closed and opened anew. */
   private static void stress(String program) throws Exception {
     String times = System.getenv("PELLIX_STRESS");
-    List<WeakReference<?>> futures = Collections.synchronizedList(new ArrayList<>());
-    try (Service service = new Service(program)) {
+    List<WeakReference<?>> given = Collections.synchronizedList(new ArrayList<>());
+    // Errors of the second come on the library's own thread.
+    try (Service enabled = new Service(program);
+        Service disabled = new Service(program, "settings=disabled")) {
       for (int round = 0; round < 10 * (times == null ? 1 : Integer.parseInt(times)); ++round) {
-        PellixClient client = service.client().settingsTimeToLive(Duration.ZERO).open();
-        CountDownLatch answers = new CountDownLatch(100);
+        PellixClient client = (round % 3 == 0 ? disabled : enabled).client()
+            .settingsTimeToLive(Duration.ZERO).open();
+        CountDownLatch ends = new CountDownLatch(100);
         List<Thread> threads = new ArrayList<>();
         for (int i = 0; i < 4; ++i) {
-          Thread thread = new Thread(() -> askUntilClosed(client, answers, futures));
-          thread.start();
-          threads.add(thread);
+          threads.add(new Thread(() -> askUntilClosed(client, ends, given)));
+          threads.get(i).start();
         }
-        answers.await();
-        client.close(Duration.ofMillis(round % 3)); // some may come to their end
+        ends.await();
+        client.close(Duration.ofMillis(round % 2)); // some may still get an answer
         for (Thread thread : threads) thread.join(); // no future is left alone
         System.gc();
       }
     }
     // Neither the library nor Java holds anything that is over.
-    Instant end = Instant.now().plus(ample);
-    while (Library.liveReferences() > 0 || futures.stream().anyMatch(each -> each.get() != null)) {
+    Instant end = Instant.now().plus(Duration.ofMinutes(1));
+    while (Library.liveReferences() > 0 || given.stream().anyMatch(each -> each.get() != null)) {
       if (Instant.now().isAfter(end)) throw new AssertionError(Library.liveReferences() + " left");
       System.gc();
     }
-    System.out.println(futures.size() + " questions");
   }
 
   private static void askUntilClosed(
-      PellixClient client, CountDownLatch answers, List<WeakReference<?>> futures) {
+      PellixClient client, CountDownLatch ends, List<WeakReference<?>> given) {
     Deque<CompletableFuture<?>> underWay = new ArrayDeque<>();
     try {
       while (true) {
-        CompletableFuture<DeflectionResponse> future = client.ask(question);
-        futures.add(new WeakReference<>(future));
-        underWay.add(future.handle((answer, error) -> {
-          answers.countDown();
+        underWay.add(client.ask(question).handle((answer, error) -> {
+          given.add(new WeakReference<>(answer == null ? error : answer));
+          ends.countDown();
           return answer == null ? 0 : answer.deflectionArticles().get(0).title().length();
         }));
         if (underWay.size() > 50) underWay.remove().join();
