@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Support/LoopbackServer.h"
-#include "Support/Rows.h"
 
 #include <PellixProvidersSDK/PellixProvidersSDK.h>
 #include <QuorvelCoreSDK/QuorvelCoreSDK.h>
@@ -27,8 +26,6 @@ namespace ServicePaths {
 using namespace QuorvelCoreSDK::ServicePaths;
 using namespace VeltraneProvidersSDK::ServicePaths;
 }  // namespace ServicePaths
-
-inline constexpr std::size_t largest = 20'000;  // bytes of a reply, where a test bounds it
 
 /// Where the operations ask: a query, a resolution, a rejection. They are known by their place
 /// here.
@@ -77,22 +74,6 @@ inline const std::string success = "success";
 inline const std::string lost =
     "com.quorvel.core 13: The connection was lost before the reply was complete.";
 
-struct Fault {
-  std::string kind;
-  LoopbackReply reply;
-  std::string query;   // how it ends then
-  std::string report;  // how a resolution or a rejection ends
-};
-
-inline std::vector<Fault> readFaults() {
-  const Support::Values values{{"{large}", std::string(largest + 1, ' ')}};
-  std::vector<Fault> faults;
-  for (const auto& row : Support::rowsOf("Faults/Data/Faults.txt", values)) {
-    faults.emplace_back(row[0], LoopbackReply{row[2], Support::thenIn(row[1])}, row[3], row[4]);
-  }
-  return faults;
-}
-
 /// Goes along with an operation: the callback holds it, so it goes when the operation has ended.
 struct Course {
   explicit Course(std::function<void(const Calls&)> atEnd) : ended(std::move(atEnd)) {}
@@ -131,33 +112,15 @@ class Application {
     return quorvel_->waitUntilIdle(std::chrono::minutes(1));
   }
 
-  /// Has the settings of the account and of the knowledge base fetched and kept; whether it worked.
-  [[nodiscard]] bool keepSettings() const {
-    bool isEnabled = false;
-    bool isLocaleKnown = false;
-    for (int tries = 100; !(isEnabled && isLocaleKnown) && tries > 0; --tries) {
-      VeltraneProvidersSDK::QVLLumenoSettingsProvider::getLumenoSettings(
-          [&](const auto& settings) { isLocaleKnown = settings != nullptr; });
-      PellixProvidersSDK::PellixSettingsProvider::getSettings(
-          [&](const auto& settings) { isEnabled = settings->enabled(); });
-      if (!becomesIdle()) return false;
-    }
-    return isEnabled && isLocaleKnown;
-  }
-
   /// Starts the three operations together and waits until they, and all that they started, ended.
-  [[nodiscard]] std::array<Calls, 3> runOperations(
-      const std::string& question = "canary-question") const {
+  [[nodiscard]] std::array<Calls, 3> runOperations(const std::string& question) const {
     std::array<Calls, 3> endings;
-    {
-      const std::shared_ptr<void> guard(nullptr, [](void*) { DispatchQueue::main().stop(); });
-      for (std::size_t i = 0; i < endings.size(); ++i) {
-        start(i, [&endings, i, guard](const Calls& calls) { endings[i] = calls; }, question);
-      }
+    for (std::size_t i = 0; i < endings.size(); ++i) {
+      start(i, [&endings, i](const Calls& calls) { endings[i] = calls; }, question);
     }
-    DispatchQueue::main().run();
-    EXPECT_TRUE(becomesIdle());
-    DispatchQueue::main().runPending();
+    do {
+      EXPECT_TRUE(becomesIdle());
+    } while (DispatchQueue::main().runPending() > 0);
     return endings;
   }
 

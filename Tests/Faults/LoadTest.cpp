@@ -1,4 +1,5 @@
 #include "Application.h"
+#include "Support/Rows.h"
 
 #include <QuorvelCoreSDK/CoreLogger.h>
 
@@ -21,10 +22,27 @@ using std::chrono::steady_clock;
 
 constexpr unsigned seed = 20'261;
 constexpr unsigned threadCount = 16;
-constexpr int atOnce = 4;  // operations of each thread
+constexpr int atOnce = 4;                // operations of each thread
+constexpr std::size_t largest = 20'000;  // bytes of a reply
 
 /// How many of each kind, by operation.
 using Counts = std::map<std::string, std::array<std::size_t, 3>>;
+
+struct Fault {
+  std::string kind;
+  LoopbackReply reply;
+  std::string query;   // how it ends then
+  std::string report;  // how a resolution or a rejection ends
+};
+
+std::vector<Fault> readFaults() {
+  const Support::Values values{{"{large}", std::string(largest + 1, ' ')}};
+  std::vector<Fault> faults;
+  for (const auto& row : Support::rowsOf("Faults/Data/Faults.txt", values)) {
+    faults.emplace_back(row[0], LoopbackReply{row[2], Support::thenIn(row[1])}, row[3], row[4]);
+  }
+  return faults;
+}
 
 /// A service that fails one request in ten, and keeps count.
 struct FailingService {
@@ -32,7 +50,7 @@ struct FailingService {
     const std::lock_guard lock(mutex);
     const auto& fault =
         faults[std::uniform_int_distribution<std::size_t>(0, faults.size() - 1)(random)];
-    const bool fails = std::uniform_int_distribution(1, 10)(random) == 1;
+    const bool fails = !isWell && std::uniform_int_distribution(1, 10)(random) == 1;
     const auto* const path =
         std::ranges::find_if(paths, [&](auto each) { return isFor(request, each); });
     if (path != paths.end()) {
@@ -50,6 +68,7 @@ struct FailingService {
   }
 
   const std::vector<Fault> faults = readFaults();
+  std::atomic<bool> isWell = true;
   std::mutex mutex;  // guards the rest
   std::mt19937 random{seed};
   Counts replies;
@@ -128,7 +147,10 @@ TEST(LoadTest, EveryOperationEndsOnceAndAsTheServerMeant) {
       server.origin(),
       {.settingsTimeToLive = std::chrono::milliseconds(20),
        .network = {.requestTimeout = std::chrono::minutes(1), .maxResponseBytes = largest}});
-  ASSERT_TRUE(application.keepSettings());
+  VeltraneProvidersSDK::QVLLumenoSettingsProvider::getLumenoSettings(nullptr);
+  PellixProvidersSDK::PellixSettingsProvider::getSettings(nullptr);
+  ASSERT_TRUE(application.becomesIdle());
+  service.isWell = false;
   const auto before = peakMebibytes();
   Callers callers;
   callers.run(time);

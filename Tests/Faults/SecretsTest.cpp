@@ -1,6 +1,7 @@
 #include "Application.h"
 #include "Support/Process.h"
 #include "Support/Recorder.h"
+#include "Support/Rows.h"
 #include "Support/StandardOutput.h"
 #include "Support/TemporaryDirectory.h"
 

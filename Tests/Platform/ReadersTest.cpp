@@ -11,7 +11,6 @@
 #include <nlohmann/json.hpp>
 
 #include <random>
-#include <regex>
 
 namespace PlatformTests {
 namespace {
@@ -115,12 +114,11 @@ TEST(Readers, TheFastOneReadsWhatIsOrdinary) {
   const auto authoritativeRoot = PellixPlatform::TreeReader(tree).root().index;
   std::string escapes;
   while (escapes.size() < 8192) escapes += R"(\u3042)";
-  for (const auto& row : Support::rowsOf("Platform/Data/Ordinary.txt")) {
-    auto json = std::regex_replace(row[0], std::regex("\\{blanks\\}"), std::string(8192, ' '));
-    json = std::regex_replace(json, std::regex("\\{escapes\\}"), escapes);
-    const auto root = PellixPlatform::JSONDecoder().decode<Root>(json);
+  const Support::Values values{{"{blanks}", std::string(8192, ' ')}, {"{escapes}", escapes}};
+  for (const auto& row : Support::rowsOf("Platform/Data/Ordinary.txt", values)) {
+    const auto root = PellixPlatform::JSONDecoder().decode<Root>(row[0]);
     ASSERT_TRUE(root) << root.error().description();
-    EXPECT_EQ(root->index != authoritativeRoot, row[1] == "yes") << row[0];
+    EXPECT_EQ(root->index != authoritativeRoot, row[1] == "yes") << row[0].substr(0, 100);
   }
 }
 

@@ -30,20 +30,14 @@ TEST(Error, DescribesItself) {
   const auto described = [](const char* text) {
     return Error("D", 7, {{PellixPlatform::NSLocalizedDescriptionKey, text}});
   };
-  const struct {
-    Error error;
-    const char* localized;
-    const char* full;
-  } cases[] = {
-      {Error("D", -7), "D (-7)", "D (-7)"},
-      {described("Why."), "Why.", "D (7): Why."},
-      {described("a\r\nb\tc\x1b[0m\x7f"), "a  b c [0m ", "D (7): a  b c [0m "},
-      {Error("D", 7, {{PellixPlatform::NSLocalizedDescriptionKey, 5}, {"x", "y"}}), "D (7)",
-       "D (7)"},
+  const std::pair<Error, std::string> cases[] = {
+      {Error("D", -7), "D (-7)|D (-7)"},
+      {described("Why."), "Why.|D (7): Why."},
+      {described("a\r\nb\tc\x1b[0m\x7f"), "a  b c [0m |D (7): a  b c [0m "},
+      {Error("D", 7, {{PellixPlatform::NSLocalizedDescriptionKey, 5}, {"x", "y"}}), "D (7)|D (7)"},
   };
-  for (const auto& [error, localized, full] : cases) {
-    EXPECT_EQ(error.localizedDescription(), localized);
-    EXPECT_EQ(error.description(), full);
+  for (const auto& [error, texts] : cases) {
+    EXPECT_EQ(error.localizedDescription() + "|" + error.description(), texts);
   }
 }
 
@@ -62,8 +56,7 @@ TEST(URL, TakesApartWhatFollowsTheGrammar) {
     ASSERT_EQ(url.has_value(), row[1] != "no URL") << row[0];
     if (!url) continue;
     EXPECT_EQ(url->string(), row[0]);
-    EXPECT_EQ(url->scheme(), row[1]) << row[0];
-    EXPECT_EQ(url->host(), row[2]) << row[0];
+    EXPECT_EQ(url->scheme() + " " + url->host(), row[1] + " " + row[2]) << row[0];
     std::string rest;
     if (url->hasUserInfo()) rest += " user";
     if (url->hasQuery()) rest += " query";
@@ -90,27 +83,23 @@ TEST(HTTPURLResponse, JoinsFieldsOfTheSameName) {
 }
 
 TEST(URLResponse, IsComparedByContentWithinItsClass) {
-  const HTTPURLResponse response("u", 200, {{"A", "1"}, {"b", "2"}});
-  const HTTPURLResponse alike("u", 200, {{"B", "2"}, {"a", "1"}});
-  EXPECT_TRUE(response.isEqual(&alike));
-  const HTTPURLResponse others[] = {{"v", 200, {{"A", "1"}, {"b", "2"}}},
-                                    {"u", 201, {{"A", "1"}, {"b", "2"}}},
-                                    {"u", 200, {{"A", "1"}, {"b", "x"}}},
-                                    {"u", 200, {{"A", "1"}}},
-                                    {"u", 200, {{"A", "1"}, {"b", "2"}, {"c", ""}}}};
-  for (const auto& other : others) {
-    EXPECT_FALSE(response.isEqual(&other));
-    EXPECT_FALSE(other.isEqual(&response));
+  const URLResponse plain[] = {URLResponse("u"), URLResponse("v")};
+  const HTTPURLResponse http[] = {{"u", 200, {{"A", "1"}, {"b", "2"}}},
+                                  {"v", 200, {{"A", "1"}, {"b", "2"}}},
+                                  {"u", 201, {{"A", "1"}, {"b", "2"}}},
+                                  {"u", 200, {{"A", "1"}, {"b", "x"}}},
+                                  {"u", 200, {{"A", "1"}}},
+                                  {"u", 200, {{"A", "1"}, {"b", "2"}, {"c", ""}}}};
+  std::vector<const URLResponse*> all{&plain[0], &plain[1]};
+  for (const auto& each : http) all.push_back(&each);
+  for (const auto* one : all) {
+    EXPECT_FALSE(one->isEqual(nullptr));
+    for (const auto* other : all) EXPECT_EQ(one->isEqual(other), one == other);
   }
-  const URLResponse plain("u");
-  const URLResponse plainOther("v");
   const URLResponse plainAlike("u");
-  EXPECT_TRUE(plain.isEqual(&plainAlike));
-  EXPECT_FALSE(plain.isEqual(&plainOther));
-  EXPECT_FALSE(plain.isEqual(&response));
-  EXPECT_FALSE(plain.isEqual(nullptr));
-  EXPECT_FALSE(response.isEqual(&plain));
-  EXPECT_FALSE(response.isEqual(nullptr));
+  const HTTPURLResponse httpAlike("u", 200, {{"B", "2"}, {"a", "1"}});
+  EXPECT_TRUE(plain[0].isEqual(&plainAlike));
+  EXPECT_TRUE(http[0].isEqual(&httpAlike));
 }
 
 TEST(HTTPURLResponse, KnowsTheTextsOfTheRegistry) {

@@ -10,6 +10,7 @@
 #include <netdb.h>
 
 #include <latch>
+#include <semaphore>
 
 namespace {
 
@@ -104,9 +105,11 @@ TEST(ReplyTest, ThatIsNoneEndsInAnErrorThatSaysWhy) {
 }
 
 TEST(ReplyTest, IsNotHeldUpByASlowNameOrAStalledNeighbour) {
-  const auto answer = [](const auto& request) {
-    if (request.head.starts_with("GET /stall")) return LoopbackReply{"", Then::stall};
-    return LoopbackReply{httpReply("200 OK")};
+  std::binary_semaphore isStalled(0);
+  const auto answer = [&isStalled](const auto& request) {
+    if (!request.head.starts_with("GET /stall")) return LoopbackReply{httpReply("200 OK")};
+    isStalled.release();
+    return LoopbackReply{"", Then::stall};
   };
   const auto identity = Support::makeIdentity({});
   const Support::TemporaryDirectory directory;
@@ -119,7 +122,7 @@ TEST(ReplyTest, IsNotHeldUpByASlowNameOrAStalledNeighbour) {
     const Client client(server->origin(),
                         {.network = {.certificateAuthorities = directory.path() / "trusted.pem"}});
     auto stalled = Client::begin(client.parameters("/stall"));
-    ASSERT_TRUE(server->waitForRequests(1));
+    isStalled.acquire();
     EXPECT_EQ(nowhere.perform().code(), CoreErrorCode::timedOut);
     EXPECT_EQ(Client("https://unknown.invalid").perform().code(), CoreErrorCode::cannotResolveHost);
     for (int i = 0; i < 3; ++i) EXPECT_EQ(client.perform().status(), 200);

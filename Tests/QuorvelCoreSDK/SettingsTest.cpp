@@ -185,5 +185,13 @@ TEST_F(SettingsTest, LetGoOfTheirCallbackWhichMayAskOrThrow) {
   EXPECT_EQ(transport_->requests().size(), 2U);
 }
 
+TEST_F(SettingsTest, AreNotAnsweredAfterOneOfThoseWhoWaitHasShutDown) {
+  setUp();
+  answer(200, red);
+  client_->quorvel->providerModule().settings()->getSettings<Colour>(
+      [](const auto&) { EXPECT_TRUE(Quorvel::shutDown(generousLimit)); });
+  EXPECT_THAT(asked(), IsEmpty());
+}
+
 }  // namespace
 }  // namespace QuorvelCoreSDK

@@ -49,13 +49,11 @@ TEST(TransportTest, AHostsOwnMayHandOnToTheDefaultOne) {
   parameters.httpMethod = HttpMethod::post;
   EXPECT_EQ(valueOf(Client::begin(std::move(parameters))).data, "12345");
   ASSERT_EQ(own->figures.size(), 3U);
-  EXPECT_FALSE(own->figures[0].isConnectionReused);
-  EXPECT_GT(own->figures[0].connected, own->figures[0].queued);
+  const auto& first = own->figures[0];
+  EXPECT_TRUE(!first.isConnectionReused && first.connected > first.queued);
   const auto& last = own->figures[2];
-  EXPECT_TRUE(last.isConnectionReused);
-  EXPECT_EQ(last.connected, last.tlsHandshake);  // there was neither
-  EXPECT_LE(last.queued, last.firstByte);
-  EXPECT_LE(last.firstByte, last.total);
+  EXPECT_TRUE(last.isConnectionReused && last.connected == last.tlsHandshake);  // there was neither
+  EXPECT_TRUE(last.queued <= last.firstByte && last.firstByte <= last.total);
   EXPECT_EQ(last.protocol, "HTTP/1.1");
   EXPECT_EQ(last.sentBytes, server.requests().back().head.size() + 2);
   EXPECT_EQ(last.receivedBytes, httpReply("200 OK", "12345").size());

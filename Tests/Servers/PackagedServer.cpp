@@ -4,16 +4,12 @@
 
 #include <PellixPlatform/internal/File.h>
 
-#include <arpa/inet.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
-#include <cstdio>
 #include <fstream>
 #include <functional>
-#include <regex>
-#include <sstream>
 #include <stdexcept>
 #include <thread>
 
@@ -32,13 +28,9 @@ const std::pair<std::string, std::string> resources[] = {
     {"/answers/v1/rejections", "{}"},
 };
 
-/// A configuration in which each `@NAME@` is replaced.
-std::string filled(const std::string& file, const std::map<std::string, std::string>& values) {
-  auto text = PellixPlatform::readFile(fs::path(TESTS_SOURCE_DIR) / "Servers/Data" / file).value();
-  for (const auto& [name, value] : values) {
-    text = std::regex_replace(text, std::regex("@" + name + "@"), value);
-  }
-  return text;
+std::string configuration(const std::string& file, const Support::Values& values) {
+  const auto path = fs::path(TESTS_SOURCE_DIR) / "Servers/Data" / file;
+  return Support::filled(PellixPlatform::readFile(path).value(), values);
 }
 
 /// Looks again and again, for a minute at most.
@@ -65,44 +57,40 @@ PackagedServer::PackagedServer(const ServerOptions& options)
   port_ = port.port();
   process_.emplace(command(options));
   waitUntil([this] {
-    if (process_->isRunning()) return hasSocket("local", "0A");
-    throw std::runtime_error("the server did not start: " +
-                             PellixPlatform::readFile(directory_.path() / "error.log").value());
+    if (process_->isRunning()) return hasSocket("src", "listening");
+    throw std::runtime_error("the server did not start: " + directory_.read("error.log"));
   });
 }
 
 std::vector<std::string> PackagedServer::command(const ServerOptions& options) const {
   const auto& directory = directory_.path();
   const bool isRoot = ::geteuid() == 0;
-  std::map<std::string, std::string> values{
-      {"DIRECTORY", directory},
-      {"ADDRESS", address_},
-      {"PORT", std::to_string(port_)},
-      {"KEEP_ALIVE", std::to_string(options.keepAlive.count()) + "ms"},
-      {"REQUESTS", std::to_string(options.requestsPerConnection)}};
+  Support::Values values{{"@DIRECTORY@", directory},
+                         {"@ADDRESS@", address_},
+                         {"@PORT@", std::to_string(port_)},
+                         {"@KEEP_ALIVE@", std::to_string(options.keepAlive.count()) + "ms"},
+                         {"@TLS@", options.speaksTls13 ? "TLSv1.3" : "TLSv1.2"},
+                         {"@REQUESTS@", std::to_string(options.requestsPerConnection)}};
   // If this process dies, so does the server.
   std::vector<std::string> command{"/usr/bin/setpriv", "--pdeathsig", "TERM"};
   if (options.program == Program::nginx) {
-    values["USER"] = isRoot ? "user nobody nogroup;" : "";
-    values["TLS"] = options.speaksTls13 ? "TLSv1.3" : "TLSv1.2";
-    values["HTTP2"] = options.speaksHttp2 ? "http2" : "";
+    values["@USER@"] = isRoot ? "user nobody nogroup;" : "";
+    values["@HTTP2@"] = options.speaksHttp2 ? "http2" : "";
     for (const auto& [path, body] : resources) {
-      values["LOCATIONS"] += "    location " + path + " { return 200 '" + body + "'; }\n";
+      values["@LOCATIONS@"] += "    location " + path + " { return 200 '" + body + "'; }\n";
     }
-    directory_.write("configuration", filled("nginx.conf", values));
+    directory_.write("configuration", configuration("nginx.conf", values));
     command.insert(command.end(),
                    {NGINX, "-e", directory / "error.log", "-c", directory / "configuration"});
   } else {
-    values["USER"] = isRoot ? "User nobody\nGroup nogroup" : "";
-    values["TLS"] = options.speaksTls13 ? "+TLSv1.3" : "+TLSv1.2";
-    values["HTTP2"] = options.speaksHttp2 ? "h2" : "";
-    values["MODULES"] = APACHE_MODULES;
+    values["@USER@"] = isRoot ? "User nobody\nGroup nogroup" : "";
+    values["@MODULES@"] = APACHE_MODULES;
     for (const auto& [path, body] : resources) {
       const auto file = fs::path("documents").concat(path);
       fs::create_directories((directory / file).parent_path());
       directory_.write(file.string(), body);
     }
-    directory_.write("configuration", filled("apache.conf", values));
+    directory_.write("configuration", configuration("apache.conf", values));
     command.insert(command.end(), {APACHE, "-D", "FOREGROUND", "-f", directory / "configuration",
                                    "-E", directory / "error.log"});
   }
@@ -125,23 +113,13 @@ std::multiset<std::size_t> PackagedServer::bodiesReceivedAt(const std::string& p
 }
 
 void PackagedServer::waitUntilAllAreClosed() const {
-  waitUntil([this] { return !hasSocket("remote", "01"); });
+  waitUntil([this] { return !hasSocket("dst", "established"); });
 }
 
-/// Whether some socket of this machine has the server's port in that column, in that state.
-bool PackagedServer::hasSocket(std::string_view column, std::string_view state) const {
-  in_addr bytes{};
-  inet_pton(AF_INET, address_.c_str(), &bytes);
-  char address[sizeof "00000000:0000"];
-  std::snprintf(address, sizeof address, "%08X:%04X", bytes.s_addr, port_);
-  std::ifstream sockets("/proc/net/tcp");
-  std::string line;
-  while (std::getline(sockets, line)) {
-    std::istringstream text(line);
-    const std::vector<std::string> fields(std::istream_iterator<std::string>(text), {});
-    if (fields[column == "local" ? 1 : 2] == address && fields[3] == state) return true;
-  }
-  return false;
+/// Whether some socket of this machine in that state has the server's port at that end.
+bool PackagedServer::hasSocket(const std::string& end, const std::string& state) const {
+  const auto socket = address_ + ":" + std::to_string(port_);
+  return !Support::runProcess({"/bin/ss", "-Htan", "state", state, end, socket}).output.empty();
 }
 
 }  // namespace Servers

@@ -51,7 +51,7 @@ class PackagedServer {
 
  private:
   [[nodiscard]] std::vector<std::string> command(const ServerOptions& options) const;
-  [[nodiscard]] bool hasSocket(std::string_view column, std::string_view state) const;
+  [[nodiscard]] bool hasSocket(const std::string& end, const std::string& state) const;
 
   const Program program_;
   const std::string address_;

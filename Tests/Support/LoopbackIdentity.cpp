@@ -4,7 +4,6 @@
 #include "Support/TemporaryDirectory.h"
 
 #include <atomic>
-#include <iterator>
 #include <stdexcept>
 
 namespace Support {
@@ -29,8 +28,7 @@ LoopbackIdentity makeIdentity(const IdentityOptions& options) {
   const auto outcome =
       runProcess({"/bin/sh", "-c", command}, {{"PATH", "/usr/local/bin:/usr/bin:/bin"}});
   if (outcome.exitCode != 0) throw std::runtime_error(command + ": " + outcome.errors);
-  std::ifstream key(directory.path() / "key.pem");
-  return {.certificate = outcome.output, .key = {std::istreambuf_iterator(key), {}}};
+  return {.certificate = outcome.output, .key = directory.read("key.pem")};
 }
 
 }  // namespace Support

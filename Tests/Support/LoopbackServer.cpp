@@ -7,10 +7,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
-#include <charconv>
-#include <chrono>
 #include <csignal>
 #include <stdexcept>
 
@@ -60,14 +57,10 @@ std::shared_ptr<SSL_CTX> makeContext(const LoopbackIdentity& identity) {
   return context;
 }
 
-std::size_t contentLength(std::string_view head) {
-  constexpr std::string_view name = "\r\nContent-Length: ";
+std::size_t contentLength(const std::string& head) {
+  const std::string name = "\r\nContent-Length: ";
   const auto field = head.find(name);
-  std::size_t length = 0;
-  if (field != head.npos) {
-    std::from_chars(head.data() + field + name.size(), head.data() + head.size(), length);
-  }
-  return length;
+  return field == head.npos ? 0 : std::stoul(head.substr(field + name.size()));
 }
 
 }  // namespace
@@ -147,33 +140,18 @@ std::size_t LoopbackServer::connections() const {
   return accepted_;
 }
 
-bool LoopbackServer::waitForRequests(std::size_t count) const {
-  std::unique_lock lock(mutex_);
-  return arrived_.wait_for(lock, std::chrono::minutes(1),
-                           [&] { return requests_.size() >= count; });
-}
-
 void LoopbackServer::accept() {
   while (true) {
     const int socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
     if (socket < 0) return;
     const std::lock_guard lock(mutex_);
-    forgetClosed();
+    connections_.remove_if([](auto& each) {  // whose threads have nothing left to do
+      if (!each.isOpen) each.thread.join();
+      return !each.isOpen;
+    });
     auto& connection =
         connections_.emplace_back(Connection{.socket = socket, .number = accepted_++});
     connection.thread = std::thread([this, &connection] { serve(connection); });
-  }
-}
-
-/// With the mutex held, so that their threads have nothing left to do.
-void LoopbackServer::forgetClosed() {
-  for (auto each = connections_.begin(); each != connections_.end();) {
-    if (each->isOpen) {
-      ++each;
-    } else {
-      each->thread.join();
-      each = connections_.erase(each);
-    }
   }
 }
 
@@ -214,7 +192,6 @@ bool LoopbackServer::answer(Connection& connection, std::string& received) {
     received.erase(0, end);
     const std::lock_guard lock(mutex_);
     if (options_.keepsRequests) requests_.push_back(request);
-    arrived_.notify_all();
   }
   const auto reply = handler_(request);
   bool goesOn = connection.write(reply.bytes);

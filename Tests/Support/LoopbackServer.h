@@ -2,7 +2,6 @@
 
 #include "LoopbackIdentity.h"
 
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <list>
@@ -51,7 +50,7 @@ class LoopbackServer {
     bool answersUnasked = false;  // as soon as a connection stands
     bool isDeaf = false;          // holds the port, but refuses connections
     bool isFull = false;          // lets connections wait for ever to be made
-    bool keepsRequests = true;    // for `requests` and `waitForRequests`
+    bool keepsRequests = true;    // for `requests`
   };
 
   explicit LoopbackServer(Handler handler) : LoopbackServer(std::move(handler), Options()) {}
@@ -66,13 +65,10 @@ class LoopbackServer {
   [[nodiscard]] std::uint16_t port() const { return port_; }
   [[nodiscard]] std::vector<LoopbackRequest> requests() const;
   [[nodiscard]] std::size_t connections() const;
-  /// Waits until so many requests have come; false if they don't within a minute.
-  [[nodiscard]] bool waitForRequests(std::size_t count) const;
 
  private:
   struct Connection;
   void accept();
-  void forgetClosed();
   void serve(Connection& connection);
   [[nodiscard]] bool answer(Connection& connection, std::string& received);
 
@@ -83,7 +79,6 @@ class LoopbackServer {
   int filler_ = -1;
   std::uint16_t port_ = 0;
   mutable std::mutex mutex_;
-  mutable std::condition_variable arrived_;
   std::list<Connection> connections_;  // some may be closed
   std::size_t accepted_ = 0;
   std::vector<LoopbackRequest> requests_;

@@ -1,6 +1,9 @@
 #include "Process.h"
 
-#include <sys/mman.h>
+#include "TemporaryDirectory.h"
+
+#include <fcntl.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,31 +12,9 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
-#include <string_view>
 
 namespace Support {
 namespace {
-
-/// A file in memory, so that no program waits for another to read or write.
-class MemoryFile {
- public:
-  explicit MemoryFile(std::string_view content = {}) {
-    if (descriptor < 0 || ::pwrite(descriptor, content.data(), content.size(), 0) < 0) {
-      throw std::runtime_error("no memory for a program's input and output");
-    }
-  }
-  MemoryFile(const MemoryFile&) = delete;
-  MemoryFile& operator=(const MemoryFile&) = delete;
-  ~MemoryFile() { ::close(descriptor); }
-
-  [[nodiscard]] std::string content() const {
-    std::string text(static_cast<std::size_t>(::lseek(descriptor, 0, SEEK_END)), '\0');
-    text.resize(static_cast<std::size_t>(::pread(descriptor, text.data(), text.size(), 0)));
-    return text;
-  }
-
-  const int descriptor = ::memfd_create("program", MFD_CLOEXEC);
-};
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
@@ -42,22 +23,23 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   return pointers;
 }
 
-}  // namespace
-
+/// With an environment of just these variables.
 pid_t startProcess(std::vector<std::string> arguments,
                    const std::map<std::string, std::string>& environment,
-                   const posix_spawn_file_actions_t* actions, const posix_spawnattr_t* attributes) {
+                   const posix_spawn_file_actions_t* actions) {
   std::vector<std::string> variables;
   for (const auto& [name, value] : environment) variables.push_back(name + "=" + value);
   if (const char* options = std::getenv("TSAN_OPTIONS")) {
     variables.push_back(std::string("TSAN_OPTIONS=") + options);
   }
   pid_t process = 0;
-  const int failure = posix_spawnp(&process, arguments.front().c_str(), actions, attributes,
+  const int failure = posix_spawnp(&process, arguments.front().c_str(), actions, nullptr,
                                    pointersTo(arguments).data(), pointersTo(variables).data());
   if (failure != 0) throw std::runtime_error("can't run " + arguments.front());
   return process;
 }
+
+}  // namespace
 
 int waitForProcess(pid_t process) {
   int status = 0;
@@ -68,22 +50,22 @@ int waitForProcess(pid_t process) {
 Outcome runProcess(std::vector<std::string> arguments,
                    const std::map<std::string, std::string>& environment,
                    const std::string& input) {
-  const MemoryFile in(input);
-  const MemoryFile out;
-  const MemoryFile err;
+  const TemporaryDirectory directory;  // files, so that no program waits for another
+  directory.write("0", input);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, in.descriptor, STDIN_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, out.descriptor, STDOUT_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, err.descriptor, STDERR_FILENO);
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    const auto file = directory.path() / std::to_string(stream);
+    posix_spawn_file_actions_addopen(&actions, stream, file.c_str(), O_RDWR | O_CREAT, 0600);
+  }
   const auto process = startProcess(std::move(arguments), environment, &actions);
   posix_spawn_file_actions_destroy(&actions);
   const int exitCode = waitForProcess(process);
-  return {.exitCode = exitCode, .output = out.content(), .errors = err.content()};
+  return {.exitCode = exitCode, .output = directory.read("1"), .errors = directory.read("2")};
 }
 
 BackgroundProcess::BackgroundProcess(std::vector<std::string> arguments)
-    : process_(startProcess(std::move(arguments))) {}
+    : process_(startProcess(std::move(arguments), {}, nullptr)) {}
 
 BackgroundProcess::~BackgroundProcess() {
   signal(SIGTERM);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <spawn.h>
 #include <sys/types.h>
 
 #include <map>
@@ -18,17 +17,10 @@ struct Outcome {
 };
 
 /// Runs a program to its end with an environment of just these variables, and `input` on standard
-/// input. The first of `arguments` is the program's path.
+/// input. The first of `arguments` is the program's path, or its name as for the shell.
 [[nodiscard]] Outcome runProcess(std::vector<std::string> arguments,
                                  const std::map<std::string, std::string>& environment = {},
                                  const std::string& input = {});
-
-/// Starts a program, found by its path or as the shell does, with an environment of just these
-/// variables; its number.
-[[nodiscard]] pid_t startProcess(std::vector<std::string> arguments,
-                                 const std::map<std::string, std::string>& environment = {},
-                                 const posix_spawn_file_actions_t* actions = nullptr,
-                                 const posix_spawnattr_t* attributes = nullptr);
 
 /// Waits until a process has ended; its exit code, or minus the signal's number.
 int waitForProcess(pid_t process);

@@ -13,30 +13,23 @@
 
 namespace Support {
 
-PseudoTerminal::PseudoTerminal(std::vector<std::string> arguments,
+PseudoTerminal::PseudoTerminal(const std::vector<std::string>& arguments,
                                const std::map<std::string, std::string>& environment,
                                unsigned short columns) {
-  int program = -1;
   const winsize size{.ws_row = 24, .ws_col = columns, .ws_xpixel = 0, .ws_ypixel = 0};
-  char name[64];
-  if (::openpty(&terminal_, &program, name, nullptr, &size) != 0) {
-    throw std::runtime_error("no terminal");
+  std::vector<std::string> command{"/usr/bin/env", "-i"};
+  for (const auto& [name, value] : environment) command.push_back(name + "=" + value);
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  std::vector<char*> pointers;
+  for (auto& word : command) pointers.push_back(word.data());
+  pointers.push_back(nullptr);
+  child_ = ::forkpty(&terminal_, nullptr, nullptr, &size);
+  if (child_ == 0) {
+    ::execv(pointers[0], pointers.data());
+    ::_exit(127);
   }
+  if (child_ < 0) throw std::runtime_error("no terminal");
   ::fcntl(terminal_, F_SETFD, FD_CLOEXEC);
-  ::fcntl(program, F_SETFD, FD_CLOEXEC);
-  // The first terminal that a new session opens is its own.
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, name, O_RDWR, 0);
-  posix_spawn_file_actions_adddup2(&actions, STDIN_FILENO, STDOUT_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, STDIN_FILENO, STDERR_FILENO);
-  child_ = startProcess(std::move(arguments), environment, &actions, &attributes);
-  posix_spawn_file_actions_destroy(&actions);
-  posix_spawnattr_destroy(&attributes);
-  ::close(program);
 }
 
 PseudoTerminal::~PseudoTerminal() {

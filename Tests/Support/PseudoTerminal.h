@@ -9,7 +9,7 @@ namespace Support {
 /// A program on a terminal of its own.
 class PseudoTerminal {
  public:
-  PseudoTerminal(std::vector<std::string> arguments,
+  PseudoTerminal(const std::vector<std::string>& arguments,
                  const std::map<std::string, std::string>& environment,
                  unsigned short columns = 80);
   PseudoTerminal(const PseudoTerminal&) = delete;

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <string>
 #include <string_view>
 
 namespace Support {
@@ -22,6 +24,11 @@ class TemporaryDirectory {
 
   void write(std::string_view name, std::string_view content) const {
     std::ofstream(path_ / name, std::ios::binary) << content;
+  }
+
+  [[nodiscard]] std::string read(std::string_view name) const {
+    std::ifstream file(path_ / name, std::ios::binary);
+    return {std::istreambuf_iterator(file), {}};
   }
 
  private:
