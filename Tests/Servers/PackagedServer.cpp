@@ -1,6 +1,7 @@
 #include "PackagedServer.h"
 
 #include "Faults/Application.h"
+#include "Support/Rows.h"
 
 #include <PellixPlatform/internal/File.h>
 

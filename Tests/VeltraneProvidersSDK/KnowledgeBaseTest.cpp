@@ -60,6 +60,19 @@ class KnowledgeBaseTest : public testing::Test {
   Support::LogRecorder log_;
 };
 
+TEST_F(KnowledgeBaseTest, AnswersWithoutInstances) {
+  for (const bool hasCore : {false, true}) {
+    if (hasCore) setUp(false);
+    EXPECT_EQ(Veltrane::instance(), nullptr);
+    ask();
+    vote("1");
+    EXPECT_EQ(heard_, "");
+    PellixPlatform::DispatchQueue::main().runPending();
+    EXPECT_EQ(heard_.empty(), hasCore);  // whose thread is at hand
+    EXPECT_EQ(settled(), "none.com.veltrane.providers (2): The knowledge base is not set up..");
+  }
+}
+
 TEST_F(KnowledgeBaseTest, KeepsItsSettingsButNeverAnswersWithinTheCall) {
   for (const auto& row : Support::rowsOf("VeltraneProvidersSDK/Data/Settings.txt")) {
     SCOPED_TRACE(testing::PrintToString(row));
@@ -80,19 +93,6 @@ TEST_F(KnowledgeBaseTest, KeepsItsSettingsButNeverAnswersWithinTheCall) {
       EXPECT_THAT(request.headers, Contains(Pair("X-Quorvel-Client", "Veltrane")));
       EXPECT_THAT(request.headers, testing::Not(Contains(Pair("Authorization", testing::_))));
     }
-  }
-}
-
-TEST_F(KnowledgeBaseTest, AnswersWithoutInstances) {
-  for (const bool hasCore : {false, true}) {
-    if (hasCore) setUp(false);
-    EXPECT_EQ(Veltrane::instance(), nullptr);
-    ask();
-    vote("1");
-    EXPECT_EQ(heard_, "");
-    PellixPlatform::DispatchQueue::main().runPending();
-    EXPECT_EQ(heard_.empty(), hasCore);  // whose thread is at hand
-    EXPECT_EQ(settled(), "none.com.veltrane.providers (2): The knowledge base is not set up..");
   }
 }
 
