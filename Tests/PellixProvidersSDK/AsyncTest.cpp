@@ -49,8 +49,9 @@ std::string heard(Testing::FakePellixProvider& provider, int way) {
     finish();
   } else if (way == 1) {
     auto future = reject(provider, 1, 2, "t", RejectionReason::reason1);
-    std::jthread waiting([&] { seen = textOf(future.get()); });
+    std::thread waiting([&] { seen = textOf(future.get()); });
     finish();
+    waiting.join();
   } else {
     auto future = resolve(provider, 1, 2, "t");
     if (way == 3) finish();
