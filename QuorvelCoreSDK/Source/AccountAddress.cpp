@@ -13,7 +13,7 @@ namespace {
 
 /// What in a text keeps it from being a URL at all.
 std::string_view faultOfText(std::string_view text) {
-  const auto isControl = [](char c) { return (0 <= c && c <= ' ') || c == 0x7F; };
+  const auto isControl = [](unsigned char c) { return c <= ' ' || c == 0x7F; };
   const auto isHexadecimal = [](char c) {
     return ('0' <= c && c <= '9') || ('a' <= (c | 0x20) && (c | 0x20) <= 'f');
   };
