@@ -22,7 +22,7 @@ make_tree() {
   rm -rf "$tree"
   mkdir -p "$tree"
   local include
-  include=$(IFS=, && echo "${packages[*]},ca-certificates,iproute2,nginx-light,procps")
+  include=$(IFS=, && echo "${packages[*]},ca-certificates,iproute2,libnode-dev,nginx-light,procps")
   mmdebstrap --variant=minbase --aptopt='APT::Sandbox::User "root"' --include="$include" \
     trixie "$tree" "$(mirror)" >&2
   touch "$tree/made"
