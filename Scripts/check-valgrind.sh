@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 source Scripts/common.sh
 
 build=${1-build/release}
-programs=(Tests/Platform/bin/PlatformTests bin/QuorvelCoreTests bin/VeltraneTests bin/PellixProvidersSDKTests
+programs=(bin/PlatformTests bin/QuorvelCoreTests bin/VeltraneTests bin/PellixProvidersSDKTests
   bin/BridgeTests bin/LifecycleTests)
 
 # Takes minutes here, and the address sanitizer sees as much of it.
