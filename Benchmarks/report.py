@@ -84,7 +84,7 @@ def render(figures):
             f"cores, gcc {gcc.stdout.strip()} -O2. What is bold misses its aim.\n")
     for title, pattern in TABLES:
         if rows := table(figures, pattern):
-            text += f"\n### {title}\n\n{rows}"
+            text += f"\n## {title}\n\n{rows}"
     return text
 
 
