@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace AnswerService {
 namespace {
@@ -40,17 +41,23 @@ bool prepare(httplib::Request& request) {
 
 }  // namespace
 
-struct LoopbackServer::Threads : httplib::ThreadPool {
-  explicit Threads(LoopbackServer& server) : ThreadPool(threads), server_(server) {}
-  void enqueue(std::function<void()> connection) override {
+struct LoopbackServer::Threads : httplib::TaskQueue {
+  // Nothing, or in later versions whether there is room.
+  using Enqueued = decltype(std::declval<TaskQueue&>().enqueue({}));
+
+  explicit Threads(LoopbackServer& server) : server_(server) {}
+  Enqueued enqueue(std::function<void()> connection) override {
     {
       const std::lock_guard lock(server_.mutex_);
       ++server_.waiting_;
       server_.makeRoom();
     }
-    ThreadPool::enqueue(std::move(connection));
+    return pool_.enqueue(std::move(connection));
   }
+  void shutdown() override { pool_.shutdown(); }
+
   LoopbackServer& server_;
+  httplib::ThreadPool pool_{threads};
 };
 
 LoopbackServer::LoopbackServer(SSL_CTX* tls) : tls_(tls) {
@@ -114,6 +121,15 @@ bool LoopbackServer::process_and_close_socket(socket_t fd) {
   return true;
 }
 
+template <class... Arguments>
+bool LoopbackServer::process(Connection& connection, Arguments&&... arguments) {
+  if constexpr (requires { process_request(connection, arguments...); }) {
+    return process_request(connection, arguments...);
+  } else {  // later versions also ask who talks to whom
+    return process_request(connection, host, 0, host, 0, arguments...);
+  }
+}
+
 void LoopbackServer::serve(int fd) {
   Connection connection(fd, tls_);
   for (std::size_t left = keep_alive_max_count_; left > 0; --left) {
@@ -127,7 +143,7 @@ void LoopbackServer::serve(int fd) {
     bool isLast = false;
     bool isRead = false;
     const auto check = [&](httplib::Request& request) { isRead = prepare(request); };
-    if (!process_request(connection, left == 1, isLast, check)) return;
+    if (!process(connection, left == 1, isLast, check)) return;
     // What is left of one request must not be taken for the next.
     if (isLast || !isRead || !connection.isUsable()) return;
   }

@@ -10,6 +10,8 @@
 
 namespace AnswerService {
 
+class Connection;
+
 /// The HTTP server on 127.0.0.1, with its own thread. It serves its connections itself, because
 /// then it knows them: its end need not wait for idle ones, and where all threads are taken, a
 /// new connection takes the place of the one that has kept the server waiting the longest. The HTTP
@@ -30,6 +32,8 @@ class LoopbackServer : public httplib::Server {
 
   bool process_and_close_socket(socket_t fd) override;
   void serve(int fd);
+  template <class... Arguments>
+  bool process(Connection& connection, Arguments&&... arguments);
   /// Cuts connections off until there are threads for those that wait. Under the lock.
   void makeRoom();
 
