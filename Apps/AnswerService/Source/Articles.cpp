@@ -54,10 +54,10 @@ constexpr const char* searchSql = R"sql(
     WHERE score > 0.15 * (SELECT max(score) FROM ranking)
     ORDER BY score DESC LIMIT 5)sql";
 
-const Language& languageOf(std::string_view locale, const Language& otherwise) {
+const Language* languageOf(std::string_view locale, const Language* otherwise) {
   const std::string tag(locale.substr(0, locale.find_first_of("-_")));
   for (const Language& language : languages) {
-    if (strcasecmp(tag.c_str(), language.tag) == 0) return language;
+    if (strcasecmp(tag.c_str(), language.tag) == 0) return &language;
   }
   return otherwise;
 }
@@ -103,7 +103,7 @@ Articles::Articles(const Database& database, std::string defaultLocale)
 
 Json Articles::search(std::string_view locale, std::string_view question,
                       std::int64_t brandId) const {
-  const Language& language = languageOf(locale, languageOf(defaultLocale_, languages[0]));
+  const Language& language = *languageOf(locale, languageOf(defaultLocale_, languages));
   const auto terms = searchTerms(question, language.words, [&](const std::string& word) {
     constexpr auto stopWord = "SELECT 1 FROM stop_words WHERE locale = ? AND word = ?";
     return !database_.run(stopWord, {language.locale, word}).empty();

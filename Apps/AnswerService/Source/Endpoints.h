@@ -38,7 +38,7 @@ struct Endpoint {
   Json (*carryOut)(const Call& call);
   bool isPost = false;
   /// Empty: the endpoint looks at no body.
-  std::span<const Member> members = {};
+  std::span<const Member> members;
 };
 
 std::span<const Endpoint> endpoints();
