@@ -44,9 +44,10 @@ std::optional<std::int32_t> numbered(std::string_view digits) {
   const bool isHexadecimal = digits.starts_with('x') || digits.starts_with('X');
   if (isHexadecimal) digits.remove_prefix(1);
   std::uint32_t c = 0;
-  const auto* const end = digits.data() + digits.size();
-  const auto [stop, failure] = std::from_chars(digits.data(), end, c, isHexadecimal ? 16 : 10);
-  if (stop != end || failure != std::errc{}) return std::nullopt;
+  const auto read =
+      std::from_chars(digits.data(), digits.data() + digits.size(), c, isHexadecimal ? 16 : 10);
+  const bool isWhole = read.ptr == digits.data() + digits.size();
+  if (!isWhole || read.ec != std::errc{}) return std::nullopt;
   const auto codePoint = static_cast<std::int32_t>(std::min(c, 0x110000U));
   return utf8proc_codepoint_valid(codePoint) ? codePoint : 0xFFFD;
 }

@@ -18,7 +18,7 @@ void mustRun(const std::string& command) {
 /// machine's loopback.
 void connectFrom(const std::string& address) {
   mustRun("ip address add " + address + "/32 dev lo");
-  mustRun("ip route replace table local local " + std::string(server) + " dev lo src " + address);
+  mustRun(std::string("ip route replace table local local ") + server + " dev lo src " + address);
 }
 
 /// As when a phone changes from one network to another: what is sent on the connections of before
@@ -28,7 +28,7 @@ TEST(DeadConnectionTest, CostsOneQuestion) {
     GTEST_SKIP() << "A network of its own is not permitted here: " << std::strerror(errno);
   }
   mustRun("ip link set lo up");
-  mustRun("ip address add " + std::string(server) + "/32 dev lo");
+  mustRun(std::string("ip address add ") + server + "/32 dev lo");
   connectFrom("10.1.0.1");
   Conversation conversation(
       {.speaksHttp2 = true, .keepAlive = std::chrono::minutes(1), .address = server},

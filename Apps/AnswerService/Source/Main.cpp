@@ -49,7 +49,7 @@ void run(CommandLine& line, const sigset_t& ending) {
     line.options.log = [](std::string_view text) { fmt::print(stderr, "{}\n", text); };
   }
   AnswerService::Service service(line.options);
-  for (std::string_view argument : line.misbehaviours) {
+  for (const std::string_view argument : line.misbehaviours) {
     const auto equals = std::min(argument.find('='), argument.size() - 1);
     service.setMisbehaviour(argument.substr(0, equals), argument.substr(equals + 1));
   }

@@ -78,7 +78,7 @@ std::optional<Misbehaviour> Misbehaviours::of(std::string_view endpoint) {
   std::unique_lock lock(mutex_);
   const auto found = ofEndpoints_.find(endpoint);
   if (found == ofEndpoints_.end()) return std::nullopt;
-  const Misbehaviour misbehaviour = found->second;
+  Misbehaviour misbehaviour = found->second;
   if (misbehaviour.name == "delay:") {
     changed_.wait_for(lock, std::chrono::milliseconds(misbehaviour.number),
                       [this] { return !delaysAllowed_; });
