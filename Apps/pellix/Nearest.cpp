@@ -1,7 +1,6 @@
 #include "Nearest.h"
 
 #include <algorithm>
-#include <numeric>
 
 namespace PellixApp {
 namespace {
@@ -9,11 +8,11 @@ namespace {
 /// How many characters have to be put in, taken out or replaced to make one of the other.
 std::size_t distance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), 0U);
-  for (std::size_t i = 0; i < a.size(); ++i) {
+  std::ranges::generate(row, [n = std::size_t{0}]() mutable { return n++; });
+  for (const char c : a) {
     auto diagonal = row[0]++;
     for (std::size_t j = 0; j < b.size(); ++j) {
-      const auto replaced = diagonal + (a[i] == b[j] ? 0 : 1);
+      const auto replaced = diagonal + (c == b[j] ? 0 : 1);
       diagonal = row[j + 1];
       row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
     }

@@ -58,6 +58,7 @@ constexpr auto knownForms = std::to_array<std::string_view>({
     "User was rejected by the SOCKS% server (% %).",
     "No authentication method was acceptable.",
     "SSL certificate problem: ~",
+    "SSL: the certificate's name does not match the host's",
     "SSL: no alternative certificate subject name matches target host name '%'",
     "SSL: no alternative certificate subject name matches target ipv% address '%'",
     "OpenSSL/%: error:%:SSL routines::~",
@@ -123,14 +124,19 @@ PellixPlatform::Error curlFailure(CURLcode result, std::string_view detail, long
   auto code = meaning == meanings.end() ? transportFailed : meaning->code;
   // For these two, libcurl's code is that of a connection that breaks.
   if (proxyStatus >= 300) code = proxyFailed;
-  if (detail.ends_with(" in chunked-encoding") || detail.starts_with("invalid chunk")) {
+  if (detail.ends_with(" in chunked-encoding") || detail.starts_with("invalid chunk") ||
+      detail.starts_with("chunk hex-length")) {
     code = malformedReply;
     detail = "malformed chunks";
   }
+  // What follows would be the server's own text.
+  if (detail.starts_with("SSL: certificate subject name")) {
+    detail = "SSL: the certificate's name does not match the host's";
+  }
 
-  if (result == CURLE_ABORTED_BY_CALLBACK)
+  if (result == CURLE_ABORTED_BY_CALLBACK) {
     detail = "the request is not sent a second time";
-  else if (std::ranges::none_of(knownForms, [&](auto form) { return hasForm(detail, form); })) {
+  } else if (std::ranges::none_of(knownForms, [&](auto form) { return hasForm(detail, form); })) {
     detail = curl_easy_strerror(result);
   }
   return makeCoreError(code, detail);

@@ -196,9 +196,10 @@ bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
   // libcurl begins anew by itself for two reasons: the connection has come to an end, or the server
   // says that it took nothing of the request, by ending the connection at an earlier stream or by
   // refusing this one (RFC 9113, section 8.7). Of the latter libcurl says nothing, so it is what is
-  // left while the connection is sound.
-  const bool isRefused = isMultiplexed_ && detail_[0] == 0 &&
-                         (Sockets::wasLeftOut(previous, stream_) || !Sockets::hasBroken(previous));
+  // left if the connection was sound when libcurl gave it up.
+  const bool wasSound = std::exchange(wasSound_, false);
+  const bool isRefused =
+      isMultiplexed_ && detail_[0] == 0 && (Sockets::wasLeftOut(previous, stream_) || wasSound);
   if (request_.method == HttpMethod::post && !isFirst && sent != sentBytes_ && !isRefused) {
     return false;
   }
@@ -226,6 +227,9 @@ int CurlTransfer::takeNote(CURL*, curl_infotype kind, char* text, std::size_t si
     transfer.stream_ = *hexadecimal;
   } else if (const auto opened = numberBehind(note, "[HTTP/2] [", 10)) {
     if (note.contains("] OPENED stream for ")) transfer.stream_ = *opened;
+  } else if (note.starts_with("Connection died, retrying a fresh connect")) {
+    // A look at it later would be too late: the server closes it too once libcurl does.
+    transfer.wasSound_ = !Sockets::hasBroken(transfer.connection_);
   }
   return 0;
 }
@@ -333,8 +337,10 @@ std::size_t CurlTransfer::takeBody(char* data, std::size_t size, std::size_t cou
 }
 
 PellixPlatform::Error CurlTransfer::errorFor(CURLcode result, long proxyStatus) const {
-  // A header line beyond libcurl's own bound is "out of memory" in its words.
-  if (isTooLarge_ || (result == CURLE_OUT_OF_MEMORY && !hasAllHeaders_)) {
+  // A header line beyond libcurl's own bound is "out of memory" in its words, since 8.6 "too
+  // large".
+  constexpr auto tooLarge = static_cast<CURLcode>(100);
+  if (isTooLarge_ || result == tooLarge || (result == CURLE_OUT_OF_MEMORY && !hasAllHeaders_)) {
     return makeCoreError(CoreErrorCode::replyTooLarge);
   }
   if (result == CURLE_OK) {

@@ -76,8 +76,9 @@ class CurlTransfer {
   bool hasConnection_ = false;
   bool isMultiplexed_ = false;
   bool isUnheard_ = false;
-  bool isStale_ = false;  // the connection was closed by the server
-  bool isSent_ = false;   // perhaps in part, and perhaps it was heard
+  bool isStale_ = false;   // the connection was closed by the server
+  bool wasSound_ = false;  // the connection that libcurl has given up
+  bool isSent_ = false;    // perhaps in part, and perhaps it was heard
 
   std::unique_ptr<curl_slist, FreeList> headers_;
   char detail_[CURL_ERROR_SIZE] = "";

@@ -41,7 +41,7 @@ ffi = cffi.FFI()
 ffi.cdef(output(root / "Scripts/c-declarations.sh"))
 with tempfile.TemporaryDirectory() as directory:
     found = {"cffi": dir(ffi.dlopen(None)), "SWIG": swig(pathlib.Path(directory)),
-             "bindgen": re.findall(r"(QVL[a-zA-Z]\w*)(?:\(|:)", output(
+             "bindgen": re.findall(r"(QVL[a-zA-Z]\w*) ?(?:\(|:)", output(
                  "bindgen", "--no-prepend-enum-name", headers[-1], "--", *flags))}
 missing = {reader: sorted(declared - set(names)) for reader, names in found.items()}
 sys.exit(str(missing) if any(missing.values()) else 0)

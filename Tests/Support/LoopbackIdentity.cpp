@@ -8,6 +8,11 @@
 
 namespace Support {
 
+// From version 3.5 on, openssl no longer takes a negative number of days.
+constexpr const char* expired =
+    "$(openssl x509 -help 2>&1 | grep -q not_after &&"
+    " echo -not_before 20200101000000Z -not_after 20200102000000Z || echo -days -1)";
+
 LoopbackIdentity makeIdentity(const IdentityOptions& options) {
   static std::atomic<int> count = 0;
   const TemporaryDirectory directory;
@@ -23,8 +28,8 @@ LoopbackIdentity makeIdentity(const IdentityOptions& options) {
       " -subj '/CN=Loopback " +
       std::to_string(++count) +
       "' -addext basicConstraints=CA:TRUE -addext subjectAltName=" + options.names +
-      " | openssl x509 -req -copy_extensions copy -days " + (options.isExpired ? "-1" : "2") +
-      issuer;
+      " -out request.pem && openssl x509 -req -in request.pem -copy_extensions copy " +
+      (options.isExpired ? expired : "-days 2") + issuer;
   const auto outcome =
       runProcess({"/bin/sh", "-c", command}, {{"PATH", "/usr/local/bin:/usr/bin:/bin"}});
   if (outcome.exitCode != 0) throw std::runtime_error(command + ": " + outcome.errors);

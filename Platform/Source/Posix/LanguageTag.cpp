@@ -56,7 +56,7 @@ bool isVariant(std::string_view subtag) {
 /// A text's parts between separators, from its front.
 class Parts {
  public:
-  explicit Parts(std::string_view text) : rest_(text), isAtEnd_(false) {}
+  explicit Parts(std::string_view text) : rest_(text) {}
 
   [[nodiscard]] bool isAtEnd() const { return isAtEnd_; }
 
@@ -72,7 +72,7 @@ class Parts {
 
  private:
   std::string_view rest_;
-  bool isAtEnd_;
+  bool isAtEnd_ = false;
 };
 
 }  // namespace
