@@ -60,6 +60,7 @@ constexpr auto knownForms = std::to_array<std::string_view>({
     "SSL certificate problem: ~",
     "SSL: the certificate's name does not match the host's",
     "SSL: no alternative certificate subject name matches target host name '%'",
+    "SSL: no alternative certificate subject name matches target hostname '%'",
     "SSL: no alternative certificate subject name matches target ipv% address '%'",
     "OpenSSL/%: error:%:SSL routines::~",
     "TLS connect error: error:%:SSL routines::~",
