@@ -126,7 +126,10 @@ bool LoopbackServer::process(Connection& connection, Arguments&&... arguments) {
   if constexpr (requires { process_request(connection, arguments...); }) {
     return process_request(connection, arguments...);
   } else {  // later versions also ask who talks to whom
-    return process_request(connection, host, 0, host, 0, arguments...);
+    std::string address = host;
+    int port = 0;
+    connection.get_local_ip_and_port(address, port);
+    return process_request(connection, host, 0, address, port, arguments...);
   }
 }
 
