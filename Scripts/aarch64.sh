@@ -19,7 +19,7 @@ make_sysroot() {
   local include=(libc6-dev libstdc++-12-dev "${library_packages[@]:4}" "${app_packages[@]}"
     libgmock-dev libgtest-dev libplist-dev)
   mmdebstrap --variant=extract --architectures=arm64 --aptopt='APT::Sandbox::User "root"' \
-    --include="$(IFS=, && echo "${include[*]}")" "$(debian_release)" "$sysroot" "$(debian_mirror)" >&2
+    --include="$(IFS=, && echo "${include[*]}")" "$(. /etc/os-release && echo "$VERSION_CODENAME")" "$sysroot" "$(debian_mirror)" >&2
   touch "$sysroot/made"
 }
 

@@ -40,6 +40,11 @@ need_packages() {
     apt-get install -q -y --no-install-recommends "${missing[@]}" >&2
 }
 
+# Prints where this machine has its Debian packages from.
+debian_mirror() {
+  apt-get indextargets --format '$(LABEL) $(REPO_URI)' | awk '$1 == "Debian" { print $2; exit }'
+}
+
 # Prints where nginx is. Its package is unpacked and not installed: installed, it would start to serve.
 need_nginx() {
   local unpacked=$PWD/build/servers

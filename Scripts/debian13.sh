@@ -11,10 +11,6 @@ source Scripts/common.sh
 
 tree=$PWD/build/debian13
 
-mirror() {
-  apt-get indextargets --format '$(LABEL) $(REPO_URI)' | awk '$1 == "Debian" { print $2; exit }'
-}
-
 make_tree() {
   [[ ! -e $tree/made ]] || return 0
   need_packages mmdebstrap debian-archive-keyring
@@ -24,7 +20,7 @@ make_tree() {
   local include
   include=$(IFS=, && echo "${packages[*]},ca-certificates,iproute2,libnode-dev,nginx-light,procps")
   mmdebstrap --variant=minbase --aptopt='APT::Sandbox::User "root"' --include="$include" \
-    trixie "$tree" "$(mirror)" >&2
+    trixie "$tree" "$(debian_mirror)" >&2
   touch "$tree/made"
 }
 
