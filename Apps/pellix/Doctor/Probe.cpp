@@ -164,7 +164,10 @@ Probe probe(const std::string& address, const Options& options) {
     return failed(Step::security, refusedCertificate(made, address, options));
   }
   if (!made.isResolved) return failed(Step::resolution, unresolved(made));
-  if (made.peer.empty()) return failed(Step::connection, unconnected(made));
+  // Whether libcurl reads the certificates before it connects depends on its version.
+  if (made.peer.empty() && made.result != CURLE_SSL_CACERT_BADFILE) {
+    return failed(Step::connection, unconnected(made));
+  }
   return failed(Step::security, insecure(made));
 }
 
