@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds for aarch64, the processor of phones, and runs the tests under qemu. As root, since it unpacks
-# packages.
+# packages and tells the kernel to start programs for aarch64 under qemu.
 #
 #   Scripts/aarch64.sh make             unpacks the libraries for aarch64 into build/aarch64-sysroot
 #   Scripts/aarch64.sh test [OPTION...] builds the preset aarch64 and tests it; options for ctest
@@ -12,7 +12,7 @@ sysroot=$PWD/build/aarch64-sysroot
 
 make_sysroot() {
   [[ ! -e $sysroot/made ]] || return 0
-  need_packages debian-archive-keyring g++-aarch64-linux-gnu mmdebstrap qemu-user
+  need_packages debian-archive-keyring g++-aarch64-linux-gnu mmdebstrap
   say "Unpacking the libraries for aarch64"
   rm -rf "$sysroot"
   mkdir -p "$sysroot"
@@ -23,10 +23,20 @@ make_sysroot() {
   touch "$sysroot/made"
 }
 
+# Whatever the tests start, in whatever environment, finds qemu, and the libraries where Debian's qemu
+# looks for them.
+use_qemu() {
+  need_packages binfmt-support qemu-user-binfmt
+  [[ -e /proc/sys/fs/binfmt_misc/qemu-aarch64 ]] || as_root update-binfmts --enable qemu-aarch64
+  as_root mkdir -p /etc/qemu-binfmt
+  as_root ln -sfn "$sysroot" /etc/qemu-binfmt/aarch64
+}
+
 case "${1-}" in
   make) make_sysroot ;;
   test)
     make_sysroot
+    use_qemu
     build_preset aarch64
     ctest --preset aarch64 -j "$jobs" "${@:2}"
     ;;
