@@ -20,6 +20,8 @@ make_sysroot() {
     libgmock-dev libgtest-dev libplist-dev)
   mmdebstrap --variant=extract --architectures=arm64 --aptopt='APT::Sandbox::User "root"' \
     --include="$(IFS=, && echo "${include[*]}")" "$(. /etc/os-release && echo "$VERSION_CODENAME")" "$sysroot" "$(debian_mirror)" >&2
+  # Files that stand here are taken by qemu instead of the machine's own.
+  rm -rf "$sysroot"/{dev,etc,tmp,var}
   touch "$sysroot/made"
 }
 
@@ -32,13 +34,18 @@ use_qemu() {
   as_root ln -sfn "$sysroot" /etc/qemu-binfmt/aarch64
 }
 
+# What an emulator can't show: qemu adds a line of its own to what a process that aborts has written,
+# and valgrind does not read the processor's programs.
+excluded='FatalErrorDeathTest|Initialisers.StopTheProcess|Misuse.IsReported|IsReportedWhereAReferenceIsLost'
+excluded+='|CWithoutLeaksOrFaults'
+
 case "${1-}" in
   make) make_sysroot ;;
   test)
     make_sysroot
     use_qemu
     build_preset aarch64
-    ctest --preset aarch64 -j "$jobs" "${@:2}"
+    ctest --preset aarch64 -j "$jobs" --timeout 900 -E "$excluded" "${@:2}"
     ;;
   *) sed -n '2,/^[^#]/{s/^# \{0,1\}//p}' "$0"; exit 2 ;;
 esac
