@@ -283,6 +283,8 @@ def prepare(benches: list[Bench], files: list[str]) -> dict:
         bench.configure()
         if failure := bench.make_all(os.cpu_count()):
             sys.exit(failure)
+        if not bench.folders:  # what is not made of our sources, such as Java's classes
+            bench.must(["ninja"])
         bench.must(["ctest", "--show-only=json-v1"])
     if fresh:
         say("Running all tests without a fault")
