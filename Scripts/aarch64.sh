@@ -3,7 +3,8 @@
 # packages and tells the kernel to start programs for aarch64 under qemu.
 #
 #   Scripts/aarch64.sh make             unpacks the libraries for aarch64 into build/aarch64-sysroot
-#   Scripts/aarch64.sh test [OPTION...] builds the preset aarch64 and tests it; options for ctest
+#   Scripts/aarch64.sh test [OPTION...] builds the presets aarch64 (gcc) and aarch64-clang (with libc++)
+#                                       and tests them; options for ctest
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source Scripts/common.sh
@@ -12,12 +13,12 @@ sysroot=$PWD/build/aarch64-sysroot
 
 make_sysroot() {
   [[ ! -e $sysroot/made ]] || return 0
-  need_packages debian-archive-keyring g++-aarch64-linux-gnu mmdebstrap
+  need_packages clang-19 debian-archive-keyring g++-aarch64-linux-gnu googletest mmdebstrap
   say "Unpacking the libraries for aarch64"
   rm -rf "$sysroot"
   mkdir -p "$sysroot"
   local include=(libc6-dev libstdc++-12-dev "${library_packages[@]:4}" "${app_packages[@]}"
-    libgmock-dev libgtest-dev libplist-dev)
+    libc++-19-dev libc++abi-19-dev libgmock-dev libgtest-dev libplist-dev)
   mmdebstrap --variant=extract --architectures=arm64 --aptopt='APT::Sandbox::User "root"' \
     --include="$(IFS=, && echo "${include[*]}")" "$(. /etc/os-release && echo "$VERSION_CODENAME")" "$sysroot" "$(debian_mirror)" >&2
   # Files that stand here are taken by qemu instead of the machine's own.
@@ -44,8 +45,10 @@ case "${1-}" in
   test)
     make_sysroot
     use_qemu
-    build_preset aarch64
-    ctest --preset aarch64 -j "$jobs" --timeout 900 -E "$excluded" "${@:2}"
+    for preset in aarch64 aarch64-clang; do
+      build_preset "$preset"
+      ctest --preset "$preset" -j "$jobs" --timeout 900 -E "$excluded" "${@:2}"
+    done
     ;;
   *) sed -n '2,/^[^#]/{s/^# \{0,1\}//p}' "$0"; exit 2 ;;
 esac
