@@ -65,16 +65,6 @@ TEST(ReplyTest, IsHandedOnAsItCame) {
   }
 }
 
-TEST(ReplyTest, ComesOverIPv6) {
-  std::optional<LoopbackServer> server;
-  try {
-    server.emplace(replying(httpReply("200 OK")), LoopbackServer::Options{.isIPv6 = true});
-  } catch (const std::runtime_error& reason) {
-    GTEST_SKIP() << reason.what();
-  }
-  EXPECT_EQ(Client(server->origin()).perform().status(), 200);
-}
-
 TEST(ReplyTest, ThatIsNoneEndsInAnErrorThatSaysWhy) {
   const Support::Values values{{"{huge}", std::string(largest + 1, 'a')},
                                {"{zeros}", PellixPlatform::readFile(COMPRESSED_ZEROS).value()}};
