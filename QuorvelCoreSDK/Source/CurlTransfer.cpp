@@ -211,7 +211,6 @@ bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
   sentAt_ = Clock::now();
   sentBytes_ = sent;
   stream_ = 0;
-  hasConnection_ = true;
   isSent_ = true;
   return true;
 }
@@ -241,7 +240,6 @@ bool CurlTransfer::mustStartAgain() const {
 
 void CurlTransfer::leaveConnection(CURLcode result) {
   ++attempts_;
-  hasConnection_ = false;
   const auto connection = std::exchange(connection_, nullptr);
   const bool isLeftOut = Sockets::wasLeftOut(connection, stream_) && headerBytes_ == 0;
   isUnheard_ =

@@ -28,7 +28,7 @@ class CurlTransfer {
   void prepare(CURL* easy, Sockets& sockets, bool isMultiplexed);
 
   /// Whether a connection stands that the request goes out over.
-  [[nodiscard]] bool hasConnection() const { return hasConnection_; }
+  [[nodiscard]] bool hasConnection() const { return isSent_; }
 
   /// Says that libcurl has ended the transfer, before it may be prepared anew or finished.
   void leaveConnection(CURLcode result);
@@ -73,7 +73,6 @@ class CurlTransfer {
   std::int64_t stream_ = 0;  // of the latest attempt over HTTP/2, 0 while it is not known
   long sentBytes_ = 0;       // before the latest attempt
   int attempts_ = 0;
-  bool hasConnection_ = false;
   bool isMultiplexed_ = false;
   bool isUnheard_ = false;
   bool isStale_ = false;   // the connection was closed by the server

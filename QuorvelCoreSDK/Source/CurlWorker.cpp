@@ -310,13 +310,14 @@ void CurlWorker::finishDone() {
 }
 
 void CurlWorker::finishLate() {
-  const auto latest = Clock::now() - patience;
-  if (latest + patience < earliestDeadline_) return;
+  const auto now = Clock::now();
+  if (now < earliestDeadline_) return;
 
   earliestDeadline_ = Clock::time_point::max();
   const auto isLate = [&](const CurlTransfer& transfer) {
-    if (transfer.deadline() <= latest) return true;
-    earliestDeadline_ = std::min(earliestDeadline_, transfer.deadline() + patience);
+    const auto last = transfer.deadline() + patience;
+    if (last <= now) return true;
+    earliestDeadline_ = std::min(earliestDeadline_, last);
     return false;
   };
   // What the host adds meanwhile is not among them yet.

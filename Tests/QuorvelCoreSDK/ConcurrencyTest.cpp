@@ -2,10 +2,13 @@
 #include "Support/ChildProcess.h"
 #include "Support/Sanitized.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
 
 #include <atomic>
+#include <filesystem>
 #include <latch>
+#include <set>
 
 namespace QuorvelCoreSDK {
 namespace {
@@ -71,6 +74,26 @@ TEST(ConcurrencyTest, RequestsInARowShareAConnectionAndADeadOneIsReplaced) {
     EXPECT_EQ(server->connections(), 2U);
     EXPECT_EQ(server->requests().size(), 21U);
   }
+}
+
+std::set<std::string> inheritedDescriptors() {
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    const auto name = entry.path().filename().string();
+    if (::fcntl(std::stoi(name), F_GETFD) == 0) names.insert(name);
+  }
+  return names;
+}
+
+void checkThatNoneIsAdded() {
+  const auto before = inheritedDescriptors();
+  const LoopbackServer server(replying(httpReply("200 OK")));
+  EXPECT_EQ(Client(server.origin()).perform().status(), 200);
+  EXPECT_EQ(inheritedDescriptors(), before);
+}
+
+TEST(ConcurrencyTest, ProgramsThatTheHostStartsInheritNoDescriptor) {
+  EXPECT_PASSES_IN_A_CHILD(checkThatNoneIsAdded());
 }
 
 TEST(ConcurrencyTest, WhoWaitsForAConnectionHasALimitToo) {
