@@ -49,12 +49,14 @@ PackagedServer::PackagedServer(const ServerOptions& options)
     : program_(options.program), address_(options.address) {
   // Workers, which a server that root starts runs as somebody else, read the documents.
   fs::permissions(directory_.path(), fs::perms::owner_all | fs::perms::others_exec);
-  const auto identity = Support::makeIdentity({.names = "IP:" + address_});
+  const bool isIPv6 = address_.starts_with('[');
+  const auto number = isIPv6 ? address_.substr(1, address_.size() - 2) : address_;
+  const auto identity = Support::makeIdentity({.names = "IP:" + number});
   directory_.write("certificate.pem", identity.certificate);
   directory_.write("key.pem", identity.key);
   // Holds the port until the server has it too.
   const Support::LoopbackServer port([](const auto&) { return Support::LoopbackReply{}; },
-                                     {.isDeaf = true});
+                                     {.isIPv6 = isIPv6, .isDeaf = true});
   port_ = port.port();
   process_.emplace(command(options));
   waitUntil([this] {
