@@ -55,7 +55,7 @@ Sockets::Sockets() : watch_(::epoll_create1(EPOLL_CLOEXEC)) {
   if (watch_ >= 0) ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends);
   if (ends[0] < 0) {
     const std::system_error failure(errno, std::generic_category());
-    if (watch_ >= 0) ::close(watch_);
+    ::close(watch_);  // which has no effect if there is none
     throw failure;
   }
   ended_ = ends[0];
