@@ -1,5 +1,5 @@
 # Debian packages by `cpack`: for programs that use the library, for those who write them, and the
-# programs of its own.
+# programs of its own. `cpack --config CPackSourceConfig.cmake` packs a clean checkout's files.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME PellixProvidersSDK)
 set(CPACK_PACKAGE_VENDOR "The PellixProvidersSDK developers")
@@ -8,18 +8,28 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "finds knowledge-base articles that answer
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL runtime development tools)
+set(CPACK_SOURCE_GENERATOR TGZ)
+set(CPACK_SOURCE_IGNORE_FILES "^${PROJECT_SOURCE_DIR}/build/;/\\\\.git/;/\\\\.git$")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The shared libraries.")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "Headers and what builds need, for C++ and C.")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "A command-line host and a demonstration service.")
 
 set(runtime_package libpellixproviderssdk${PELLIX_ABI_VERSION})
 set(same_version "${runtime_package} (= ${PROJECT_VERSION})")
+# The target's architecture, not that of the machine that builds.
+find_program(DPKG_ARCHITECTURE dpkg-architecture)
+if(DPKG_ARCHITECTURE)
+  execute_process(
+    COMMAND ${DPKG_ARCHITECTURE} --host-type ${CMAKE_CXX_LIBRARY_ARCHITECTURE} --query DEB_HOST_ARCH
+    OUTPUT_VARIABLE CPACK_DEBIAN_PACKAGE_ARCHITECTURE OUTPUT_STRIP_TRAILING_WHITESPACE)
+endif()
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS ca-certificates)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libpellixproviderssdk-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

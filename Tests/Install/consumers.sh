@@ -2,16 +2,16 @@
 # Installs the library and builds other people's projects with it, in folders with a blank in their
 # names.
 #
-#   consumers.sh SOURCE BUILD WORK STEP PROGRAMS
+#   consumers.sh SOURCE BUILD WORK NAME PROGRAMS STEP [ARGUMENT...]
 #
 # The step `install` comes first: it installs what BUILD holds, and moves it. PROGRAMS is the directory
 # of the documentation's programs.
 set -euo pipefail
-source_dir=$1 build=$2 work=$3 step=$4 programs=$5
-prefix="$work/moved here"
+source_dir=$1 build=$2 work=$3 name=$4 programs=$5 step=$6
+static="$work/moved here"
 shared="$work/shared here"
 libraries=lib/$(${CC:-cc} -print-multiarch) # of the shared installation
-empty="$work/elsewhere" # a folder of nothing else, for programs that are copied there alone
+here="$work/$name"                          # what is this test's own
 
 fail() { printf '%s\n' "$*" >&2; exit 1; }
 expect() { # WHAT PATTERN TEXT
@@ -26,94 +26,108 @@ install_moved() { # BUILD PREFIX
   mv "$work/first place" "$2"
 }
 
-cmake_consumer() { # DIRECTORY PREFIX [OPTION...]
-  local name at=$2
-  name=$(basename "$1")
-  rm -rf "$work/$name build"
-  cmake -S "$source_dir/$1" -B "$work/$name build" -G Ninja \
-    -DCMAKE_PREFIX_PATH="$at" "${@:3}" >/dev/null
-  cmake --build "$work/$name build" >/dev/null
+build_project() { # DIRECTORY PREFIX [OPTION...]
+  rm -rf "$here"
+  cmake -S "$1" -B "$here" -G Ninja -DCMAKE_PREFIX_PATH="$2" "${@:3}" >/dev/null
+  cmake --build "$here" >/dev/null
 }
 
-ask_from_elsewhere() { # WHAT PROGRAM
-  local answer
-  rm -rf "${empty:?} $step"
-  mkdir "$empty $step"
-  cp "$2" "$empty $step/ask"
-  answer=$(cd "$empty $step" && ./ask "I forgot my password")
-  expect "$1" "password" "$answer"
+ask_from_elsewhere() { # PROGRAM
+  local empty="$here elsewhere" # nothing but the program
+  rm -rf "$empty"
+  mkdir "$empty"
+  cp "$1" "$empty/ask"
+  expect "$name" "password" "$(cd "$empty" && ./ask "I forgot my password")"
 }
 
 start_service() {
-  exec {listening}< <(exec "$prefix/bin/answer-service" --quiet --token a-token)
+  exec {listening}< <(exec "$static/bin/answer-service" --quiet --token a-token)
   trap "kill $!" EXIT
   read -r -u "$listening" line
   export PELLIX_ACCOUNT_URL=${line##* } PELLIX_TOKEN=a-token
 }
 
+refused() { # REASON COMMAND...: the command fails, and has one error to tell
+  local said
+  ! said=$("${@:2}" 2>&1) || fail "Not refused: ${*:2}"
+  expect "$name" "$1" "$said"
+  (($(grep -cE 'error:|CMake Error' <<<"$said") == 1)) || fail "More than one error: $said"
+}
+
 case $step in
   install)
-    install_moved "$build" "$prefix"
-    "$source_dir/Scripts/check-interface.py" "$source_dir" "$prefix/include/pellix"
+    install_moved "$build" "$static"
+    "$source_dir/Scripts/check-interface.py" "$source_dir" "$static/include/pellix"
     if grep -q "^CMAKE_BUILD_TYPE:.*=Rel" "$build/CMakeCache.txt"; then
-      "$source_dir/Scripts/check-binaries.py" "$prefix" "$source_dir" "$build"
+      "$source_dir/Scripts/check-binaries.py" "$static" "$source_dir" "$build"
     fi
     start_service
-    expect "The moved host" "password" "$("$prefix/bin/pellix" ask I forgot my password)"
+    expect "The moved host" "password" "$("$static/bin/pellix" ask I forgot my password)"
     ;;
-  cmake)
-    rm -rf "$work/readme"
-    mkdir "$work/readme"
-    "$source_dir/Scripts/extract-code.sh" cmake "$source_dir/README.md" >"$work/readme/CMakeLists.txt"
-    "$source_dir/Scripts/extract-code.sh" cpp "$source_dir/README.md" >"$work/readme/ask.cpp"
-    # A folder below may look for the package again.
-    mkdir "$work/readme/again"
-    echo "find_package(PellixProvidersSDK REQUIRED)" >"$work/readme/again/CMakeLists.txt"
-    echo "add_subdirectory(again)" >>"$work/readme/CMakeLists.txt"
-    cmake -S "$work/readme" -B "$work/readme/build" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
-    cmake --build "$work/readme/build" >/dev/null
+  fetch-content)
+    # Without optimisation, for the time that it takes; shared, so that these are shown to work too.
+    build_project "$source_dir/Tests/Install/Fetched" "" -DPELLIX_SOURCE="$source_dir" \
+      -DPROGRAM="$programs/README.cpp" -DBUILD_SHARED_LIBS=ON -DPELLIX_INSTALL=ON \
+      -DCMAKE_INSTALL_LIBDIR="$libraries" -DCMAKE_UNITY_BUILD=ON -DCMAKE_CXX_FLAGS=-fno-rtti
+    install_moved "$here" "$shared"
     start_service
-    ask_from_elsewhere "The README's program" "$work/readme/build/ask"
+    expect "The fetched library" "password" "$("$here/readme" "I forgot my password")"
+    ;;
+  readme)
+    # A folder below may look for the package again.
+    mkdir -p "$here source/again"
+    "$source_dir/Scripts/extract-code.sh" cmake "$source_dir/README.md" >"$here source/CMakeLists.txt"
+    cp "$programs/README.cpp" "$here source/ask.cpp"
+    echo "find_package(PellixProvidersSDK REQUIRED)" >"$here source/again/CMakeLists.txt"
+    echo "add_subdirectory(again)" >>"$here source/CMakeLists.txt"
+    build_project "$here source" "$static"
+    start_service
+    ask_from_elsewhere "$here/ask"
+    ;;
+  host-test)
+    build_project "$source_dir/Examples/host-test" "$static"
+    "$here/host-test" >/dev/null || fail "The host's tests fail."
     ;;
   own-parts)
-    rm -rf "$work/resources"
-    mkdir "$work/resources"
-    cp "$source_dir"/Source/Resources/*.plist "$work/resources"
-    sed -i 's|>1\.0\.0<|>77.7<|' "$work/resources/Info.plist"
-    for at in "$prefix" "$shared"; do
-      cmake_consumer Tests/Install/OwnParts "$at" -DPROGRAM="$programs/OwnParts.cpp"
-      output=$("$work/OwnParts build/own-parts")
+    resources="$work/resources"
+    rm -rf "$resources"
+    mkdir "$resources"
+    cp "$source_dir"/Source/Resources/*.plist "$resources"
+    sed -i 's|>1\.0\.0<|>77.7<|' "$resources/Info.plist"
+    for at in "$static" "$shared"; do
+      build_project "$source_dir/Tests/Install/Consumer" "$at" -DPROGRAM="$programs/OwnParts.cpp"
+      output=$("$here/program")
       expect "The version" "version 1.0.0" "$output"
-      expect "A directory's version" "version 77.7" \
-        "$(MY_APP_RESOURCES="$work/resources" "$work/OwnParts build/own-parts")"
+      expect "A directory's version" "version 77.7" "$(MY_APP_RESOURCES="$resources" "$here/program")"
       expect "The refusal" "error " "$output"
       expect "The log" "info: " "$output"
       expect "The preferred language" '"locale":"pt-BR"' "$output"
     done
     ;;
-  fetch-content)
-    # Without optimisation, for the time that it takes; shared, so that these are shown to work too.
-    cmake_consumer Tests/Install/Fetched "" -DPELLIX_SOURCE="$source_dir" -DPROGRAM="$programs/README.cpp" \
-      -DBUILD_SHARED_LIBS=ON -DPELLIX_INSTALL=ON -DCMAKE_INSTALL_LIBDIR="$libraries"
-    install_moved "$work/Fetched build" "$shared"
+  pkg-config)
     start_service
-    expect "The fetched library" "password" "$("$work/Fetched build/readme" "I forgot my password")"
-    ;;
-  host-test)
-    cmake_consumer Examples/host-test "$prefix"
-    "$work/host-test build/host-test" >/dev/null || fail "The host's tests fail."
-    ;;
-  c)
-    start_service
-    for at in "$shared:$libraries" "$prefix:lib"; do
-      cmake_consumer Tests/Install/C "${at%:*}" -DPROGRAM="$source_dir/Examples/ask.c"
-      ask_from_elsewhere "The project in C" "$work/C build/ask"
-      directory="${at%:*}/${at#*:}"
-      export PKG_CONFIG_PATH="$directory/pkgconfig"
-      flags=$(pkg-config --cflags --libs PellixProvidersSDK)
+    for directory in "$shared/$libraries" "$static/lib"; do
+      flags=$(PKG_CONFIG_PATH="$directory/pkgconfig" pkg-config --cflags --libs PellixProvidersSDK)
       # Quoting is pkg-config's: it escapes the blanks of paths.
-      eval "${CC:-cc} -o '$work/ask' '$source_dir/Examples/ask.c' $flags '-Wl,-rpath,$directory'"
-      ask_from_elsewhere "The host in C" "$work/ask"
+      eval "${CC:-cc} -o '$here' '$source_dir/Examples/ask.c' $flags '-Wl,-rpath,$directory'"
+      ask_from_elsewhere "$here"
+    done
+    ;;
+  ask) # INSTALLATION PROGRAM [OPTION...]
+    program=$programs/$8
+    [[ $8 != Examples/* ]] || program=$source_dir/$8
+    build_project "$source_dir/Tests/Install/Consumer" "${!7}" -DPROGRAM="$program" "${@:9}"
+    start_service
+    ask_from_elsewhere "$here/program"
+    ;;
+  refusals)
+    compile=("${CXX:-c++}" -fsyntax-only "-I$static/include/pellix" -x c++)
+    "${compile[@]}" -std=c++11 -include PellixProvidersSDK/QVLPellix.h /dev/null
+    refused "needs C++23" "${compile[@]}" -std=c++20 "$programs/README.cpp"
+    for project in "$source_dir" "$source_dir/Tests/Install/Consumer"; do
+      rm -rf "$here"
+      refused "on Linux, not on FreeBSD" cmake -S "$project" -B "$here" -DCMAKE_SYSTEM_NAME=FreeBSD \
+        -DCMAKE_PREFIX_PATH="$static" -DPROGRAM="$programs/README.cpp"
     done
     ;;
   *) fail "Unknown step $step" ;;

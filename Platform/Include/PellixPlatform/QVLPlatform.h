@@ -51,6 +51,7 @@
  * alone, on whose reference the host relies, aborts the process with a report.
  */
 
+#define PELLIX_C_INTERFACE /* for which no C++ is too old */
 #include <PellixPlatform/Export.h>
 
 #include <stdbool.h>
