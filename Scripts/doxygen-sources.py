@@ -1,15 +1,16 @@
 #!/usr/bin/env python3
-"""Makes files readable for Doxygen 1.9, which prints it in their place.
+"""Copies the pages and the public sources, readable for Doxygen 1.9.
 
-  doxygen-filter.py FILE
+doxygen-sources.py DESTINATION
 
 Pages: headings get anchors, which Doxygen does not make by itself; links to them say so, those to headers
 name them, and pictures are found by their names. Headers: comments of those in C become documentation;
-what is private, or a friend, is left out, for Doxygen would link to it and not show it. So are the names
-of Java's own classes as links, and a base that is not public.
+what is private, or a friend, is left out, for Doxygen would link to it and not show it. So are links to
+Java's own classes, and a base that is not public.
 """
 import pathlib
 import re
+import shutil
 import sys
 
 
@@ -22,8 +23,9 @@ def slug(heading: str) -> str:
     return re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-")
 
 
-def markdown(page: str, text: str) -> None:
+def markdown(page: str, text: str) -> str:
     in_code = False
+    lines = []
     for line in text.splitlines():
         in_code ^= line.startswith("```")
         if not in_code:
@@ -33,7 +35,8 @@ def markdown(page: str, text: str) -> None:
                           lambda link: f"](#{anchor(link[1] or page, link[2])})", line)
             line = re.sub(r"\]\([\w./]+/(\w+\.h)\)", r"](@ref \1)", line)
             line = re.sub(r"(!\[[^]]*\]\()[\w./]+/", r"\1", line)
-        print(line)
+        lines.append(line)
+    return "\n".join(lines) + "\n"
 
 
 def c_header(text: str) -> str:
@@ -52,11 +55,22 @@ def java(text: str) -> str:
     return text.replace(" extends NativeObject", "")
 
 
-file = pathlib.Path(sys.argv[1])
-content = file.read_text()
-if file.suffix == ".md":
-    markdown(file.name, content)
-elif file.suffix == ".java":
-    print(java(content))
-else:
-    print(c_header(content) if file.name.startswith("QVL") else header(content))
+def readable(file: pathlib.Path, text: str) -> str:
+    if file.suffix == ".md":
+        return markdown(file.name, text)
+    if file.suffix == ".h":
+        return c_header(text) if file.name.startswith("QVL") and "extern \"C\"" in text else header(text)
+    return java(text) if file.suffix == ".java" else text
+
+
+destination = pathlib.Path(sys.argv[1])
+libraries = (".", "Platform", "QuorvelCoreSDK", "QuorvelCoreSDK/Testing", "VeltraneProvidersSDK", "Testing")
+folders = ["Docs", "Bindings/Python/src", "Bindings/Java/com", *(f"{name}/Include" for name in libraries)]
+files = [path for folder in folders for path in pathlib.Path(folder).rglob("*") if path.is_file()]
+for file in [*files, *pathlib.Path().glob("*.md")]:
+    copy = destination / file
+    copy.parent.mkdir(parents=True, exist_ok=True)
+    if file.suffix in (".md", ".h", ".java"):
+        copy.write_text(readable(file, file.read_text()))
+    else:
+        shutil.copy(file, copy)
