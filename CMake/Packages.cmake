@@ -38,4 +38,25 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME pellix-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${same_version}")
 
+# The loader learns of the libraries by a trigger, as the distribution has it.
+set(triggers ${CMAKE_CURRENT_BINARY_DIR}/triggers)
+file(WRITE ${triggers} "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${triggers})
+string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
+set(changelog ${CMAKE_CURRENT_BINARY_DIR}/changelog)
+file(WRITE ${changelog} "pellixproviderssdk (${PROJECT_VERSION}) unstable; urgency=medium
+
+  * See CHANGELOG.md of libpellixproviderssdk-dev.
+
+ -- ${CPACK_PACKAGE_CONTACT}  ${date}
+")
+execute_process(COMMAND gzip -9nkf ${changelog} COMMAND_ERROR_IS_FATAL ANY)
+foreach(component IN LISTS CPACK_COMPONENTS_ALL)
+  string(TOUPPER ${component} name)
+  install(FILES ${changelog}.gz COMPONENT ${component} EXCLUDE_FROM_ALL
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${name}_PACKAGE_NAME})
+endforeach()
+install(FILES CHANGELOG.md COMPONENT development EXCLUDE_FROM_ALL
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME})
+
 include(CPack)

@@ -19,6 +19,8 @@ bench_packages=(nlohmann-json3-dev openssl python3 rapidjson-dev valgrind)
 packages=("${library_packages[@]}" "${app_packages[@]}" "${test_packages[@]}")
 all_packages=(clang-19 clang-format-19 clang-tidy-19 git googletest libc++-19-dev libc++abi-19-dev
   libclang-rt-19-dev mypy qt6-base-dev)
+site_packages=(chromium doxygen graphviz python3)
+packaging_packages=(diffoscope-minimal dpkg-dev file lintian)
 fuzz_packages=(clang-19 libc++-19-dev libc++abi-19-dev libclang-rt-19-dev libplist-dev llvm-19
   nlohmann-json3-dev)
 mutants_packages=(ccache git libclang-common-19-dev lld patch python3-clang-19)
