@@ -14,7 +14,7 @@ Scripts/check-links.py build/site/html
 
 say "Looking at it"
 look='<script>addEventListener("load", () => {
-  const pictures = [...document.querySelectorAll(".contents img, .contents object")];
+  const pictures = [...document.querySelectorAll(".image img, .image object, .center iframe")];
   const shown = pictures.filter(picture => picture.getBoundingClientRect().height > 20).length;
   const wider = document.documentElement.scrollWidth - innerWidth;
   document.documentElement.dataset.seen = `${pictures.length - shown} hidden, ${Math.max(wider, 0)} too wide`;

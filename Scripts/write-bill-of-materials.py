@@ -23,6 +23,9 @@ def output_of(*command: str) -> str:
 
 def owners(files: set[str]) -> set[str]:
     """The packages that hold the files. What no package holds is ours."""
+    # Packages know their files by names that may be links by now.
+    files |= {os.path.realpath(file) for file in files}
+    files |= {file.removeprefix("/usr") for file in files if file.startswith("/usr/lib")}
     found = subprocess.run(["dpkg", "-S", *sorted(files)], capture_output=True, text=True).stdout
     return set(re.findall(r"^([^:,\s]+(?::\w+)?): /", found, flags=re.M))
 
@@ -34,8 +37,9 @@ def libraries_loaded(deb: str) -> set[str]:
         for file in pathlib.Path(unpacked).rglob("*"):
             if file.is_file() and not file.is_symlink() and file.read_bytes()[:4] == b"\x7fELF":
                 needed |= set(re.findall(r"\(NEEDED\).*\[(.*)\]", output_of("readelf", "-dW", str(file))))
-    paths = dict(re.findall(r"^\s(\S+) .*=> (\S+)$", output_of("/sbin/ldconfig", "-p"), flags=re.M))
-    return owners({os.path.realpath(paths[name]) for name in needed if name in paths})
+    known = re.findall(r"^\s(\S+) .*=> (\S+)$", output_of("/sbin/ldconfig", "-p"), flags=re.M)
+    paths = dict(reversed(known))  # the first one counts
+    return owners({paths[name] for name in needed if name in paths})
 
 
 def element(name: str, version: str, **more: object) -> dict[str, object]:
@@ -58,7 +62,7 @@ def foreign(name: str) -> dict[str, object]:
 
 build, debs = sys.argv[1], sys.argv[2:]
 headers = set(re.findall(r"^    (/\S+)$", output_of("ninja", "-C", build, "-t", "deps"), flags=re.M))
-compiled_in = owners({os.path.realpath(path) for path in headers} | headers)
+compiled_in = owners(headers)
 document = {"SPDXID": "SPDXRef-DOCUMENT"}
 ours, elements, relations = [], {}, []
 for deb in debs:
@@ -68,10 +72,12 @@ for deb in debs:
                       checksums=[{"algorithm": "SHA256", "checksumValue": digest}])
     ours.append(package)
     relations.append(related(document, "DESCRIBES", package))
-    for kind, names in (("DYNAMIC_LINK", libraries_loaded(deb)), ("DEPENDS_ON", compiled_in)):
-        for other in sorted(names):
-            elements.setdefault(other, foreign(other))
-            relations.append(related(package, kind, elements[other]))
+    for other in sorted(libraries_loaded(deb)):
+        elements.setdefault(other, foreign(other))
+        relations.append(related(package, "DYNAMIC_LINK", elements[other]))
+    for other in sorted(compiled_in):
+        elements.setdefault(other, foreign(other))
+        relations.append(related(elements[other], "BUILD_DEPENDENCY_OF", package))
 when = datetime.datetime.fromtimestamp(int(os.environ["SOURCE_DATE_EPOCH"]), datetime.timezone.utc)
 identity = hashlib.sha256(json.dumps(ours).encode()).hexdigest()
 json.dump({**document, "spdxVersion": "SPDX-2.3", "dataLicense": "CC0-1.0", "name": "PellixProvidersSDK",
