@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
-# Builds the Debian packages, installs them on this machine, tries them and purges them.
+# Builds the Debian packages, twice, and compares them; looks at them with lintian, writes their bill of
+# materials, and packs the sources; then installs them on this machine, tries them, builds a package on
+# them, and purges them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source Scripts/common.sh
 
-need_packages "${packages[@]}" dpkg-dev file
+need_packages "${packages[@]}" "${packaging_packages[@]}"
 as_root=()
 ((EUID == 0)) || as_root=(sudo)
 names=(libpellixproviderssdk1 libpellixproviderssdk-dev pellix-tools)
@@ -13,8 +15,6 @@ for name in "${names[@]}"; do
     die "$name is installed here already."
 done
 
-build_preset packages
-say "Making the packages"
 work=$(mktemp -d)
 service=
 clean_up() {
@@ -23,13 +23,37 @@ clean_up() {
   rm -rf "$work"
 }
 trap clean_up EXIT
-rm -f build/packages/*.deb
-(cd build/packages && cpack >"$work/log" 2>&1) || die "$(cat "$work/log")"
+SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
+export SOURCE_DATE_EPOCH
+
+make_packages() {
+  build_preset packages
+  say "Making the packages in $PWD"
+  rm -f build/packages/*.deb
+  (cd build/packages && cpack >"$work/log" 2>&1) || die "$(cat "$work/log")"
+}
+make_packages
 debs=(build/packages/*.deb)
 ((${#debs[@]} == ${#names[@]})) || die "Expected ${#names[@]} packages, not ${debs[*]}"
 Scripts/check-binaries.py build/packages
 for deb in "${debs[@]}"; do dpkg -x "$deb" "$work/unpacked"; done
 Scripts/check-binaries.py "$work/unpacked" "$PWD"
+# A licence is the owner's to choose.
+lintian --allow-root --fail-on error --suppress-tags no-copyright-file "${debs[@]}"
+Scripts/write-bill-of-materials.py build/packages "${debs[@]}" >build/packages/bill-of-materials.spdx.json
+Scripts/check-bill-of-materials.py build/packages/bill-of-materials.spdx.json "${debs[@]}"
+
+say "Packing the sources, and making the packages of them once more"
+git ls-files -z --cached --others --exclude-standard | tar --create --null --files-from=- |
+  tar --extract --one-top-level="$work/in another folder"
+again="$work/in another folder"
+(cd "$again" && make_packages)
+for deb in "${debs[@]}"; do
+  cmp "$deb" "$again/$deb" || { diffoscope "$deb" "$again/$deb" || true; die "$deb differs."; }
+done
+(cd "$again/build/packages" && cpack --config CPackSourceConfig.cmake >"$work/log" 2>&1) || die "$(cat "$work/log")"
+diff <(tar --list --file "$again"/build/packages/*.tar.gz | sed -n 's|^[^/]*/\(.*[^/]\)$|\1|p' | sort) \
+  <(git ls-files --cached --others --exclude-standard | sort) || die "The sources are not what git tracks."
 
 say "Installing ${names[*]}"
 "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
@@ -52,9 +76,19 @@ ask "A host in C" "$work/ask"
 mkdir "$work/readme"
 Scripts/extract-code.sh cmake README.md >"$work/readme/CMakeLists.txt"
 Scripts/extract-code.sh cpp README.md >"$work/readme/ask.cpp"
+cat >>"$work/readme/CMakeLists.txt" <<EOT
+install(TARGETS ask)
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_CONTACT "Somebody <somebody@example.invalid>")
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+include(CPack)
+EOT
 cmake -S "$work/readme" -B "$work/readme/build" >/dev/null
 cmake --build "$work/readme/build" >/dev/null
 ask "The README's program" "$work/readme/build/ask"
+(cd "$work/readme/build" && cpack >/dev/null)
+dpkg-deb --field "$work"/readme/build/*.deb Depends | grep -q "${names[0]} (>= " ||
+  die "A package built on ours does not depend on it."
 
 say "Purging"
 mapfile -t files < <(dpkg -L "${names[@]}" | grep -i pellix)
