@@ -68,7 +68,10 @@ if(PELLIX_BUILD_APPS)
                         INSTALL_RPATH "\$ORIGIN/${libraries_from_bin}")
   endif()
   install(TARGETS pellix AnswerService RUNTIME COMPONENT tools)
-  install(FILES Apps/pellix/pellix.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+  set(manual_page ${CMAKE_CURRENT_BINARY_DIR}/pellix.1)
+  configure_file(Apps/pellix/pellix.1 ${manual_page} COPYONLY)
+  execute_process(COMMAND gzip -9nkf ${manual_page} COMMAND_ERROR_IS_FATAL ANY)
+  install(FILES ${manual_page}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
   install(FILES Apps/pellix/Completion/pellix.bash RENAME pellix COMPONENT tools
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
   install(FILES Apps/pellix/Completion/_pellix COMPONENT tools

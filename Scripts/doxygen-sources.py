@@ -6,7 +6,7 @@ doxygen-sources.py DESTINATION
 Pages: headings get anchors, which Doxygen does not make by itself; links to them say so, those to headers
 name them, and pictures are found by their names. Headers: comments of those in C become documentation;
 what is private, or a friend, is left out, for Doxygen would link to it and not show it. So are links to
-Java's own classes, and a base that is not public.
+Java's own classes, and a base that is not public. Python: all of the package is one module.
 """
 import pathlib
 import re
@@ -65,7 +65,7 @@ def readable(file: pathlib.Path, text: str) -> str:
 
 destination = pathlib.Path(sys.argv[1])
 libraries = (".", "Platform", "QuorvelCoreSDK", "QuorvelCoreSDK/Testing", "VeltraneProvidersSDK", "Testing")
-folders = ["Docs", "Bindings/Python/src", "Bindings/Java/com", *(f"{name}/Include" for name in libraries)]
+folders = ["Docs", "Bindings/Java/com", *(f"{name}/Include" for name in libraries)]
 files = [path for folder in folders for path in pathlib.Path(folder).rglob("*") if path.is_file()]
 for file in [*files, *pathlib.Path().glob("*.md")]:
     copy = destination / file
@@ -74,3 +74,8 @@ for file in [*files, *pathlib.Path().glob("*.md")]:
         copy.write_text(readable(file, file.read_text()))
     else:
         shutil.copy(file, copy)
+# The Python package offers under its own name what its modules hold.
+modules = pathlib.Path("Bindings/Python/src/pellix")
+names = ("__init__", "_client", "_records", "_errors")
+(destination / "Bindings/pellix.py").write_text(
+    "".join((modules / f"{name}.py").read_text() for name in names))
