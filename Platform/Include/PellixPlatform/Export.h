@@ -2,7 +2,7 @@
 
 #if defined(__cplusplus) && __cplusplus <= 202002L && !defined(PELLIX_C_INTERFACE)
 // A file that is missing ends the compilation at once; after an #error would come hundreds of others.
-#include "PellixProvidersSDK needs C++23: compile with -std=c++23"
+#include "This library needs C++23: compile with -std=c++23"
 #endif
 
 /// Marks what a shared library offers to its users; everything else is hidden.
