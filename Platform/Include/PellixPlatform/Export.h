@@ -1,7 +1,7 @@
 #pragma once
 
 #if defined(__cplusplus) && __cplusplus <= 202002L && !defined(PELLIX_C_INTERFACE)
-// A file that is missing ends the compilation at once; after an #error would come hundreds of others.
+// A missing file ends the compilation; after an #error would come hundreds of others.
 #include "This library needs C++23: compile with -std=c++23"
 #endif
 
