@@ -119,6 +119,10 @@ void PackagedServer::waitUntilAllAreClosed() const {
   waitUntil([this] { return !hasSocket("dst", "established"); });
 }
 
+void PackagedServer::waitUntilNoneIsHalfClosed() const {
+  waitUntil([this] { return !hasSocket("dst", "close-wait"); });
+}
+
 /// Whether some socket of this machine in that state has the server's port at that end.
 bool PackagedServer::hasSocket(const std::string& end, const std::string& state) const {
   const auto socket = address_ + ":" + std::to_string(port_);

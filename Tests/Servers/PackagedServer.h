@@ -45,6 +45,8 @@ class PackagedServer {
 
   /// Waits until it has closed every connection to it.
   void waitUntilAllAreClosed() const;
+  /// Waits until the clients have closed those too.
+  void waitUntilNoneIsHalfClosed() const;
 
   /// Ends it, so that its log is whole.
   void stop() { process_.reset(); }

@@ -54,6 +54,8 @@ TEST_P(PackagedServerTest, AQuestionAfterItClosedItsConnectionIsAnswered) {
     if (conversation.asked % 2 == 0) conversation.server.waitUntilAllAreClosed();
     conversation.askOnce();
   }
+  conversation.server.waitUntilAllAreClosed();
+  conversation.server.waitUntilNoneIsHalfClosed();
   EXPECT_THAT(conversation.unanswered, IsEmpty());
   expectEachReceivedOnce(conversation);
 }
