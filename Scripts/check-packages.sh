@@ -45,8 +45,8 @@ Scripts/check-bill-of-materials.py build/packages/bill-of-materials.spdx.json "$
 
 say "Packing the sources, and making the packages of them once more"
 git ls-files -z --cached --others --exclude-standard | tar --create --null --files-from=- |
-  tar --extract --one-top-level="$work/in another folder"
-again="$work/in another folder"
+  tar --extract --one-top-level="$work/elsewhere"
+again=$work/elsewhere
 (cd "$again" && make_packages)
 for deb in "${debs[@]}"; do
   cmp "$deb" "$again/$deb" || { diffoscope "$deb" "$again/$deb" || true; die "$deb differs."; }
