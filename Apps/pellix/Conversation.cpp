@@ -86,6 +86,7 @@ ExitCode converse(const Pellix& pellix,
     const Interaction interaction{response, articles[wish->number - 1]};
     if (wish->letter == 'y') return resolve(pellix, interaction);
     if (wish->letter != 'n') {
+      prepare();
       showArticle(*interaction.article, Terminal::of(stdout));
     } else if (const auto reason = askForReason()) {
       if (const auto end = reject(pellix, interaction, *reason); end != ExitCode::answered) {

@@ -49,6 +49,10 @@ void printTimings() {
   if (timings) timings->print();
 }
 
+void prepare() {
+  if (const auto quorvel = Quorvel::instance()) quorvel->prepare();
+}
+
 void waitUntilIdle() {
   constexpr std::chrono::hours longest{24};  // each request has its own limit
   if (const auto quorvel = Quorvel::instance()) quorvel->waitUntilIdle(longest);

@@ -27,6 +27,9 @@ setUp(const Options& options);
 /// Writes how long the requests so far took to standard error, if the options ask for that.
 void printTimings();
 
+/// Has a connection ready for what the person reports after reading.
+void prepare();
+
 /// Waits for what still goes on behind an operation that has ended, such as a vote.
 void waitUntilIdle();
 

@@ -1,3 +1,4 @@
+#include "Freshness.h"
 #include "PendingCall.h"
 #include "Session.h"
 
@@ -20,18 +21,21 @@ struct CachedDocument::Document {
   };
 
   PellixPlatform::Data text;
+  std::string validator;  // an entity tag (RFC 9110, section 8.8.3), or empty
   std::vector<Decoded> records;
 };
 
 /// A fetch under way. If it goes before it is finished, because it never got out or its outcome is
 /// lost, nothing would ever answer those that wait, nor those that join them: they are let go of.
 struct CachedDocument::Fetch {
-  std::shared_ptr<CachedDocument> document;  // null when it is finished
+  std::shared_ptr<CachedDocument> of;  // null when it is finished
+  SharedDocument known;                // that the server may confirm; null: it is fetched whole
 
-  explicit Fetch(std::shared_ptr<CachedDocument> of) : document(std::move(of)) {}
+  Fetch(std::shared_ptr<CachedDocument> document, SharedDocument confirmable)
+      : of(std::move(document)), known(std::move(confirmable)) {}
   Fetch(Fetch&&) = default;
   ~Fetch() {
-    if (document) static_cast<void>(document->takeWaiting());
+    if (of) of->abandonFetch();
   }
 };
 
@@ -48,11 +52,10 @@ struct Failure {
 };
 
 /// What is wrong with a reply that should hold a document.
-std::optional<Failure> failureOf(std::string_view text, const PellixPlatform::URLResponse* response,
+std::optional<Failure> failureOf(std::string_view text, const PellixPlatform::HTTPURLResponse* http,
                                  std::optional<PellixPlatform::Error> error) {
   constexpr const char* isNotFetched = "could not be fetched";
   if (error) return Failure{isNotFetched, *std::move(error)};
-  const auto* http = dynamic_cast<const PellixPlatform::HTTPURLResponse*>(response);
   if (!http || !http->isSuccess()) {
     const int status = http ? http->statusCode() : 0;
     return Failure{
@@ -66,21 +69,31 @@ std::optional<Failure> failureOf(std::string_view text, const PellixPlatform::UR
   return std::nullopt;
 }
 
-ProviderService serviceFor(const CachedDocument::Parameters& parameters, const Session& session) {
-  const auto& account = parameters.environment;
-  return ProviderService(
-      {.environment = account,
-       .urlComponent = PellixPlatform::URL::parse(account.accountUrl() + parameters.path).value(),
-       .clientHeaders = parameters.clientHeaders,
-       .requestTimeout = session.settingsTimeout(),
-       .maxResponseBytes = session.maxSettingsBytes()});
+/// The reply's entity tag, or nothing if it is none (RFC 9110, section 8.8.3) or too large to be
+/// sent back with each request.
+std::string validatorIn(const PellixPlatform::HTTPURLResponse& response) {
+  constexpr std::size_t largest = 1024;  // bytes
+  const auto tag = response.valueForHeaderField("ETag").value_or("");
+  const bool isQuoted = (tag.starts_with('"') || tag.starts_with("W/\"")) && tag.ends_with('"') &&
+                        std::ranges::count(tag, '"') == 2;
+  const auto isGraphic = [](char c) { return static_cast<unsigned char>(c) > ' ' && c != 0x7F; };
+  const bool isTag = isQuoted && tag.size() <= largest && std::ranges::all_of(tag, isGraphic);
+  return std::string(isTag ? tag : "");
 }
 
 }  // namespace
 
 CachedDocument::CachedDocument(Parameters parameters)
     : parameters_(std::move(parameters)),
-      service_(serviceFor(parameters_, *parameters_.environment.session_)) {}
+      freshness_(std::make_unique<Freshness>(parameters_.environment.session_->surroundings())) {}
+CachedDocument::~CachedDocument() = default;
+
+std::shared_ptr<CachedDocument> CachedDocument::make(Parameters parameters) {
+  auto& documents = parameters.environment.session_->documents();
+  std::shared_ptr<CachedDocument> made(new CachedDocument(std::move(parameters)));
+  documents.add(made);
+  return made;
+}
 
 void CachedDocument::get(RecordType type, Callback callback) {
   if (!PendingCalls::areAccepted()) return;
@@ -88,19 +101,30 @@ void CachedDocument::get(RecordType type, Callback callback) {
   if (!document) {
     callback = PendingCall(callback);
     std::unique_lock lock(mutex_);
-    const bool isFirst = waiting_.empty();
     waiting_.push_back({type, std::move(callback)});
-    lock.unlock();
-    if (isFirst) fetch();
+    if (!fetch(std::move(lock), false)) return;
+    parameters_.environment.session_->documents().fetchBeside(*this);
     return;
   }
   if (const auto called = std::exchange(callback, nullptr)) called(recordIn(document, type));
 }
 
+void CachedDocument::fetchAhead(Report report, bool waitsForConnection) {
+  if (!PendingCalls::areAccepted()) return;
+  std::unique_lock lock(mutex_);
+  if (report) reports_.push_back(std::move(report));
+  fetch(std::move(lock), waitsForConnection);
+}
+
 /// The document if it need not be fetched, else null.
 CachedDocument::SharedDocument CachedDocument::freshDocument() const {
   const std::lock_guard lock(mutex_);
-  return Clock::now() < freshUntil_ ? document_ : nullptr;
+  return document_ && freshness_->isFresh() ? document_ : nullptr;
+}
+
+bool CachedDocument::isJustTried() const {
+  const std::lock_guard lock(mutex_);
+  return freshness_->isJustTried();
 }
 
 std::optional<SettingsFailure> CachedDocument::lastFailure() const {
@@ -108,38 +132,83 @@ std::optional<SettingsFailure> CachedDocument::lastFailure() const {
   return lastFailure_;
 }
 
-void CachedDocument::fetch() {
-  auto fetch = std::make_shared<Fetch>(Fetch(shared_from_this()));
-  service_.perform([fetch = std::move(fetch)](auto data, const auto& response, auto error) {
-    const auto self = fetch->document;
+/// False if that is under way already. The lock is that of the members.
+bool CachedDocument::fetch(std::unique_lock<std::mutex> lock, bool waitsForConnection) {
+  if (std::exchange(isFetching_, true)) return false;
+  if (document_ && freshness_->haveClocksJumped()) document_->validator.clear();
+  const bool isConfirmable = document_ && !document_->validator.empty();
+  Fetch begun(shared_from_this(), isConfirmable ? document_ : nullptr);
+  lock.unlock();
+  auto service = serviceFor(begun.known, waitsForConnection);
+  std::move(service).perform([fetch = std::make_shared<Fetch>(std::move(begun))](
+                                 auto data, const auto& response, auto error) {
+    const auto self = fetch->of;
     self->finish(*fetch, std::move(data), response.get(), std::move(error));
   });
+  return true;
+}
+
+ProviderService CachedDocument::serviceFor(const SharedDocument& known,
+                                           bool waitsForConnection) const {
+  const auto& account = parameters_.environment;
+  const auto& session = *account.session_;
+  auto headers = parameters_.clientHeaders;
+  if (known) {
+    auto all = headers->aditionalHeaders();
+    all.insert_or_assign("If-None-Match", known->validator);
+    headers = makeClientHeaders(headers->client(), headers->version(), std::move(all));
+  }
+  return ProviderService(
+      {.environment = account,
+       .urlComponent = PellixPlatform::URL::parse(account.accountUrl() + parameters_.path).value(),
+       .clientHeaders = std::move(headers),
+       .requestTimeout = session.settingsTimeout(),
+       .maxResponseBytes = session.maxSettingsBytes(),
+       .waitsForConnection = waitsForConnection});
 }
 
 void CachedDocument::finish(Fetch& fetch, std::optional<PellixPlatform::Data> data,
                             const PellixPlatform::URLResponse* response,
                             std::optional<PellixPlatform::Error> error) {
-  auto document = std::make_shared<Document>();
-  document->text = std::move(data).value_or(PellixPlatform::Data());
-  const auto failure = failureOf(document->text, response, std::move(error));
+  const auto* const http = dynamic_cast<const PellixPlatform::HTTPURLResponse*>(response);
+  const bool isConfirmed = fetch.known && !error && http && http->statusCode() == 304;
+  std::optional<Failure> failure;
+  auto document = fetch.known;
+  if (!isConfirmed) {
+    document = std::make_shared<Document>();
+    document->text = std::move(data).value_or(PellixPlatform::Data());
+    failure = failureOf(document->text, http, std::move(error));
+    if (!failure) document->validator = validatorIn(*http);
+  }
+  const auto& session = *parameters_.environment.session_;
   std::vector<Waiting> waiting;
+  std::vector<Report> reports;
   {
     const std::lock_guard lock(mutex_);
     if (failure) {
-      lastFailure_.emplace(failure->error, std::chrono::system_clock::now());
+      lastFailure_.emplace(failure->error, session.surroundings().wallTime());
+      freshness_->postpone();
       document = document_;
     } else {
       lastFailure_.reset();
+      freshness_->renew(session.settingsTimeToLive());
       document_ = document;
-      freshUntil_ = deadlineAfter(parameters_.environment.session_->settingsTimeToLive());
     }
     std::swap(waiting, waiting_);
-    fetch.document = nullptr;
+    std::swap(reports, reports_);
+    isFetching_ = false;
+    fetch.of = nullptr;
   }
   if (failure) {
-    CoreLogger::warn(parameters_.name + " " + failure->what + "; " +
-                     (document ? "the last ones are used instead" : parameters_.withoutRecord) +
-                     ". " + failure->error.description());
+    const auto what = parameters_.name + " " + failure->what;
+    const auto why = ". " + failure->error.description();
+    if (!waiting.empty() || reports.empty()) {
+      CoreLogger::warn(what + "; " +
+                       (document ? "the last ones are used instead" : parameters_.withoutRecord) +
+                       why);
+    } else {
+      for (const auto& report : reports) report(what + why);
+    }
   }
   // What one of those that waited throws is no matter of the others.
   std::exception_ptr thrown;
@@ -174,9 +243,13 @@ CachedDocument::Record CachedDocument::recordIn(const SharedDocument& document, 
   return record ? *std::move(record) : type.makeDefault();
 }
 
-std::vector<CachedDocument::Waiting> CachedDocument::takeWaiting() {
+void CachedDocument::abandonFetch() {
+  decltype(waiting_) waiting;  // go after the lock does
+  decltype(reports_) reports;
   const std::lock_guard lock(mutex_);
-  return std::exchange(waiting_, {});
+  waiting.swap(waiting_);
+  reports.swap(reports_);
+  isFetching_ = false;
 }
 
 }  // namespace QuorvelCoreSDK

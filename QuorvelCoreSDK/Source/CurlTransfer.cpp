@@ -82,6 +82,11 @@ CurlTransfer::CurlTransfer(TransportRequest request, Transport::Completion compl
       network_(std::move(network)),
       deadline_(deadlineAfter(request_.requestTimeout.value_or(network_->requestTimeout))) {}
 
+Clock::time_point CurlTransfer::waitsUntil() const {
+  constexpr std::chrono::seconds longest(1);
+  return request_.waitsForConnection ? std::min(made_ + longest, deadline_) : made_;
+}
+
 std::string_view CurlTransfer::origin() const {
   const std::string_view url = request_.url.string();
   const auto host = url.find("//") + 2;
@@ -207,7 +212,9 @@ bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
     isStale_ = true;
     return false;
   }
-  connection_ = sockets_->beginUse(route, tlsOf(easy_));
+  auto* const tls = tlsOf(easy_);
+  hasSharedConnection_ = speaksHttp2(tls);
+  connection_ = sockets_->beginUse(route, tls);
   sentAt_ = Clock::now();
   sentBytes_ = sent;
   stream_ = 0;
@@ -240,6 +247,7 @@ bool CurlTransfer::mustStartAgain() const {
 
 void CurlTransfer::leaveConnection(CURLcode result) {
   ++attempts_;
+  hasSharedConnection_ = false;
   const auto connection = std::exchange(connection_, nullptr);
   const bool isLeftOut = Sockets::wasLeftOut(connection, stream_) && headerBytes_ == 0;
   isUnheard_ =

@@ -20,6 +20,9 @@ class CurlTransfer {
 
   [[nodiscard]] Clock::time_point deadline() const { return deadline_; }
 
+  /// Until when it may wait for a connection of another one.
+  [[nodiscard]] Clock::time_point waitsUntil() const;
+
   /// Scheme, host and port of the address, as it is written.
   [[nodiscard]] std::string_view origin() const;
 
@@ -29,6 +32,9 @@ class CurlTransfer {
 
   /// Whether a connection stands that the request goes out over.
   [[nodiscard]] bool hasConnection() const { return isSent_; }
+
+  /// Whether that is one for many requests at once, as HTTP/2 has it.
+  [[nodiscard]] bool hasSharedConnection() const { return hasSharedConnection_; }
 
   /// Says that libcurl has ended the transfer, before it may be prepared anew or finished.
   void leaveConnection(CURLcode result);
@@ -73,6 +79,7 @@ class CurlTransfer {
   std::int64_t stream_ = 0;  // of the latest attempt over HTTP/2, 0 while it is not known
   long sentBytes_ = 0;       // before the latest attempt
   int attempts_ = 0;
+  bool hasSharedConnection_ = false;
   bool isMultiplexed_ = false;
   bool isUnheard_ = false;
   bool isStale_ = false;   // the connection was closed by the server

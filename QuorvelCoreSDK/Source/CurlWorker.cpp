@@ -89,6 +89,13 @@ CURLM* makeMulti() {
   return multi;
 }
 
+/// Null if there is no memory for it.
+CURLSH* makeShared() {
+  auto* const shared = curl_share_init();
+  if (shared) curl_share_setopt(shared, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+  return shared;
+}
+
 }  // namespace
 
 CurlWorker& CurlWorker::shared() {
@@ -96,9 +103,10 @@ CurlWorker& CurlWorker::shared() {
   return worker;
 }
 
-CurlWorker::CurlWorker() : process_(getpid()), multi_(makeMulti()) {
+CurlWorker::CurlWorker() : process_(getpid()), multi_(makeMulti()), shared_(makeShared()) {
   // Registered after what the libraries have made, so that it runs before that is torn down.
-  if (pthread_atfork(nullptr, nullptr, forgetInChild) == 0 && std::atexit(stopAtExit) == 0) {
+  if (shared_ && pthread_atfork(nullptr, nullptr, forgetInChild) == 0 &&
+      std::atexit(stopAtExit) == 0) {
     made = this;
     return;
   }
@@ -215,6 +223,7 @@ void CurlWorker::run() {
     countConnecting();
     finishDone();
     finishLate();
+    endPatience();
     if (!hasWork()) wait();
   }
 }
@@ -256,8 +265,9 @@ void CurlWorker::sortAdded() {
       auto found = origins_.find(transfer.origin());
       if (found == origins_.end())
         found = origins_.try_emplace(std::string(transfer.origin())).first;
-      auto& waiting = found->second.waiting;
-      waiting.splice(waiting.end(), added, added.begin());
+      auto& [waiting, patient, running, connecting, isMultiplexed] = found->second;
+      auto& list = Clock::now() < transfer.waitsUntil() ? patient : waiting;
+      list.splice(list.end(), added, added.begin());
     });
     if (!isSorted) added.pop_front();
   }
@@ -299,6 +309,25 @@ void CurlWorker::countConnecting() {
   for (auto& [name, origin] : origins_) origin.connecting = 0;
   for (const auto& [handle, running] : running_) {
     if (!running.transfer->hasConnection()) ++running.origin->connecting;
+    if (running.transfer->hasSharedConnection()) running.origin->isMultiplexed = true;
+  }
+}
+
+void CurlWorker::endPatience() {
+  const auto now = Clock::now();
+  for (auto& [name, origin] : origins_) {
+    const bool stands = origin.isMultiplexed && origin.connecting < origin.running;
+    const bool mayAll = stands || origin.running == 0;
+    for (auto at = origin.patient.begin(); at != origin.patient.end();) {
+      const auto next = std::next(at);
+      const auto until = (*at)->waitsUntil();
+      if (mayAll || until <= now) {
+        origin.waiting.splice(origin.waiting.end(), origin.patient, at);
+      } else {
+        earliestDeadline_ = std::min(earliestDeadline_, until);
+      }
+      at = next;
+    }
   }
 }
 
@@ -345,6 +374,7 @@ void CurlWorker::finish(CURL* handle, CURLcode result) {
   Easy easy(handle);
   auto [origin, transfer] = std::move(running_.extract(handle).mapped());
   --origin->running;
+  origin->waiting.splice(origin->waiting.end(), origin->patient);
   long proxyStatus = 0;
   curl_easy_getinfo(handle, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
   long version = CURL_HTTP_VERSION_NONE;
@@ -384,6 +414,10 @@ CurlWorker::Easy CurlWorker::takeEasy() {
   }
   Easy easy(curl_easy_init());
   if (!easy) throw std::bad_alloc();
+  // For good: resetting the handle does not change it.
+  if (curl_easy_setopt(easy.get(), CURLOPT_SHARE, shared_.get()) != CURLE_OK) {
+    throw std::bad_alloc();
+  }
   return easy;
 }
 

@@ -37,6 +37,9 @@ class CurlWorker {
   struct Free {
     void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
   };
+  struct FreeShared {
+    void operator()(CURLSH* shared) const { curl_share_cleanup(shared); }
+  };
   using Easy = std::unique_ptr<CURL, Free>;
 
   CurlWorker();
@@ -59,6 +62,7 @@ class CurlWorker {
   /// it: libcurl's own queue now and then forgets one, and would rather wait than connect.
   struct Origin {
     std::list<std::unique_ptr<CurlTransfer>> waiting;
+    std::list<std::unique_ptr<CurlTransfer>> patient;  // wait for the connection of another one
     std::size_t running = 0;
     std::size_t connecting = 0;  // of these, as seen last
     bool isMultiplexed = false;  // as far as the latest reply tells
@@ -70,6 +74,8 @@ class CurlWorker {
   void start(Origin& origin, std::unique_ptr<CurlTransfer> transfer);
   [[nodiscard]] bool mayStart(const Origin& origin) const;
   void countConnecting();
+  /// Lets those start that need not wait any longer for the connection of another one.
+  void endPatience();
   void finishDone();
   void finishLate();
   void finish(CURL* handle, CURLcode result);
@@ -80,6 +86,8 @@ class CurlWorker {
   const int process_;
   Sockets sockets_;  // the thread's, and outlives what libcurl has of it
   CURLM* const multi_;
+  const std::unique_ptr<CURLSH, FreeShared>
+      shared_;  // among the handles: the TLS sessions, so that any of them resumes one
   std::atomic<bool> stopping_ = false;
 
   std::mutex mutex_;  // guards these six

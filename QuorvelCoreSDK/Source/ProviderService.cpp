@@ -45,7 +45,8 @@ std::expected<TransportRequest, PellixPlatform::Error> makeRequest(Parameters&& 
                            .headers = {},
                            .body = std::move(parameters.body),
                            .requestTimeout = parameters.requestTimeout,
-                           .maxResponseBytes = parameters.maxResponseBytes};
+                           .maxResponseBytes = parameters.maxResponseBytes,
+                           .waitsForConnection = parameters.waitsForConnection};
   auto& headers = request.headers;
   headers.reserve(8);
   if (parameters.requiresAuth) {

@@ -5,7 +5,7 @@
 #include "SettingsService.h"
 #include "SharedInstance.h"
 
-#include <QuorvelCoreSDK/Quorvel.h>
+#include <QuorvelCoreSDK/internal/Surroundings.h>
 
 #include <algorithm>
 #include <mutex>
@@ -44,6 +44,21 @@ Quorvel::~Quorvel() = default;
 
 std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> Quorvel::initialize(
     AccountDetails accountDetails, Configuration configuration) {
+  auto instance = make(std::move(accountDetails), std::move(configuration), {});
+  if (!instance) return instance;
+  setSharedInstance(*instance);
+  PendingCalls::accept();
+  return instance;
+}
+
+std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> makeQuorvel(
+    AccountDetails accountDetails, Configuration configuration, Surroundings surroundings) {
+  return Quorvel::make(std::move(accountDetails), std::move(configuration),
+                       std::move(surroundings));
+}
+
+std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> Quorvel::make(
+    AccountDetails accountDetails, Configuration configuration, Surroundings surroundings) {
   auto& address = accountDetails.accountUrl_;
   while (address.ends_with('/')) address.pop_back();
   auto url = parseAccountAddress(address);
@@ -65,17 +80,15 @@ std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> Quorvel::initiali
                           .token = std::move(configuration.token),
                           .settingsTimeToLive = configuration.settingsTimeToLive,
                           .settingsTimeout = settingsTimeout,
-                          .maxSettingsBytes = maxSettingsBytes});
+                          .maxSettingsBytes = maxSettingsBytes,
+                          .surroundings = std::move(surroundings)});
   accountDetails.session_ = session;
   auto settings = configuration.settings ? std::move(configuration.settings)
                                          : std::make_shared<SettingsService>(accountDetails);
-  std::shared_ptr<Quorvel> instance(
+  return std::shared_ptr<Quorvel>(
       new Quorvel(Parts{.session = std::move(session),
                         .accountDetails = std::move(accountDetails),
                         .providerModule = ProviderModule(std::move(settings))}));
-  setSharedInstance(instance);
-  PendingCalls::accept();
-  return instance;
 }
 
 bool Quorvel::shutDown(std::chrono::milliseconds limit) {
@@ -102,6 +115,10 @@ const AccountDetails& Quorvel::accountDetails() const {
 }
 const ProviderModule& Quorvel::providerModule() const {
   return parts_->providerModule;
+}
+
+void Quorvel::prepare() const {
+  parts_->session->documents().prepare();
 }
 
 std::optional<SettingsFailure> Quorvel::lastSettingsFailure() const {

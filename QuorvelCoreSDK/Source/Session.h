@@ -1,6 +1,8 @@
 #pragma once
 
-#include <QuorvelCoreSDK/Configuration.h>
+#include "KeptDocuments.h"
+
+#include <QuorvelCoreSDK/internal/Surroundings.h>
 
 #include <condition_variable>
 #include <mutex>
@@ -17,6 +19,7 @@ class Session {
     std::chrono::milliseconds settingsTimeToLive;
     std::chrono::milliseconds settingsTimeout;
     std::size_t maxSettingsBytes;
+    Surroundings surroundings;
   };
 
   explicit Session(Parameters parameters) : parameters_(std::move(parameters)) {}
@@ -41,6 +44,10 @@ class Session {
   /// How many bytes one may have.
   [[nodiscard]] std::size_t maxSettingsBytes() const { return parameters_.maxSettingsBytes; }
 
+  [[nodiscard]] const Surroundings& surroundings() const { return parameters_.surroundings; }
+
+  [[nodiscard]] KeptDocuments& documents() { return documents_; }
+
   /// Counts as under way, each copy for itself, until it is gone or moved from.
   class UnderWay {
    public:
@@ -61,6 +68,7 @@ class Session {
 
  private:
   const Parameters parameters_;
+  KeptDocuments documents_;
   std::mutex mutex_;
   std::condition_variable idle_;
   std::size_t underWay_ = 0;

@@ -13,12 +13,13 @@ std::optional<SettingsFailure> SettingsProvider::lastFailure() const {
 }
 
 SettingsService::SettingsService(AccountDetails account)
-    : document_(std::make_shared<CachedDocument>(CachedDocument::Parameters{
-          .environment = std::move(account),
-          .path = std::string(ServicePaths::accountSettings),
-          .name = "The account's settings",
-          .withoutRecord = "the default is used instead",
-          .clientHeaders = makeClientHeaders("QuorvelCore", QUORVEL_CORE_VERSION)})) {}
+    : document_(CachedDocument::make(
+          {.environment = std::move(account),
+           .path = std::string(ServicePaths::accountSettings),
+           .name = "The account's settings",
+           .withoutRecord = "the default is used instead",
+           .clientHeaders = makeClientHeaders("QuorvelCore", QUORVEL_CORE_VERSION),
+           .comesAlong = true})) {}
 
 std::optional<SettingsFailure> SettingsService::lastFailure() const {
   return document_->lastFailure();

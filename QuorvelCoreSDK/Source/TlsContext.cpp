@@ -27,6 +27,14 @@ bool canWatchTls() {
   return library && std::string_view(library).starts_with("OpenSSL/");
 }
 
+bool speaksHttp2(const void* tls) {
+  if (!tls || !canWatchTls()) return false;
+  const unsigned char* name = nullptr;
+  unsigned length = 0;
+  SSL_get0_alpn_selected(static_cast<const SSL*>(tls), &name, &length);
+  return length == 2 && name[0] == 'h' && name[1] == '2';  // RFC 9113, section 3.2
+}
+
 CURLcode watchTls(CURL*, void* context, void* sockets) {
   auto* const tls = static_cast<SSL_CTX*>(context);
   if (SSL_CTX_set_ex_data(tls, socketsIndex(), sockets) != 1) return CURLE_OUT_OF_MEMORY;

@@ -7,6 +7,9 @@ namespace QuorvelCoreSDK {
 /// Whether libcurl's TLS library is the one that the functions below know.
 [[nodiscard]] bool canWatchTls();
 
+/// Whether the two sides of `tls` (of that library's; may be null) have agreed on HTTP/2.
+[[nodiscard]] bool speaksHttp2(const void* tls);
+
 /// For libcurl to call with each TLS context that it makes: the `Sockets` that `sockets` points to
 /// learn when TLS ends on a connection.
 CURLcode watchTls(CURL* easy, void* context, void* sockets);

@@ -2,6 +2,8 @@
 #include "Support/PseudoTerminal.h"
 #include "Support/TemporaryDirectory.h"
 
+#include <QuorvelCoreSDK/internal/CachedDocument.h>
+
 namespace QuorvelCoreSDK {
 namespace {
 
@@ -34,6 +36,56 @@ TEST(Http2Test, WhatTheServerTookIsNotSentAgain) {
       heard += isLost ? "lost " : outcome.data.value_or(outcome.text()) + " ";
     }
     EXPECT_EQ(heard, isAnswered ? "1 2 3 4 " : "1 lost 3 4 ") << way;
+  }
+}
+
+/// Notes on which connections requests go.
+class NotingTransport final : public Transport {
+ public:
+  explicit NotingTransport(std::shared_ptr<Transport> inner) : inner_(std::move(inner)) {}
+
+  void send(TransportRequest request, Completion completion) override {
+    inner_->send(std::move(request), [this, completion = std::move(completion)](auto reply) {
+      const auto& figures = reply.figures.value();
+      notes += std::string(figures.protocol) + (figures.isConnectionReused ? " kept, " : " made, ");
+      completion(std::move(reply));
+    });
+  }
+  void post(std::function<void()> task) override { inner_->post(std::move(task)); }
+
+  std::string notes;  // of the worker thread
+
+ private:
+  const std::shared_ptr<Transport> inner_;
+};
+
+TEST(Http2Test, WhatIsPreparedAndTheQuestionAfterItTakeOneConnection) {
+  const Support::TemporaryDirectory directory;
+  const auto identity = Support::makeIdentity({});
+  directory.write("identity.pem", identity.certificate + identity.key);
+  const auto file = directory.path() / "identity.pem";
+  Support::PseudoTerminal multiplexing(
+      {"/usr/bin/python3", TESTS_SOURCE_DIR "/QuorvelCoreSDK/http2.py", "answer", file}, {});
+  const auto address =
+      "https://127.0.0.1:" + std::to_string(std::stoi(multiplexing.readUntil("\n")));
+  const Support::LoopbackServer plain(replying(Support::httpReply("200 OK", "{}")),
+                                      {.identity = identity});
+  for (const auto& [origin, protocol] :
+       {std::pair(address, "HTTP/2"), {plain.origin(), "HTTP/1.1"}}) {
+    const auto transport =
+        std::make_shared<NotingTransport>(makeTransport({.certificateAuthorities = file}).value());
+    const Client client(origin, {.transport = transport});
+    const auto another = CachedDocument::make({.environment = client.quorvel->accountDetails(),
+                                               .path = "/another",
+                                               .name = "Another one",
+                                               .withoutRecord = "there is none",
+                                               .clientHeaders = makeClientHeaders("Tester", "1")});
+    client.quorvel->prepare();
+    ASSERT_TRUE(client.quorvel->waitUntilIdle(generousLimit));
+    EXPECT_TRUE(another->isAtHand());
+    EXPECT_EQ(client.perform().status(), 200);
+    const std::string name(protocol);
+    EXPECT_EQ(transport->notes, name + " made, " + name + " kept, " + name + " kept, ");
   }
 }
 

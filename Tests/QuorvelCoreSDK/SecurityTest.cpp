@@ -5,7 +5,9 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <cstdlib>
+#include <latch>
 
 namespace QuorvelCoreSDK {
 namespace {
@@ -60,6 +62,24 @@ TEST_F(SecurityTest, TrustsWhomItShould) {
     EXPECT_EQ(server.requests().size(), code == CoreErrorCode{} ? 1U : 0U);
     EXPECT_THAT(outcome.text(), testing::ContainsRegex(cause));
   }
+}
+
+TEST_F(SecurityTest, ResumesTheSessionsOfEarlierConnections) {
+  std::atomic<int> arrived = 0;
+  std::latch both(2);  // at once, so that they take two handles
+  const LoopbackServer server(
+      [&](const auto&) {
+        if (++arrived > 1) both.arrive_and_wait();
+        return Support::LoopbackReply{httpReply("200 OK", "", "Connection: close\r\n")};
+      },
+      {.identity = makeIdentity({.issuer = &authority_})});
+  const Client client(server.origin(), {.network = {.certificateAuthorities = trusted_}});
+  EXPECT_EQ(client.perform().status(), 200);
+  auto first = Client::begin(client.parameters());
+  auto second = Client::begin(client.parameters());
+  EXPECT_EQ(valueOf(std::move(first)).status(), 200);
+  EXPECT_EQ(valueOf(std::move(second)).status(), 200);
+  EXPECT_EQ(server.resumptions(), 2U);
 }
 
 TEST_F(SecurityTest, SaysThatTheTrustedCertificatesCannotBeRead) {

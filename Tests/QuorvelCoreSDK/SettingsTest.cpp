@@ -3,6 +3,7 @@
 #include "Support/Rows.h"
 
 #include <QuorvelCoreSDK/internal/ServicePaths.h>
+#include <QuorvelCoreSDK/internal/Surroundings.h>
 
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
 #include <gmock/gmock.h>
@@ -16,6 +17,7 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 struct Colour final : PellixPlatform::Object {
   using DefaultType = Colour;
@@ -35,13 +37,28 @@ struct Shape final : PellixPlatform::Object {
   static std::shared_ptr<const Shape> default_() { return std::make_shared<Shape>(); }
 };
 
+using std::chrono::milliseconds;
+using namespace std::chrono_literals;
+
 constexpr char red[] = R"({"theme":{"colour":"red"}})";
 
 class SettingsTest : public testing::Test {
  protected:
-  void setUp(std::chrono::milliseconds timeToLive = generousLimit) {
-    client_.emplace("https://account.example",
-                    Configuration{.settingsTimeToLive = timeToLive, .transport = transport_});
+  void setUp(milliseconds timeToLive = generousLimit,
+             const std::string& address = "https://account.example") {
+    const bool isScripted = address.starts_with("https");
+    quorvel_ = makeQuorvel({address, "application", "client"},
+                           {.settingsTimeToLive = timeToLive,
+                            .transport = isScripted ? transport_ : nullptr},
+                           {.now = [this] { return now_; },
+                            .wallTime = [this] { return wallTime_; },
+                            .chance = [this] { return chance_; }})
+                   .value();
+  }
+
+  void pass(milliseconds time) {
+    now_ += time;
+    wallTime_ += time;
   }
 
   void answer(int status, std::string body) {
@@ -50,7 +67,7 @@ class SettingsTest : public testing::Test {
 
   /// Asks, on this thread; every answer is added to `answers_`.
   void ask() {
-    client_->quorvel->providerModule().settings()->getSettings<Colour>(
+    quorvel_->providerModule().settings()->getSettings<Colour>(
         [this](const std::shared_ptr<const Colour>& colour) {
           const std::lock_guard lock(mutex_);
           answers_.push_back(colour->name);
@@ -60,6 +77,7 @@ class SettingsTest : public testing::Test {
   /// The answers since the last call, after all that waits has run.
   std::vector<std::string> settled() {
     transport_->run();
+    EXPECT_TRUE(quorvel_->waitUntilIdle(generousLimit));
     return std::exchange(answers_, {});
   }
 
@@ -70,7 +88,10 @@ class SettingsTest : public testing::Test {
 
   const std::shared_ptr<Testing::ScriptedTransport> transport_ =
       std::make_shared<Testing::ScriptedTransport>();
-  std::optional<Client> client_;
+  std::shared_ptr<Quorvel> quorvel_;
+  std::chrono::steady_clock::time_point now_;
+  std::chrono::system_clock::time_point wallTime_;
+  double chance_ = 0;
   std::mutex mutex_;
   std::vector<std::string> answers_;
   Support::LogRecorder log_;
@@ -100,7 +121,7 @@ TEST_F(SettingsTest, AreDecodedOnceForEachTypeOfRecord) {
   answer(200, red);
   std::vector<std::shared_ptr<const PellixPlatform::Object>> records;
   const auto keep = [&](auto record) { records.push_back(std::move(record)); };
-  const auto settings = client_->quorvel->providerModule().settings();
+  const auto settings = quorvel_->providerModule().settings();
   for (int i = 0; i < 2; ++i) {
     settings->getSettings<Colour>(keep);
     settings->getSettings<Shape>(keep);  // which is not in the document
@@ -113,17 +134,54 @@ TEST_F(SettingsTest, AreDecodedOnceForEachTypeOfRecord) {
   EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("could not be used; the default is used")));
 }
 
-TEST_F(SettingsTest, AreKeptForAsLongAsTheHostSays) {
-  using std::chrono::milliseconds;
-  for (const auto timeToLive : {milliseconds::zero(), milliseconds::max(), milliseconds::min()}) {
-    const auto before = transport_->requests().size();
+TEST_F(SettingsTest, AreKeptForAsLongAsTheHostSaysLessUpToATenth) {
+  const std::tuple<milliseconds, double, milliseconds> cases[] = {
+      {milliseconds::min(), 0, 0ms},
+      {0ms, 0.5, 0ms},
+      {100s, 0, 100s},
+      {100s, 0.5, 95s},
+      {100s, 0.99, 90'100ms},
+      {milliseconds::max(), 0, std::chrono::hours(24 * 365)}};
+  for (const auto& [timeToLive, chance, kept] : cases) {
+    chance_ = chance;
     setUp(timeToLive);
     answer(200, red);
-    for (int i = 0; i < 3; ++i) {
+    const auto before = transport_->requests().size();
+    const auto fetches = [&] {
       EXPECT_THAT(asked(), ElementsAre("red"));
+      return transport_->requests().size() - before;
+    };
+    EXPECT_EQ(fetches(), 1U);
+    if (kept > 0ms) pass(kept - 1ms);
+    EXPECT_EQ(fetches(), kept > 0ms ? 1U : 2U);
+    pass(1ms);
+    EXPECT_EQ(fetches(), kept > 0ms ? 2U : 3U) << kept;
+  }
+}
+
+TEST_F(SettingsTest, ServeForLongerAfterEachFailureInARowButOnlyWhileThereAreAny) {
+  for (const double chance : {0.0, 0.5}) {
+    chance_ = chance;
+    setUp(0ms);
+    answer(503, "");
+    for (auto before = transport_->requests().size(), i = before; i < before + 3; ++i) {
+      EXPECT_THAT(asked(), ElementsAre("default"));
+      EXPECT_EQ(transport_->requests().size(), i + 1);
     }
-    const auto fetches = transport_->requests().size() - before;
-    EXPECT_EQ(fetches, timeToLive == milliseconds::max() ? 1U : 3U);
+    for (const bool isAgain : {false, true}) {
+      answer(200, red);
+      EXPECT_THAT(asked(), ElementsAre("red"));
+      answer(503, "");
+      for (const auto pause : {2s, 4s, 8s, 16s, 32s, 60s, 60s}) {
+        const milliseconds spread = pause - milliseconds(pause) / (chance > 0 ? 4 : 1'000'000);
+        const auto before = transport_->requests().size();
+        EXPECT_THAT(asked(), ElementsAre("red"));
+        pass(spread - 1ms);
+        EXPECT_THAT(asked(), ElementsAre("red"));
+        EXPECT_EQ(transport_->requests().size(), before + 1) << pause << isAgain;
+        pass(1ms);
+      }
+    }
   }
 }
 
@@ -142,38 +200,121 @@ TEST_F(SettingsTest, FallBackOnTheLastGoodOnesElseOnTheDefault) {
   for (const bool hadGoodOnes : {false, true}) {
     for (const auto& row : Support::rowsOf("QuorvelCoreSDK/Data/Settings.txt")) {
       SCOPED_TRACE(row[0] + " " + row[1]);
-      setUp(std::chrono::milliseconds(0));
+      setUp(0ms);
       if (hadGoodOnes) {
         answer(200, red);
         EXPECT_THAT(asked(), ElementsAre("red"));
       }
       answer(std::stoi(row[0]), row[1]);
       if (row[0] == "0") transport_->fail(std::string(ServicePaths::accountSettings));
-      EXPECT_FALSE(client_->quorvel->lastSettingsFailure());
-      const auto before = std::chrono::system_clock::now();
+      EXPECT_FALSE(quorvel_->lastSettingsFailure());
       const bool isGood = hadGoodOnes && row[3] == "no";
       EXPECT_THAT(asked(), ElementsAre(isGood ? "red" : "default"));
-      const auto failure = client_->quorvel->lastSettingsFailure();
+      const auto failure = quorvel_->lastSettingsFailure();
       EXPECT_EQ(failure ? std::to_string(failure->error.code()) : "-", row[4]);
-      const auto time = failure ? failure->time : before;
-      EXPECT_TRUE(before <= time && time <= std::chrono::system_clock::now());
-      EXPECT_THAT(
-          log_.newLines(),
-          ElementsAre(AllOf(testing::StartsWith("warn: The account's settings "), HasSubstr(row[2]),
-                            HasSubstr(isGood ? "the last" : "the default"))));
+      EXPECT_EQ(failure ? failure->time : wallTime_, wallTime_);
+      EXPECT_THAT(log_.newLines(),
+                  ElementsAre(AllOf(StartsWith("warn: The account's settings "), HasSubstr(row[2]),
+                                    HasSubstr(isGood ? "the last" : "the default"))));
       answer(200, red);
+      pass(2s);
       EXPECT_THAT(asked(), ElementsAre("red"));
-      EXPECT_FALSE(client_->quorvel->lastSettingsFailure());
+      EXPECT_FALSE(quorvel_->lastSettingsFailure());
     }
   }
 }
 
+/// A server that has validators for its replies, and answers with what it is asked for.
+TEST_F(SettingsTest, AreConfirmedByTheirValidatorIfItIsOne) {
+  using namespace std::string_literals;
+  const std::pair<std::string, bool> fieldsAndWhetherTheyAreUsed[] = {
+      {"ETag: \"v1\"", true},
+      {"etag: W/\"\xe9\"", true},
+      {"ETag: \"" + std::string(1022, 'x') + "\"", true},
+      {"ETag: \"" + std::string(1023, 'x') + "\"", false},
+      {"ETag: v1", false},
+      {"ETag: \"v 1\"", false},
+      {"ETag: \"v1\"\r\nETag: \"v2\"", false},
+      {"ETag: \"", false},
+      {"ETag: W/\"v1", false}};
+  for (const auto& [field, isUsed] : fieldsAndWhetherTheyAreUsed) {
+    std::string heard;  // the first letter of each reply
+    const Support::LoopbackServer server([&](const Support::LoopbackRequest& request) {
+      const auto tag = field.substr(field.find(' ') + 1);
+      const bool isKnown = request.head.contains("If-None-Match: " + tag + "\r\n");
+      EXPECT_EQ(isKnown, request.head.contains("If-None-Match"));
+      heard += isKnown ? "N" : "O";
+      return Support::LoopbackReply{isKnown ? "HTTP/1.1 304 Not Modified\r\n\r\n"
+                                            : Support::httpReply("200 OK", red, field + "\r\n")};
+    });
+    setUp(100s, server.origin());
+    const auto askAfter = [&](milliseconds time) {
+      pass(time);
+      EXPECT_THAT(asked(), ElementsAre("red"));
+    };
+    askAfter(0s);
+    askAfter(100s);
+    askAfter(99s);  // renewed
+    askAfter(1s);
+    EXPECT_EQ(heard, isUsed ? "ONN" : "OOO") << field;
+    for (const auto jump : {std::chrono::hours(1), std::chrono::hours(-1)}) {
+      wallTime_ += jump;  // the device has slept, or was set to another time
+      askAfter(0s);
+      askAfter(100s);
+    }
+    now_ -= 1ms;
+    askAfter(0s);
+    EXPECT_EQ(heard, isUsed ? "ONNONONO" : "OOOOOOOO") << field;
+  }
+}
+
+TEST_F(SettingsTest, ArePreparedBeforeSomebodyAsks) {
+  setUp(100s);
+  const auto requests = [&] { return transport_->requests().size(); };
+  quorvel_->prepare();
+  quorvel_->prepare();
+  transport_->run();
+  EXPECT_EQ(requests(), 1U);
+  EXPECT_THAT(log_.newLines(),
+              ElementsAre(StartsWith("warn: Could not prepare: The account's settings could")));
+  EXPECT_TRUE(quorvel_->lastSettingsFailure());
+
+  answer(200, red);
+  quorvel_->prepare();
+  ask();
+  EXPECT_THAT(settled(), ElementsAre("red"));
+  quorvel_->prepare();
+  EXPECT_THAT(asked(), ElementsAre("red"));
+  EXPECT_EQ(requests(), 2U);
+  pass(5s);  // the server may have closed the connection
+  quorvel_->prepare();
+  ask();
+  EXPECT_THAT(answers_, ElementsAre("red"));
+  EXPECT_THAT(settled(), ElementsAre("red"));
+  EXPECT_EQ(requests(), 3U);
+
+  pass(100s);
+  answer(503, "");
+  quorvel_->prepare();
+  transport_->run();
+  EXPECT_THAT(log_.newLines(), ElementsAre(HasSubstr("Could not prepare")));
+  quorvel_->prepare();
+  EXPECT_THAT(asked(), ElementsAre("red"));
+  EXPECT_EQ(requests(), 4U);
+  pass(2s);
+  quorvel_->prepare();
+  ask();
+  EXPECT_THAT(settled(), ElementsAre("red"));
+  EXPECT_EQ(requests(), 5U);
+  EXPECT_THAT(log_.newLines(), ElementsAre(HasSubstr("the last ones are used instead")));
+}
+
 TEST_F(SettingsTest, LetGoOfTheirCallbackWhichMayAskOrThrow) {
-  setUp(std::chrono::milliseconds(0));
+  setUp(0ms);
   answer(200, red);
   auto held = std::make_shared<int>();
   const std::weak_ptr<int> watched = held;
-  client_->quorvel->providerModule().settings()->getSettings<Colour>(
+  quorvel_->providerModule().settings()->getSettings<Colour>(
       [this, kept = std::exchange(held, nullptr)](const auto&) {
         ask();
         throw std::runtime_error("the host's own");
@@ -188,9 +329,12 @@ TEST_F(SettingsTest, LetGoOfTheirCallbackWhichMayAskOrThrow) {
 TEST_F(SettingsTest, AreNotAnsweredAfterOneOfThoseWhoWaitHasShutDown) {
   setUp();
   answer(200, red);
-  client_->quorvel->providerModule().settings()->getSettings<Colour>(
+  quorvel_->providerModule().settings()->getSettings<Colour>(
       [](const auto&) { EXPECT_TRUE(Quorvel::shutDown(generousLimit)); });
   EXPECT_THAT(asked(), IsEmpty());
+  pass(generousLimit);
+  quorvel_->prepare();
+  EXPECT_EQ(transport_->requests().size(), 1U);
 }
 
 }  // namespace

@@ -140,6 +140,11 @@ std::size_t LoopbackServer::connections() const {
   return accepted_;
 }
 
+std::size_t LoopbackServer::resumptions() const {
+  const std::lock_guard lock(mutex_);
+  return resumed_;
+}
+
 void LoopbackServer::accept() {
   while (true) {
     const int socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
@@ -166,6 +171,8 @@ void LoopbackServer::serve(Connection& connection) {
     connection.tls.reset(SSL_new(tls_.get()));
     SSL_set_fd(connection.tls.get(), connection.socket);
     goesOn = SSL_accept(connection.tls.get()) == 1;
+    const std::lock_guard lock(mutex_);
+    if (goesOn && SSL_session_reused(connection.tls.get()) == 1) ++resumed_;
   }
   for (std::string received; goesOn;) goesOn = answer(connection, received);
   connection.tls.reset();

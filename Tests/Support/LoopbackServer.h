@@ -65,6 +65,8 @@ class LoopbackServer {
   [[nodiscard]] std::uint16_t port() const { return port_; }
   [[nodiscard]] std::vector<LoopbackRequest> requests() const;
   [[nodiscard]] std::size_t connections() const;
+  /// How many connections went on with a TLS session of an earlier one.
+  [[nodiscard]] std::size_t resumptions() const;
 
  private:
   struct Connection;
@@ -81,6 +83,7 @@ class LoopbackServer {
   mutable std::mutex mutex_;
   std::list<Connection> connections_;  // some may be closed
   std::size_t accepted_ = 0;
+  std::size_t resumed_ = 0;
   std::vector<LoopbackRequest> requests_;
   std::thread acceptor_;
 };

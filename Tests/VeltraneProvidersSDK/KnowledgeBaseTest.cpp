@@ -2,6 +2,7 @@
 #include "Support/Rows.h"
 
 #include <PellixPlatform/DispatchQueue.h>
+#include <QuorvelCoreSDK/internal/ServicePaths.h>
 #include <VeltraneProvidersSDK/VeltraneProvidersSDK.h>
 
 #include <QuorvelCoreSDKTesting/ScriptedTransport.h>
@@ -11,6 +12,7 @@ namespace VeltraneProvidersSDK {
 namespace {
 
 using QuorvelCoreSDK::Quorvel;
+using QuorvelCoreSDK::ServicePaths::accountSettings;
 using testing::Contains;
 using testing::HasSubstr;
 using testing::Pair;
@@ -23,6 +25,7 @@ class KnowledgeBaseTest : public testing::Test {
     quorvel_ = Quorvel::initialize({"https://account.example/base/", "application", "client"},
                                    {.token = [] { return "s3cret"; }, .transport = transport_})
                    .value();
+    transport_->answer(std::string(accountSettings), 200, "{}");
     if (hasInstance) Veltrane::initialize(quorvel_);
   }
 
@@ -88,8 +91,12 @@ TEST_F(KnowledgeBaseTest, KeepsItsSettingsButNeverAnswersWithinTheCall) {
     const auto lines = log_.newLines();
     EXPECT_EQ(std::to_string(lines.size()), row[3]);
     EXPECT_THAT(lines, testing::Each(HasSubstr(row[4])));
-    EXPECT_EQ(std::to_string(transport_->requests().size()), row[5]);
-    for (const auto& request : transport_->requests()) {
+    // Who wants to know is going to ask for the account's next.
+    EXPECT_EQ(transport_->requests(accountSettings).size(), 1U);
+    EXPECT_EQ(transport_->requests().back().waitsForConnection, row[5] == "1");
+    const auto requests = transport_->requests("/base/knowledge/v1/settings");
+    EXPECT_EQ(std::to_string(requests.size()), row[5]);
+    for (const auto& request : requests) {
       EXPECT_THAT(request.headers, Contains(Pair("X-Quorvel-Client", "Veltrane")));
       EXPECT_THAT(request.headers, testing::Not(Contains(Pair("Authorization", testing::_))));
     }
@@ -102,7 +109,7 @@ TEST_F(KnowledgeBaseTest, TakesEmptyCallbacksAndGoesWithItsCore) {
   QVLLumenoProvider().upVoteArticle(std::nullopt, nullptr);
   QVLLumenoSettingsProvider::getLumenoSettings(nullptr);
   transport_->run();
-  EXPECT_EQ(transport_->requests().size(), 2U);  // to where no callback is given, too
+  EXPECT_EQ(transport_->requests().size(), 3U);  // to where no callback is given, too
 
   const auto veltrane = Veltrane::instance();
   EXPECT_EQ(veltrane->quorvel(), quorvel_);

@@ -33,12 +33,11 @@ Shared& shared() {
 }
 
 std::shared_ptr<CachedDocument> keptSettings(const QuorvelCoreSDK::Quorvel& quorvel) {
-  return std::make_shared<CachedDocument>(
-      CachedDocument::Parameters{.environment = quorvel.accountDetails(),
-                                 .path = std::string(ServicePaths::knowledgeSettings),
-                                 .name = "The knowledge base's settings",
-                                 .withoutRecord = "there are none to use",
-                                 .clientHeaders = veltraneHeaders()});
+  return CachedDocument::make({.environment = quorvel.accountDetails(),
+                               .path = std::string(ServicePaths::knowledgeSettings),
+                               .name = "The knowledge base's settings",
+                               .withoutRecord = "there are none to use",
+                               .clientHeaders = veltraneHeaders()});
 }
 
 }  // namespace
@@ -74,6 +73,7 @@ std::optional<std::string> Veltrane::lumenoLocaleOverride() const {
 
 void Veltrane::setLumenoLocaleOverride(std::optional<std::string> locale) {
   const std::lock_guard lock(state_->mutex);
+  state_->settings->setIsPrepared(!locale);  // nobody asks for the knowledge base's own then
   state_->localeOverride = std::move(locale);
 }
 

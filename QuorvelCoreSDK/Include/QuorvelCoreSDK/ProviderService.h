@@ -54,6 +54,8 @@ class PELLIX_EXPORT ProviderService {
     /// Limits of this request's own; nothing: those of the core's configuration.
     std::optional<std::chrono::milliseconds> requestTimeout;
     std::optional<std::size_t> maxResponseBytes;
+    /// See `TransportRequest`.
+    bool waitsForConnection = false;
   };
 
   explicit ProviderService(Parameters parameters);

@@ -75,7 +75,7 @@ void QVLQuorvelConfiguration_setLogsTlsSecrets(QVLQuorvelConfiguration* configur
 void QVLQuorvelConfiguration_setMaxResponseBytes(QVLQuorvelConfiguration* configuration,
                                                  size_t bytes) QVL_NONNULL(1);
 
-/* How long settings are kept before they are fetched anew. */
+/* How long settings are kept before they are fetched anew; less up to a tenth of it at random. */
 void QVLQuorvelConfiguration_setSettingsTimeToLive(QVLQuorvelConfiguration* configuration,
                                                    int64_t milliseconds) QVL_NONNULL(1);
 
@@ -87,6 +87,12 @@ QVLQuorvel* QVLQuorvel_initialize(const char* accountUrl, size_t accountUrlLengt
                                   const char* clientId, size_t clientIdLength,
                                   const QVLQuorvelConfiguration* configuration,
                                   const QVLError** error) QVL_RESULT_NEEDED;
+
+/* Gets ready, in the background, for what a person is about to ask: the settings that are kept are
+ * fetched if they are not at hand, and a connection to the account's server stands then. What is
+ * asked meanwhile joins in. A host calls it when its help screen opens; the first question after it
+ * costs one round trip. If it fails, there is one line in the log. */
+bool QVLQuorvel_prepare(const QVLQuorvel* quorvel) QVL_NONNULL(1);
 
 /* Why the account's settings could not be fetched the last time that it was tried: retained; null
  * if they could. `time` (may be null) is set to when, in milliseconds since 1970 began (UTC). While

@@ -12,6 +12,8 @@
 
 namespace QuorvelCoreSDK {
 
+struct Surroundings;
+
 /// The core library's instance for one account.
 ///
 /// Requests run on one worker thread that all instances share; it starts with the first request and
@@ -53,6 +55,15 @@ class PELLIX_EXPORT Quorvel final : public PellixPlatform::Object {
   [[nodiscard]] const AccountDetails& accountDetails() const;
   [[nodiscard]] const ProviderModule& providerModule() const;
 
+  /// Gets ready, in the background, for what a person is about to ask: the settings documents that
+  /// this library and those above it keep are fetched if they are not at hand, and a connection to
+  /// the account's server stands then. What is asked meanwhile joins in. A host calls it when its
+  /// help screen opens; the first question after it costs one round trip. If it fails, there is one
+  /// line in the log. With a settings service of the host's own, and no other library, it does
+  /// nothing.
+  /// Memory: `std::bad_alloc` leaves this call.
+  void prepare() const;
+
   /// Why the account's settings could not be fetched the last time that it was tried, and when;
   /// nothing if they could. While there are none to be had, records are their types' defaults: this
   /// tells a service that can't be reached from settings that say the same.
@@ -68,6 +79,10 @@ class PELLIX_EXPORT Quorvel final : public PellixPlatform::Object {
   void post(std::function<void()> task) const;
 
  private:
+  friend std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> makeQuorvel(
+      AccountDetails accountDetails, Configuration configuration, Surroundings surroundings);
+  static std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> make(
+      AccountDetails accountDetails, Configuration configuration, Surroundings surroundings);
   struct Parts;
   explicit Quorvel(Parts parts);
   const std::unique_ptr<const Parts> parts_;

@@ -28,6 +28,10 @@ struct TransportRequest {
   /// as the transport is configured.
   std::optional<std::chrono::milliseconds> requestTimeout;
   std::optional<std::size_t> maxResponseBytes;
+  /// Whether it may wait up to a second for a connection that another request makes or uses: over
+  /// HTTP/2 until that stands, else until that request has ended. It saves a connection where a
+  /// request would have one made that other ones are having made already.
+  bool waitsForConnection = false;
 };
 
 /// How long the steps of a request took and what went over the network: of its latest attempt, if

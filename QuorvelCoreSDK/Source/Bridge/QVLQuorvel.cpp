@@ -46,6 +46,11 @@ QVLQuorvel* QVLQuorvel_instance() {
   return quorvel;
 }
 
+bool QVLQuorvel_prepare(const QVLQuorvel* quorvel) {
+  const auto& self = objectOf(quorvel, __func__);
+  return withMemory([&] { self.prepare(); });
+}
+
 const QVLError* QVLQuorvel_lastSettingsFailure(const QVLQuorvel* quorvel, int64_t* time) {
   const auto& self = objectOf(quorvel, __func__);
   const QVLError* error = nullptr;

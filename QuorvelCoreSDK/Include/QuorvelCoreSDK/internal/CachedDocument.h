@@ -4,7 +4,7 @@
 #include <QuorvelCoreSDK/ProviderService.h>
 #include <QuorvelCoreSDK/SettingsProvider.h>
 
-#include <chrono>
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -13,10 +13,15 @@
 
 namespace QuorvelCoreSDK {
 
+class Freshness;
+
 /// A JSON document of an account that its clients need again and again, such as its settings: it is
 /// fetched without authentication when it is asked for, and kept for the time to live of the core's
-/// configuration. Those who ask while a fetch is under way wait for that one. When a fetch fails,
-/// the last good document is the answer, and a warning is logged.
+/// configuration, shortened at random by up to a tenth. Then it is fetched anew on the condition
+/// that it has changed, if the server gave it a validator. Those who ask while a fetch is under way
+/// wait for that one. When a fetch fails, the last good document is the answer, and goes on to be
+/// for 1 to 2 seconds, doubled with each further failure up to a minute; and a warning is logged.
+/// While there is none at hand, each who asks has it fetched.
 ///
 /// Clients get records. Each type of them is decoded once from a document, and then kept with it.
 ///
@@ -27,6 +32,7 @@ class PELLIX_EXPORT CachedDocument final : public std::enable_shared_from_this<C
   using Record = SettingsProvider::Record;
   using RecordType = SettingsProvider::RecordType;  // known by its `decode`
   using Callback = SettingsProvider::Continuation;
+  using Report = std::function<void(const std::string& failure)>;
 
   struct Parameters {
     /// As handed out by a core instance.
@@ -39,15 +45,36 @@ class PELLIX_EXPORT CachedDocument final : public std::enable_shared_from_this<C
     std::string withoutRecord;
     /// Never null.
     std::shared_ptr<const ClientHeaders> clientHeaders;
+    /// Whether those who ask for another document of the core instance ask for this one next, so
+    /// that it is fetched at the same time.
+    bool comesAlong = false;
   };
 
-  explicit CachedDocument(Parameters parameters);
+  /// Never null.
+  [[nodiscard]] static std::shared_ptr<CachedDocument> make(Parameters parameters);
+  CachedDocument(const CachedDocument&) = delete;
+  CachedDocument& operator=(const CachedDocument&) = delete;
+  ~CachedDocument();
 
   /// Calls `callback` once and lets go of it: with a record, or with the type's default if there is
   /// none to be had. It is called within this call if the document is at hand, else on the
   /// transport's thread. If memory runs out meanwhile, or the transport drops the request, it is
   /// let go of without a call.
   void get(RecordType type, Callback callback);
+
+  /// Fetches it, unless that is under way, before somebody asks for it. `report` (may be null) is
+  /// called on the transport's thread if that fails and nobody who asks has been told by the log.
+  /// With `waitsForConnection`, see `TransportRequest`.
+  void fetchAhead(Report report, bool waitsForConnection);
+
+  /// Whether `Quorvel::prepare` fetches it; at first it does.
+  void setIsPrepared(bool isPrepared) { isPrepared_ = isPrepared; }
+  [[nodiscard]] bool isPrepared() const { return isPrepared_; }
+  /// Whether it would be answered with within the call.
+  [[nodiscard]] bool isAtHand() const { return freshDocument() != nullptr; }
+  /// Whether the last fetch is so recent that another one has no use.
+  [[nodiscard]] bool isJustTried() const;
+  [[nodiscard]] bool comesAlong() const { return parameters_.comesAlong; }
 
   /// Why the latest fetch failed, and when; nothing if it did not.
   [[nodiscard]] std::optional<SettingsFailure> lastFailure() const;
@@ -61,21 +88,26 @@ class PELLIX_EXPORT CachedDocument final : public std::enable_shared_from_this<C
   };
   using SharedDocument = std::shared_ptr<Document>;
 
+  explicit CachedDocument(Parameters parameters);
   [[nodiscard]] SharedDocument freshDocument() const;
-  void fetch();
+  bool fetch(std::unique_lock<std::mutex> lock, bool waitsForConnection);
+  [[nodiscard]] ProviderService serviceFor(const SharedDocument& known,
+                                           bool waitsForConnection) const;
   void finish(Fetch& fetch, std::optional<PellixPlatform::Data> data,
               const PellixPlatform::URLResponse* response,
               std::optional<PellixPlatform::Error> error);
   [[nodiscard]] Record recordIn(const SharedDocument& document, RecordType type);
-  [[nodiscard]] std::vector<Waiting> takeWaiting();
+  void abandonFetch();
 
   const Parameters parameters_;
-  const ProviderService service_;
-  mutable std::mutex mutex_;  // guards these, and the records within a document
+  std::atomic<bool> isPrepared_ = true;
+  mutable std::mutex mutex_;  // guards these, and a document but for its text
   SharedDocument document_;   // the last good one; null if there has been none
-  std::chrono::steady_clock::time_point freshUntil_;
+  const std::unique_ptr<Freshness> freshness_;
   std::optional<SettingsFailure> lastFailure_;
-  std::vector<Waiting> waiting_;  // a fetch is under way exactly while somebody waits
+  bool isFetching_ = false;
+  std::vector<Waiting> waiting_;
+  std::vector<Report> reports_;
 };
 
 }  // namespace QuorvelCoreSDK
