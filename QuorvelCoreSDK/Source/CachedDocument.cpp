@@ -112,7 +112,7 @@ void CachedDocument::get(RecordType type, Callback callback) {
 void CachedDocument::fetchAhead(Report report, bool waitsForConnection) {
   if (!PendingCalls::areAccepted()) return;
   std::unique_lock lock(mutex_);
-  if (report) reports_.push_back(std::move(report));
+  if (report && reports_.empty()) reports_.push_back(std::move(report));  // one line is enough
   fetch(std::move(lock), waitsForConnection);
 }
 
