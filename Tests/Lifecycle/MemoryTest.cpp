@@ -177,13 +177,13 @@ TEST(Memory, ThatIsMissingForTheWorkerLeavesAsAnException) {
 
 TEST(Memory, ThatRunsOutOnTheWorkerEndsARequestAndNotTheProcess) {
   const Support::LoopbackServer server(answer);
-  // Settings that are never fresh are fetched for every question.
-  const auto provider =
-      setUp({.settingsTimeToLive = std::chrono::milliseconds(0)}, server.origin());
-  ASSERT_EQ(ask(*provider).records, 1);
   const auto isShort = [&](std::size_t n, Shortage shortage) {
+    // A new one, since settings that it had kept would serve for a while after a failure.
+    const auto provider =
+        setUp({.settingsTimeToLive = std::chrono::milliseconds(0)}, server.origin());
     onWorker([&] { Support::beginFailingAllocations(n, shortage); });
     const auto outcome = ask(*provider);
+    EXPECT_TRUE(Quorvel::instance()->waitUntilIdle(std::chrono::minutes(1)));
     bool failed = false;
     onWorker([&] { failed = Support::endFailingAllocations(); });
     EXPECT_EQ(outcome.releases, 1);
