@@ -50,9 +50,9 @@ struct Configuration {
   /// Supplies the token of the requests that need one.
   TokenSupplier token;
   /// How long settings documents, the account's and those of other libraries, are kept before they
-  /// are fetched anew; less up to a tenth of it at random, so that devices that were started together
-  /// do not ask together. If that fails, they serve on until the next attempt: after 1 to 2 seconds,
-  /// and double that with each failure in a row, up to a minute.
+  /// are fetched anew; less up to a tenth of it at random, so that devices that were started
+  /// together do not ask together. If that fails, they serve on until the next attempt: after 1 to
+  /// 2 seconds, and double that with each failure in a row, up to a minute.
   std::chrono::milliseconds settingsTimeToLive{300'000};
   NetworkConfiguration network;
   /// Replaces the default transport; shared with the core instance. Null: the default.
