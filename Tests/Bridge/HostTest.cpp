@@ -8,8 +8,7 @@
 #include <cstring>
 #include <ctime>
 
-/// What a host sets up and chooses. That it can do so through the C interface alone, and on a real
-/// connection, its examples show.
+/// What a host sets up and chooses, but for the options of the core.
 namespace BridgeTests {
 namespace {
 
@@ -37,6 +36,19 @@ TEST(CHost, ChoosesTheLocaleAndHowMuchIsLogged) {
   QVLCoreLogger_setSink(nullptr, nullptr, nullptr);
   EXPECT_EQ(log.text.size(), size);
   EXPECT_EQ(log.releases, 1);
+}
+
+TEST(CHost, IsToldWhenASinkOfTheLogIsNotNeededAnyMore) {
+  const auto leave = [](int, const char*, size_t, void* context) {
+    QVLCoreLogger_setSink(nullptr, nullptr, nullptr);
+    auto& outcome = *static_cast<Outcome*>(context);
+    outcome.text = outcome.releases == 0 ? "held while it runs" : "gone";
+  };
+  Outcome log;
+  QVLCoreLogger_setSink(leave, log.begin(), Outcome::release);
+  QVLPellix_initializeWithQuorvel_veltrane(nullptr, nullptr);
+  EXPECT_EQ(log.ending(), "silence");
+  EXPECT_EQ(log.text, "held while it runs");
 }
 
 TEST(CHost, DrivesTheMainQueueFromItsOwnLoop) {

@@ -91,25 +91,36 @@ TEST(ShutDown, ReleasesWhatWaitsForTheServiceAndInTheMainQueue) {
   }
 }
 
-TEST(ShutDown, WaitsForCallbacksOnOtherThreadsAndNotForItsOwn) {
-  const auto transport = serviceWith(disabled);
-  const auto provider = setUp({.transport = transport});
-  Outcome outcome;
-  std::promise<void> called;
-  std::promise<void> mayReturn;
-  provider->getDeflectionForQuery("How?", [&, kept = outcome.callback()](const auto&) {
-    called.set_value();
-    mayReturn.get_future().wait();
+TEST(ShutDown, WaitsForTheHostsCodeOnOtherThreadsAndNotForItsOwn) {
+  for (const std::string_view place : {"callback", "supplier", "sink"}) {
+    std::promise<void> called;
+    std::promise<void> mayReturn;
+    const auto hold = [&](std::string_view here) {
+      if (here != place) return;
+      called.set_value();
+      mayReturn.get_future().wait();
+      EXPECT_TRUE(Quorvel::shutDown(1min));
+    };
+    const auto transport = serviceWith(place == "supplier" ? enabled : disabled);
+    const auto provider = setUp({.token =
+                                     [&] {
+                                       hold("supplier");
+                                       return "secret";
+                                     },
+                                 .transport = transport});
+    QuorvelCoreSDK::CoreLogger::setSink([&](auto, auto) { hold("sink"); });
+    Outcome outcome;
+    provider->getDeflectionForQuery(
+        "How?", [&, kept = outcome.callback()](const auto&) { hold("callback"); });
+    std::thread worker([&] { transport->run(); });
+    called.get_future().wait();
+    EXPECT_FALSE(Quorvel::shutDown(0ms));
+    mayReturn.set_value();
     EXPECT_TRUE(Quorvel::shutDown(1min));
-  });
-  std::thread worker([&] { transport->run(); });
-  called.get_future().wait();
-  EXPECT_FALSE(Quorvel::shutDown(0ms));
-  EXPECT_EQ(outcome.releases, 0);
-  mayReturn.set_value();
-  EXPECT_TRUE(Quorvel::shutDown(1min));
-  EXPECT_EQ(outcome.releases, 1);
-  worker.join();
+    EXPECT_EQ(outcome.releases, 1);
+    worker.join();
+    QuorvelCoreSDK::CoreLogger::setSink(nullptr);
+  }
 }
 
 }  // namespace

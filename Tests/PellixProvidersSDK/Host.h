@@ -206,7 +206,7 @@ inline auto serviceWith(const char* settings = enabled, int status = 200,
 inline std::shared_ptr<Quorvel> makeQuorvel(QuorvelCoreSDK::Configuration configuration = {},
                                             const std::string& address = "https://acme.example") {
   static std::atomic<int> count = 0;
-  configuration.token = [] { return "secret"; };
+  if (!configuration.token) configuration.token = [] { return "secret"; };
   return Quorvel::initialize({address, std::to_string(++count), "client"}, std::move(configuration))
       .value();
 }

@@ -16,7 +16,8 @@ namespace PellixPlatform {
 /// event loop, which `setWakeHook` tells when there is something to run.
 ///
 /// Thread safety: `post`, `stop` and `setWakeHook` may be called from any thread; `run`, `runFor`
-/// and `runPending` from one thread at a time, and from within a task.
+/// and `runPending` from one thread at a time, and from within a task. A child that is forked from
+/// a process that has run the queue must not run it itself: it could wait for ever.
 ///
 /// Ownership: a task is destroyed right after it ran, before the next one starts. Tasks that never
 /// run go with their queue; those of the main queue are not destroyed when the process ends.

@@ -35,11 +35,12 @@
  * Callbacks. A callback is three arguments: a function (may be null: the operation runs all the
  * same), a context that is passed to it last, and a function that releases the context (may be
  * null). The release runs exactly once, whether the callback ran or not, on any thread, when the
- * callback can't run any more: so a host learns from it that an operation has ended, the silent
- * endings included. Only the end of the process can forestall it. What a callback is given is
- * borrowed: retain it to keep it. No callback may throw or jump out of its call. For a language
- * that only the thread of its own may call, QVLMainQueue_takeAllCallbacks has callbacks and
- * releases come on the main queue alone.
+ * callback's last call has returned and none can come any more: so a host learns from it that an
+ * operation has ended, the silent endings included, and that a hook, a sink or a supplier can go,
+ * to which a call may still be on its way when another one takes its place. Only the end of the
+ * process can forestall it. What a callback is given is borrowed: retain it to keep it. No callback
+ * may throw or jump out of its call. For a language that only the thread of its own may call,
+ * QVLMainQueue_takeAllCallbacks has callbacks and releases come on the main queue alone.
  *
  * Threads. Any function may be called on any thread, except where a comment says otherwise; objects
  * may be released on any thread, and within callbacks.
@@ -204,6 +205,9 @@ bool QVLHTTPURLResponse_isEqual(const QVLHTTPURLResponse* response, const QVLObj
  * The host runs it: either by QVLMainQueue_run or QVLMainQueue_runFor, on a thread that has nothing
  * else to do, or by QVLMainQueue_runPending out of its own event loop. One thread at a time; within
  * a callback, too.
+ *
+ * A child that is forked from a process that has run the queue, or waits in it, must not run it
+ * itself: it could wait for ever.
  */
 
 /* Runs what comes until QVLMainQueue_stop is called. */
@@ -228,7 +232,8 @@ void QVLMainQueue_stop(void);
 bool QVLMainQueue_takeAllCallbacks(void);
 
 /* Called, on any thread, when there is something to run: it should only wake the host's loop.
- * Without a function, there is none; a call of the earlier one may still be under way then. */
+ * Without a function, there is none; a call of the earlier one may still be under way then, until
+ * its context is released. */
 typedef void (*QVLWakeHook)(void* context);
 bool QVLMainQueue_setWakeHook(QVLWakeHook hook, void* context, QVLContextRelease release);
 

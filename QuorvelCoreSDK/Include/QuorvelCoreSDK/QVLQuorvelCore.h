@@ -9,7 +9,8 @@
  * hook, or whatever its language has for that.
  *
  * Forks. Once a process has made a request, a child that is forked from it can make none:
- * operations there end at once, silently, and the log says so once. Use exec, or fork before.
+ * operations there end at once, silently, and the log says so once. Nor may it run the main queue
+ * if the parent has. Use exec, or fork before.
  */
 
 #include <PellixPlatform/QVLPlatform.h>
@@ -37,7 +38,10 @@ typedef void (*QVLTokenSupplier)(QVLTokenReceiver* receiver, void* context);
 bool QVLTokenReceiver_setToken(QVLTokenReceiver* receiver, const char* token, size_t tokenLength)
     QVL_NONNULL(1);
 
-/* Takes the place of a token that was set before. Without a function, there is no token. */
+/* Takes the place of a token that was set before. Without a function, there is no token. The
+ * context is released when nothing needs the supplier any more: neither the configuration, nor an
+ * instance that was made with it, nor a request of one. (The library for answers needs the instance
+ * that it was set up with until it is set up for another application.) */
 bool QVLQuorvelConfiguration_setTokenSupplier(QVLQuorvelConfiguration* configuration,
                                               QVLTokenSupplier supplier, void* context,
                                               QVLContextRelease release) QVL_NONNULL(1);
@@ -116,12 +120,14 @@ QVLQuorvel* QVLQuorvel_instance(void) QVL_RESULT_NEEDED;
 
 /* Ends every operation of the process. No request goes out any more, and what is under way is let
  * go of. Every callback that waits is released without a call, within this call and on this thread,
- * whatever the host chose for its callbacks, also those in the main queue; those that run on other
- * threads are waited for, so many milliseconds and a year at most. Whether all are gone; a callback
- * that this is called in goes when it returns, and does not count. Operations that are started
- * later end at once, silently, until QVLQuorvel_initialize has made an instance again. In a forked
- * child this does nothing. It may be called on any thread, also on several at once, again and
- * again, within callbacks, and while the process ends. */
+ * whatever the host chose for its callbacks, also those in the main queue. Those that run on other
+ * threads are waited for, so many milliseconds and a year at most, and so are token suppliers and
+ * sinks of the log, unless they run within a call that the host makes. Whether all have ended; what
+ * this is called in ends when it returns, and does not count. If they have, suppliers and sinks run
+ * only within calls that the host makes, until the core is set up again. Operations that are
+ * started later end at once, silently, until QVLQuorvel_initialize has made an instance again. In a
+ * forked child this does nothing. It may be called on any thread, also on several at once, again
+ * and again, within callbacks, and while the process ends. */
 bool QVLQuorvel_shutDown(int64_t milliseconds);
 
 /* ---- The core's errors ----
@@ -189,6 +195,7 @@ void QVLCoreLogger_setLevel(int level);
 /* Gets each line of the log, borrowed and not followed by a NUL, on the thread that logs, also on
  * several at once; or on the main queue (QVLMainQueue_takeAllCallbacks), from where
  * QVLQuorvel_shutDown takes lines away unread. Without a function, lines go to standard error. A
+ * line that is on its way to the earlier sink still reaches it, and the context is released then. A
  * sink may call the libraries, and what they log within it goes to standard error, warnings and up.
  * But it may be the worker thread that logs, or a thread that the library knows nothing of: so a
  * sink does not call QVLQuorvel_waitUntilIdle, nor does it run the main queue. */

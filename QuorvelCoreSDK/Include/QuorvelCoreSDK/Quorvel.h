@@ -39,9 +39,10 @@ class PELLIX_EXPORT Quorvel final : public PellixPlatform::Object {
   /// released without a call, within this call and on this thread, also those in the main queue.
   /// Those that run on other threads are waited for, `limit` at most. The result is whether all are
   /// gone; a callback that this is called in goes when it returns, and does not count. (What
-  /// another thread is about to start meanwhile ends within its own call.) Operations that are
-  /// started later end at once, their callbacks released, until `initialize` has made an instance
-  /// again.
+  /// another thread is about to start meanwhile ends within its own call.) So it is with token
+  /// suppliers and the log's sink, which then run only within the host's own calls. Operations that
+  /// are started later end at once, their callbacks released, until `initialize` has made an
+  /// instance again.
   ///
   /// A host's own transport may still send what it was given before, and its replies lead nowhere.
   /// In a forked child this does nothing, and what the parent had under way counts as not gone.
