@@ -1,12 +1,17 @@
 #include <PellixProvidersSDK/QVLPellix.h>
 
+#include <com_pellix_Deflection.h>
+#include <com_pellix_DeflectionArticle.h>
+#include <com_pellix_DeflectionResponse.h>
+#include <com_pellix_HTTPURLResponse.h>
 #include <com_pellix_Library.h>
-#include <com_pellix_NativeObject.h>
+#include <com_pellix_PellixDispatcherResponse.h>
 #include <pthread.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,15 +20,15 @@
 /// callbacks but token suppliers and loggers.
 namespace {
 
-#define OPTION(name) com_pellix_Library_##name
-#define FIELD(name) com_pellix_NativeObject_##name
-
 JavaVM* machine;
 pthread_key_t attached;  // detaches a thread that ends
 jclass library;
 jclass exception;
+jclass nativeObject;
+jclass string;
 jfieldID reference;
 jmethodID newException;
+jmethodID newText;
 jmethodID ended;
 jmethodID released;
 jmethodID wake;
@@ -55,9 +60,9 @@ class Call {
   JNIEnv* operator->() const { return java_; }
 
   template <class... Arguments>
-  void operator()(jmethodID method, Arguments... arguments) const {
+  void operator()(void* object, jmethodID method, Arguments... arguments) const {
     if (failed()) return;
-    java_->CallStaticVoidMethod(library, method, arguments...);
+    java_->CallVoidMethod(static_cast<jobject>(object), method, arguments...);
     static_cast<void>(failed());
   }
 
@@ -73,9 +78,7 @@ class Call {
   JNIEnv* java_ = nullptr;
 };
 
-using Text = std::optional<std::string>;
-
-Text textOf(JNIEnv* java, jobject object) {
+std::optional<std::string> bytesFrom(JNIEnv* java, jobject object) {
   auto* const bytes = static_cast<jbyteArray>(object);
   if (!bytes) return std::nullopt;
   const auto length = java->GetArrayLength(bytes);
@@ -84,12 +87,22 @@ Text textOf(JNIEnv* java, jobject object) {
   return text;
 }
 
-jbyteArray bytesOf(JNIEnv* java, const void* text, std::size_t size) {
+jbyteArray bytesFor(JNIEnv* java, const void* text, std::size_t size) {
   if (!text) return nullptr;
   const auto length = static_cast<jsize>(size);
   auto* const bytes = java->NewByteArray(length);
   if (bytes) java->SetByteArrayRegion(bytes, 0, length, static_cast<const jbyte*>(text));
   return bytes;
+}
+
+/// What a server sent need not be UTF-8, and JNI has a form of its own.
+jstring textFor(JNIEnv* java, const char* text, std::size_t size) {
+  auto* const bytes = bytesFor(java, text, size);
+  if (!bytes) return nullptr;
+  auto* const made = java->CallStaticObjectMethod(library, newText, bytes);
+  if (java->ExceptionCheck()) return nullptr;
+  java->DeleteLocalRef(bytes);
+  return static_cast<jstring>(made);
 }
 
 /// What a reference of Java's refers to, of whatever class.
@@ -114,9 +127,9 @@ jthrowable exceptionOf(JNIEnv* java, const QVLError* error) {
   if (!error) return nullptr;
   std::size_t length = 0;
   const auto* text = QVLError_domain(error, &length);
-  auto* const domain = bytesOf(java, text, length);
+  auto* const domain = textFor(java, text, length);
   text = QVLError_localizedDescription(error, &length);
-  auto* const message = domain ? bytesOf(java, text, length) : nullptr;
+  auto* const message = domain ? textFor(java, text, length) : nullptr;
   if (!message) return nullptr;
   return static_cast<jthrowable>(
       java->NewObject(exception, newException, domain, jlong{QVLError_code(error)}, message));
@@ -130,20 +143,24 @@ void release(void* context) {
 
 template <class Record>
 void endedBy(const Record* record, const QVLError* error, void* pending) {
-  if (const Call call; call) call(ended, pending, retained(record), exceptionOf(call, error));
+  if (const Call call; call) call(pending, ended, retained(record), exceptionOf(call, error));
 }
 
 void releasePending(void* pending) {
-  if (const Call call; call) call(released, pending);
+  if (const Call call; call) call(pending, released);
   release(pending);
 }
 
 void wakeQueue(void* queue) {
-  if (const Call call; call) call(wake, queue);
+  if (const Call call; call) call(queue, wake);
 }
 
 void writeLog(int level, const char* line, std::size_t length, void* /*context*/) {
-  if (const Call call; call) call(log, jint{level}, bytesOf(call, line, length));
+  const Call call;
+  if (!call) return;
+  auto* const text = textFor(call, line, length);
+  if (text) call->CallStaticVoidMethod(library, log, jint{level}, text);
+  static_cast<void>(call.failed());
 }
 
 void supply(QVLTokenReceiver* receiver, void* supplier) {
@@ -151,95 +168,30 @@ void supply(QVLTokenReceiver* receiver, void* supplier) {
   if (!call) return;
   auto* const token = call->CallStaticObjectMethod(library, supplyToken, supplier);
   if (call.failed()) return;
-  if (const auto text = textOf(call, token)) {
+  if (const auto text = bytesFrom(call, token)) {
     QVLTokenReceiver_setToken(receiver, text->data(), text->size());
   }
 }
 
-using Texts = std::array<Text, OPTION(TEXTS)>;
-using Numbers = std::array<jlong, OPTION(NUMBERS)>;
-
-QVLQuorvelConfiguration* configure(const Texts& texts, const Numbers& numbers) {
-  auto* const made = QVLQuorvelConfiguration_init();
-  const auto setText = [&](std::size_t which, auto set) {
-    if (const auto& text = texts.at(which)) set(made, text->data(), text->size());
-  };
-  setText(OPTION(PRESET_TOKEN), QVLQuorvelConfiguration_setToken);
-  setText(OPTION(CERTIFICATES), QVLQuorvelConfiguration_setCertificateAuthorities);
-  setText(OPTION(PROXY), QVLQuorvelConfiguration_setProxy);
-  const auto setNumber = [&]<class Number>(std::size_t which,
-                                           void (*set)(QVLQuorvelConfiguration*, Number)) {
-    if (numbers.at(which) >= 0) set(made, static_cast<Number>(numbers.at(which)));
-  };
-  setNumber(OPTION(CONNECT_TIMEOUT), QVLQuorvelConfiguration_setConnectTimeout);
-  setNumber(OPTION(REQUEST_TIMEOUT), QVLQuorvelConfiguration_setRequestTimeout);
-  setNumber(OPTION(SETTINGS_TIMEOUT), QVLQuorvelConfiguration_setSettingsTimeout);
-  setNumber(OPTION(TIME_TO_LIVE), QVLQuorvelConfiguration_setSettingsTimeToLive);
-  setNumber(OPTION(MAX_RESPONSE_BYTES), QVLQuorvelConfiguration_setMaxResponseBytes);
-  setNumber(OPTION(IGNORE_PROXY_ENVIRONMENT), QVLQuorvelConfiguration_setIgnoreProxyEnvironment);
-  setNumber(OPTION(LOGS_TLS_SECRETS), QVLQuorvelConfiguration_setLogsTlsSecrets);
-  return made;
+/// A text of an object, or the one at an index.
+template <auto read>
+jstring textOf(JNIEnv* java, Handle of, auto... index) {
+  std::size_t length = 0;
+  const auto* const text = read(of, index..., &length);
+  return textFor(java, text, length);
 }
 
-/// The languages' tags, each up to its NUL.
-void setLanguages(const std::string& tags) {
-  std::vector<const char*> each;
-  for (std::size_t at = 0; at < tags.size(); at = tags.find('\0', at) + 1) {
-    each.push_back(tags.data() + at);
+template <auto count, auto at>
+jobjectArray textsOf(JNIEnv* java, Handle of) {
+  const std::size_t size = count(of);
+  auto* const texts = java->NewObjectArray(static_cast<jsize>(size), string, nullptr);
+  for (std::size_t i = 0; texts && i < size; ++i) {
+    auto* const text = textOf<at>(java, of, i);
+    if (!text) return nullptr;
+    java->SetObjectArrayElement(texts, static_cast<jsize>(i), text);
+    java->DeleteLocalRef(text);
   }
-  QVLLocale_setPreferredLanguages(each.data(), each.size());
-}
-
-/// A reference to the provider over a new core; null, and why, if there is none.
-QVLPellixProvider* setUp(const Texts& texts, const QVLQuorvelConfiguration* configuration,
-                         const QVLError** error) {
-  // The library keeps what it was set up with for one application: each client is another.
-  static int clients = 0;
-  const auto application = "java-" + std::to_string(++clients);
-  const auto& url = *texts[OPTION(ACCOUNT_URL)];
-  auto* const quorvel =
-      QVLQuorvel_initialize(url.data(), url.size(), application.data(), application.size(),
-                            "pellix", QVL_UNTIL_NUL, configuration, error);
-  if (!quorvel) return nullptr;
-  auto* const veltrane = QVLVeltrane_initialize(quorvel);
-  if (const auto& locale = texts[OPTION(LOCALE_OVERRIDE)]) {
-    QVLVeltrane_setLumenoLocaleOverride(veltrane, locale->data(), locale->size());
-  }
-  QVLPellix_initializeWithQuorvel_veltrane(quorvel, veltrane);
-  QVLRelease(veltrane);
-  QVLRelease(quorvel);
-  auto* const provider = QVLPellix_provider(QVLPellix_instance());
-  QVLRetain(provider);
-  return provider;
-}
-
-const void* textAt(Handle of, jint field, std::size_t index, std::size_t* length) {
-  switch (field) {
-    case FIELD(TOKEN):
-      return QVLDeflectionResponse_interactionAccessToken(of, length);
-    case FIELD(TITLE):
-      return QVLDeflectionArticle_title(of, length);
-    case FIELD(HTML_URL):
-      return QVLDeflectionArticle_htmlURL(of, length);
-    case FIELD(URL):
-      return QVLDeflectionArticle_url(of, length);
-    case FIELD(LABEL):
-      return QVLDeflectionArticle_labelNames_at(of, index, length);
-    case FIELD(BODY):
-      return QVLDeflectionArticle_body(of, length);
-    case FIELD(LOCALE):
-      return QVLDeflectionArticle_locale(of, length);
-    case FIELD(SNIPPET):
-      return QVLDeflectionArticle_snippet(of, length);
-    case FIELD(RESPONSE_URL):
-      return QVLHTTPURLResponse_url(of, length);
-    case FIELD(HEADER):
-      return QVLHTTPURLResponse_allHeaderFields_nameAt(of, index, length);
-    case FIELD(HEADER_VALUE):
-      return QVLHTTPURLResponse_allHeaderFields_valueAt(of, index, length);
-    default:
-      return QVLPellixDispatcherResponse_data(of, length);
-  }
+  return texts;
 }
 
 }  // namespace
@@ -253,47 +205,92 @@ jint JNI_OnLoad(JavaVM* loading, void* /*reserved*/) {
   };
   library = find("com/pellix/Library");
   exception = find("com/pellix/PellixException");
-  reference = call->GetFieldID(call->FindClass("com/pellix/NativeObject"), "handle", "J");
-  newException = call->GetMethodID(exception, "<init>", "([BJ[B)V");
-  const auto method = [&](const char* name, const char* signature) {
-    return call->GetStaticMethodID(library, name, signature);
-  };
-  ended = method("ended", "(Lcom/pellix/Pending;JLcom/pellix/PellixException;)V");
-  released = method("released", "(Lcom/pellix/Pending;)V");
-  wake = method("wake", "(Lcom/pellix/MainQueue;)V");
-  supplyToken = method("token", "(Ljava/util/function/Supplier;)[B");
-  log = method("log", "(I[B)V");
+  nativeObject = find("com/pellix/NativeObject");
+  string = find("java/lang/String");
+  reference = call->GetFieldID(nativeObject, "handle", "J");
+  newException = call->GetMethodID(exception, "<init>", "(Ljava/lang/String;JLjava/lang/String;)V");
+  auto* const pending = call->FindClass("com/pellix/Pending");
+  ended = call->GetMethodID(pending, "ended", "(JLcom/pellix/PellixException;)V");
+  released = call->GetMethodID(pending, "released", "()V");
+  wake = call->GetMethodID(call->FindClass("com/pellix/MainQueue"), "wake", "()V");
+  newText = call->GetStaticMethodID(library, "text", "([B)Ljava/lang/String;");
+  supplyToken = call->GetStaticMethodID(library, "token", "(Ljava/util/function/Supplier;)[B");
+  log = call->GetStaticMethodID(library, "log", "(ILjava/lang/String;)V");
   const auto detach = [](void*) { machine->DetachCurrentThread(); };
   return !call.failed() && pthread_key_create(&attached, detach) == 0 ? JNI_VERSION_10 : JNI_ERR;
 }
 
-jlong Java_com_pellix_Library_open(JNIEnv* java, jclass, jobjectArray texts, jlongArray numbers,
-                                   jobject supplier, jobject queue, jint logLevel) {
-  Texts given;
-  for (jsize i = 0; i < OPTION(TEXTS); ++i) {
-    given.at(static_cast<std::size_t>(i)) = textOf(java, java->GetObjectArrayElement(texts, i));
-  }
-  Numbers chosen{};
-  java->GetLongArrayRegion(numbers, 0, OPTION(NUMBERS), chosen.data());
+// What a host chooses.
 
+void Java_com_pellix_Library_setPreferredLanguages(JNIEnv* java, jclass, jbyteArray tags) {
+  const auto each = *bytesFrom(java, tags);
+  std::vector<const char*> languages;
+  for (std::size_t at = 0; at < each.size(); at = each.find('\0', at) + 1) {
+    languages.push_back(each.data() + at);
+  }
+  QVLLocale_setPreferredLanguages(languages.data(), languages.size());
+}
+
+jlong Java_com_pellix_Library_configuration(JNIEnv*, jclass) {
+  return reinterpret_cast<std::intptr_t>(QVLQuorvelConfiguration_init());
+}
+
+void Java_com_pellix_Library_setTokenSupplier(JNIEnv* java, jclass, jlong configuration,
+                                              jobject supplier) {
+  QVLQuorvelConfiguration_setTokenSupplier(Handle(configuration), supply,
+                                           java->NewGlobalRef(supplier), release);
+}
+
+#define TEXT(name)                                                                        \
+  void Java_com_pellix_Library_##name(JNIEnv* java, jclass, jlong at, jbyteArray bytes) { \
+    const auto text = *bytesFrom(java, bytes);                                            \
+    QVLQuorvelConfiguration_##name(Handle(at), text.data(), text.size());                 \
+  }
+#define NUMBER(name, type)                                                       \
+  void Java_com_pellix_Library_##name(JNIEnv*, jclass, jlong at, jlong number) { \
+    QVLQuorvelConfiguration_##name(Handle(at), static_cast<type>(number));       \
+  }
+TEXT(setToken)
+TEXT(setCertificateAuthorities)
+TEXT(setProxy)
+NUMBER(setIgnoreProxyEnvironment, bool)
+NUMBER(setConnectTimeout, jlong)
+NUMBER(setRequestTimeout, jlong)
+NUMBER(setSettingsTimeout, jlong)
+NUMBER(setMaxResponseBytes, std::size_t)
+NUMBER(setSettingsTimeToLive, jlong)
+NUMBER(setLogsTlsSecrets, bool)
+#undef TEXT
+#undef NUMBER
+
+// The client.
+
+jlong Java_com_pellix_Library_open(JNIEnv* java, jclass, jbyteArray accountUrl, jlong configuration,
+                                   jbyteArray localeOverride, jobject queue, jint logLevel) {
   QVLCoreLogger_setLevel(logLevel);
   QVLCoreLogger_setSink(writeLog, nullptr, nullptr);
-  if (const auto& languages = given[OPTION(LANGUAGES)]) setLanguages(*languages);
-  auto* const configuration = configure(given, chosen);
-  if (supplier) {
-    QVLQuorvelConfiguration_setTokenSupplier(configuration, supply, java->NewGlobalRef(supplier),
-                                             release);
-  }
+  // The library keeps what it was set up with for one application: each client is another.
+  static int clients = 0;
+  const auto application = "java-" + std::to_string(++clients);
+  const auto url = *bytesFrom(java, accountUrl);
   const QVLError* error = nullptr;
-  auto* const provider = setUp(given, configuration, &error);
-  QVLRelease(configuration);
-  if (provider) {
-    QVLMainQueue_setWakeHook(wakeQueue, java->NewGlobalRef(queue), release);
-  } else if (auto* const thrown = exceptionOf(java, error)) {
+  auto* const quorvel =
+      QVLQuorvel_initialize(url.data(), url.size(), application.data(), application.size(),
+                            "pellix", QVL_UNTIL_NUL, Handle(configuration), &error);
+  if (auto* const thrown = exceptionOf(java, error)) {
     java->Throw(thrown);
     QVLRelease(error);
   }
-  return reinterpret_cast<std::intptr_t>(provider);
+  if (!quorvel) return 0;
+  auto* const veltrane = QVLVeltrane_initialize(quorvel);
+  if (const auto locale = bytesFrom(java, localeOverride)) {
+    QVLVeltrane_setLumenoLocaleOverride(veltrane, locale->data(), locale->size());
+  }
+  QVLPellix_initializeWithQuorvel_veltrane(quorvel, veltrane);
+  QVLRelease(veltrane);
+  QVLRelease(quorvel);
+  QVLMainQueue_setWakeHook(wakeQueue, java->NewGlobalRef(queue), release);
+  return retained(QVLPellix_provider(QVLPellix_instance()));
 }
 
 void Java_com_pellix_Library_close(JNIEnv*, jclass, jlong milliseconds) {
@@ -324,102 +321,107 @@ void Java_com_pellix_Library_release(JNIEnv*, jclass, jlong handle) {
   QVLRelease(Handle(handle));
 }
 
-jbyteArray Java_com_pellix_Library_version(JNIEnv* java, jclass) {
+jstring Java_com_pellix_Library_version(JNIEnv* java, jclass) {
   std::array<char, 64> version{};
   const auto length = QVLPellix_version(version.data(), version.size());
-  return bytesOf(java, version.data(), std::min(length, version.size() - 1));
+  return textFor(java, version.data(), std::min(length, version.size() - 1));
 }
 
 jlong Java_com_pellix_Library_liveReferences(JNIEnv*, jclass) {
   return static_cast<jlong>(QVLLiveReferences());
 }
 
-jbyteArray Java_com_pellix_NativeObject_bytes(JNIEnv* java, jobject self, jint field, jint index) {
+void Java_com_pellix_Library_ask(JNIEnv* java, jclass, jobject provider, jbyteArray question,
+                                 jobject pending) {
+  const auto text = *bytesFrom(java, question);
+  QVLPellixProvider_getDeflectionForQueryWithQuery_callback(
+      Handle(java, provider), text.data(), text.size(), endedBy, java->NewGlobalRef(pending),
+      releasePending);
+}
+
+void Java_com_pellix_Library_resolve(JNIEnv* java, jclass, jobject provider, jlong deflectionId,
+                                     jlong articleId, jbyteArray token, jobject pending) {
+  const auto text = *bytesFrom(java, token);
+  QVLPellixProvider_resolveWithArticleWithDeflectionId_articleId_interactionAccessToken_callback(
+      Handle(java, provider), deflectionId, articleId, text.data(), text.size(), endedBy,
+      java->NewGlobalRef(pending), releasePending);
+}
+
+void Java_com_pellix_Library_reject(JNIEnv* java, jclass, jobject provider, jlong deflectionId,
+                                    jlong articleId, jbyteArray token, jlong reason,
+                                    jobject pending) {
+  const auto text = *bytesFrom(java, token);
+  QVLPellixProvider_rejectWithArticleWithDeflectionId_articleId_interactionAccessToken_reason_callback(
+      Handle(java, provider), deflectionId, articleId, text.data(), text.size(), reason, endedBy,
+      java->NewGlobalRef(pending), releasePending);
+}
+
+// The records, each by the functions of its class.
+
+#define TEXT(record, name)                                                \
+  jstring Java_com_pellix_##record##_##name(JNIEnv* java, jobject self) { \
+    return textOf<QVL##record##_##name>(java, Handle(java, self));        \
+  }
+#define TEXTS(record, name, count, at)                                                   \
+  jobjectArray Java_com_pellix_##record##_##name(JNIEnv* java, jobject self) {           \
+    return textsOf<QVL##record##_##count, QVL##record##_##at>(java, Handle(java, self)); \
+  }
+#define NUMBER(type, record, name, function)                                \
+  type Java_com_pellix_##record##_##name(JNIEnv* java, jobject self) {      \
+    return static_cast<type>(QVL##record##_##function(Handle(java, self))); \
+  }
+#define PART(record, function)                                        \
+  jlong Java_com_pellix_##record##_part(JNIEnv* java, jobject self) { \
+    return retained(QVL##record##_##function(Handle(java, self)));    \
+  }
+#define EQUALITY(record, key)                                                             \
+  jboolean Java_com_pellix_##record##_equals(JNIEnv* java, jobject self, jobject other) { \
+    return other && java->IsInstanceOf(other, nativeObject) &&                            \
+           QVL##record##_isEqual(Handle(java, self), Handle(java, other));                \
+  }                                                                                       \
+  jint Java_com_pellix_##record##_hashCode(JNIEnv* java, jobject self) {                  \
+    const Handle of(java, self);                                                          \
+    return static_cast<jint>(std::hash<std::int64_t>()(key));                             \
+  }
+
+NUMBER(jlong, Deflection, deflectionID, deflectionID)
+EQUALITY(Deflection, QVLDeflection_deflectionID(of))
+
+NUMBER(jlong, DeflectionArticle, id, id)
+TEXT(DeflectionArticle, title)
+TEXT(DeflectionArticle, htmlURL)
+TEXT(DeflectionArticle, url)
+TEXTS(DeflectionArticle, labels, labelNames_count, labelNames_at)
+TEXT(DeflectionArticle, body)
+NUMBER(jlong, DeflectionArticle, articleId, articleId)
+TEXT(DeflectionArticle, locale)
+NUMBER(jlong, DeflectionArticle, brandId, brandId)
+NUMBER(jdouble, DeflectionArticle, score, score)
+TEXT(DeflectionArticle, snippet)
+EQUALITY(DeflectionArticle, QVLDeflectionArticle_articleId(of))
+
+PART(DeflectionResponse, deflection)
+NUMBER(jint, DeflectionResponse, articleCount, deflectionArticles_count)
+TEXT(DeflectionResponse, interactionAccessToken)
+EQUALITY(DeflectionResponse, QVLDeflection_deflectionID(QVLDeflectionResponse_deflection(of)))
+
+jlong Java_com_pellix_DeflectionResponse_article(JNIEnv* java, jobject self, jint index) {
+  return retained(QVLDeflectionResponse_deflectionArticles_at(Handle(java, self),
+                                                              static_cast<std::size_t>(index)));
+}
+
+NUMBER(jint, HTTPURLResponse, statusCode, statusCode)
+TEXT(HTTPURLResponse, url)
+TEXTS(HTTPURLResponse, headerNames, allHeaderFields_count, allHeaderFields_nameAt)
+TEXTS(HTTPURLResponse, headerValues, allHeaderFields_count, allHeaderFields_valueAt)
+EQUALITY(HTTPURLResponse, QVLHTTPURLResponse_statusCode(of))
+
+PART(PellixDispatcherResponse, response)
+EQUALITY(PellixDispatcherResponse,
+         QVLHTTPURLResponse_statusCode(QVLPellixDispatcherResponse_response(of)))
+
+jbyteArray Java_com_pellix_PellixDispatcherResponse_body(JNIEnv* java, jobject self) {
   std::size_t length = 0;
-  const auto* const text =
-      textAt(Handle(java, self), field, static_cast<std::size_t>(index), &length);
-  return bytesOf(java, text, length);
-}
-
-jlong Java_com_pellix_NativeObject_number(JNIEnv* java, jobject self, jint field) {
-  const Handle of(java, self);
-  const auto count = [](std::size_t number) { return static_cast<jlong>(number); };
-  switch (field) {
-    case FIELD(DEFLECTION_RESPONSE):
-      return QVLDeflection_deflectionID(QVLDeflectionResponse_deflection(of));
-    case FIELD(DEFLECTION):
-      return QVLDeflection_deflectionID(of);
-    case FIELD(DEFLECTION_ARTICLE):
-      return QVLDeflectionArticle_articleId(of);
-    case FIELD(DISPATCHER_RESPONSE):
-      return QVLHTTPURLResponse_statusCode(QVLPellixDispatcherResponse_response(of));
-    case FIELD(HTTP_RESPONSE):
-      return QVLHTTPURLResponse_statusCode(of);
-    case FIELD(ARTICLES):
-      return count(QVLDeflectionResponse_deflectionArticles_count(of));
-    case FIELD(ID):
-      return QVLDeflectionArticle_id(of);
-    case FIELD(LABELS):
-      return count(QVLDeflectionArticle_labelNames_count(of));
-    case FIELD(BRAND_ID):
-      return QVLDeflectionArticle_brandId(of);
-    default:
-      return count(QVLHTTPURLResponse_allHeaderFields_count(of));
-  }
-}
-
-jdouble Java_com_pellix_NativeObject_realScore(JNIEnv* java, jobject self) {
-  return QVLDeflectionArticle_score(Handle(java, self));
-}
-
-jlong Java_com_pellix_NativeObject_part(JNIEnv* java, jobject self, jint kind, jint index) {
-  const Handle of(java, self);
-  const auto at = static_cast<std::size_t>(index);
-  switch (kind) {
-    case FIELD(DEFLECTION):
-      return retained(QVLDeflectionResponse_deflection(of));
-    case FIELD(DEFLECTION_ARTICLE):
-      return retained(QVLDeflectionResponse_deflectionArticles_at(of, at));
-    default:
-      return retained(QVLPellixDispatcherResponse_response(of));
-  }
-}
-
-jboolean Java_com_pellix_NativeObject_isEqual(JNIEnv* java, jobject self, jint kind,
-                                              jobject object) {
-  const Handle of(java, self);
-  const Handle other(java, object);
-  switch (kind) {
-    case FIELD(DEFLECTION_RESPONSE):
-      return QVLDeflectionResponse_isEqual(of, other);
-    case FIELD(DEFLECTION):
-      return QVLDeflection_isEqual(of, other);
-    case FIELD(DEFLECTION_ARTICLE):
-      return QVLDeflectionArticle_isEqual(of, other);
-    case FIELD(DISPATCHER_RESPONSE):
-      return QVLPellixDispatcherResponse_isEqual(of, other);
-    default:
-      return QVLHTTPURLResponse_isEqual(of, other);
-  }
-}
-
-void Java_com_pellix_NativeObject_start(JNIEnv* java, jobject self, jint operation,
-                                        jbyteArray bytes, jlong deflectionId, jlong articleId,
-                                        jlong reason, jobject pending) {
-  const Handle provider(java, self);
-  const auto text = *textOf(java, bytes);
-  auto* const context = java->NewGlobalRef(pending);
-  switch (operation) {
-    case FIELD(ASK):
-      return QVLPellixProvider_getDeflectionForQueryWithQuery_callback(
-          provider, text.data(), text.size(), endedBy, context, releasePending);
-    case FIELD(RESOLVE):
-      return QVLPellixProvider_resolveWithArticleWithDeflectionId_articleId_interactionAccessToken_callback(
-          provider, deflectionId, articleId, text.data(), text.size(), endedBy, context,
-          releasePending);
-    default:
-      return QVLPellixProvider_rejectWithArticleWithDeflectionId_articleId_interactionAccessToken_reason_callback(
-          provider, deflectionId, articleId, text.data(), text.size(), reason, endedBy, context,
-          releasePending);
-  }
+  const auto* const data = QVLPellixDispatcherResponse_data(Handle(java, self), &length);
+  return bytesFor(java, data, length);
 }

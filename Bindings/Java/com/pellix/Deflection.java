@@ -3,13 +3,15 @@ package com.pellix;
 /** What an answer belongs to. Immutable; equal if the content is. */
 public final class Deflection extends NativeObject {
   Deflection(long handle) {
-    super(DEFLECTION, handle);
+    super(handle);
   }
 
   /** The identifier to resolve or reject with. */
-  public long deflectionID() {
-    return number(DEFLECTION);
-  }
+  public native long deflectionID();
+
+  @Override public native boolean equals(Object other);
+
+  @Override public native int hashCode();
 
   @Override
   public String toString() {

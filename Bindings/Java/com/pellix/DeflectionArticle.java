@@ -1,68 +1,54 @@
 package com.pellix;
 
 import java.util.List;
-import java.util.stream.Collectors;
-import java.util.stream.IntStream;
 
 /** One article. Immutable; equal if the content is, texts by canonical equivalence. */
 public final class DeflectionArticle extends NativeObject {
   DeflectionArticle(long handle) {
-    super(DEFLECTION_ARTICLE, handle);
+    super(handle);
   }
 
   /** The identifier of the proposal; another one than the article's. */
-  public long id() {
-    return number(ID);
-  }
+  public native long id();
 
-  public String title() {
-    return text(TITLE, 0);
-  }
+  /** The title. */
+  public native String title();
 
   /** The article's page for people, as received. */
-  public String htmlURL() {
-    return text(HTML_URL, 0);
-  }
+  public native String htmlURL();
 
   /** The article's address for programs, as received. */
-  public String url() {
-    return text(URL, 0);
+  public native String url();
+
+  /** The labels. The list can't be changed. */
+  public List<String> labelNames() {
+    return List.of(labels());
   }
 
-  /** The list can't be changed. */
-  public List<String> labelNames() {
-    return IntStream.range(0, (int) number(LABELS))
-        .mapToObj(index -> text(LABEL, index))
-        .collect(Collectors.toUnmodifiableList());
-  }
+  private native String[] labels();
 
   /** HTML, as received. */
-  public String body() {
-    return text(BODY, 0);
-  }
+  public native String body();
 
   /** The identifier of the article in the knowledge base: the one to resolve or reject with. */
-  public long articleId() {
-    return number(DEFLECTION_ARTICLE);
-  }
+  public native long articleId();
 
-  public String locale() {
-    return text(LOCALE, 0);
-  }
+  /** The language. */
+  public native String locale();
 
-  public long brandId() {
-    return number(BRAND_ID);
-  }
+  /** The identifier of the brand. */
+  public native long brandId();
 
   /** How well the article answers; more is better. */
-  public double score() {
-    return realScore();
-  }
+  public native double score();
 
   /** HTML, as received. */
-  public String snippet() {
-    return text(SNIPPET, 0);
-  }
+  public native String snippet();
+
+  @Override public native boolean equals(Object other);
+
+  /** Made of a number: equal texts may consist of other characters. */
+  @Override public native int hashCode();
 
   @Override
   public String toString() {

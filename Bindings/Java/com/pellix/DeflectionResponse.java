@@ -6,16 +6,16 @@ import java.util.stream.IntStream;
 
 /** An answer to a question. Immutable; equal if the content is, texts by canonical equivalence. */
 public final class DeflectionResponse extends NativeObject {
-  private final Deflection deflection = new Deflection(part(DEFLECTION, 0));
-  private final List<DeflectionArticle> deflectionArticles =
-      IntStream.range(0, (int) number(ARTICLES))
-          .mapToObj(index -> new DeflectionArticle(part(DEFLECTION_ARTICLE, index)))
-          .collect(Collectors.toUnmodifiableList());
+  private final Deflection deflection = new Deflection(part());
+  private final List<DeflectionArticle> deflectionArticles = IntStream.range(0, articleCount())
+      .mapToObj(index -> new DeflectionArticle(article(index)))
+      .collect(Collectors.toUnmodifiableList());
 
   DeflectionResponse(long handle) {
-    super(DEFLECTION_RESPONSE, handle);
+    super(handle);
   }
 
+  /** What the answer is, to be named in reports. */
   public Deflection deflection() {
     return deflection;
   }
@@ -26,9 +26,17 @@ public final class DeflectionResponse extends NativeObject {
   }
 
   /** The token to resolve or reject with: a secret. */
-  public String interactionAccessToken() {
-    return text(TOKEN, 0);
-  }
+  public native String interactionAccessToken();
+
+  private native long part();
+
+  private native int articleCount();
+
+  private native long article(int index);
+
+  @Override public native boolean equals(Object other);
+
+  @Override public native int hashCode();
 
   /** Says nothing of the token. */
   @Override

@@ -7,26 +7,30 @@ import java.util.TreeMap;
 /** What a server answered, but for the body. Immutable; equal if the content is. */
 public final class HTTPURLResponse extends NativeObject {
   HTTPURLResponse(long handle) {
-    super(HTTP_RESPONSE, handle);
+    super(handle);
   }
 
-  public int statusCode() {
-    return (int) number(HTTP_RESPONSE);
-  }
+  /** The status. */
+  public native int statusCode();
 
   /** The address that answered. */
-  public String url() {
-    return text(RESPONSE_URL, 0);
-  }
+  public native String url();
 
   /** Every header field once, found without regard to case. The map can't be changed. */
   public SortedMap<String, String> allHeaderFields() {
     SortedMap<String, String> fields = new TreeMap<>(String.CASE_INSENSITIVE_ORDER);
-    for (int index = 0; index < number(HEADERS); ++index) {
-      fields.put(text(HEADER, index), text(HEADER_VALUE, index));
-    }
+    String[] values = headerValues();
+    for (String name : headerNames()) fields.put(name, values[fields.size()]);
     return Collections.unmodifiableSortedMap(fields);
   }
+
+  private native String[] headerNames();
+
+  private native String[] headerValues();
+
+  @Override public native boolean equals(Object other);
+
+  @Override public native int hashCode();
 
   @Override
   public String toString() {

@@ -1,7 +1,6 @@
 package com.pellix;
 
 import java.lang.System.Logger.Level;
-import java.lang.annotation.Native;
 import java.net.URISyntaxException;
 import java.nio.ByteBuffer;
 import java.nio.CharBuffer;
@@ -16,12 +15,6 @@ import java.util.function.Supplier;
 
 /** The native library: what is called there, and what it calls here. */
 final class Library {
-  @Native static final int ACCOUNT_URL = 0, PRESET_TOKEN = 1, CERTIFICATES = 2, PROXY = 3,
-      LOCALE_OVERRIDE = 4, LANGUAGES = 5, TEXTS = 6;
-  @Native static final int CONNECT_TIMEOUT = 0, REQUEST_TIMEOUT = 1, TIME_TO_LIVE = 2,
-      MAX_RESPONSE_BYTES = 3, IGNORE_PROXY_ENVIRONMENT = 4, LOGS_TLS_SECRETS = 5,
-      SETTINGS_TIMEOUT = 6, NUMBERS = 7;
-
   private static final System.Logger logger = System.getLogger("com.pellix");
   // From the library's lowest one; what it calls information, it does not show by itself either.
   private static final Level[] levels = {Level.TRACE, Level.DEBUG, Level.WARNING, Level.ERROR};
@@ -69,29 +62,42 @@ final class Library {
     return level;
   }
 
+  // What a host chooses; for the core, in a configuration that is to be released.
+  static native void setPreferredLanguages(byte[] tags); // each up to its NUL
+  static native long configuration();
+  static native void setToken(long configuration, byte[] token);
+  static native void setTokenSupplier(long configuration, Supplier<String> supplier);
+  static native void setCertificateAuthorities(long configuration, byte[] path);
+  static native void setProxy(long configuration, byte[] address);
+  static native void setIgnoreProxyEnvironment(long configuration, long ignore);
+  static native void setConnectTimeout(long configuration, long milliseconds);
+  static native void setRequestTimeout(long configuration, long milliseconds);
+  static native void setSettingsTimeout(long configuration, long milliseconds);
+  static native void setMaxResponseBytes(long configuration, long bytes);
+  static native void setSettingsTimeToLive(long configuration, long milliseconds);
+  static native void setLogsTlsSecrets(long configuration, long logs);
+
   /** A reference to the provider. */
-  static native long open(byte[][] texts, long[] numbers, Supplier<String> token, MainQueue queue,
-      int logLevel);
+  static native long open(byte[] accountUrl, long configuration, byte[] localeOverride,
+      MainQueue queue, int logLevel);
   static native void close(long milliseconds);
   static native void waitUntilIdle(long milliseconds);
   static native PellixException lastSettingsFailure();
   static native void runPending();
   static native void release(long handle);
-  static native byte[] version();
+  static native String version();
   static native long liveReferences();
 
-  // The library calls these.
+  static native void ask(NativeObject provider, byte[] question, Pending<?> pending);
+  static native void resolve(NativeObject provider, long deflectionId, long articleId, byte[] token,
+      Pending<?> pending);
+  static native void reject(NativeObject provider, long deflectionId, long articleId, byte[] token,
+      long reason, Pending<?> pending);
 
-  private static void ended(Pending<?> pending, long record, PellixException error) {
-    pending.ended(record, error);
-  }
+  // The library calls these, and others by their names.
 
-  private static void released(Pending<?> pending) {
-    pending.released();
-  }
-
-  private static void wake(MainQueue queue) {
-    queue.wake();
+  private static String text(byte[] utf8) {
+    return new String(utf8, StandardCharsets.UTF_8);
   }
 
   private static byte[] token(Supplier<String> supplier) {
@@ -103,7 +109,7 @@ final class Library {
     return token[0];
   }
 
-  private static void log(int level, byte[] line) {
-    MainQueue.guarded(() -> logger.log(levels[level], new String(line, StandardCharsets.UTF_8)));
+  private static void log(int level, String line) {
+    MainQueue.guarded(() -> logger.log(levels[level], line));
   }
 }

@@ -1,9 +1,8 @@
 package com.pellix;
 
-import java.nio.charset.StandardCharsets;
 import java.nio.file.Path;
 import java.time.Duration;
-import java.util.Arrays;
+import java.util.ArrayList;
 import java.util.List;
 import java.util.Locale;
 import java.util.Objects;
@@ -11,6 +10,8 @@ import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.Executor;
 import java.util.concurrent.atomic.AtomicBoolean;
 import java.util.function.BiConsumer;
+import java.util.function.Consumer;
+import java.util.function.LongConsumer;
 import java.util.function.LongFunction;
 import java.util.function.Supplier;
 import java.util.stream.Collectors;
@@ -54,11 +55,21 @@ public final class PellixClient implements AutoCloseable {
     queue = new MainQueue(chosen.executor);
     try {
       Runtime.getRuntime().addShutdownHook(hook);
-      provider = new NativeObject(NativeObject.PROVIDER, Library.open(
-          chosen.texts, chosen.numbers, chosen.supplier, queue, Library.logLevel()));
+      provider = new NativeObject(open(chosen, queue));
     } catch (Throwable thrown) {
       cleanUp();
       throw thrown;
+    }
+  }
+
+  private static long open(Builder chosen, MainQueue queue) {
+    long configuration = Library.configuration();
+    try {
+      chosen.choices.forEach(choice -> choice.accept(configuration));
+      return Library.open(chosen.accountUrl, configuration, chosen.lumenoLocaleOverride, queue,
+          Library.logLevel());
+    } finally {
+      Library.release(configuration);
     }
   }
 
@@ -73,13 +84,13 @@ public final class PellixClient implements AutoCloseable {
 
   /** The version that requests carry. */
   public static String version() {
-    return new String(Library.version(), StandardCharsets.UTF_8);
+    return Library.version();
   }
 
   /** Asks for articles that may answer a person's question, which is sent as it is. */
   public CompletableFuture<DeflectionResponse> ask(String question) {
     byte[] text = Library.utf8(question, "question");
-    return start(DeflectionResponse::new, NativeObject.ASK, text, 0, 0, null);
+    return start(DeflectionResponse::new, pending -> Library.ask(provider, text, pending));
   }
 
   /** The same; one of the callback's arguments is null. */
@@ -99,8 +110,8 @@ public final class PellixClient implements AutoCloseable {
   public CompletableFuture<PellixDispatcherResponse> resolve(long deflectionId, long articleId,
       String interactionAccessToken) {
     byte[] token = Library.utf8(interactionAccessToken, "interactionAccessToken");
-    return start(PellixDispatcherResponse::new, NativeObject.RESOLVE, token, deflectionId,
-        articleId, null);
+    return start(PellixDispatcherResponse::new,
+        pending -> Library.resolve(provider, deflectionId, articleId, token, pending));
   }
 
   /** The same; one of the callback's arguments is null. */
@@ -114,8 +125,9 @@ public final class PellixClient implements AutoCloseable {
   public CompletableFuture<PellixDispatcherResponse> reject(long deflectionId, long articleId,
       String interactionAccessToken, RejectionReason reason) {
     byte[] token = Library.utf8(interactionAccessToken, "interactionAccessToken");
-    return start(PellixDispatcherResponse::new, NativeObject.REJECT, token, deflectionId,
-        articleId, Objects.requireNonNull(reason, "reason"));
+    long number = reason.ordinal();
+    return start(PellixDispatcherResponse::new,
+        pending -> Library.reject(provider, deflectionId, articleId, token, number, pending));
   }
 
   /** The same; one of the callback's arguments is null. */
@@ -168,12 +180,10 @@ public final class PellixClient implements AutoCloseable {
     if (isClosed.get()) throw new IllegalStateException("The client is closed.");
   }
 
-  private <T> CompletableFuture<T> start(LongFunction<T> wrap, int operation, byte[] text,
-      long deflectionId, long articleId, RejectionReason reason) {
+  private <T> CompletableFuture<T> start(LongFunction<T> wrap, Consumer<Pending<T>> begin) {
     requireOpen();
     Pending<T> pending = new Pending<>(queue, wrap);
-    provider.start(operation, text, deflectionId, articleId,
-        reason == null ? 0 : reason.ordinal(), pending);
+    begin.accept(pending);
     return pending.future;
   }
 
@@ -193,20 +203,18 @@ public final class PellixClient implements AutoCloseable {
 
   /** What a host may choose. To be used by one thread at a time. */
   public static final class Builder {
-    private final byte[][] texts = new byte[Library.TEXTS][];
-    private final long[] numbers = new long[Library.NUMBERS];
-    private Supplier<String> supplier;
+    private final List<LongConsumer> choices = new ArrayList<>(); // for a configuration
+    private final byte[] accountUrl;
+    private byte[] lumenoLocaleOverride;
     private Executor executor;
 
     private Builder(String accountUrl) {
-      Arrays.fill(numbers, -1); // which leaves the library's own
-      text(Library.ACCOUNT_URL, accountUrl, "accountUrl");
+      this.accountUrl = Library.utf8(accountUrl, "accountUrl");
     }
 
     /** The bearer token of all requests that need one. */
     public Builder token(String token) {
-      supplier = null;
-      return text(Library.PRESET_TOKEN, token, "token");
+      return text(Library::setToken, token, "token");
     }
 
     /**
@@ -215,51 +223,51 @@ public final class PellixClient implements AutoCloseable {
      * token then.
      */
     public Builder token(Supplier<String> token) {
-      supplier = Objects.requireNonNull(token, "token");
-      return this;
+      Objects.requireNonNull(token, "token");
+      return choose(configuration -> Library.setTokenSupplier(configuration, token));
     }
 
     /** A file of trusted certificates in PEM, in place of the system's. */
     public Builder certificateAuthorities(Path file) {
-      return text(Library.CERTIFICATES, file.toString(), "certificateAuthorities");
+      return text(Library::setCertificateAuthorities, file.toString(), "certificateAuthorities");
     }
 
     /**
      * {@code [SCHEME://][USER:PASSWORD@]HOST[:PORT]}; empty, as at first: what the environment says.
      */
     public Builder proxy(String address) {
-      return text(Library.PROXY, address, "proxy");
+      return text(Library::setProxy, address, "proxy");
     }
 
     /** Whether to pay no attention to what the environment says of proxies. */
     public Builder ignoreProxyEnvironment(boolean ignore) {
-      return number(Library.IGNORE_PROXY_ENVIRONMENT, ignore ? 1 : 0);
+      return choose(configuration -> Library.setIgnoreProxyEnvironment(configuration, ignore ? 1 : 0));
     }
 
     /** How long a connection may take to be made. */
     public Builder connectTimeout(Duration limit) {
-      return number(Library.CONNECT_TIMEOUT, milliseconds(limit, "connectTimeout"));
+      return time(Library::setConnectTimeout, limit, "connectTimeout");
     }
 
     /** How long a request may take in all. */
     public Builder requestTimeout(Duration limit) {
-      return number(Library.REQUEST_TIMEOUT, milliseconds(limit, "requestTimeout"));
+      return time(Library::setRequestTimeout, limit, "requestTimeout");
     }
 
     /** How long a request for settings may take in all; never longer than other ones. */
     public Builder settingsTimeout(Duration limit) {
-      return number(Library.SETTINGS_TIMEOUT, milliseconds(limit, "settingsTimeout"));
+      return time(Library::setSettingsTimeout, limit, "settingsTimeout");
     }
 
     /** How many bytes a reply's body may have. */
     public Builder maxResponseBytes(int bytes) {
       if (bytes < 0) throw new IllegalArgumentException("maxResponseBytes is below zero");
-      return number(Library.MAX_RESPONSE_BYTES, bytes);
+      return choose(configuration -> Library.setMaxResponseBytes(configuration, bytes));
     }
 
     /** How long settings are kept before they are fetched anew. */
     public Builder settingsTimeToLive(Duration time) {
-      return number(Library.TIME_TO_LIVE, milliseconds(time, "settingsTimeToLive"));
+      return time(Library::setSettingsTimeToLive, time, "settingsTimeToLive");
     }
 
     /**
@@ -267,12 +275,13 @@ public final class PellixClient implements AutoCloseable {
      * in production.
      */
     public Builder logsTlsSecrets(boolean logs) {
-      return number(Library.LOGS_TLS_SECRETS, logs ? 1 : 0);
+      return choose(configuration -> Library.setLogsTlsSecrets(configuration, logs ? 1 : 0));
     }
 
     /** The locale to search in, whatever the knowledge base's settings and the languages say. */
     public Builder lumenoLocaleOverride(String locale) {
-      return text(Library.LOCALE_OVERRIDE, locale, "lumenoLocaleOverride");
+      lumenoLocaleOverride = Library.utf8(locale, "lumenoLocaleOverride");
+      return this;
     }
 
     /** The person's languages, most preferred first, in place of what the environment says. */
@@ -280,7 +289,8 @@ public final class PellixClient implements AutoCloseable {
       String tags = languages.stream()
           .map(language -> language.toLanguageTag() + "\0")
           .collect(Collectors.joining());
-      return text(Library.LANGUAGES, tags, "preferredLanguages");
+      byte[] bytes = Library.utf8(tags, "preferredLanguages");
+      return choose(configuration -> Library.setPreferredLanguages(bytes));
     }
 
     /** Where results come, one at a time; a loop of the host's own, for instance. */
@@ -299,14 +309,19 @@ public final class PellixClient implements AutoCloseable {
       return new PellixClient(this);
     }
 
-    private Builder text(int which, String text, String name) {
-      texts[which] = Library.utf8(text, name);
+    private Builder choose(LongConsumer choice) {
+      choices.add(choice);
       return this;
     }
 
-    private Builder number(int which, long number) {
-      numbers[which] = number;
-      return this;
+    private Builder text(BiConsumer<Long, byte[]> set, String text, String name) {
+      byte[] bytes = Library.utf8(text, name);
+      return choose(configuration -> set.accept(configuration, bytes));
+    }
+
+    private Builder time(BiConsumer<Long, Long> set, Duration time, String name) {
+      long milliseconds = milliseconds(time, name);
+      return choose(configuration -> set.accept(configuration, milliseconds));
     }
   }
 }

@@ -1,7 +1,5 @@
 package com.pellix;
 
-import java.nio.charset.StandardCharsets;
-
 /** Why an operation, or the set-up of a client, has failed. The message is one line for people. */
 public class PellixException extends RuntimeException {
   private static final long serialVersionUID = 1;
@@ -22,9 +20,9 @@ public class PellixException extends RuntimeException {
   private final long code;
 
   /** Called by the library. */
-  PellixException(byte[] domain, long code, byte[] message) {
-    super(new String(message, StandardCharsets.UTF_8));
-    this.domain = new String(domain, StandardCharsets.UTF_8);
+  PellixException(String domain, long code, String message) {
+    super(message);
+    this.domain = domain;
     this.code = code;
   }
 

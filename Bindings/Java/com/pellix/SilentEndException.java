@@ -1,7 +1,5 @@
 package com.pellix;
 
-import java.nio.charset.StandardCharsets;
-
 /**
  * An operation has ended with neither a record nor an error. The client was closed meanwhile, or it
  * is one of the other endings that are silent by design: see the library's page on troubleshooting.
@@ -10,7 +8,6 @@ public final class SilentEndException extends PellixException {
   private static final long serialVersionUID = 1;
 
   SilentEndException() {
-    super(new byte[0], 0,
-        "The operation ended without an answer.".getBytes(StandardCharsets.UTF_8));
+    super("", 0, "The operation ended without an answer.");
   }
 }
