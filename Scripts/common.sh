@@ -10,7 +10,7 @@ library_packages=(g++ cmake ninja-build pkg-config libcurl4-openssl-dev libexpat
   libsimdjson-dev libssl-dev liburiparser-dev libutf8proc-dev uuid-dev)
 app_packages=(libcli11-dev libcpp-httplib-dev libfmt-dev libsqlite3-dev
   nlohmann-json3-dev)
-test_packages=(apache2-bin bindgen bzip2 default-jdk-headless iproute2 libclang1 libglib2.0-dev
+test_packages=(apache2-bin bindgen bzip2 default-jdk-headless iproute2 junit4 libclang1 libglib2.0-dev
   libgmock-dev libgtest-dev libplist-dev locales nodejs openssl python3 python3-cffi python3-h2
   python3-pip python3-setuptools python3-wheel ruby swig unicode-data valgrind)
 # Debian has Node's headers in a package of their own; others have them in Node's.

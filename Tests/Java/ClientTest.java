@@ -1,5 +1,10 @@
 package com.pellix;
 
+import static org.junit.Assert.assertEquals;
+import static org.junit.Assert.assertFalse;
+import static org.junit.Assert.assertThrows;
+import static org.junit.Assert.assertTrue;
+
 import java.lang.ref.WeakReference;
 import java.time.Duration;
 import java.time.Instant;
@@ -9,7 +14,6 @@ import java.util.Collections;
 import java.util.Deque;
 import java.util.List;
 import java.util.concurrent.BlockingQueue;
-import java.util.concurrent.Callable;
 import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.CompletionException;
 import java.util.concurrent.CountDownLatch;
@@ -20,64 +24,51 @@ import java.util.function.UnaryOperator;
 import java.util.logging.Handler;
 import java.util.logging.LogRecord;
 import java.util.logging.Logger;
+import org.junit.BeforeClass;
+import org.junit.Test;
 
-/** Every outcome that a host can meet, and a stress: ClientTest Outcomes|Stress SERVICE. */
-final class ClientTest {
+/** Every outcome that a host can meet, and a stress. */
+public final class ClientTest {
   private static final Logger logger = Logger.getLogger("com.pellix");
   private static final String question = "How do I change my password?";
   private static final BlockingQueue<Throwable> uncaught = new LinkedBlockingQueue<>();
 
-  public static void main(String[] arguments) throws Exception {
-    Thread.setDefaultUncaughtExceptionHandler((thread, thrown) -> {
-      uncaught.add(thrown);
-      if (!thread.getName().equals("main")) return;
-      thrown.printStackTrace();
-      Runtime.getRuntime().halt(1);
-    });
+  @BeforeClass
+  public static void listen() {
+    Thread.setDefaultUncaughtExceptionHandler((thread, thrown) -> uncaught.add(thrown));
     logger.setUseParentHandlers(false);
-    if (arguments[0].equals("Stress")) {
-      stress(arguments[1]);
-      return;
-    }
-    journey(arguments[1]);
-    outcomes(arguments[1]);
-    callbacks(arguments[1]);
-    badInput(arguments[1]);
   }
 
-  private static void expect(Object expected, Object actual) {
-    if (!expected.equals(actual)) throw new AssertionError(expected + " expected, not " + actual);
-  }
-
-  private static void journey(String program) throws Exception {
-    try (Service service = new Service(program); PellixClient client = service.client().open()) {
+  @Test
+  public void asksResolvesAndRejects() throws Exception {
+    try (Service service = new Service(); PellixClient client = service.client().open()) {
       DeflectionResponse answer = client.ask(question).join();
       DeflectionResponse again = client.ask(question).join();
       DeflectionArticle first = answer.deflectionArticles().get(0);
       DeflectionArticle second = answer.deflectionArticles().get(1);
-      expect(first, again.deflectionArticles().get(0));
-      expect(first.hashCode(), again.deflectionArticles().get(0).hashCode());
-      expect(false, first.equals(second) || answer.equals(again) || answer.equals(null));
-      expect(false, answer.equals((Object) first) || first.equals((Object) question));
-      expect(false, answer.toString().contains(answer.interactionAccessToken()));
-      expect("en-us", first.locale());
-      expect(true, first.htmlURL().startsWith("http") && first.score() >= second.score());
-      expect(true, first.body().contains("<") && !first.labelNames().contains(""));
+      assertEquals(first, again.deflectionArticles().get(0));
+      assertEquals(first.hashCode(), again.deflectionArticles().get(0).hashCode());
+      assertFalse(first.equals(second) || answer.equals(again) || answer.equals(null));
+      assertFalse(answer.equals((Object) first) || first.equals((Object) question));
+      assertFalse(answer.toString().contains(answer.interactionAccessToken()));
+      assertEquals("en-us", first.locale());
+      assertTrue(first.htmlURL().startsWith("http") && first.score() >= second.score());
+      assertTrue(first.body().contains("<") && !first.labelNames().contains(""));
 
       long deflection = answer.deflection().deflectionID();
       String token = answer.interactionAccessToken();
       PellixDispatcherResponse resolved =
           client.resolve(deflection, first.articleId(), token).join();
-      expect(200, resolved.response().statusCode());
-      expect("application/json", resolved.response().allHeaderFields().get("content-type"));
-      expect(true, new String(resolved.data().get()).contains("resolution"));
+      assertEquals(200, resolved.response().statusCode());
+      assertEquals("application/json", resolved.response().allHeaderFields().get("content-type"));
+      assertTrue(new String(resolved.data().get()).contains("resolution"));
       client.reject(deflection, second.articleId(), token, RejectionReason.REASON_2).join();
       client.close(); // when the vote has arrived
       String record = service.record();
       String about = "\"deflection_id\":" + deflection + ",\"article_id\":";
-      expect(true, record.contains("resolutions\":[{" + about + first.articleId()));
-      expect(true, record.contains("rejections\":[{" + about + second.articleId()));
-      expect(true, record.contains("\"value\":1") && record.contains("\"reason_id\":2"));
+      assertTrue(record.contains("resolutions\":[{" + about + first.articleId()));
+      assertTrue(record.contains("rejections\":[{" + about + second.articleId()));
+      assertTrue(record.contains("\"value\":1") && record.contains("\"reason_id\":2"));
     }
   }
 
@@ -94,29 +85,30 @@ final class ClientTest {
     }
   }
 
-  private static void expectOutcome(String program, String expected, String misbehaviour,
+  private static void expectOutcome(String expected, String misbehaviour,
       UnaryOperator<PellixClient.Builder> choose) throws Exception {
-    try (Service service = new Service(program, misbehaviour);
+    try (Service service = new Service(misbehaviour);
         PellixClient client = choose.apply(service.client()).open()) {
-      expect(expected, outcome(client.ask(question)));
+      assertEquals(expected, outcome(client.ask(question)));
     }
   }
 
-  private static void outcomes(String program) throws Exception {
+  @Test
+  public void endsInEveryWay() throws Exception {
     String none = "vote=none"; // nobody votes
-    expectOutcome(program, "QV_Pellix_Disabled 1006", "settings=disabled", client -> client);
-    expectOutcome(program, "silent", "interaction=none", client -> client);
-    expectOutcome(program, "Platform.DecodingError 1", "interaction=body:{}", client -> client);
+    expectOutcome("QV_Pellix_Disabled 1006", "settings=disabled", client -> client);
+    expectOutcome("silent", "interaction=none", client -> client);
+    expectOutcome("Platform.DecodingError 1", "interaction=body:{}", client -> client);
     // For the same application: the account before does not linger.
-    expectOutcome(program, "com.pellix.providers 401", none, client -> client.token("another"));
-    expectOutcome(program, "com.quorvel.core 3", none, client -> client.token(() -> null));
-    expectOutcome(program, "com.quorvel.core 15", none, client -> client.maxResponseBytes(1000));
+    expectOutcome("com.pellix.providers 401", none, client -> client.token("another"));
+    expectOutcome("com.quorvel.core 3", none, client -> client.token(() -> null));
+    expectOutcome("com.quorvel.core 15", none, client -> client.maxResponseBytes(1000));
 
-    Service service = new Service(program);
+    Service service = new Service();
     try (PellixClient client = service.client().open()) {
       client.ask(question).join();
       service.close();
-      expect("com.quorvel.core " + CoreError.CANNOT_CONNECT, outcome(client.ask(question)));
+      assertEquals("com.quorvel.core " + CoreError.CANNOT_CONNECT, outcome(client.ask(question)));
     }
     try (PellixClient client = PellixClient.builder(service.url).open()) {
       BlockingQueue<String> lines = new LinkedBlockingQueue<>();
@@ -135,17 +127,18 @@ final class ClientTest {
       };
       logger.addHandler(handler);
       // There are no settings.
-      expect("QV_Pellix_Disabled 1006 for com.quorvel.core 8", outcome(client.ask(question)));
+      assertEquals("QV_Pellix_Disabled 1006 for com.quorvel.core 8", outcome(client.ask(question)));
       logger.removeHandler(handler);
-      expect(true, lines.take().startsWith("WARNING "));
-      expect("of a logger", uncaught.take().getMessage());
+      assertTrue(lines.take().startsWith("WARNING "));
+      assertEquals("of a logger", uncaught.take().getMessage());
       uncaught.clear();
     }
   }
 
-  private static void callbacks(String program) throws Exception {
+  @Test
+  public void callsBack() throws Exception {
     ExecutorService pool = Executors.newFixedThreadPool(2);
-    try (Service service = new Service(program);
+    try (Service service = new Service();
         PellixClient client = service.client().token(() -> "a-token").executor(pool).open()) {
       CompletableFuture<String> result = new CompletableFuture<>();
       client.ask(question, pool, (answer, error) -> {
@@ -153,25 +146,25 @@ final class ClientTest {
             Runnable::run, (response, refusal) -> result.complete(refusal.domain()));
         throw new IllegalStateException("of a callback");
       });
-      expect("com.pellix.providers", result.join());
-      expect("of a callback", uncaught.take().getMessage());
+      assertEquals("com.pellix.providers", result.join());
+      assertEquals("of a callback", uncaught.take().getMessage());
       pool.shutdown(); // what comes now, comes where the library has it
-      expect(true, client.ask(question).join().deflectionArticles().size() > 1);
+      assertTrue(client.ask(question).join().deflectionArticles().size() > 1);
     }
-    try (Service service = new Service(program);
+    try (Service service = new Service();
         PellixClient client = service.client().token(ClientTest::fail).open()) {
-      expect("com.quorvel.core 3", outcome(client.ask(question)));
-      expect("of a supplier", uncaught.take().getMessage());
+      assertEquals("com.quorvel.core 3", outcome(client.ask(question)));
+      assertEquals("of a supplier", uncaught.take().getMessage());
     }
     // Closed within a callback, and while a question is under way.
-    try (Service service = new Service(program, "interaction=delay:3600000");
+    try (Service service = new Service("interaction=delay:3600000");
         PellixClient client = service.client().open()) {
       CompletableFuture<DeflectionResponse> asked = client.ask(question);
       client.resolve(1, 1, "").handle((answer, error) -> {
         client.close(Duration.ZERO);
         return null;
       }).join();
-      expect("silent", outcome(asked));
+      assertEquals("silent", outcome(asked));
     }
   }
 
@@ -179,47 +172,39 @@ final class ClientTest {
     throw new IllegalStateException("of a supplier");
   }
 
-  private static void expectThrown(Class<?> expected, Callable<?> action) {
-    try {
-      action.call();
-    } catch (Exception thrown) {
-      expect(expected, thrown.getClass());
-      return;
-    }
-    throw new AssertionError(expected + " expected");
-  }
-
-  private static void badInput(String program) throws Exception {
+  @Test
+  public void refusesBadInput() throws Exception {
     String half = "Password \ud83d?";
-    expectThrown(NullPointerException.class, () -> PellixClient.builder(null));
-    expectThrown(IllegalArgumentException.class, () -> PellixClient.builder(half));
+    assertThrows(NullPointerException.class, () -> PellixClient.builder(null));
+    assertThrows(IllegalArgumentException.class, () -> PellixClient.builder(half));
     PellixClient.Builder insecure = PellixClient.builder("http://example.org");
-    expectThrown(PellixException.class, insecure::open);
-    expectThrown(IllegalArgumentException.class,
+    assertThrows(PellixException.class, insecure::open);
+    assertThrows(IllegalArgumentException.class,
         () -> insecure.connectTimeout(Duration.ofMillis(-1)));
     PellixClient closed;
-    try (Service service = new Service(program); PellixClient client = service.client().open()) {
+    try (Service service = new Service(); PellixClient client = service.client().open()) {
       closed = client;
-      expectThrown(IllegalStateException.class, service.client()::open);
-      expectThrown(NullPointerException.class, () -> client.ask(null));
-      expectThrown(IllegalArgumentException.class, () -> client.ask(half));
-      expectThrown(NullPointerException.class, () -> client.reject(1, 1, "", null));
-      expectThrown(IllegalArgumentException.class, () -> client.resolve(1, 1, half));
+      assertThrows(IllegalStateException.class, service.client()::open);
+      assertThrows(NullPointerException.class, () -> client.ask(null));
+      assertThrows(IllegalArgumentException.class, () -> client.ask(half));
+      assertThrows(NullPointerException.class, () -> client.reject(1, 1, "", null));
+      assertThrows(IllegalArgumentException.class, () -> client.resolve(1, 1, half));
       client.ask("\ud83d\ude00\0").join(); // whole characters, and NUL, are fine
-      expect(true, service.record().contains("enquiry\":\"\ud83d\ude00\\u0000"));
-      expect(true, service.record().contains("interaction\":1"));
+      assertTrue(service.record().contains("enquiry\":\"\ud83d\ude00\\u0000"));
+      assertTrue(service.record().contains("interaction\":1"));
     }
     closed.close();
-    expectThrown(IllegalStateException.class, () -> closed.ask(question));
+    assertThrows(IllegalStateException.class, () -> closed.ask(question));
   }
 
   /** Threads ask and let go of what they get while clients are closed and opened anew. */
-  private static void stress(String program) throws Exception {
+  @Test
+  public void bearsThreadsClosingAndCollection() throws Exception {
     String times = System.getenv("PELLIX_STRESS");
     List<WeakReference<?>> given = Collections.synchronizedList(new ArrayList<>());
     // Errors of the second come on the library's own thread.
-    try (Service enabled = new Service(program);
-        Service disabled = new Service(program, "settings=disabled")) {
+    try (Service enabled = new Service();
+        Service disabled = new Service("settings=disabled")) {
       for (int round = 0; round < 10 * (times == null ? 1 : Integer.parseInt(times)); ++round) {
         PellixClient client = (round % 3 == 0 ? disabled : enabled).client()
             .settingsTimeToLive(Duration.ZERO).open();

@@ -15,8 +15,9 @@ final class Service implements AutoCloseable {
   final String url;
   private final Process process;
 
-  Service(String program, String... misbehaviours) throws IOException {
-    List<String> command = new ArrayList<>(List.of(program, "--quiet", "--token", "a-token"));
+  Service(String... misbehaviours) throws IOException {
+    List<String> command = new ArrayList<>(
+        List.of(System.getenv("PELLIX_ANSWER_SERVICE"), "--quiet", "--token", "a-token"));
     for (String each : misbehaviours) command.addAll(List.of("--misbehave", each));
     process = new ProcessBuilder(command).redirectError(ProcessBuilder.Redirect.INHERIT).start();
     String line = new BufferedReader(new InputStreamReader(process.getInputStream())).readLine();

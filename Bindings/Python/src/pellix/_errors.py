@@ -13,15 +13,15 @@ DISABLED_CODE = 1006
 SERVICE_DOMAIN = _library.constant("QVLPellixErrorDomain")
 
 
-# No answer came.
 CoreError = IntEnum("CoreError", """
     INVALID_ACCOUNT_URL INSECURE_URL MISSING_TOKEN INVALID_HEADER NOT_INITIALIZED
     CANNOT_RESOLVE_HOST CANNOT_RESOLVE_PROXY CANNOT_CONNECT TIMED_OUT UNTRUSTED_CERTIFICATE
     SECURE_CONNECTION_FAILED UNREADABLE_CERTIFICATE_STORE CONNECTION_LOST MALFORMED_REPLY
     REPLY_TOO_LARGE PROXY_FAILED TRANSPORT_FAILED FOREIGN_ORIGIN INVALID_PROXY""")
-# The answer is not what it should be.
+CoreError.__doc__ = "The codes of `CORE_DOMAIN`: no answer came."
 DecodingError = IntEnum("DecodingError", """
     KEY_NOT_FOUND VALUE_IS_NULL TYPE_MISMATCH NUMBER_DOES_NOT_FIT DATA_CORRUPTED""")
+DecodingError.__doc__ = "The codes of `DECODING_DOMAIN`: the answer is not what it should be."
 
 
 class PellixError(Exception):
