@@ -36,6 +36,7 @@ TEST(COptions, DoWhatTheirNamesSay) {
       {{"supplier", "none"}, "com.quorvel.core 3" + kept + "; none forgotten"},
       {{"certificateAuthorities", ""}, unanswered + "10"},
       {{"url", "https://acme.example", "proxy", "127.0.0.1:1"}, unanswered + "8"},
+      {{"url", "https://127.0.0.1:1"}, unanswered + "8"},
       {{"ignoreProxyEnvironment", "false"}, "com.quorvel.core 19"},
       {{"url", silentUrl, "connectTimeout", "1"}, unanswered + "9"},
       {{"requestTimeout", "2000"}, "com.quorvel.core 9" + kept, "interaction"},
