@@ -39,7 +39,7 @@ TEST(COptions, DoWhatTheirNamesSay) {
       {{"url", "https://127.0.0.1:1"}, unanswered + "8"},
       {{"ignoreProxyEnvironment", "false"}, "com.quorvel.core 19"},
       {{"url", silentUrl, "connectTimeout", "1"}, unanswered + "9"},
-      {{"requestTimeout", "2000"}, "com.quorvel.core 9" + kept, "interaction"},
+      {{"requestTimeout", "3000"}, "com.quorvel.core 9" + kept, "interaction"},
       {{"settingsTimeout", "1"}, unanswered + "9", "settings"},
       {{"maxResponseBytes", "1000"}, "com.quorvel.core 15" + kept},
       {{"settingsTimeToLive", "0"}, answered},
