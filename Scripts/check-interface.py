@@ -60,6 +60,12 @@ def differing_codes(root):
         there = re.findall(rf"/\* (.*) \*/\n *QVL{name}(\w+) = (\d+)", declared)
         there = {(code[0].lower() + code[1:], number, says) for says, code, number in there}
         yield from (f"{c} and {cpp} differ: {each}" for each in sorted(there ^ set(bodies)))
+        if name == "CoreError":
+            java = (root / "Bindings/Java/com/pellix/CoreError.java").read_text()
+            there = {(re.sub("_(.)", lambda m: m[1].upper(), code.lower()), number, says)
+                     for says, code, number in re.findall(
+                         r"/\*\* (.*) \*/\n.* int (\w+) = (\d+);", java)}
+            yield from (f"CoreError.java differs: {each}" for each in sorted(there ^ set(bodies)))
 
 
 def main(root, installed=None):
