@@ -47,7 +47,7 @@ case "${1-}" in
     use_qemu
     for preset in aarch64 aarch64-clang; do
       build_preset "$preset"
-      ctest --preset "$preset" -j "$jobs" --timeout 900 -E "$excluded" "${@:2}"
+      ctest --preset "$preset" -j "$jobs" -E "$excluded" "${@:2}"
     done
     ;;
   *) sed -n '2,/^[^#]/{s/^# \{0,1\}//p}' "$0"; exit 2 ;;
