@@ -86,7 +86,9 @@ std::string validatorIn(const PellixPlatform::HTTPURLResponse& response) {
 CachedDocument::CachedDocument(Parameters parameters)
     : parameters_(std::move(parameters)),
       freshness_(std::make_unique<Freshness>(parameters_.environment.session_->surroundings())) {}
-CachedDocument::~CachedDocument() = default;
+CachedDocument::~CachedDocument() {
+  parameters_.environment.session_->documents().forget();
+}
 
 std::shared_ptr<CachedDocument> CachedDocument::make(Parameters parameters) {
   auto& documents = parameters.environment.session_->documents();

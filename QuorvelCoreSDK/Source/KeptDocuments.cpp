@@ -12,8 +12,12 @@ namespace QuorvelCoreSDK {
 
 void KeptDocuments::add(const std::shared_ptr<CachedDocument>& document) {
   const std::lock_guard lock(mutex_);
-  std::erase_if(documents_, [](const auto& each) { return each.expired(); });
   documents_.emplace_back(document);
+}
+
+void KeptDocuments::forget() {
+  const std::lock_guard lock(mutex_);
+  std::erase_if(documents_, [](const auto& each) { return each.expired(); });
 }
 
 void KeptDocuments::prepare() {

@@ -16,6 +16,8 @@ class KeptDocuments {
  public:
   /// Knows the document as long as somebody else holds it.
   void add(const std::shared_ptr<CachedDocument>& document);
+  /// Says that one is gone.
+  void forget();
 
   /// See `Quorvel::prepare`.
   void prepare();

@@ -7,14 +7,15 @@
 
 namespace QuorvelCoreSDK {
 
+/// At least 0 and less than 1.
+[[nodiscard]] PELLIX_EXPORT double anyChance();
+
 /// Where a core instance has the times and the chance from that it keeps documents by, so that a
 /// simulation can put its own in their place. Each may be called on any thread, and not null.
 struct Surroundings {
   std::function<std::chrono::steady_clock::time_point()> now = std::chrono::steady_clock::now;
   std::function<std::chrono::system_clock::time_point()> wallTime = std::chrono::system_clock::now;
   std::function<double()> chance = anyChance;  ///< 0 at least and less than 1.
-
-  [[nodiscard]] PELLIX_EXPORT static double anyChance();
 };
 
 /// What `Quorvel::initialize` makes, but the shared instance stays as it is.
