@@ -89,8 +89,10 @@ class [[nodiscard]] EndingFuture {
 
   /// Waits until the operation has ended, at most for `limit`, and says whether it has.
   ///
-  /// Stops the process with a report if this is the thread that runs the main queue, on which the
-  /// ending would arrive.
+  /// Stops the process with a report if this is the thread that runs the main queue, or the last
+  /// that did, since the ending would arrive there. Which one it will be is not known before the
+  /// queue runs: until then the wait is in vain there, as it is on the thread of the transport,
+  /// that is, in a callback that says it runs there.
   [[nodiscard]] bool waitFor(std::chrono::milliseconds limit) const {
     return state_->waitFor(limit);
   }
@@ -132,9 +134,10 @@ class [[nodiscard]] EndingFuture {
 
     bool waitFor(std::chrono::milliseconds limit) const {
       if (!isReady()) PellixPlatform::DispatchQueue::main().assertNotOnQueue();
+      constexpr std::chrono::milliseconds none(0);
       constexpr std::chrono::milliseconds longest = std::chrono::days(365);
       std::unique_lock lock(mutex);
-      return changed.wait_for(lock, (std::min)(limit, longest),
+      return changed.wait_for(lock, std::clamp(limit, none, longest),
                               [this] { return ending.has_value(); });
     }
   };
