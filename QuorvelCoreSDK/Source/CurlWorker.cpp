@@ -180,12 +180,14 @@ void CurlWorker::dropIfAsked() {
 
 template <class Item>
 void CurlWorker::enqueue(std::list<Item>& queue, Item item) {
+  // Outside the lock, which nobody lets go of in a forked child, and where the log may come back.
+  if (!PendingCalls::areAccepted()) return;
   std::list<Item> added;
   added.push_back(std::move(item));
   bool mustWake = false;
   {
     const std::lock_guard lock(mutex_);
-    // Looked at here, so that `dropAll` misses nothing.
+    // Looked at once more, so that `dropAll` misses nothing.
     if (!PendingCalls::areAccepted()) return;
     if (!thread_.joinable()) startThread();
     queue.splice(queue.end(), added);
