@@ -7,7 +7,7 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <latch>
+#include <future>
 
 namespace QuorvelCoreSDK {
 namespace {
