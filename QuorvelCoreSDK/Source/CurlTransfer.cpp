@@ -99,7 +99,9 @@ void CurlTransfer::prepare(CURL* easy, Sockets& sockets, bool isMultiplexed) {
   sockets_ = &sockets;
   isMultiplexed_ = isMultiplexed;
   isStale_ = false;
+  isRepeated_ = false;
   detail_[0] = 0;
+  sentBefore_ = 0;
   sentBytes_ = 0;
   const auto set = [easy](CURLoption option, auto value) {
     // A request must not go out without one of its options.
@@ -157,11 +159,9 @@ void CurlTransfer::prepare(CURL* easy, Sockets& sockets, bool isMultiplexed) {
   set(CURLOPT_CUSTOMREQUEST, nameOf(request_.method));
   set(CURLOPT_PREREQFUNCTION, static_cast<curl_prereq_callback>(mayBeSent));
   set(CURLOPT_PREREQDATA, this);
-  if (isMultiplexed) {
-    set(CURLOPT_VERBOSE, 1L);
-    set(CURLOPT_DEBUGFUNCTION, takeNote);
-    set(CURLOPT_DEBUGDATA, this);
-  }
+  set(CURLOPT_VERBOSE, isMultiplexed ? 1L : 0L);
+  set(CURLOPT_DEBUGFUNCTION, takeNote);
+  set(CURLOPT_DEBUGDATA, this);
 
   headers_.reset();
   const auto addHeader = [this](const std::string& line) {
@@ -205,7 +205,7 @@ bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
   const bool wasSound = std::exchange(wasSound_, false);
   const bool isRefused =
       isMultiplexed_ && detail_[0] == 0 && (Sockets::wasLeftOut(previous, stream_) || wasSound);
-  if (request_.method == HttpMethod::post && !isFirst && sent != sentBytes_ && !isRefused) {
+  if (request_.method == HttpMethod::post && !isFirst && sent != sentBefore_ && !isRefused) {
     return false;
   }
   if (sockets_->isClosedByPeer(route)) {
@@ -215,16 +215,21 @@ bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
   auto* const tls = tlsOf(easy_);
   hasSharedConnection_ = speaksHttp2(tls);
   connection_ = sockets_->beginUse(route, tls);
+  isRepeated_ = sentAt_ > started_;
   sentAt_ = Clock::now();
-  sentBytes_ = sent;
+  sentBefore_ = sent;
+  sentBytes_ = 0;
   stream_ = 0;
   isSent_ = true;
+  curl_easy_setopt(easy_, CURLOPT_VERBOSE, 1L);  // so that what is sent is counted from here on
   return true;
 }
 
 int CurlTransfer::takeNote(CURL*, curl_infotype kind, char* text, std::size_t size, void* self) {
-  if (kind != CURLINFO_TEXT) return 0;
   auto& transfer = *static_cast<CurlTransfer*>(self);
+  const bool isOut = kind == CURLINFO_HEADER_OUT || kind == CURLINFO_DATA_OUT;
+  if (isOut && transfer.isSent_) transfer.sentBytes_ += size;  // else it is for a proxy
+  if (kind != CURLINFO_TEXT || !transfer.isMultiplexed_) return 0;
   const std::string_view note(text, size);
   // As libcurl 7.88 and 8 say it. A note that is not understood is as good as none.
   if (const auto last = numberBehind(note, "eived GOAWAY, error=0, last_stream=", 10)) {
@@ -263,20 +268,21 @@ void CurlTransfer::leaveConnection(CURLcode result) {
 
 TransportFigures CurlTransfer::takeFigures(bool hadConnection) const {
   using std::chrono::microseconds;
-  const auto infoOf = [this](CURLINFO info) {
-    curl_off_t value = 0;
-    curl_easy_getinfo(easy_, info, &value);
-    return value;
+  // libcurl's own counts leave out a body that is not sent together with its head, take the sending
+  // of one for the first byte of the reply, and add up what it repeats by itself.
+  const auto since = [this](Clock::time_point time) {
+    return std::chrono::duration_cast<microseconds>(time - made_);
   };
   const auto longOf = [this](CURLINFO info) {
     long value = 0;
     curl_easy_getinfo(easy_, info, &value);
     return value;
   };
-  const auto queued = std::chrono::duration_cast<microseconds>(started_ - made_);
-  const auto timeOf = [&](CURLINFO info) {
-    const microseconds since(infoOf(info));
-    return since == since.zero() ? since : queued + since;
+  const bool isReused = hadConnection && longOf(CURLINFO_NUM_CONNECTS) == 0;
+  const auto stepOf = [&](CURLINFO info) {
+    curl_off_t value = 0;
+    if (!isReused && !isRepeated_) curl_easy_getinfo(easy_, info, &value);
+    return value == 0 ? microseconds(0) : since(started_) + microseconds(value);
   };
   const auto protocol = [&]() -> std::string_view {
     switch (longOf(CURLINFO_HTTP_VERSION)) {
@@ -290,22 +296,22 @@ TransportFigures CurlTransfer::takeFigures(bool hadConnection) const {
         return {};
     }
   };
-  return {.queued = queued,
-          .nameLookup = timeOf(CURLINFO_NAMELOOKUP_TIME_T),
-          .connected = timeOf(CURLINFO_CONNECT_TIME_T),
-          .tlsHandshake = timeOf(CURLINFO_APPCONNECT_TIME_T),
-          .firstByte = timeOf(CURLINFO_STARTTRANSFER_TIME_T),
-          .total = timeOf(CURLINFO_TOTAL_TIME_T),
-          .sentBytes = static_cast<std::size_t>(longOf(CURLINFO_REQUEST_SIZE)),
-          .receivedBytes = static_cast<std::size_t>(longOf(CURLINFO_HEADER_SIZE) +
-                                                    infoOf(CURLINFO_SIZE_DOWNLOAD_T)),
-          .isConnectionReused = hadConnection && longOf(CURLINFO_NUM_CONNECTS) == 0,
+  return {.queued = since(started_),
+          .nameLookup = stepOf(CURLINFO_NAMELOOKUP_TIME_T),
+          .connected = stepOf(CURLINFO_CONNECT_TIME_T),
+          .tlsHandshake = stepOf(CURLINFO_APPCONNECT_TIME_T),
+          .firstByte = headerBytes_ == 0 ? microseconds(0) : since(firstByteAt_),
+          .total = since(Clock::now()),
+          .sentBytes = sentBytes_,
+          .receivedBytes = headerBytes_ + body_.size(),
+          .isConnectionReused = isReused,
           .protocol = protocol()};
 }
 
 std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t count, void* self) {
   auto& transfer = *static_cast<CurlTransfer*>(self);
   const std::string_view line(data, size * count);
+  if (transfer.headerBytes_ == 0) transfer.firstByteAt_ = Clock::now();
   transfer.headerBytes_ += line.size();
   if (transfer.headerBytes_ > largestHeaders) {
     transfer.isTooLarge_ = true;

@@ -76,20 +76,23 @@ class CurlTransfer {
   Sockets* sockets_ = nullptr;
   Sockets::Use connection_;  // null while there is none
   Clock::time_point sentAt_;
-  std::int64_t stream_ = 0;  // of the latest attempt over HTTP/2, 0 while it is not known
-  long sentBytes_ = 0;       // before the latest attempt
+  std::int64_t stream_ = 0;    // of the latest attempt over HTTP/2, 0 while it is not known
+  long sentBefore_ = 0;        // as libcurl counts bytes, before the latest attempt
+  std::size_t sentBytes_ = 0;  // of the latest attempt
   int attempts_ = 0;
   bool hasSharedConnection_ = false;
   bool isMultiplexed_ = false;
   bool isUnheard_ = false;
-  bool isStale_ = false;   // the connection was closed by the server
-  bool wasSound_ = false;  // the connection that libcurl has given up
-  bool isSent_ = false;    // perhaps in part, and perhaps it was heard
+  bool isStale_ = false;     // the connection was closed by the server
+  bool wasSound_ = false;    // the connection that libcurl has given up
+  bool isSent_ = false;      // perhaps in part, and perhaps it was heard
+  bool isRepeated_ = false;  // by libcurl itself
 
   std::unique_ptr<curl_slist, FreeList> headers_;
   char detail_[CURL_ERROR_SIZE] = "";
   int status_ = 0;
   PellixPlatform::HTTPURLResponse::HeaderFields responseHeaders_;
+  Clock::time_point firstByteAt_;
   std::size_t headerBytes_ = 0;
   bool hasAllHeaders_ = false;  // of the final response
   PellixPlatform::Data body_;

@@ -36,7 +36,8 @@ struct TransportRequest {
 
 /// How long the steps of a request took and what went over the network: of its latest attempt, if
 /// there was more than one. Each time counts from when the request was handed on to the transport
-/// to the end of its step; zero: there was no such step.
+/// to the end of its step; zero: there was no such step, or its end is not known, as those of a
+/// connection are not if that failed, or took the place of one that broke.
 struct TransportFigures {
   std::chrono::microseconds queued{};      ///< It waited for other requests.
   std::chrono::microseconds nameLookup{};  ///< The next three not on a connection in use before.
@@ -44,7 +45,7 @@ struct TransportFigures {
   std::chrono::microseconds tlsHandshake{};
   std::chrono::microseconds firstByte{};  ///< Of the response.
   std::chrono::microseconds total{};
-  std::size_t sentBytes = 0;  ///< Head and body, before TLS.
+  std::size_t sentBytes = 0;  ///< Head and body, as HTTP/1.1 writes them; not for a proxy.
   std::size_t receivedBytes = 0;
   bool isConnectionReused = false;
   std::string_view protocol;  ///< "HTTP/1.1" and so on, for ever valid; empty: none was spoken yet.
