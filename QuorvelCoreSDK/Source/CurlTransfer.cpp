@@ -14,6 +14,7 @@ namespace QuorvelCoreSDK {
 namespace {
 
 constexpr std::size_t largestHeaders = std::size_t{256} << 10;  // bytes, of all fields together
+constexpr int mostHeaderLines = 1000;  // each takes a few hundred bytes, however short it is
 
 const char* nameOf(HttpMethod method) {
   switch (method) {
@@ -313,7 +314,7 @@ std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t c
   const std::string_view line(data, size * count);
   if (transfer.headerBytes_ == 0) transfer.firstByteAt_ = Clock::now();
   transfer.headerBytes_ += line.size();
-  if (transfer.headerBytes_ > largestHeaders) {
+  if (transfer.headerBytes_ > largestHeaders || ++transfer.headerLines_ > mostHeaderLines) {
     transfer.isTooLarge_ = true;
     return CURL_WRITEFUNC_ERROR;
   }

@@ -94,6 +94,7 @@ class CurlTransfer {
   PellixPlatform::HTTPURLResponse::HeaderFields responseHeaders_;
   Clock::time_point firstByteAt_;
   std::size_t headerBytes_ = 0;
+  int headerLines_ = 0;
   bool hasAllHeaders_ = false;  // of the final response
   PellixPlatform::Data body_;
   bool isTooLarge_ = false;

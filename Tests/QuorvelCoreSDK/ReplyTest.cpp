@@ -66,7 +66,10 @@ TEST(ReplyTest, IsHandedOnAsItCame) {
 }
 
 TEST(ReplyTest, ThatIsNoneEndsInAnErrorThatSaysWhy) {
+  std::string many;
+  for (int i = 0; i < 1000; ++i) many += "a:\r\n";
   const Support::Values values{{"{huge}", std::string(largest + 1, 'a')},
+                               {"{many}", many},
                                {"{zeros}", PellixPlatform::readFile(COMPRESSED_ZEROS).value()}};
   const Support::LogRecorder log;
   for (const auto& row : Support::rowsOf("QuorvelCoreSDK/Data/Faults.txt", values)) {
