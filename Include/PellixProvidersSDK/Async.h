@@ -57,10 +57,10 @@ class EndingCall {
 /// A callback for an operation out of one that tells three endings apart.
 ///
 /// Calls: `callback` (not empty) is called exactly once, also for an ending that is silent
-/// otherwise; never, if the host no longer runs the main queue, as after `Quorvel::shutDown`, or
-/// the process ends first. Thread: always in a task of the main queue, whatever thread the
-/// operation ends on; when memory runs out, perhaps on that thread at once, and it must not throw
-/// then.
+/// otherwise, those by `Quorvel::shutDown` included; never, if the host no longer runs the main
+/// queue, or the process ends first. Thread: always in a task of the main queue, whatever thread
+/// the operation ends on; when memory runs out, perhaps on that thread at once, and it must not
+/// throw then.
 template <class T>
 [[nodiscard]] ResultCallback<T> whenEnded(std::function<void(Ending<T>)> callback) {
   return [call = std::make_shared<Internal::EndingCall<T>>(std::move(callback))](Result<T> result) {

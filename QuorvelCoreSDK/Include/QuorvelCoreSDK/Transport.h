@@ -63,7 +63,9 @@ struct TransportReply {
 ///
 /// Thread safety: any thread.
 /// Errors: a completion or a task throws `std::bad_alloc` when memory runs out; the request that it
-/// belongs to has ended then. Other exceptions are those of the host's own callbacks.
+/// belongs to has ended then. Other exceptions are those of the host's own callbacks. `send` and
+/// `post` throw nothing but `std::bad_alloc`, since both are also called where nobody would catch
+/// anything else: by completions and tasks.
 class PELLIX_EXPORT Transport {
  public:
   using Completion = std::function<void(TransportReply)>;
