@@ -5,6 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source Scripts/common.sh
+export CCACHE_DISABLE=1 # its objects may come from other folders
 
 need_packages "${packages[@]}" "${packaging_packages[@]}"
 as_root=()
