@@ -61,8 +61,8 @@ class PELLIX_EXPORT Quorvel final : public PellixPlatform::Object {
   /// the account's server stands then. What is asked meanwhile joins in. A host calls it when its
   /// help screen opens; the first question after it costs one round trip. If it fails, there is one
   /// line in the log. With a settings service of the host's own, and no other library, it does
-  /// nothing.
-  /// Memory: `std::bad_alloc` leaves this call.
+  /// nothing; nor does it after `shutDown`, or in a forked child.
+  /// Thread: any; it returns at once. Memory: `std::bad_alloc` leaves this call.
   void prepare() const;
 
   /// Why the account's settings could not be fetched the last time that it was tried, and when;
