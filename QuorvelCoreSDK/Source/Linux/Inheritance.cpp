@@ -23,9 +23,9 @@ std::set<int> busySockets() {
     const auto name = entry.path().filename().string();
     int descriptor = -1;
     std::from_chars(name.data(), name.data() + name.size(), descriptor);
-    int domain = 0;
+    int domain = AF_UNSPEC;  // which it stays for what is no socket
     socklen_t size = sizeof domain;
-    if (::getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &size) != 0) continue;
+    ::getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &size);
     if (domain != AF_UNIX) continue;
     int received = 0;
     int sent = 0;

@@ -30,8 +30,12 @@ bool isInternet(int family) {
   return family == AF_INET || family == AF_INET6;
 }
 
-/// The port of an address, and its text if that is asked for.
-int portOf(const sockaddr_storage& address, std::array<char, INET6_ADDRSTRLEN>* text) {
+/// The port of one of a socket's ends (0: it has none yet), and its text if that is asked for.
+int portOf(int (*end)(int, sockaddr*, socklen_t*), int socket,
+           std::array<char, INET6_ADDRSTRLEN>* text) {
+  sockaddr_storage address{};
+  socklen_t size = sizeof address;
+  end(socket, reinterpret_cast<sockaddr*>(&address), &size);
   const void* host = nullptr;
   in_port_t port = 0;
   if (address.ss_family == AF_INET) {
@@ -113,14 +117,9 @@ void Sockets::close(int descriptor) {
 Sockets::Use Sockets::find(const Route& route) {
   Use found;
   for (const auto& [descriptor, socket] : sockets_) {
-    if (socket->localPort == 0) {
-      sockaddr_storage address{};
-      socklen_t size = sizeof address;
-      if (::getpeername(descriptor, reinterpret_cast<sockaddr*>(&address), &size) != 0) continue;
-      socket->peerPort = portOf(address, &socket->peer);
-      size = sizeof address;
-      if (::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size) != 0) continue;
-      socket->localPort = portOf(address, nullptr);
+    if (socket->peerPort == 0) {
+      socket->localPort = portOf(::getsockname, descriptor, nullptr);
+      socket->peerPort = portOf(::getpeername, descriptor, &socket->peer);
     }
     if (socket->localPort == route.localPort && socket->peerPort == route.peerPort &&
         route.peer == socket->peer.data() && (!found || socket->isReplaced)) {
