@@ -33,7 +33,7 @@ jmethodID ended;
 jmethodID released;
 jmethodID wake;
 jmethodID supplyToken;
-jmethodID log;
+jmethodID logLine;
 
 /// A call of Java on any thread, with room for references that go with it.
 class Call {
@@ -159,7 +159,7 @@ void writeLog(int level, const char* line, std::size_t length, void* /*context*/
   const Call call;
   if (!call) return;
   auto* const text = textFor(call, line, length);
-  if (text) call->CallStaticVoidMethod(library, log, jint{level}, text);
+  if (text) call->CallStaticVoidMethod(library, logLine, jint{level}, text);
   static_cast<void>(call.failed());
 }
 
@@ -215,7 +215,7 @@ jint JNI_OnLoad(JavaVM* loading, void* /*reserved*/) {
   wake = call->GetMethodID(call->FindClass("com/pellix/MainQueue"), "wake", "()V");
   newText = call->GetStaticMethodID(library, "text", "([B)Ljava/lang/String;");
   supplyToken = call->GetStaticMethodID(library, "token", "(Ljava/util/function/Supplier;)[B");
-  log = call->GetStaticMethodID(library, "log", "(ILjava/lang/String;)V");
+  logLine = call->GetStaticMethodID(library, "log", "(ILjava/lang/String;)V");
   const auto detach = [](void*) { machine->DetachCurrentThread(); };
   return !call.failed() && pthread_key_create(&attached, detach) == 0 ? JNI_VERSION_10 : JNI_ERR;
 }
