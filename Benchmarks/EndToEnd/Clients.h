@@ -38,4 +38,9 @@ class Client {
 /// for each reply, whatever `inFlight` says.
 [[nodiscard]] std::unique_ptr<Client> makeEasyClient(const Server& server);
 
+/// The best program that can be written by hand for this alone: a worker with libcurl's multi
+/// interface, bodies put together from text, replies decoded by simdjson into plain structures, and
+/// a queue to the thread that asks.
+[[nodiscard]] std::unique_ptr<Client> makeExpertClient(const Server& server);
+
 }  // namespace Benchmarks

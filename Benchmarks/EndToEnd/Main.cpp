@@ -1,4 +1,4 @@
-// Latency and throughput on loopback, beside libcurl alone and beside a straightforward program:
+// Latency and throughput on loopback, beside libcurl alone and beside programs for this alone:
 // EndToEndBenchmark HTTP-ADDRESS HTTPS-ADDRESS CERTIFICATE. Without arguments it prints the reply
 // that the server is to give.
 
@@ -69,6 +69,7 @@ void measure(const std::string& protocol, const Server& server) {
   contenders.push_back({.name = "ours", .client = makeLibraryClient(server)});
   contenders.push_back({.name = "multi", .client = makeMultiClient(server)});
   contenders.push_back({.name = "easy", .client = makeEasyClient(server)});
+  contenders.push_back({.name = "expert", .client = makeExpertClient(server)});
   for (auto& contender : contenders) static_cast<void>(contender.client->ask(100, 1));
 
   measureLatency("e2e.latency." + protocol, contenders);
