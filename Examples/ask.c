@@ -19,6 +19,21 @@ static void stop(void* context) {
   QVLMainQueue_stop();
 }
 
+/* What the service sends must not steer the terminal: no control characters, of one byte or of two.
+ */
+static void printTitle(const QVLDeflectionArticle* article) {
+  size_t length = 0;
+  const char* title = QVLDeflectionArticle_title(article, &length);
+  unsigned char before = 0;
+  for (size_t i = 0; i < length; ++i) {
+    const unsigned char byte = (unsigned char)title[i];
+    const int isControl = byte < 0x20 || byte == 0x7F || (before == 0xC2 && byte < 0xA0);
+    putchar(isControl ? ' ' : byte);
+    before = byte;
+  }
+  putchar('\n');
+}
+
 static void complain(const QVLError* error) {
   fprintf(stderr, "%s (%" PRId64 "): %s\n", QVLError_domain(error, NULL), QVLError_code(error),
           QVLError_localizedDescription(error, NULL));
@@ -53,8 +68,8 @@ static int report(QVLPellixProvider* provider, const QVLDeflectionResponse* answ
   int64_t status = 0;
 
   for (size_t i = 0; i < count; ++i) {
-    const QVLDeflectionArticle* article = QVLDeflectionResponse_deflectionArticles_at(answer, i);
-    printf("%zu. %s\n", i + 1, QVLDeflectionArticle_title(article, NULL));
+    printf("%zu. ", i + 1);
+    printTitle(QVLDeflectionResponse_deflectionArticles_at(answer, i));
   }
   if (count < 2) return EXIT_SUCCESS;
 

@@ -144,7 +144,7 @@ async def journey(provider, question):
     at = function("QVLDeflectionResponse_deflectionArticles_at", c_void_p, c_void_p, c_size_t)
     articles = [Object.retain(at(answer, index)) for index in range(count)]
     for rank, article in enumerate(articles, 1):
-        print(f"{rank}. {article.text('QVLDeflectionArticle_title').decode()}")
+        print(f"{rank}. {article.text('QVLDeflectionArticle_title').decode()!r}")
     if count < 2:
         return
 

@@ -107,7 +107,7 @@ def journey(question)
     Pellix.QVLDeflectionResponse_deflectionArticles_at(answer, index)
   end
   articles.each.with_index(1) do |article, rank|
-    puts "#{rank}. #{Pellix.text(:QVLDeflectionArticle_title, article)}"
+    puts "#{rank}. #{Pellix.text(:QVLDeflectionArticle_title, article).inspect}"
   end
   return if articles.size < 2
 

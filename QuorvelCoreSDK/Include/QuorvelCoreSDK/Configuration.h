@@ -31,16 +31,18 @@ struct NetworkConfiguration {
   std::chrono::milliseconds connectTimeout{10'000};
   /// How long a request may take in all.
   std::chrono::milliseconds requestTimeout{30'000};
-  /// How long the request for a settings document may take in all; never longer than other ones.
+  /// How long the request for a settings document may take in all; never longer than
+  /// `requestTimeout`, which stands beside it here.
   std::chrono::milliseconds settingsTimeout{10'000};
-  /// How many bytes a reply's body may have (a settings document may have 256 KiB). Decoding a
-  /// hostile one may take twenty times as many.
+  /// How many bytes a reply's body may have (a settings document 256 KiB at most). Decoding a
+  /// hostile one may take fifty times as many.
   std::size_t maxResponseBytes = std::size_t{16} << 20;
 };
 
 /// The default transport, for a host's own that adds headers, traces or tries again, and hands on
-/// to it. It reaches the network as `network` says, of which `settingsTimeout` is not the
-/// transport's; an error if the proxy's address can't be used, as from `Quorvel::initialize`.
+/// to it. It reaches the network as `network` says, but for `settingsTimeout`, which the core takes
+/// from its own `Configuration::network`; an error if the proxy's address can't be used, as from
+/// `Quorvel::initialize`.
 [[nodiscard]] PELLIX_EXPORT std::expected<std::shared_ptr<Transport>, PellixPlatform::Error>
 makeTransport(NetworkConfiguration network = {});
 
@@ -54,6 +56,9 @@ struct Configuration {
   /// together do not ask together. If that fails, they serve on until the next attempt: after 1 to
   /// 2 seconds, and double that with each failure in a row, up to a minute.
   std::chrono::milliseconds settingsTimeToLive{300'000};
+  /// How the default transport reaches the network, and what bounds settings documents, which is
+  /// handed to any transport with their requests: the smaller one of `settingsTimeout` and
+  /// `requestTimeout`, and of 256 KiB and `maxResponseBytes`.
   NetworkConfiguration network;
   /// Replaces the default transport; shared with the core instance. Null: the default.
   std::shared_ptr<Transport> transport;

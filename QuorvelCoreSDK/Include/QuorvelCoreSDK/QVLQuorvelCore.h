@@ -66,7 +66,7 @@ void QVLQuorvelConfiguration_setConnectTimeout(QVLQuorvelConfiguration* configur
                                                int64_t milliseconds) QVL_NONNULL(1);
 void QVLQuorvelConfiguration_setRequestTimeout(QVLQuorvelConfiguration* configuration,
                                                int64_t milliseconds) QVL_NONNULL(1);
-/* For the request for a settings document in all: never longer than for other ones. */
+/* For the request for a settings document in all: never longer than that for a request in all. */
 void QVLQuorvelConfiguration_setSettingsTimeout(QVLQuorvelConfiguration* configuration,
                                                 int64_t milliseconds) QVL_NONNULL(1);
 
@@ -85,7 +85,9 @@ void QVLQuorvelConfiguration_setSettingsTimeToLive(QVLQuorvelConfiguration* conf
 
 /* Sets up the core for an account: `accountUrl` is https, or http to loopback. Retained; null if it
  * can't be set up, and then `error` (may be null) is set to why, retained (null if memory ran out).
- * `configuration` may be null and is not needed any more afterwards. */
+ * `configuration` may be null and is not needed any more afterwards. Both identifiers are the host's
+ * own and are sent nowhere; QVLPellix_initializeWithQuorvel_veltrane goes by the application's, and
+ * nothing by the client's. */
 QVLQuorvel* QVLQuorvel_initialize(const char* accountUrl, size_t accountUrlLength,
                                   const char* applicationId, size_t applicationIdLength,
                                   const char* clientId, size_t clientIdLength,
