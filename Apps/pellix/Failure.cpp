@@ -49,7 +49,9 @@ constexpr auto advices = std::to_array<Advice>({
     core(CoreErrorCode::secureConnectionFailed,
          "See that the address's port is one for https, and that the server offers TLS 1.2 or "
          "later."),
-    core(CoreErrorCode::unreadableCertificateStore, "Check --certificate-authorities."),
+    core(CoreErrorCode::unreadableCertificateStore,
+         "Install the system's certificates (ca-certificates), or name a file with "
+         "--certificate-authorities."),
     core(CoreErrorCode::connectionLost,
          "A question can be asked again. Whether the service acted on a report is not known: look "
          "there before you report again."),
