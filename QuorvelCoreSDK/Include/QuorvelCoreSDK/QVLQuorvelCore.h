@@ -85,9 +85,9 @@ void QVLQuorvelConfiguration_setSettingsTimeToLive(QVLQuorvelConfiguration* conf
 
 /* Sets up the core for an account: `accountUrl` is https, or http to loopback. Retained; null if it
  * can't be set up, and then `error` (may be null) is set to why, retained (null if memory ran out).
- * `configuration` may be null and is not needed any more afterwards. Both identifiers are the host's
- * own and are sent nowhere; QVLPellix_initializeWithQuorvel_veltrane goes by the application's, and
- * nothing by the client's. */
+ * `configuration` may be null and is not needed any more afterwards. Both identifiers are the
+ * host's own and are sent nowhere. The libraries above go by the application's: while it is the
+ * same, they stay as they were set up. Nothing goes by the client's. */
 QVLQuorvel* QVLQuorvel_initialize(const char* accountUrl, size_t accountUrlLength,
                                   const char* applicationId, size_t applicationIdLength,
                                   const char* clientId, size_t clientIdLength,
