@@ -19,8 +19,8 @@ class PELLIX_EXPORT AccountDetails {
 
   /// The account's base address. Those that a core instance hands out do not end in a slash.
   [[nodiscard]] const std::string& accountUrl() const { return accountUrl_; }
-  /// The host's name for what it sets up, which is sent nowhere. The libraries above go by it: while
-  /// it is the same, they stay as they were set up.
+  /// The host's name for what it sets up, which is sent nowhere. The libraries above go by it:
+  /// while it is the same, they stay as they were set up.
   [[nodiscard]] const std::string& applicationId() const { return applicationId_; }
   /// The host's name for what asks. It is sent nowhere, and nothing goes by it.
   [[nodiscard]] const std::string& clientId() const { return clientId_; }
