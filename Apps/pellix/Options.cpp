@@ -31,7 +31,7 @@ Ctrl-C ends it at any point, by its signal.
 
 Example:
   export PELLIX_ACCOUNT_URL=https://example.com PELLIX_TOKEN=...
-  pellix doctor
+  pellix doctor --report report.txt
   pellix ask "How do I change my password?"
   pellix ask --json "How do I change my password?" > answer.json
   pellix resolve --interaction answer.json --article 1
@@ -139,6 +139,8 @@ std::expected<Options, ExitCode> readOptions(int argc, char** argv) {
   auto* const doctor =
       app.add_subcommand("doctor", "Check all that a question takes, and say what to do");
   doctor->add_flag("--json", options.json, "Write what was found as JSON instead");
+  doctor->add_option("--report", options.report,
+                     "A file to write what was found into, too, for a ticket: without secrets");
   auto* const settings =
       app.add_subcommand("settings", "Say whether the feature is enabled for the account");
   auto* const resolve =

@@ -32,6 +32,7 @@ struct Options {
   std::string question;
   bool json = false;
   bool timings = false;
+  std::filesystem::path report;  // empty: none is written
 
   std::string interactionFile;             // "-": standard input
   std::optional<std::size_t> articleRank;  // from 1

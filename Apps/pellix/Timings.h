@@ -3,8 +3,16 @@
 #include <QuorvelCoreSDK/Transport.h>
 
 #include <mutex>
+#include <vector>
 
 namespace PellixApp {
+
+/// A request, and what it took once it has ended.
+struct TimedRequest {
+  std::string path;
+  std::chrono::steady_clock::time_point began;
+  std::optional<QuorvelCoreSDK::TransportFigures> figures;
+};
 
 /// Hands requests on to another transport, and keeps what each of them took.
 class TimingTransport final : public QuorvelCoreSDK::Transport {
@@ -14,17 +22,18 @@ class TimingTransport final : public QuorvelCoreSDK::Transport {
   void send(QuorvelCoreSDK::TransportRequest request, Completion completion) override;
   void post(std::function<void()> task) override { inner_->post(std::move(task)); }
 
-  /// Writes a line for each request that has ended to standard error.
+  /// Writes a table with a column for each request, in the order of their beginnings, to standard
+  /// error; nothing if there was none.
   void print() const;
 
  private:
-  struct Lines {
+  struct Requests {
     std::mutex mutex;
-    std::string text;
+    std::vector<TimedRequest> all;
   };
 
   const std::shared_ptr<Transport> inner_;
-  const std::shared_ptr<Lines> lines_ = std::make_shared<Lines>();
+  const std::shared_ptr<Requests> requests_ = std::make_shared<Requests>();
 };
 
 }  // namespace PellixApp

@@ -1,11 +1,12 @@
 """An HTTP/2 server on loopback that ends the second request in its own way, or answers that too.
 
-  http2.py WAY IDENTITY
+  http2.py WAY IDENTITY [ANSWER]
 
-Prints its port, and says in each answer how many requests it has taken so far.
+Prints its port, and says in each answer how many requests it has taken so far, or what stands in a file.
 """
 import contextlib
 import itertools
+import pathlib
 import socket
 import ssl
 import struct
@@ -16,7 +17,7 @@ import h2.connection
 import h2.errors
 import h2.events
 
-way, identity = sys.argv[1:]
+way, identity, *answers = sys.argv[1:]
 taken = 0
 requests = itertools.count(1)
 
@@ -58,9 +59,10 @@ def serve(channel):
                 continue
             taken += 1
             connection.send_headers(event.stream_id, [(":status", "200")])
-            connection.send_data(event.stream_id, str(taken).encode(), end_stream=True)
+            connection.send_data(event.stream_id, answer or str(taken).encode(), end_stream=True)
 
 
+answer = pathlib.Path(answers[0]).read_bytes() if answers else None
 context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
 context.load_cert_chain(identity)
 context.set_alpn_protocols(["h2"])

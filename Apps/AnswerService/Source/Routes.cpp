@@ -2,7 +2,7 @@
 
 #include "Misbehaviour.h"
 
-#include <fmt/format.h>
+#include <fmt/chrono.h>
 
 #include <algorithm>
 #include <utility>
@@ -18,6 +18,8 @@ void send(Response& response, int status, const Json& body, int indent = -1) {
   // Replacing what is not UTF-8: an answer must not fail for a character.
   const auto text = body.dump(indent, ' ', false, Json::error_handler_t::replace);
   if (!body.is_null()) response.set_content(text, "application/json");
+  const auto now = fmt::gmtime(std::time(nullptr));
+  response.set_header("Date", fmt::format("{:%a, %d %b %Y %H:%M:%S GMT}", now));
   if (status == 401) response.set_header("WWW-Authenticate", R"(Bearer realm="answer service")");
 }
 

@@ -10,7 +10,7 @@ _pellix() {
 
   # What the option before this word takes.
   case $previous in
-    --token-file | --certificate-authorities | --interaction)
+    --token-file | --certificate-authorities | --interaction | --report)
       compopt -o filenames 2>/dev/null
       mapfile -t COMPREPLY < <(compgen -f -- "$word")
       return
@@ -44,7 +44,7 @@ _pellix() {
   case $command in
     '') offered="$commands $options --version" ;;
     ask) offered="$options --json --timings" ;;
-    doctor) offered="$options --json" ;;
+    doctor) offered="$options --json --report" ;;
     resolve) offered="$options $reports" ;;
     reject) offered="$options $reports --reason" ;;
     *) offered=$options ;;

@@ -3,11 +3,13 @@
 #include <PellixPlatform/URL.h>
 
 #include <fmt/core.h>
+#include <openssl/ssl.h>
 
 #include <algorithm>
 #include <array>
 #include <memory>
 #include <new>
+#include <utility>
 
 namespace PellixApp {
 namespace {
@@ -39,9 +41,36 @@ std::vector<Certificate> chainOf(CURL* easy) {
   return chain;
 }
 
+struct Connecting {
+  CURL* easy;
+  std::string tls;
+};
+
+/// Called once the connection stands: later on, libcurl no longer says what it is like.
+int noteTLS(void* self, char*, char*, int, int) {
+  auto& connecting = *static_cast<Connecting*>(self);
+  const auto* const session = info<curl_tlssessioninfo*>(connecting.easy, CURLINFO_TLS_SSL_PTR);
+  if (session && session->backend == CURLSSLBACKEND_OPENSSL && session->internals) {
+    connecting.tls = SSL_get_version(static_cast<const SSL*>(session->internals));
+  }
+  return CURL_PREREQFUNC_OK;
+}
+
+constexpr long resolutionFor(Family family) {
+  switch (family) {
+    case Family::any:
+      return CURL_IPRESOLVE_WHATEVER;
+    case Family::ipv4:
+      return CURL_IPRESOLVE_V4;
+    case Family::ipv6:
+      return CURL_IPRESOLVE_V6;
+  }
+  std::unreachable();
+}
+
 }  // namespace
 
-Attempt attempt(const std::string& address, const Options& options, Trust trust) {
+Attempt attempt(const std::string& address, const Options& options, Trust trust, Family family) {
   const std::unique_ptr<CURL, void (*)(CURL*)> owner(curl_easy_init(), curl_easy_cleanup);
   auto* const easy = owner.get();
   if (!easy) throw std::bad_alloc();
@@ -52,6 +81,7 @@ Attempt attempt(const std::string& address, const Options& options, Trust trust)
   set(CURLOPT_QUICK_EXIT, 1L);  // a slow name server does not hold up the end
   set(CURLOPT_TIMEOUT_MS, static_cast<long>(options.timeout.count()));
   set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+  set(CURLOPT_IPRESOLVE, resolutionFor(family));
   set(CURLOPT_CERTINFO, 1L);
   set(CURLOPT_SSL_VERIFYPEER, trust == Trust::none ? 0L : 1L);
   set(CURLOPT_SSL_VERIFYHOST, trust == Trust::authorityAndHost ? 2L : 0L);
@@ -60,6 +90,10 @@ Attempt attempt(const std::string& address, const Options& options, Trust trust)
     set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
   }
   if (PellixPlatform::URL::parse(address)->isLoopback()) set(CURLOPT_PROXY, "");
+
+  Connecting connecting{.easy = easy, .tls = {}};
+  set(CURLOPT_PREREQFUNCTION, static_cast<curl_prereq_callback>(noteTLS));
+  set(CURLOPT_PREREQDATA, &connecting);
 
   std::array<char, CURL_ERROR_SIZE> words{};
   set(CURLOPT_ERRORBUFFER, words.data());
@@ -74,6 +108,7 @@ Attempt attempt(const std::string& address, const Options& options, Trust trust)
   if (const auto* peer = info<const char*>(easy, CURLINFO_PRIMARY_IP); peer && *peer) {
     made.peer = fmt::format("{} port {}", peer, info<long>(easy, CURLINFO_PRIMARY_PORT));
   }
+  made.tls = std::move(connecting.tls);
   made.chain = chainOf(easy);
   return made;
 }

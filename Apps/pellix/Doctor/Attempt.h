@@ -13,6 +13,9 @@ namespace PellixApp {
 /// What a certificate has to be good for.
 enum class Trust : std::uint8_t { none, authorityAndHost };
 
+/// The versions of IP that it may go over.
+enum class Family : std::uint8_t { any, ipv4, ipv6 };
+
 struct Certificate {
   std::string subject;
   std::string issuer;
@@ -31,10 +34,12 @@ struct Attempt {
   long systemError = 0;
   long verification = 0;  // an X509_V_ERR code
   std::string peer;       // empty: no connection
+  std::string tls;        // the version, if libcurl tells
   std::vector<Certificate> chain;
 };
 
 /// Connects to the account's host as the library would, and carries nothing.
-[[nodiscard]] Attempt attempt(const std::string& address, const Options& options, Trust trust);
+[[nodiscard]] Attempt attempt(const std::string& address, const Options& options, Trust trust,
+                              Family family);
 
 }  // namespace PellixApp

@@ -5,6 +5,10 @@
 
 #include <PellixPlatform/URL.h>
 
+#include <fmt/core.h>
+
+#include <cerrno>
+
 namespace PellixApp {
 namespace {
 
@@ -13,6 +17,29 @@ Finding findingOf(const Examination& examination, Step step, const std::string& 
   if (!examination.probe) return skipped("there is no usable account address");
   if (examination.probe->failed < step) return skipped("the step before it failed");
   return step < examination.probe->failed ? ok(success) : examination.probe->finding;
+}
+
+bool usesTLS(const Examination& examination) {
+  const auto url = PellixPlatform::URL::parse(examination.account->accountDetails().accountUrl());
+  return url->scheme() == "https";
+}
+
+/// What one version of IP comes to where the library is free to take either.
+Finding findingOver(Family family, const Examination& examination) {
+  if (!examination.probe || examination.probe->failed < Step::security) {
+    return findingOf(examination, Step::security, "");
+  }
+  const auto made =
+      probe(examination.account->accountDetails().accountUrl(), examination.options, family);
+  if (made.failed == Step::none) return ok(made.peer);
+  if (made.failed == Step::resolution) return skipped("the host has no such address");
+  if (made.systemError == ENETUNREACH || made.systemError == EADDRNOTAVAIL) {
+    return skipped("the host has such an address, but this machine no way to it");
+  }
+  if (made.failed == examination.probe->failed) return skipped("it fails as said below");
+  return problem(made.finding.found,
+                 "Have the host answer over both versions of IP alike, or take the address that "
+                 "does not answer out of the name.");
 }
 
 }  // namespace
@@ -41,18 +68,36 @@ Finding checkConnection(Examination& examination) {
   return findingOf(examination, Step::connection, examination.probe ? examination.probe->peer : "");
 }
 
+Finding checkIPv4(Examination& examination) {
+  return findingOver(Family::ipv4, examination);
+}
+
+Finding checkIPv6(Examination& examination) {
+  return findingOver(Family::ipv6, examination);
+}
+
 Finding checkTLS(Examination& examination) {
   if (!examination.probe || examination.probe->failed < Step::security) {
     return findingOf(examination, Step::security, "");
   }
-  const auto url = PellixPlatform::URL::parse(examination.account->accountDetails().accountUrl());
-  if (url->scheme() != "https") {
-    return skipped("not used: http on loopback");
-  }
-  auto finding = findingOf(examination, Step::security,
-                           "valid until " + examination.probe->certificateValidity);
+  if (!usesTLS(examination)) return skipped("not used: http on loopback");
+  const auto& made = *examination.probe;
+  auto finding =
+      findingOf(examination, Step::security,
+                fmt::format("{}{}valid until {}", made.tls, made.tls.empty() ? "" : ", ",
+                            timeText(made.chain.empty() ? 0 : made.chain.front().until)));
   finding.found += oneLine("; trusted are " + certificateStore(examination.options));
   return finding;
+}
+
+Finding checkCertificates(Examination& examination) {
+  if (!examination.probe || examination.probe->chain.empty()) return skipped("none is known");
+  std::string found;
+  for (const auto& [subject, issuer, names, from, until] : examination.probe->chain) {
+    found += fmt::format("{}{}, issued by {}, until {}", found.empty() ? "" : "; ", subject, issuer,
+                         timeText(until));
+  }
+  return ok(found);
 }
 
 }  // namespace PellixApp

@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "Doctor/Checks.h"
+#include "Doctor/ReportFile.h"
 #include "Terminal.h"
 
 #include <PellixPlatform/JSONEncoder.h>
@@ -23,13 +24,21 @@ constexpr auto checks = std::to_array<Check>({
     {"resources", checkResources},
     {"endpoint-table", checkEndpointTable},
     {"library-version", checkLibraryVersion},
+    {"library-copies", checkLibraryCopies},
+    {"dependencies", checkDependencies},
+    {"proxy", checkProxy},
     {"account-address", checkAccountAddress},
     {"name-resolution", checkNameResolution},
     {"connection", checkConnection},
+    {"ipv4", checkIPv4},
+    {"ipv6", checkIPv6},
     {"tls", checkTLS},
+    {"certificates", checkCertificates},
     {"token", checkToken},
     {"query", checkQuery},
     {"settings", checkSettings},
+    {"protocol", checkProtocol},
+    {"clock", checkClock},
     {"feature", checkFeature},
     {"knowledge-base", checkKnowledgeBase},
     {"query-locale", checkQueryLocale},
@@ -46,8 +55,7 @@ struct Report {
   }
 };
 
-void write(const Finding& finding) {
-  const auto terminal = Terminal::of(stdout);
+std::string linesFor(const Finding& finding, const Terminal& terminal) {
   const auto label = fmt::format("{:9}{:18}", finding.status, finding.check);
   auto lines = terminal.fitBehind(label, finding.found);
   if (finding.isProblem()) {
@@ -56,7 +64,7 @@ void write(const Finding& finding) {
     }
     lines += terminal.fitBehind(fmt::format("{:9}{:18}", "", "  remedy"), *finding.remedy);
   }
-  fmt::print("{}", lines);
+  return lines;
 }
 
 }  // namespace
@@ -67,13 +75,18 @@ ExitCode doctor(const Options& options) {
   CoreLogger::setLevel(options.verbose ? LogLevel::debug : LogLevel::off);
   Examination examination{.options = options};
   Report report;
+  std::string lines;
+  std::optional<ReportFile> file;
+  if (!options.report.empty()) file.emplace(options.report);
   for (const auto& check : checks) {
     auto& finding = report.checks.emplace_back(check.run(examination));
     finding.check = check.name;
-    if (!options.json) write(finding);
+    if (!options.json) fmt::print("{}", linesFor(finding, Terminal::of(stdout)));
+    lines += linesFor(finding, Terminal());
   }
   report.healthy = std::ranges::none_of(report.checks, &Finding::isProblem);
   if (options.json) fmt::print("{}\n", PellixPlatform::JSONEncoder().encode(report).value());
+  if (file) file->write(lines, examination);
   return report.healthy ? ExitCode::answered : ExitCode::failed;
 }
 

@@ -1,7 +1,5 @@
 #include "Doctor/Probe.h"
 
-#include "Doctor/Attempt.h"
-
 #include <PellixPlatform/URLResponse.h>
 
 #include <fmt/chrono.h>
@@ -15,14 +13,8 @@
 namespace PellixApp {
 namespace {
 
-std::string timeText(std::time_t time) {
-  return time == 0 ? "an unknown time" : fmt::format("{:%Y-%m-%d %H:%M} UTC", fmt::gmtime(time));
-}
-
-Finding refusedCertificate(const Attempt& made, const std::string& address,
-                           const Options& options) {
-  // A handshake that failed shows none; this one goes on to look, and carries nothing.
-  const auto chain = attempt(address, options, Trust::none).chain;
+Finding refusedCertificate(const Attempt& made) {
+  const auto& chain = made.chain;
   const auto own = chain.empty() ? Certificate() : chain.front();
   const auto now = std::time(nullptr);
   switch (chain.empty() ? -1 : made.verification) {
@@ -141,6 +133,10 @@ Finding insecure(const Attempt& made) {
 
 }  // namespace
 
+std::string timeText(std::time_t time) {
+  return time == 0 ? "an unknown time" : fmt::format("{:%Y-%m-%d %H:%M} UTC", fmt::gmtime(time));
+}
+
 std::string certificateStore(const Options& options) {
   if (!options.certificateAuthorities.empty()) return options.certificateAuthorities;
   const auto* const version = curl_version_info(CURLVERSION_NOW);
@@ -148,20 +144,25 @@ std::string certificateStore(const Options& options) {
   return version->capath ? version->capath : "the TLS library's own";
 }
 
-Probe probe(const std::string& address, const Options& options) {
-  const auto made = attempt(address, options, Trust::authorityAndHost);
-  if (made.result == CURLE_OK) {
-    return {.peer = made.peer,
-            .certificateValidity = timeText(made.chain.empty() ? 0 : made.chain.front().until)};
+Probe probe(const std::string& address, const Options& options, Family family) {
+  auto made = attempt(address, options, Trust::authorityAndHost, family);
+  if (made.result == CURLE_PEER_FAILED_VERIFICATION) {
+    // A handshake that failed shows none; this one goes on to look, and carries nothing.
+    made.chain = attempt(address, options, Trust::none, family).chain;
   }
-  const auto failed = [&](Step step, Finding finding) {
-    return Probe{.failed = step, .finding = std::move(finding), .peer = made.peer};
+  Probe result{
+      .systemError = made.systemError, .peer = made.peer, .tls = made.tls, .chain = made.chain};
+  const auto failed = [&result](Step step, Finding finding) {
+    result.failed = step;
+    result.finding = std::move(finding);
+    return result;
   };
+  if (made.result == CURLE_OK) return result;
   if (const auto why = refusalOfProxy(made)) {
     return failed(Step::connection, problem("The proxy makes no connection: " + *why, checkProxy));
   }
   if (made.result == CURLE_PEER_FAILED_VERIFICATION) {
-    return failed(Step::security, refusedCertificate(made, address, options));
+    return failed(Step::security, refusedCertificate(made));
   }
   if (!made.isResolved) return failed(Step::resolution, unresolved(made));
   // Whether libcurl reads the certificates before it connects depends on its version.
@@ -172,7 +173,7 @@ Probe probe(const std::string& address, const Options& options) {
 }
 
 bool speaksTLS(const std::string& address, const Options& options) {
-  return attempt(address, options, Trust::none).result == CURLE_OK;
+  return attempt(address, options, Trust::none, Family::any).result == CURLE_OK;
 }
 
 }  // namespace PellixApp

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Doctor/Attempt.h"
 #include "Doctor/Finding.h"
-#include "Options.h"
 
 namespace PellixApp {
 
@@ -11,17 +11,23 @@ enum class Step : std::uint8_t { resolution, connection, security, none };
 /// What a connection to the account's host came to. Nothing was asked for on it.
 struct Probe {
   Step failed = Step::none;
-  Finding finding;                  ///< Of the step that failed.
-  std::string peer;                 ///< Who took the connection: address and port.
-  std::string certificateValidity;  ///< Until when the server's is valid.
+  Finding finding;                 ///< Of the step that failed.
+  long systemError = 0;            ///< What the system said of that, if anything.
+  std::string peer;                ///< Who took the connection: address and port.
+  std::string tls;                 ///< The version; empty if it is not known.
+  std::vector<Certificate> chain;  ///< The server's certificate and those above it, if known.
 };
 
-/// Connects as the library would. A certificate that isn't accepted is looked at over further
-/// connections, which carry nothing.
-[[nodiscard]] Probe probe(const std::string& address, const Options& options);
+/// Connects as the library would, or over one version of IP alone. A certificate that isn't
+/// accepted is looked at over further connections, which carry nothing.
+[[nodiscard]] Probe probe(const std::string& address, const Options& options,
+                          Family family = Family::any);
 
 /// Whether a server at this address, which is one of https, speaks TLS at all.
 [[nodiscard]] bool speaksTLS(const std::string& address, const Options& options);
+
+/// To the minute, in UTC.
+[[nodiscard]] std::string timeText(std::time_t time);
 
 /// Where trusted certificates are read from.
 [[nodiscard]] std::string certificateStore(const Options& options);

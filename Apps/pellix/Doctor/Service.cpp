@@ -77,6 +77,7 @@ class CapturingTransport final : public QuorvelCoreSDK::Transport {
 SettingsReplies fetchSettings(const Account& account) {
   SettingsReplies replies;
   replies.account = fetch(AccountPaths::accountSettings, account);
+  replies.receivedAt = std::time(nullptr);
   // A service that can't be reached is not waited for twice.
   replies.knowledgeBase =
       replies.account.error ? replies.account : fetch(KnowledgePaths::knowledgeSettings, account);

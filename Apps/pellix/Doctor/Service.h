@@ -5,6 +5,7 @@
 #include <QuorvelCoreSDK/Quorvel.h>
 #include <QuorvelCoreSDK/Transport.h>
 
+#include <ctime>
 #include <memory>
 #include <optional>
 
@@ -17,6 +18,7 @@ using Account = std::shared_ptr<QuorvelCoreSDK::Quorvel>;
 struct SettingsReplies {
   QuorvelCoreSDK::TransportReply account;
   QuorvelCoreSDK::TransportReply knowledgeBase;
+  std::time_t receivedAt = 0;  ///< The first.
 };
 
 [[nodiscard]] SettingsReplies fetchSettings(const Account& account);

@@ -9,7 +9,11 @@
 #include <PellixProvidersSDK/PellixSettings.h>
 #include <VeltraneProvidersSDK/LumenoSettings.h>
 
+#include <curl/curl.h>
 #include <fmt/core.h>
+
+#include <charconv>
+#include <cstdlib>
 
 namespace PellixApp {
 namespace {
@@ -117,6 +121,39 @@ Finding checkSettings(Examination& examination) {
                           ? checkAddress
                           : remedyFor(error);
   return problem("There are no account settings: " + error.description(), remedy);
+}
+
+Finding checkProtocol(Examination& examination) {
+  if (!examination.settings) return skipped(unreached);
+  const auto& figures = examination.settings->account.figures;
+  if (!figures || figures->protocol.empty()) return skipped("the account's settings say why");
+  if (figures->protocol == "HTTP/2") return ok("HTTP/2");
+  return ok(
+      fmt::format("{}: {}", figures->protocol,
+                  examination.probe->chain.empty() ? "HTTP/2 takes TLS" : "HTTP/2 is not offered"));
+}
+
+Finding checkClock(Examination& examination) {
+  if (!examination.settings) return skipped(unreached);
+  const auto* const http = dynamic_cast<const PellixPlatform::HTTPURLResponse*>(
+      examination.settings->account.response.get());
+  const auto date = http ? http->valueForHeaderField("Date") : std::nullopt;
+  auto theirs = date ? curl_getdate(std::string(*date).c_str(), nullptr) : -1;
+  if (theirs < 0) return skipped("the service does not tell the time");
+  // A cache tells when it asked for what it kept: RFC 9111, section 4.2.3.
+  const auto age = http->valueForHeaderField("Age").value_or("0");
+  std::int32_t seconds = 0;
+  std::from_chars(age.data(), age.data() + age.size(), seconds);
+  theirs += seconds;
+  const auto ours = examination.settings->receivedAt;
+  constexpr std::time_t most = 60;  // seconds; tokens are seldom allowed more
+  if (std::abs(ours - theirs) <= most) {
+    return ok(fmt::format("{} s from the service's", std::abs(ours - theirs)));
+  }
+  return problem(fmt::format("This machine's clock says {}, the service's {}.", timeText(ours),
+                             timeText(theirs)),
+                 "Set this machine's clock, or have the service's set: tokens and certificates "
+                 "hold for a time.");
 }
 
 Finding checkFeature(Examination& examination) {
