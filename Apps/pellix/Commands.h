@@ -12,7 +12,7 @@ using PellixProvidersSDK::RejectionReason;
 [[nodiscard]] ExitCode ask(const Pellix& pellix, const Options& options);
 
 /// Checks all that a query takes, without anything set up, and says what stands in the way.
-[[nodiscard]] ExitCode doctor(const Options& options);
+[[nodiscard]] ExitCode doctor(Options options);
 
 /// Says whether the feature is enabled.
 [[nodiscard]] ExitCode settings();

@@ -1,7 +1,5 @@
 #include "Host.h"
 
-#include "Timings.h"
-
 #include <QuorvelCoreSDK/QuorvelCoreSDK.h>
 #include <VeltraneProvidersSDK/VeltraneProvidersSDK.h>
 
@@ -12,7 +10,7 @@ namespace PellixApp {
 using PellixProvidersSDK::Pellix;
 using QuorvelCoreSDK::Quorvel;
 
-static std::shared_ptr<const TimingTransport> timings;  // null unless asked for
+static std::shared_ptr<const TimingTransport> timing;
 
 std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> setUpCore(const Options& options) {
   QuorvelCoreSDK::Configuration configuration;
@@ -24,9 +22,9 @@ std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> setUpCore(const O
   if (options.timings) {
     auto transport = QuorvelCoreSDK::makeTransport(configuration.network);
     if (!transport) return std::unexpected(std::move(transport).error());
-    const auto timing = std::make_shared<TimingTransport>(*std::move(transport));
-    configuration.transport = timing;
-    timings = timing;
+    const auto around = std::make_shared<TimingTransport>(*std::move(transport));
+    configuration.transport = around;
+    timing = around;
   }
   return Quorvel::initialize({options.accountUrl, options.applicationId, options.clientId},
                              std::move(configuration));
@@ -45,8 +43,8 @@ std::expected<std::shared_ptr<const Pellix>, PellixPlatform::Error> setUp(const 
   return Pellix::instance();
 }
 
-void printTimings() {
-  if (timings) timings->print();
+const TimingTransport* timings() {
+  return timing.get();
 }
 
 void prepare() {

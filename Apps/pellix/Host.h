@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Options.h"
+#include "Timings.h"
 #include "WaitIndicator.h"
 
 #include <PellixPlatform/DispatchQueue.h>
@@ -24,8 +25,8 @@ setUpCore(const Options& options);
                             PellixPlatform::Error>
 setUp(const Options& options);
 
-/// Writes how long the requests so far took to standard error, if the options ask for that.
-void printTimings();
+/// What the requests so far took; null unless the options ask for that.
+[[nodiscard]] const TimingTransport* timings();
 
 /// Has a connection ready for what the person reports after reading.
 void prepare();

@@ -108,9 +108,18 @@ void TimingTransport::send(QuorvelCoreSDK::TransportRequest request, Completion 
                });
 }
 
-void TimingTransport::print() const {
+std::string TimingTransport::table() const {
   const std::lock_guard lock(requests_->mutex);
-  if (!requests_->all.empty()) fmt::print(stderr, "{}", tableOf(requests_->all));
+  return requests_->all.empty() ? "" : tableOf(requests_->all);
+}
+
+std::optional<TransportFigures> TimingTransport::latest() const {
+  const std::lock_guard lock(requests_->mutex);
+  std::optional<TransportFigures> figures;
+  for (const auto& request : requests_->all) {
+    if (request.figures) figures = request.figures;
+  }
+  return figures;
 }
 
 }  // namespace PellixApp

@@ -22,9 +22,11 @@ class TimingTransport final : public QuorvelCoreSDK::Transport {
   void send(QuorvelCoreSDK::TransportRequest request, Completion completion) override;
   void post(std::function<void()> task) override { inner_->post(std::move(task)); }
 
-  /// Writes a table with a column for each request, in the order of their beginnings, to standard
-  /// error; nothing if there was none.
-  void print() const;
+  /// A table with a column for each request, in the order of their beginnings.
+  [[nodiscard]] std::string table() const;
+
+  /// What the latest request took that has ended.
+  [[nodiscard]] std::optional<QuorvelCoreSDK::TransportFigures> latest() const;
 
  private:
   struct Requests {

@@ -29,15 +29,16 @@ Finding findingOver(Family family, const Examination& examination) {
   if (!examination.probe || examination.probe->failed < Step::security) {
     return findingOf(examination, Step::security, "");
   }
-  const auto made =
+  const auto [failed, finding, made] =
       probe(examination.account->accountDetails().accountUrl(), examination.options, family);
-  if (made.failed == Step::none) return ok(made.peer);
-  if (made.failed == Step::resolution) return skipped("the host has no such address");
+  if (failed == Step::none) return ok(made.peer);
+  const bool isUntried = made.result == CURLE_COULDNT_CONNECT && made.systemError == 0;
+  if (failed == Step::resolution || isUntried) return skipped("the host has no such address");
   if (made.systemError == ENETUNREACH || made.systemError == EADDRNOTAVAIL) {
     return skipped("the host has such an address, but this machine no way to it");
   }
-  if (made.failed == examination.probe->failed) return skipped("it fails as said below");
-  return problem(made.finding.found,
+  if (failed == examination.probe->failed) return skipped("it fails as said below");
+  return problem(finding.found,
                  "Have the host answer over both versions of IP alike, or take the address that "
                  "does not answer out of the name.");
 }
@@ -65,7 +66,8 @@ Finding checkNameResolution(Examination& examination) {
 }
 
 Finding checkConnection(Examination& examination) {
-  return findingOf(examination, Step::connection, examination.probe ? examination.probe->peer : "");
+  return findingOf(examination, Step::connection,
+                   examination.probe ? examination.probe->made.peer : "");
 }
 
 Finding checkIPv4(Examination& examination) {
@@ -81,7 +83,7 @@ Finding checkTLS(Examination& examination) {
     return findingOf(examination, Step::security, "");
   }
   if (!usesTLS(examination)) return skipped("not used: http on loopback");
-  const auto& made = *examination.probe;
+  const auto& made = examination.probe->made;
   auto finding =
       findingOf(examination, Step::security,
                 fmt::format("{}{}valid until {}", made.tls, made.tls.empty() ? "" : ", ",
@@ -91,9 +93,9 @@ Finding checkTLS(Examination& examination) {
 }
 
 Finding checkCertificates(Examination& examination) {
-  if (!examination.probe || examination.probe->chain.empty()) return skipped("none is known");
+  if (!examination.probe || examination.probe->made.chain.empty()) return skipped("none is known");
   std::string found;
-  for (const auto& [subject, issuer, names, from, until] : examination.probe->chain) {
+  for (const auto& [subject, issuer, names, from, until] : examination.probe->made.chain) {
     found += fmt::format("{}{}, issued by {}, until {}", found.empty() ? "" : "; ", subject, issuer,
                          timeText(until));
   }

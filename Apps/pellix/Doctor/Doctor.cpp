@@ -1,6 +1,7 @@
 #include "Commands.h"
 #include "Doctor/Checks.h"
 #include "Doctor/ReportFile.h"
+#include "Host.h"
 #include "Terminal.h"
 
 #include <PellixPlatform/JSONEncoder.h>
@@ -69,7 +70,8 @@ std::string linesFor(const Finding& finding, const Terminal& terminal) {
 
 }  // namespace
 
-ExitCode doctor(const Options& options) {
+ExitCode doctor(Options options) {
+  options.timings = true;
   using namespace QuorvelCoreSDK;
   // What the library would warn of is told by the checks.
   CoreLogger::setLevel(options.verbose ? LogLevel::debug : LogLevel::off);
@@ -86,6 +88,7 @@ ExitCode doctor(const Options& options) {
   }
   report.healthy = std::ranges::none_of(report.checks, &Finding::isProblem);
   if (options.json) fmt::print("{}\n", PellixPlatform::JSONEncoder().encode(report).value());
+  if (timings()) lines += "\n" + timings()->table();
   if (file) file->write(lines, examination);
   return report.healthy ? ExitCode::answered : ExitCode::failed;
 }

@@ -4,7 +4,6 @@
 #include <dlfcn.h>
 #include <expat.h>
 #include <fmt/core.h>
-#include <fmt/ranges.h>
 #include <link.h>
 #include <utf8proc.h>
 
@@ -90,12 +89,12 @@ Finding checkLibraryCopies(Examination&) {
 
 Finding checkDependencies(Examination&) {
   const auto& curl = *curl_version_info(CURLVERSION_NOW);
+  const auto expat = XML_ExpatVersionInfo();
   const auto textOf = [](const char* text) { return text ? text : "none"; };
-  return ok(
-      fmt::format("libcurl {} with {} and nghttp2 {}, expat {}, utf8proc {}, glibc {}; built "
-                  "with " PELLIX_BUILT_WITH,
-                  curl.version, textOf(curl.ssl_version), textOf(curl.nghttp2_version),
-                  XML_ExpatVersion(), utf8proc_version(), gnu_get_libc_version()));
+  return ok(fmt::format(
+      "libcurl {} with {} and nghttp2 {}, expat {}.{}.{}, utf8proc {}, glibc {}; built with {}",
+      curl.version, textOf(curl.ssl_version), textOf(curl.nghttp2_version), expat.major,
+      expat.minor, expat.micro, utf8proc_version(), gnu_get_libc_version(), PELLIX_BUILT_WITH));
 }
 
 }  // namespace PellixApp

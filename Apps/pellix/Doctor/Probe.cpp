@@ -150,14 +150,10 @@ Probe probe(const std::string& address, const Options& options, Family family) {
     // A handshake that failed shows none; this one goes on to look, and carries nothing.
     made.chain = attempt(address, options, Trust::none, family).chain;
   }
-  Probe result{
-      .systemError = made.systemError, .peer = made.peer, .tls = made.tls, .chain = made.chain};
-  const auto failed = [&result](Step step, Finding finding) {
-    result.failed = step;
-    result.finding = std::move(finding);
-    return result;
+  if (made.result == CURLE_OK) return {.made = made};
+  const auto failed = [&made](Step step, Finding finding) {
+    return Probe{.failed = step, .finding = std::move(finding), .made = made};
   };
-  if (made.result == CURLE_OK) return result;
   if (const auto why = refusalOfProxy(made)) {
     return failed(Step::connection, problem("The proxy makes no connection: " + *why, checkProxy));
   }

@@ -11,11 +11,8 @@ enum class Step : std::uint8_t { resolution, connection, security, none };
 /// What a connection to the account's host came to. Nothing was asked for on it.
 struct Probe {
   Step failed = Step::none;
-  Finding finding;                 ///< Of the step that failed.
-  long systemError = 0;            ///< What the system said of that, if anything.
-  std::string peer;                ///< Who took the connection: address and port.
-  std::string tls;                 ///< The version; empty if it is not known.
-  std::vector<Certificate> chain;  ///< The server's certificate and those above it, if known.
+  Finding finding;  ///< Of the step that failed.
+  Attempt made;     ///< With the chain also if that was not accepted.
 };
 
 /// Connects as the library would, or over one version of IP alone. A certificate that isn't

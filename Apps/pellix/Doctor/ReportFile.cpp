@@ -36,7 +36,10 @@ std::string withoutPrivateParts(std::string text, const Examination& examination
   if (examination.account) {
     const auto& address = examination.account->accountDetails().accountUrl();
     const auto path = address.find('/', address.find("://") + 3);
-    if (path != address.npos) replaceAll(text, address, address.substr(0, path) + "/...");
+    if (path != address.npos) {
+      replaceAll(text, address, address.substr(0, path) + "/...");
+      replaceAll(text, address.substr(path) + "/", "/.../");
+    }
   }
   if (const char* const home = std::getenv("HOME"); home && std::string_view(home).size() > 1) {
     replaceAll(text, home, "~");

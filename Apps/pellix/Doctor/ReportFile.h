@@ -15,7 +15,7 @@ class ReportFile {
   /// Throws std::system_error, as `write` does.
   explicit ReportFile(const std::filesystem::path& path);
 
-  /// Writes what was found, in the lines that a terminal shows.
+  /// Writes what was found, as a terminal shows it.
   void write(const std::string& lines, const Examination& examination);
 
  private:

@@ -1,5 +1,6 @@
 #include "Doctor/Checks.h"
 #include "Failure.h"
+#include "Host.h"
 #include "Printable.h"
 
 #include <PellixPlatform/JSONDecoder.h>
@@ -125,12 +126,12 @@ Finding checkSettings(Examination& examination) {
 
 Finding checkProtocol(Examination& examination) {
   if (!examination.settings) return skipped(unreached);
-  const auto& figures = examination.settings->account.figures;
+  const auto figures = timings()->latest();
   if (!figures || figures->protocol.empty()) return skipped("the account's settings say why");
   if (figures->protocol == "HTTP/2") return ok("HTTP/2");
-  return ok(
-      fmt::format("{}: {}", figures->protocol,
-                  examination.probe->chain.empty() ? "HTTP/2 takes TLS" : "HTTP/2 is not offered"));
+  return ok(fmt::format(
+      "{}: {}", figures->protocol,
+      examination.probe->made.chain.empty() ? "HTTP/2 takes TLS" : "HTTP/2 is not offered"));
 }
 
 Finding checkClock(Examination& examination) {
