@@ -112,7 +112,8 @@ TEST_F(CommandLine, ReportsOnAnEarlierAnswer) {
 }
 
 TEST_F(CommandLine, SaysWhatItCouldNotWrite) {
-  for (const std::string rest : {"ask q >/dev/full", "doctor --json >/dev/full", "ask q >&-"}) {
+  for (const std::string rest :
+       {"ask q >/dev/full", "doctor --json >/dev/full", "doctor --report /dev/full", "ask q >&-"}) {
     const auto outcome = pellix({"-c", "exec " PELLIX_PROGRAM " " + rest}, {}, "", "/bin/sh");
     EXPECT_EQ(outcome.exitCode, 1) << rest;
     EXPECT_THAT(outcome.errors, StartsWith("pellix: cannot write"));

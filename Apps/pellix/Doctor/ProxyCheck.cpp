@@ -20,7 +20,8 @@ std::string_view valueOf(const char* variable) {
 std::string withoutUser(std::string_view address) {
   const std::string text(address.contains("://") ? "" : "http://");
   const auto url = PellixPlatform::URL::parse(text + std::string(address));
-  if (!url) return "an address that can't be read";
+  const bool isWhole = url && !url->scheme().empty() && !url->host().empty();
+  if (!isWhole) return "an address that can't be read";
   const auto& whole = url->string();
   const auto begin = whole.find("://") + 3;
   const auto end = std::min(whole.find_first_of("/?#", begin), whole.size());

@@ -26,7 +26,6 @@ std::string systemName() {
 }
 
 void replaceAll(std::string& text, const std::string& what, std::string_view with) {
-  if (what.empty()) return;
   for (auto at = text.find(what); at != text.npos; at = text.find(what, at + with.size())) {
     text.replace(at, what.size(), with);
   }
@@ -35,10 +34,12 @@ void replaceAll(std::string& text, const std::string& what, std::string_view wit
 std::string withoutPrivateParts(std::string text, const Examination& examination) {
   if (examination.account) {
     const auto& address = examination.account->accountDetails().accountUrl();
-    const auto path = address.find('/', address.find("://") + 3);
-    if (path != address.npos) {
-      replaceAll(text, address, address.substr(0, path) + "/...");
-      replaceAll(text, address.substr(path) + "/", "/.../");
+    const auto origin = address.substr(0, address.find('/', address.find("://") + 3));
+    auto path = address.substr(origin.size());
+    path.erase(path.find_last_not_of('/') + 1);
+    if (!path.empty()) {
+      replaceAll(text, address, origin + "/...");
+      replaceAll(text, path + "/", "/.../");
     }
   }
   if (const char* const home = std::getenv("HOME"); home && std::string_view(home).size() > 1) {
@@ -56,8 +57,11 @@ std::string withoutPrivateParts(std::string text, const Examination& examination
 
 ReportFile::ReportFile(const std::filesystem::path& path)
     : path_(path), file_(std::fopen(path.c_str(), "we"), std::fclose) {
-  if (!file_)
-    throw std::system_error(errno, std::generic_category(), "cannot write to " + path.native());
+  if (!file_) fail();
+}
+
+void ReportFile::fail() const {
+  throw std::system_error(errno, std::generic_category(), "cannot write to " + path_.native());
 }
 
 void ReportFile::write(const std::string& lines, const Examination& examination) {
@@ -66,7 +70,7 @@ void ReportFile::write(const std::string& lines, const Examination& examination)
                   systemName(), withoutPrivateParts(lines, examination));
   std::fputs(text.c_str(), file_.get());
   if (std::fclose(file_.release()) == 0) return;
-  throw std::system_error(errno, std::generic_category(), "cannot write to " + path_.native());
+  fail();
 }
 
 }  // namespace PellixApp

@@ -19,6 +19,8 @@ class ReportFile {
   void write(const std::string& lines, const Examination& examination);
 
  private:
+  [[noreturn]] void fail() const;
+
   const std::filesystem::path path_;
   std::unique_ptr<std::FILE, int (*)(std::FILE*)> file_;
 };
