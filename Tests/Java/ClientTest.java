@@ -17,6 +17,7 @@ import java.util.concurrent.BlockingQueue;
 import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.CompletionException;
 import java.util.concurrent.CountDownLatch;
+import java.util.concurrent.Executor;
 import java.util.concurrent.ExecutorService;
 import java.util.concurrent.Executors;
 import java.util.concurrent.LinkedBlockingQueue;
@@ -105,6 +106,11 @@ public final class ClientTest {
     expectOutcome("com.quorvel.core 15", none, client -> client.maxResponseBytes(1000));
 
     Service service = new Service();
+    PellixClient ready = service.client().open();
+    ready.prepare();
+    ready.close();
+    assertThrows(IllegalStateException.class, ready::prepare);
+    assertTrue(service.record().contains("\"settings\":1"));
     try (PellixClient client = service.client().open()) {
       client.ask(question).join();
       service.close();
@@ -148,8 +154,24 @@ public final class ClientTest {
       });
       assertEquals("com.pellix.providers", result.join());
       assertEquals("of a callback", uncaught.take().getMessage());
-      pool.shutdown(); // what comes now, comes where the library has it
-      assertTrue(client.ask(question).join().deflectionArticles().size() > 1);
+    }
+    pool.shutdown();
+    // As one does that is shut down: drops what it has taken, then takes no more. What comes then,
+    // comes where the library has it.
+    CompletableFuture<Runnable> dropped = new CompletableFuture<>();
+    Executor gone = task -> {
+      if (!dropped.complete(task)) throw new IllegalStateException("gone");
+    };
+    try (Service service = new Service(); PellixClient client = service.client().executor(gone).open()) {
+      CompletableFuture<DeflectionResponse> first = client.ask(question);
+      dropped.join();
+      CompletableFuture<PellixException> second = new CompletableFuture<>();
+      client.ask(question, gone, (answer, error) -> {
+        client.close(); // does not wait for itself
+        second.complete(error);
+      });
+      assertEquals(null, second.join());
+      assertTrue(first.join().deflectionArticles().size() > 1);
     }
     try (Service service = new Service();
         PellixClient client = service.client().token(ClientTest::fail).open()) {

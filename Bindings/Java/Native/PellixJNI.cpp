@@ -298,7 +298,14 @@ void Java_com_pellix_Library_close(JNIEnv*, jclass, jlong milliseconds) {
   QVLMainQueue_setWakeHook(nullptr, nullptr, nullptr);
 }
 
+void Java_com_pellix_Library_prepare(JNIEnv*, jclass) {
+  auto* const quorvel = QVLQuorvel_instance();
+  QVLQuorvel_prepare(quorvel);
+  QVLRelease(quorvel);
+}
+
 void Java_com_pellix_Library_waitUntilIdle(JNIEnv*, jclass, jlong milliseconds) {
+  if (pthread_getspecific(attached)) return;  // the library's own thread: it would wait for itself
   auto* const quorvel = QVLQuorvel_instance();
   QVLQuorvel_waitUntilIdle(quorvel, milliseconds);
   QVLRelease(quorvel);

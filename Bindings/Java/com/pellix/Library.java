@@ -81,7 +81,8 @@ final class Library {
   static native long open(byte[] accountUrl, long configuration, byte[] localeOverride,
       MainQueue queue, int logLevel);
   static native void close(long milliseconds);
-  static native void waitUntilIdle(long milliseconds);
+  static native void prepare();
+  static native void waitUntilIdle(long milliseconds); // not on the library's thread
   static native PellixException lastSettingsFailure();
   static native void runPending();
   static native void release(long handle);

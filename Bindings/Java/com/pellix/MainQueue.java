@@ -5,18 +5,19 @@ import java.util.concurrent.ConcurrentLinkedQueue;
 import java.util.concurrent.Executor;
 import java.util.concurrent.ExecutorService;
 import java.util.concurrent.Executors;
-import java.util.concurrent.RejectedExecutionException;
-import java.util.concurrent.atomic.AtomicInteger;
+import java.util.concurrent.atomic.AtomicBoolean;
 
 /**
- * Runs the library's main queue on an executor, and what comes of it. The host's code never runs
- * within a callback of the library, so it may do there what it likes: close, exit, throw, block.
+ * Runs the library's main queue on an executor, and what comes of it. The host's code does not run
+ * within a callback of the library, so it may do there what it likes: close, exit, throw, block. Only
+ * an executor that refuses a run, or runs it at once, has it there.
  */
 final class MainQueue {
   private final ExecutorService own; // null if the host has given one
   private final Executor executor;
   private final Queue<Runnable> endings = new ConcurrentLinkedQueue<>();
-  private final AtomicInteger wakes = new AtomicInteger();
+  private final AtomicBoolean isWanted = new AtomicBoolean();
+  private final AtomicBoolean isRunning = new AtomicBoolean();
   private volatile boolean isOver;
 
   MainQueue(Executor hosts) {
@@ -34,9 +35,17 @@ final class MainQueue {
     wake();
   }
 
-  /** One run is under way at a time, whatever the executor is. */
   void wake() {
-    if (wakes.getAndIncrement() == 0) execute(executor, this::run);
+    if (!isWanted.getAndSet(true)) submit();
+  }
+
+  /** The executor may have dropped a run: one that is shut down does. */
+  void wakeAgain() {
+    if (isWanted.get()) submit();
+  }
+
+  private void submit() {
+    if (!isRunning.get()) execute(executor, this::run);
   }
 
   /** By one thread at a time; an earlier client's may not have ended. */
@@ -46,13 +55,17 @@ final class MainQueue {
     }
   }
 
+  /** One run is under way at a time, whatever the executor is; it sees what comes meanwhile. */
   private void run() {
-    int seen;
-    do {
-      seen = wakes.get();
-      runPending();
-      for (Runnable ending; (ending = endings.poll()) != null;) guarded(ending);
-    } while (wakes.addAndGet(-seen) != 0);
+    while (isWanted.get() && isRunning.compareAndSet(false, true)) {
+      isWanted.set(false);
+      try {
+        runPending();
+        for (Runnable ending; (ending = endings.poll()) != null;) guarded(ending);
+      } finally {
+        isRunning.set(false);
+      }
+    }
   }
 
   /** What is added from now on never runs. */
@@ -62,14 +75,15 @@ final class MainQueue {
 
   /** What waits still runs. */
   void close() {
+    if (!isOver) wakeAgain();
     if (own != null) own.shutdown();
   }
 
-  /** On this thread if the executor does not take any more. */
+  /** On this thread if the executor does not take any more, in whatever way it says so. */
   static void execute(Executor executor, Runnable task) {
     try {
       executor.execute(() -> guarded(task));
-    } catch (RejectedExecutionException refused) {
+    } catch (RuntimeException | Error refused) {
       guarded(task);
     }
   }
@@ -80,7 +94,11 @@ final class MainQueue {
       task.run();
     } catch (Throwable thrown) {
       Thread thread = Thread.currentThread();
-      thread.getUncaughtExceptionHandler().uncaughtException(thread, thrown);
+      try {
+        thread.getUncaughtExceptionHandler().uncaughtException(thread, thrown);
+      } catch (Throwable ignored) {
+        // So does Java.
+      }
     }
   }
 }

@@ -87,6 +87,16 @@ public final class PellixClient implements AutoCloseable {
     return Library.version();
   }
 
+  /**
+   * Gets ready, in the background, for what a person is about to ask, and returns at once. To be
+   * called when a help screen opens: the first question costs one round trip then. If it fails, there
+   * is one line in the log.
+   */
+  public void prepare() {
+    requireOpen();
+    Library.prepare();
+  }
+
   /** Asks for articles that may answer a person's question, which is sent as it is. */
   public CompletableFuture<DeflectionResponse> ask(String question) {
     byte[] text = Library.utf8(question, "question");
@@ -145,7 +155,9 @@ public final class PellixClient implements AutoCloseable {
 
   /**
    * Waits for so long at most until nothing is under way, votes included; what is left then ends
-   * silently. Does nothing if the client is closed. Not for token suppliers and loggers.
+   * silently. Does nothing if the client is closed. Where a result has come on the library's own
+   * thread, for want of an executor that takes it, nothing is waited for. Not for token suppliers and
+   * loggers.
    */
   public void close(Duration limit) {
     close(milliseconds(limit, "limit"), 10_000);
@@ -182,6 +194,7 @@ public final class PellixClient implements AutoCloseable {
 
   private <T> CompletableFuture<T> start(LongFunction<T> wrap, Consumer<Pending<T>> begin) {
     requireOpen();
+    queue.wakeAgain();
     Pending<T> pending = new Pending<>(queue, wrap);
     begin.accept(pending);
     return pending.future;
@@ -293,7 +306,10 @@ public final class PellixClient implements AutoCloseable {
       return choose(configuration -> Library.setPreferredLanguages(bytes));
     }
 
-    /** Where results come, one at a time; a loop of the host's own, for instance. */
+    /**
+     * Where results come, one at a time; a loop of the host's own, for instance. If it throws, they
+     * come on the thread that has them.
+     */
     public Builder executor(Executor executor) {
       this.executor = Objects.requireNonNull(executor, "executor");
       return this;
