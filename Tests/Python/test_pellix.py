@@ -15,7 +15,7 @@ import urllib.request
 from unittest import mock
 
 import pellix
-from pellix import CoreError, DecodingError, RejectionReason, _library
+from pellix import CoreError, DecodingError, RejectionReason, _host, _library
 from service import TOKEN, answering
 
 NOBODY = "http://127.0.0.1:1"
@@ -26,6 +26,11 @@ live_references = _library.function("QVLLiveReferences", _library.c_size_t)
 def reported(response, index):
     return (response.deflection.deflection_id, response.deflection_articles[index].article_id,
             response.interaction_access_token)
+
+
+def recorded(url):
+    with urllib.request.urlopen(f"{url}/demo/record") as record:
+        return json.load(record)
 
 
 class Endings(unittest.TestCase):
@@ -45,8 +50,7 @@ class Endings(unittest.TestCase):
                 resolved = client.resolve(*reported(response, 0))
                 rejected = client.reject(*reported(response, 1), RejectionReason.REASON_2)
             again = asyncio.run(ask(url))
-            with urllib.request.urlopen(f"{url}/demo/record") as record:
-                record = json.load(record)
+            record = recorded(url)
         first, second, *_ = articles = response.deflection_articles
         self.assertEqual([each["article_id"] for each in record["votes"]],  # close waited for them
                          [first.article_id] * 2)
@@ -55,6 +59,7 @@ class Endings(unittest.TestCase):
         self.assertIn("Content-Type", resolved.response.all_header_fields)
         self.assertIn(str(first.article_id).encode(), resolved.data)
         self.assertIsNone(rejected.data)
+        self.assertRaises(TypeError, copy.deepcopy, client)
 
         self.assertEqual(again.deflection_articles, articles)
         self.assertEqual({*again.deflection_articles}, {*articles})
@@ -85,6 +90,10 @@ class Endings(unittest.TestCase):
 
     def test_offline(self):
         with answering() as url:
+            client = pellix.Client(url, token=TOKEN)
+            client.prepare()
+            client.close()
+            self.assertEqual(recorded(url)["requests"]["settings"], 1)
             client = pellix.Client(url, token=TOKEN)
             client.ask("?")
         with client:
@@ -132,6 +141,7 @@ class Misuse(unittest.TestCase):
                     (RuntimeError, pellix.Client, NOBODY)):
                 self.assertRaises(kind, call, *arguments)
         self.assertRaises(pellix.ClosedError, client.ask, "?")
+        self.assertRaises(pellix.ClosedError, client.prepare)
         client.close()
         for kind, options in (
                 (TypeError, {"token": 1}), (UnicodeError, {"token": "\ud800"}),
@@ -190,9 +200,22 @@ class Stress(unittest.TestCase):
                 random.shuffle(kept)
                 while kept:
                     kept.pop()
+        class Owner:
+            def __init__(self):
+                self.client = pellix.Client(NOBODY, token=self.token)
+
+            def token(self):
+                return TOKEN
+
+        Owner()
         del client
         gc.collect()
         self.assertEqual(live_references(), 0)
+        client = pellix.Client(NOBODY)  # nobody refers to the one before
+        with (mock.patch.object(_host, "_shut_down", side_effect=KeyboardInterrupt),
+              self.assertRaises(KeyboardInterrupt)):
+            client.close()
+        pellix.Client(NOBODY).close()
 
 
 if __name__ == "__main__":

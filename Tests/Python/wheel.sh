@@ -33,5 +33,7 @@ export PELLIX_ACCOUNT_URL=${line##* } PELLIX_TOKEN=a-token
 grep -q password <<<"$(environment/bin/python "$program" "I forgot my password")"
 PELLIX_TOKEN=wrong environment/bin/python "$program" "Password" 2>said && exit 1
 grep -q 'com.pellix.providers (401): Unauthorized' said
-PELLIX_LIBRARY=/none environment/bin/python "$program" "Password" 2>said && exit 1
-grep -q '^ImportError: .*PELLIX_LIBRARY' said
+for library in /none libc.so.6; do
+  PELLIX_LIBRARY=$library environment/bin/python "$program" "Password" 2>said && exit 1
+  grep -q '^ImportError: ' said
+done

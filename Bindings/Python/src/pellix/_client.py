@@ -2,7 +2,8 @@
 import asyncio
 import itertools
 import os
-from collections.abc import Callable, Sequence
+import weakref
+from collections.abc import Callable
 from concurrent.futures import Future
 from ctypes import POINTER, byref, c_bool, c_char_p, c_int64, c_size_t, c_void_p
 from types import TracebackType
@@ -24,6 +25,7 @@ def _limit(name: str, of: Any = c_int64) -> Callable[..., Any]:
     return _option(name, of, result=None)
 
 
+_prepare = function("QVLQuorvel_prepare", c_bool, c_void_p)
 _make_configuration = function("QVLQuorvelConfiguration_init", c_void_p)
 _set_token = _option("setToken", *TEXT)
 _set_supplier = _option("setTokenSupplier", *CALLBACK)
@@ -59,17 +61,19 @@ _OPTIONS: dict[str, tuple[Callable[[Any, str], Any], Callable[..., Any]]] = {
 }
 
 _numbers = itertools.count(1)
-_suppliers: dict[int, TokenSupplier] = {}
+# A supplier may know its client, which is not to stay for that.
+_clients: "weakref.WeakValueDictionary[int, Client]" = weakref.WeakValueDictionary()
 
 
 @_library.callback(c_void_p, c_void_p)
 def _supply(receiver: int, number: int) -> None:
-    token = _suppliers[number]()
+    supplier = getattr(_clients.get(number), "_supplier", None)
+    token = None if supplier is None else supplier()
     if token is not None:
         _hand_over(receiver, *text(token, "The supplied token"))
 
 
-class Client:
+class Client(_library.OfProcess):
     """Asks an account's answer service, and reports which article resolved a question.
 
     One class for both worlds: entered by `with`, its operations wait for their results; entered by
@@ -85,7 +89,7 @@ class Client:
 
     def __init__(self, account_url: str, *, token: str | TokenSupplier | None = None,
                  lumeno_locale_override: str | None = None,
-                 preferred_languages: Sequence[str] | None = None,
+                 preferred_languages: list[str] | tuple[str, ...] | None = None,
                  certificate_authorities: str | os.PathLike[str] | None = None,
                  proxy: str | None = None, ignore_proxy_environment: bool | None = None,
                  connect_timeout: float | None = None, request_timeout: float | None = None,
@@ -116,7 +120,8 @@ class Client:
                 if callable(token):
                     # The library would release it at any time and on any thread, which could be
                     # while the interpreter goes.
-                    _suppliers[self._number] = token
+                    self._supplier = token
+                    _clients[self._number] = self
                     _set_supplier(configuration, _supply, self._number, None)
                 _set_languages(languages, len(languages or ()))
                 self._set_up(address, configuration, override)
@@ -158,6 +163,16 @@ class Client:
         return _host.start(self, PellixDispatcherResponse, _reject, self._provider, *report,
                            reason)
 
+    def prepare(self) -> None:
+        """Gets ready, in the background, for what a person is about to ask, and returns at once.
+
+        To be called when a help screen opens: the first question costs one round trip then. If it
+        fails, there is one line in the log.
+        """
+        with _host.calling(self):
+            if not _prepare(self._quorvel):
+                raise MemoryError
+
     def ask(self, question: str) -> DeflectionResponse:
         """Asks for articles that may answer a person's question, which is sent as it is.
 
@@ -181,7 +196,6 @@ class Client:
         Closing again does nothing. Not for token suppliers and handlers of the log.
         """
         _host.vacate(self, self._quorvel, timeout)
-        _suppliers.pop(self._number, None)
 
     def __enter__(self) -> "Client":
         return self
@@ -206,6 +220,10 @@ class AsyncClient:
 
     def __init__(self, client: Client) -> None:
         self._client = client
+
+    def prepare(self) -> None:
+        """See `Client.prepare`. There is nothing to await."""
+        self._client.prepare()
 
     async def ask(self, question: str) -> DeflectionResponse:
         """See `Client.ask`."""

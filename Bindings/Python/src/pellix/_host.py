@@ -14,6 +14,7 @@ import itertools
 import logging
 import os
 import threading
+import time
 import weakref
 from collections.abc import Callable, Iterator
 from concurrent.futures import Future, wait
@@ -124,20 +125,32 @@ def occupy(client: object) -> None:
 def vacate(client: object, quorvel: Handle | None, timeout: float) -> None:
     """Makes way for another client. What is under way after the timeout ends without an answer."""
     global _client
-    limit = _library.milliseconds(timeout, "timeout")
+    _library.milliseconds(timeout, "timeout")
+    end = time.monotonic() + timeout
     with _state:
         if _client is None or _client() is not client:
             return
         _client = weakref.ref(vacate)  # nobody's meanwhile
-        _state.wait_for(lambda: _calls == 0, LONGEST_END)
+    # A handler of signals may raise, here and there; the client is closed even so.
     try:
+        with _state:
+            _state.wait_for(lambda: _calls == 0, LONGEST_END)
         begun = [operation for operation, _ in list(_operations.values())]
         if quorvel and not wait(begun, timeout).not_done:
-            _wait_until_idle(quorvel, limit)  # votes have no callback of ours
+            _wait_in_turns(end, _wait_until_idle, quorvel)  # votes have no callback of ours
     finally:
-        _shut_down(_LIMIT)
-        with _state:
-            _client = None
+        try:
+            _wait_in_turns(time.monotonic() + LONGEST_END, _shut_down)
+        finally:
+            with _state:
+                _client = None
+
+
+def _wait_in_turns(end: float, call: Callable[..., bool], *arguments: Any) -> None:
+    """Has the library wait, but leaves it again and again, for the handlers of signals."""
+    while not call(*arguments, max(0, min(100, round(1000 * (end - time.monotonic()))))):
+        if time.monotonic() >= end:
+            break
 
 
 @atexit.register

@@ -1,9 +1,9 @@
 """The C interface, loaded and declared, and what is checked before anything goes down to it."""
 import ctypes
 import os
-from collections.abc import Callable, Sequence
+from collections.abc import Callable
 from ctypes import CFUNCTYPE, POINTER, c_char_p, c_int, c_int64, c_size_t, c_void_p
-from typing import Any
+from typing import Any, NoReturn
 
 ABI_VERSION = 1
 
@@ -17,7 +17,11 @@ except OSError as error:
 
 def function(name: str, result: Any, *arguments: Any) -> Callable[..., Any]:
     """A function of the library, which may be called without the interpreter's lock."""
-    found = getattr(_library, name)
+    try:
+        found = getattr(_library, name)
+    except AttributeError as error:
+        raise ImportError(f"The library is another one, or an older one ({error}).",
+                          path=_name) from error
     found.restype, found.argtypes = result, arguments
     return found  # type: ignore[no-any-return]
 
@@ -48,7 +52,16 @@ def version() -> str:
     return characters.value.decode()
 
 
-class Handle:
+class OfProcess:
+    """What is neither copied nor taken to another process."""
+
+    __slots__ = ()
+
+    def __reduce__(self) -> NoReturn:
+        raise TypeError(f"{type(self).__name__} belongs to its process and can't be pickled")
+
+
+class Handle(OfProcess):
     """One reference to an object of the library, given back when Python lets go of this."""
 
     __slots__ = ("_as_parameter_", "__weakref__")
@@ -126,7 +139,7 @@ def path(value: str | os.PathLike[str], name: str) -> tuple[bytes, int]:
     return encoded, len(encoded)
 
 
-def texts(values: Sequence[str], name: str) -> ctypes.Array[c_char_p]:
+def texts(values: list[str] | tuple[str, ...], name: str) -> ctypes.Array[c_char_p]:
     """Texts that end at a NUL. One text is no list of its letters."""
     checked = _of_type(values, name, list, tuple)
     encoded = [without_nul(text(each, name)[0], name) for each in checked]

@@ -3,7 +3,7 @@ from collections.abc import Callable, Mapping
 from ctypes import c_bool, c_double, c_int64, c_size_t, c_void_p
 from enum import IntEnum
 from types import MappingProxyType
-from typing import Any, ClassVar, Generic, NoReturn, Self, TypeVar, overload
+from typing import Any, ClassVar, Generic, Never, NoReturn, Self, TypeVar, overload
 
 from . import _library
 from ._library import Handle, bytes_function, function, text_function
@@ -61,9 +61,6 @@ class Record(Handle):
     def __deepcopy__(self, memo: object) -> Self:
         return self
 
-    def __reduce__(self) -> NoReturn:
-        raise TypeError(f"{type(self).__name__} belongs to its process and can't be pickled")
-
 
 class Field(Generic[T]):
     """A property, read from the library's object by the function of that name."""
@@ -84,7 +81,7 @@ class Field(Generic[T]):
     def __get__(self, record: Record | None, owner: type[Record]) -> Self | T:
         return self if record is None else self._read(record)
 
-    def __set__(self, record: Record, value: object) -> NoReturn:
+    def __set__(self, record: Record, value: Never) -> NoReturn:
         raise AttributeError(f"{type(record).__name__} is immutable")
 
 
