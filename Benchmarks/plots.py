@@ -1,9 +1,12 @@
-"""Draws measured points as SVG files, on logarithmic axes unless a value is not positive."""
+"""Draws measured figures as SVG files: points on two axes, both logarithmic unless a value is not
+positive, and bars from zero."""
 
 import math
 import os
 
-WIDTH, HEIGHT, LEFT, RIGHT, TOP, BOTTOM = 560, 340, 76, 20, 36, 44
+WIDTH, HEIGHT, LEFT, RIGHT, TOP, BOTTOM = 560, 340, 76, 32, 36, 44
+BAR_LEFT, BAR_RIGHT, BAR = 190, 64, 18
+OURS, THEIRS = "#06c", "#aab"
 
 # Name of the points, title, names of the axes.
 PLOTS = [
@@ -14,46 +17,128 @@ PLOTS = [
     ("decode_us_over_body_bytes", "Decoding: size of one body", "bytes", "µs"),
 ]
 
+# Name of the bars, title, unit and what is better.
+CHARTS = [
+    ("e2e_latency_us", "Latency, one question at a time", "µs, less is better"),
+    ("e2e_per_second_16", "Throughput, 16 questions in flight", "a second, more is better"),
+    ("e2e_cpu_us_1", "Processor time for a question, one at a time", "µs, less is better"),
+    ("e2e_cpu_us_16", "Processor time for a question, 16 in flight", "µs, less is better"),
+    ("decode_mb_per_second", "Decoding replies", "MB a second, more is better"),
+]
 
-def axis(values, begin, end):
-    """Maps values to places, and lists ticks as pairs of value and place."""
-    if min(values) > 0:
+# Of bars and their groups, where they don't speak for themselves.
+NAMES = {
+    "ours": "this library",
+    "expert": "by hand: libcurl, simdjson",
+    "multi": "libcurl alone, unread",
+    "easy": "libcurl easy, nlohmann",
+    "libsoup": "libsoup, json-glib",
+    "qt": "Qt Network",
+    "beast": "Boost.Beast, Boost.JSON",
+    "httplib": "cpp-httplib, nlohmann",
+    "rapidjson": "RapidJSON",
+    "HTTP/1.1": "HTTP/1.1 in the clear",
+    "HTTP/2": "HTTP/2 over TLS",
+    "three_4k": "three articles of 4 KB",
+    "hundred_8k": "a hundred of 8 KB",
+    "three_tiny": "three tiny ones",
+    "japanese": "in Japanese",
+    "japanese_escaped": "in Japanese, escaped",
+    "html_escaped": "brackets escaped",
+}
+
+
+def number(value, step):
+    """As all numbers of an axis with such steps are written: never with an exponent."""
+    return f"{value:,.{max(0, -math.floor(math.log10(step)))}f}"
+
+
+def linear_ticks(low, high):
+    """Some five round numbers from at most `low` to at least `high`, and the step between them."""
+    rough = (high - low) / 5 or 1
+    power = 10.0 ** math.floor(math.log10(rough))
+    step = next(power * factor for factor in (1, 2, 5, 10) if power * factor >= rough)
+    first, last = math.floor(low / step), math.ceil(high / step)
+    return [i * step for i in range(first, max(last, first + 1) + 1)], step
+
+
+def axis(values, begin, end, is_logarithmic):
+    """Maps values to places, and lists ticks as pairs of text and place."""
+    if is_logarithmic:
         low, high = math.floor(math.log10(min(values))), math.ceil(math.log10(max(values)))
         high = max(high, low + 1)
         place = lambda v: begin + (end - begin) * (math.log10(v) - low) / (high - low)
-        ticks = [10.0**i for i in range(low, high + 1)]
+        powers = [10.0**i for i in range(low, high + 1)]
+        ticks = [(number(power, min(power, 1)), power) for power in powers]
     else:
-        low, high = min(values), max(*values, min(values) + 1)
-        place = lambda v: begin + (end - begin) * (v - low) / (high - low)
-        ticks = [low + (high - low) * i / 4 for i in range(5)]
-    return place, [(tick, place(tick)) for tick in ticks]
+        values, step = linear_ticks(min(values), max(values))
+        place = lambda v: begin + (end - begin) * (v - values[0]) / (values[-1] - values[0])
+        ticks = [(number(value, step), value) for value in values]
+    return place, [(name, place(tick)) for name, tick in ticks]
 
 
-def svg(points, title, x_name, y_name):
-    bottom, right = HEIGHT - BOTTOM, WIDTH - RIGHT
-    x_of, x_ticks = axis([x for x, _ in points], LEFT, right)
-    y_of, y_ticks = axis([y for _, y in points], bottom, TOP)
-    text = lambda x, y, anchor, what: (
-        f'<text x="{x:.1f}" y="{y:.1f}" text-anchor="{anchor}">{what}</text>')
-    line = lambda x1, y1, x2, y2: f'<path d="M{x1:.1f} {y1:.1f}L{x2:.1f} {y2:.1f}" stroke="#ddd"/>'
-    parts = [text(LEFT, 20, "start", f"<tspan font-weight='bold'>{title}</tspan> ({y_name})"),
-             text(right, HEIGHT - 8, "end", x_name)]
-    for tick, x in x_ticks:
-        parts += [line(x, TOP, x, bottom), text(x, bottom + 16, "middle", f"{tick:,.4g}")]
-    for tick, y in y_ticks:
-        parts += [line(LEFT, y, right, y), text(LEFT - 6, y + 4, "end", f"{tick:,.4g}")]
-    places = [(x_of(x), y_of(y)) for x, y in points]
-    path = "L".join(f"{x:.1f} {y:.1f}" for x, y in places)
-    parts.append(f'<path d="M{path}" fill="none" stroke="#06c" stroke-width="2"/>')
-    parts += [f'<circle cx="{x:.1f}" cy="{y:.1f}" r="3" fill="#06c"/>' for x, y in places]
-    return (f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {WIDTH} {HEIGHT}" '
+def text(x, y, anchor, what, style=""):
+    return f'<text x="{x:.1f}" y="{y:.1f}" text-anchor="{anchor}"{style}>{what}</text>'
+
+
+def line(x1, y1, x2, y2):
+    return f'<path d="M{x1:.1f} {y1:.1f}L{x2:.1f} {y2:.1f}" stroke="#ddd"/>'
+
+
+def heading(x, title, unit):
+    return text(x, 20, "start", f"<tspan font-weight='bold'>{title}</tspan> ({unit})")
+
+
+def document(height, parts):
+    return (f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {WIDTH} {height:.0f}" '
             f'font-family="sans-serif" font-size="12"><rect width="100%" height="100%" '
             f'fill="#fff"/>\n' + "\n".join(parts) + "\n</svg>\n")
 
 
-def draw_all(points, directory):
+def plot(points, title, x_name, y_name):
+    bottom, right = HEIGHT - BOTTOM, WIDTH - RIGHT
+    is_logarithmic = min(map(min, points)) > 0
+    x_of, x_ticks = axis([x for x, _ in points], LEFT, right, is_logarithmic)
+    y_of, y_ticks = axis([y for _, y in points], bottom, TOP, is_logarithmic)
+    parts = [heading(LEFT, title, y_name), text(right, HEIGHT - 8, "end", x_name)]
+    for name, x in x_ticks:
+        parts += [line(x, TOP, x, bottom), text(x, bottom + 16, "middle", name)]
+    for name, y in y_ticks:
+        parts += [line(LEFT, y, right, y), text(LEFT - 6, y + 4, "end", name)]
+    places = [(x_of(x), y_of(y)) for x, y in points]
+    path = "L".join(f"{x:.1f} {y:.1f}" for x, y in places)
+    parts.append(f'<path d="M{path}" fill="none" stroke="{OURS}" stroke-width="2"/>')
+    parts += [f'<circle cx="{x:.1f}" cy="{y:.1f}" r="3" fill="{OURS}"/>' for x, y in places]
+    return document(HEIGHT, parts)
+
+
+def chart(groups, title, unit):
+    """Horizontal bars. Their lengths and the numbers beside them are the figures, from zero."""
+    ticks, step = linear_ticks(0, max(value for bars in groups.values() for _, value in bars))
+    x_of = lambda v: BAR_LEFT + (WIDTH - BAR_RIGHT - BAR_LEFT) * v / ticks[-1]
+    parts, y = [], TOP
+    for group, bars in groups.items():
+        parts.append(text(BAR_LEFT, y + 13, "start", NAMES.get(group, group), ' fill="#666"'))
+        y += BAR
+        for name, value in bars:
+            is_ours = name == "ours"
+            parts += [
+                text(BAR_LEFT - 8, y + 13, "end", NAMES.get(name, name),
+                     ' font-weight="bold"' if is_ours else ""),
+                f'<rect x="{BAR_LEFT}" y="{y + 2:.1f}" width="{x_of(value) - BAR_LEFT:.1f}" '
+                f'height="{BAR - 4}" fill="{OURS if is_ours else THEIRS}"/>',
+                text(x_of(value) + 5, y + 13, "start", number(value, min(step, 1)))]
+            y += BAR
+        y += BAR / 2
+    grid = [line(x_of(tick), TOP, x_of(tick), y) for tick in ticks]
+    names = [text(x_of(tick), y + 16, "middle", number(tick, step)) for tick in ticks]
+    return document(y + BOTTOM - BAR, [heading(8, title, unit), *grid, *parts, *names])
+
+
+def draw_all(points, bars, directory):
     os.makedirs(directory, exist_ok=True)
-    for name, *titles in PLOTS:
-        if name in points:
-            with open(os.path.join(directory, name + ".svg"), "w", encoding="utf-8") as file:
-                file.write(svg(points[name], *titles))
+    drawings = {name: plot(points[name], *rest) for name, *rest in PLOTS if name in points}
+    drawings |= {name: chart(bars[name], *rest) for name, *rest in CHARTS if name in bars}
+    for name, drawing in drawings.items():
+        with open(os.path.join(directory, name + ".svg"), "w", encoding="utf-8") as file:
+            file.write(drawing)

@@ -10,6 +10,8 @@ import subprocess
 
 import plots
 
+FRAMEWORKS = "vs_(libsoup|qt|beast|httplib)"
+
 # What figures should be at most or at least, by their names.
 AIMS = [
     (r"decode\..*\.vs_simdjson", "<=", 1.1),
@@ -17,8 +19,13 @@ AIMS = [
     (r"decode\..*\.allocations_beyond", "<=", 0),
     (r"pipeline\.us_per_query", "<=", 2),
     (r"pipeline\.allocations", "<=", 30),
-    (r"e2e\.latency\..*\.vs_.*", "<=", 1.05),
-    (r"e2e\.throughput\..*\.vs_.*", ">=", 0.95),
+    (r"e2e\.latency\..*\.vs_(expert|multi|easy)", "<=", 1.05),
+    (r"e2e\.latency\.(h2\.)?p50\.vs_qt", "<=", 1),  # the one that changes threads, too
+    (r"e2e\.throughput\..*\.vs_(expert|multi|easy)", ">=", 0.95),
+    (rf"e2e\.throughput\.(h2\.)?(16|64|256)\.{FRAMEWORKS}", ">=", 1),
+    (r"e2e\.cpu\.(h2\.)?1\.vs_multi", "<=", 1.8),
+    (r"e2e\.cpu\.(h2\.)?16\.vs_multi", "<=", 2),
+    (rf"e2e\.cpu\..*\.{FRAMEWORKS}", "<=", 1),
     (r"e2e\.threads", "<=", 2),
     (r"scale\.decode_over_.*", "<=", 1.25),
     (r"scale\.rss_kb_growth.*", "<=", 256),
@@ -29,6 +36,7 @@ TABLES = [
     ("Decoding a reply", r"decode\.(.*)\.(\w+)"),
     ("Latency on loopback, one question at a time", r"e2e\.latency\.(.*)\.(\w+)"),
     ("Throughput on loopback, by questions in flight", r"e2e\.throughput\.(.*)\.(\w+)"),
+    ("Processor time for a question, by questions in flight", r"e2e\.cpu\.(.*)\.(\w+)"),
     ("The rest", r"((?:machine|pipeline|start|size|scale|e2e)\.\w+)()"),
 ]
 
@@ -36,14 +44,19 @@ BEGIN, END = "<!-- figures: begin -->\n", "<!-- figures: end -->\n"
 
 
 def read(path):
-    figures, points = {}, {}
+    """Figures by name, points of plots, and bars of charts by their groups."""
+    figures, points, bars = {}, {}, {}
     for line in open(path, encoding="utf-8"):
-        name, *numbers = line.split()
+        name, *words = line.split()
         if name.startswith("plot."):
-            points.setdefault(name.removeprefix("plot."), []).append(tuple(map(float, numbers)))
+            points.setdefault(name.removeprefix("plot."), []).append(tuple(map(float, words)))
+        elif name.startswith("bar."):
+            group, bar, value = words
+            groups = bars.setdefault(name.removeprefix("bar."), {})
+            groups.setdefault(group, []).append((bar, float(value)))
         else:
-            figures[name] = float(numbers[0])
-    return figures, points
+            figures[name] = float(words[0])
+    return figures, points, bars
 
 
 def aim_of(name):
@@ -58,19 +71,23 @@ def text_of(name, value):
     return f"**{digits}**" if is_missed else digits
 
 
+def text_of_aims(aims):
+    return f" ({aims[0][0]} {', '.join(str(limit) for _, limit in aims)})" if aims else ""
+
+
 def table(figures, pattern):
     cells, columns = {}, {}
     for name, value in figures.items():
         if match := re.fullmatch(pattern, name):
             row, column = match.groups()
             cells.setdefault(row, {})[column] = text_of(name, value)
-            columns[column] = aim_of(name)
+            columns.setdefault(column, {})[aim_of(name)] = None  # in order, and each once
     if "" in columns:  # of single figures, each has its own aim
         lines = [[row, values[""], " ".join(map(str, aim_of(row) or ""))] for row, values in cells.items()]
         header = ["", "figure", "aim"]
     else:
         lines = [[row, *(values.get(c, "") for c in columns)] for row, values in cells.items()]
-        header = ["", *(f"{c} ({aim[0]} {aim[1]})" if aim else c for c, aim in columns.items())]
+        header = ["", *(c + text_of_aims([aim for aim in aims if aim]) for c, aims in columns.items())]
     widths = [max(map(len, column)) for column in zip(header, *lines)]
     rows = [header, ["-" * width for width in widths], *lines]
     join = lambda row: " | ".join(cell.ljust(width) for cell, width in zip(row, widths))
@@ -95,7 +112,7 @@ def main():
     parser.add_argument("--docs", metavar="FILE")
     parser.add_argument("--plots", metavar="DIRECTORY")
     options = parser.parse_args()
-    figures, points = read(options.figures)
+    figures, points, bars = read(options.figures)
     with open(options.json, "w", encoding="utf-8") as file:
         json.dump(figures, file, indent=1)
     print(render(figures))
@@ -104,7 +121,7 @@ def main():
         with open(options.docs, "w", encoding="utf-8") as file:
             file.write(before + BEGIN + "\n" + render(figures) + "\n" + END + rest.split(END)[1])
     if options.plots:
-        plots.draw_all(points, options.plots)
+        plots.draw_all(points, bars, options.plots)
 
 
 if __name__ == "__main__":

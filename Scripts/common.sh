@@ -15,7 +15,8 @@ test_packages=(apache2-bin bindgen bzip2 default-jdk-headless iproute2 junit4 li
   python3-pip python3-setuptools python3-wheel ruby swig unicode-data valgrind)
 # Debian has Node's headers in a package of their own; others have them in Node's.
 [[ -e /usr/include/node/node_api.h ]] || test_packages+=(libnode-dev)
-bench_packages=(nlohmann-json3-dev openssl python3 rapidjson-dev valgrind)
+bench_packages=(libboost1.81-dev libcpp-httplib-dev libjson-glib-dev libsoup-3.0-dev nlohmann-json3-dev
+  openssl python3 qt6-base-dev rapidjson-dev valgrind)
 packages=("${library_packages[@]}" "${app_packages[@]}" "${test_packages[@]}")
 all_packages=(clang-19 clang-format-19 clang-tidy-19 git googletest libc++-19-dev libc++abi-19-dev
   libclang-rt-19-dev mypy qt6-base-dev)

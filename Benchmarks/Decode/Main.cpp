@@ -65,6 +65,10 @@ void measure(const NamedReply& reply) {
   for (const char* rival : {"simdjson", "rapidjson", "nlohmann", "floor"}) {
     report(name + ".vs_" + rival, rounds.ratio("ours", rival));
   }
+  for (const char* decoder : {"ours", "simdjson", "rapidjson", "nlohmann"}) {
+    const auto megabytesPerSecond = static_cast<double>(json.size()) / rounds.microseconds(decoder);
+    reportBar("decode_mb_per_second", reply.name, decoder, megabytesPerSecond);
+  }
   const auto records = plain.articles.size() + 2;  // with the deflection and the reply itself
   const auto ours = allocationsOf([&] { keep(decodeWithOurs(json)); });
   const auto floor = allocationsOf([&] { keep(copyEverything(json, plain)); });

@@ -29,8 +29,8 @@ struct PlainReply {
 };
 
 /// Reads an article's fields one after the other with `read(key, field)`, until that gives false.
-template <class Read>
-bool readArticle(PlainArticle& to, const Read& read) {
+template <class Article, class Read>
+bool readArticle(Article& to, const Read& read) {
   return read("id", to.id) && read("title", to.title) && read("html_url", to.htmlURL) &&
          read("url", to.url) && read("label_names", to.labelNames) && read("body", to.body) &&
          read("article_id", to.articleId) && read("locale", to.locale) &&

@@ -12,7 +12,10 @@ struct Server {
   std::string certificate;  // a file in PEM
 };
 
-/// One way to ask a server.
+/// As many as the library allows itself to one server.
+inline constexpr std::size_t mostConnections = 16;
+
+/// One way to ask a server. Ends the program if that refuses.
 class Client {
  public:
   virtual ~Client() = default;
@@ -42,5 +45,24 @@ class Client {
 /// interface, bodies put together from text, replies decoded by simdjson into plain structures, and
 /// a queue to the thread that asks.
 [[nodiscard]] std::unique_ptr<Client> makeExpertClient(const Server& server);
+
+// What programmers of applications take, each in its usual form. All make each body by their JSON
+// library and decode replies into plain structures.
+
+/// libsoup and json-glib, in GLib's main loop: no thread but that.
+[[nodiscard]] std::unique_ptr<Client> makeSoupClient(const Server& server);
+
+/// Qt Network and QJsonDocument. Qt sends on a thread of its own, over six connections: another
+/// number can't be asked for.
+[[nodiscard]] std::unique_ptr<Client> makeQtClient(const Server& server);
+
+/// Boost.Beast and Boost.JSON, by coroutines on one thread, over a pool of connections. In the
+/// clear alone: it does not speak HTTP/2.
+[[nodiscard]] std::unique_ptr<Client> makeBeastClient(const Server& server);
+
+/// cpp-httplib and nlohmann. Its client waits for each reply, so there are as many threads as
+/// questions in flight, up to the limit of connections, and each has a client. In the clear alone:
+/// it does not speak HTTP/2.
+[[nodiscard]] std::unique_ptr<Client> makeHttplibClient(const Server& server);
 
 }  // namespace Benchmarks

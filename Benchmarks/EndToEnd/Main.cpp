@@ -1,89 +1,139 @@
-// Latency and throughput on loopback, beside libcurl alone and beside programs for this alone:
+// Latency, throughput and processor time on loopback, beside other ways to ask the same:
 // EndToEndBenchmark HTTP-ADDRESS HTTPS-ADDRESS CERTIFICATE. Without arguments it prints the reply
 // that the server is to give.
 
-#include "EndToEnd/Clients.h"
+#include "EndToEnd/Contender.h"
 #include "Support/Replies.h"
 #include "Support/Rounds.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <deque>
 
 namespace Benchmarks {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-struct Contender {
-  std::string name;
-  std::unique_ptr<Client> client;
-  std::vector<double> latencies;
-  std::vector<double> rates;
+struct Rival {
+  const char* name;
+  Contender::Make make;
+  bool speaksHTTP2 = true;
 };
 
-/// Every contender in turn, in another order each round.
-template <class Work>
-void interleave(std::vector<Contender>& contenders, std::size_t rounds, const Work& work) {
-  for (std::size_t round = 0; round < rounds; ++round) {
-    for (std::size_t i = 0; i < contenders.size(); ++i) {
-      work(contenders[(round + i) % contenders.size()]);
+/// The first is the one that all others are measured against.
+constexpr Rival rivals[] = {
+    {"ours", makeLibraryClient},
+    {"expert", makeExpertClient},
+    {"multi", makeMultiClient},
+    {"easy", makeEasyClient},
+    {"libsoup", makeSoupClient},
+    {"qt", makeQtClient},
+    {"beast", makeBeastClient, false},
+    {"httplib", makeHttplibClient, false},
+};
+
+struct Protocol {
+  const char* prefix;  // of figures
+  const char* title;
+  bool isHTTP2;
+};
+
+/// What each contender took, round by round.
+using Figures = std::vector<std::vector<double>>;
+
+class Race {
+ public:
+  Race(const Protocol& protocol, const Server& server) : protocol_(protocol) {
+    for (const auto& [name, make, speaksHTTP2] : rivals) {
+      if (protocol.isHTTP2 && !speaksHTTP2) continue;
+      contenders_.emplace_back(name, make, server);
+    }
+    for (const auto& contender : contenders_) static_cast<void>(contender.ask(100, 1));
+  }
+
+  void measureLatency() const {
+    Figures latencies(contenders_.size());
+    interleave(20, 200, 1, [&](std::size_t i, const Run& run) {
+      latencies[i].insert(latencies[i].end(), run.microseconds.begin(), run.microseconds.end());
+    });
+    for (const auto& [percent, share] : {std::pair("p50", 0.5), std::pair("p99", 0.99)}) {
+      const auto name = std::string("e2e.latency.") + protocol_.prefix + percent;
+      const double ours = percentile(latencies.front(), share);
+      report(name + ".us", ours);
+      for (std::size_t i = 1; i < contenders_.size(); ++i) {
+        reportAgainst(i, name, ours / percentile(latencies[i], share));
+      }
+    }
+    draw("e2e_latency_us", latencies);
+  }
+
+  void measureThroughput(std::size_t inFlight) const {
+    constexpr std::size_t count = 2000;
+    Figures rates(contenders_.size());
+    Figures processorTimes(contenders_.size());
+    interleave(9, count, inFlight, [&](std::size_t i, const Run& run) {
+      rates[i].push_back(count / run.seconds);
+      processorTimes[i].push_back(run.cpuSeconds * 1e6 / count);
+    });
+    const auto number = std::to_string(inFlight);
+    reportRounds("e2e.throughput.", number, ".per_second", rates);
+    reportRounds("e2e.cpu.", number, ".us", processorTimes);
+    if (inFlight == 16) draw("e2e_per_second_16", rates);
+    if (inFlight <= 16) draw("e2e_cpu_us_" + number, processorTimes);
+  }
+
+  [[nodiscard]] double threadsOfOurs() const { return contenders_.front().ask(1, 1).threads; }
+
+ private:
+  /// Every contender in turn, in another order each round.
+  template <class Take>
+  void interleave(std::size_t rounds, std::size_t count, std::size_t inFlight,
+                  const Take& take) const {
+    for (std::size_t round = 0; round < rounds; ++round) {
+      for (std::size_t turn = 0; turn < contenders_.size(); ++turn) {
+        const auto i = (round + turn) % contenders_.size();
+        take(i, contenders_[i].ask(count, inFlight));
+      }
     }
   }
-}
 
-void measureLatency(const std::string& name, std::vector<Contender>& contenders) {
-  for (auto& contender : contenders) contender.latencies.clear();
-  interleave(contenders, 20, [](Contender& contender) {
-    const auto more = contender.client->ask(200, 1);
-    contender.latencies.insert(contender.latencies.end(), more.begin(), more.end());
-  });
-  const auto& ours = contenders.front();
-  for (const auto& [percent, share] : {std::pair("p50", 0.5), std::pair("p99", 0.99)}) {
-    report(name + percent + ".us", percentile(ours.latencies, share));
-    for (auto theirs = contenders.begin() + 1; theirs != contenders.end(); ++theirs) {
-      report(name + percent + ".vs_" + theirs->name,
-             percentile(ours.latencies, share) / percentile(theirs->latencies, share));
+  void reportRounds(const char* kind, const std::string& inFlight, const char* unit,
+                    const Figures& figures) const {
+    const auto name = kind + (protocol_.prefix + inFlight);
+    report(name + unit, median(figures.front()));
+    for (std::size_t i = 1; i < contenders_.size(); ++i) {
+      reportAgainst(i, name, medianRatio(figures.front(), figures[i]));
     }
   }
-}
 
-void measureThroughput(const std::string& name, std::vector<Contender>& contenders,
-                       std::size_t inFlight) {
-  constexpr std::size_t count = 2000;
-  for (auto& contender : contenders) contender.rates.clear();
-  interleave(contenders, 9, [&](Contender& contender) {
-    const auto begin = Clock::now();
-    static_cast<void>(contender.client->ask(count, inFlight));
-    contender.rates.push_back(count / std::chrono::duration<double>(Clock::now() - begin).count());
-  });
-  const auto& ours = contenders.front();
-  report(name + std::to_string(inFlight) + ".per_second", median(ours.rates));
-  for (auto theirs = contenders.begin() + 1; theirs != contenders.end(); ++theirs) {
-    report(name + std::to_string(inFlight) + ".vs_" + theirs->name,
-           medianRatio(ours.rates, theirs->rates));
+  void reportAgainst(std::size_t i, const std::string& name, double ratio) const {
+    report(name + ".vs_" + contenders_[i].name(), ratio);
   }
-}
 
-void measure(const std::string& protocol, const Server& server) {
-  std::vector<Contender> contenders;
-  contenders.push_back({.name = "ours", .client = makeLibraryClient(server)});
-  contenders.push_back({.name = "multi", .client = makeMultiClient(server)});
-  contenders.push_back({.name = "easy", .client = makeEasyClient(server)});
-  contenders.push_back({.name = "expert", .client = makeExpertClient(server)});
-  for (auto& contender : contenders) static_cast<void>(contender.client->ask(100, 1));
-
-  measureLatency("e2e.latency." + protocol, contenders);
-  for (const std::size_t inFlight : {1U, 16U, 64U, 256U}) {
-    measureThroughput("e2e.throughput." + protocol, contenders, inFlight);
+  /// One bar for each contender.
+  void draw(const std::string& chart, const Figures& figures) const {
+    for (std::size_t i = 0; i < contenders_.size(); ++i) {
+      reportBar(chart, protocol_.title, contenders_[i].name(), median(figures[i]));
+    }
   }
+
+  const Protocol protocol_;
+  std::deque<Contender> contenders_;
+};
+
+double measure(const Protocol& protocol, const Server& server) {
+  const Race race(protocol, server);
+  race.measureLatency();
+  for (const std::size_t inFlight : {1U, 16U, 64U, 256U}) race.measureThroughput(inFlight);
+  return race.threadsOfOurs();
 }
 
 }  // namespace
 }  // namespace Benchmarks
 
 int main(int argc, char** argv) {
-  if (argc != 4) return std::puts(Benchmarks::makeReply({.bodyBytes = 1}).c_str()) < 0;
-  Benchmarks::measure("", {.address = argv[1], .certificate = argv[3]});
-  Benchmarks::measure("h2.", {.address = argv[2], .certificate = argv[3]});
-  Benchmarks::report("e2e.threads", Benchmarks::processStatus("Threads:"));
+  using namespace Benchmarks;
+  if (argc != 4) return std::puts(makeReply({.bodyBytes = 1}).c_str()) < 0;
+  const double h1 = measure({"", "HTTP/1.1", false}, {.address = argv[1], .certificate = argv[3]});
+  const double h2 = measure({"h2.", "HTTP/2", true}, {.address = argv[2], .certificate = argv[3]});
+  report("e2e.threads", std::max(h1, h2));
 }

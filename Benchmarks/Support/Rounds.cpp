@@ -72,4 +72,9 @@ void report(const std::string& name, double value) {
   std::printf("%s %.6g\n", name.c_str(), value);
 }
 
+void reportBar(const std::string& chart, const std::string& group, const std::string& name,
+               double value) {
+  std::printf("bar.%s %s %s %.6g\n", chart.c_str(), group.c_str(), name.c_str(), value);
+}
+
 }  // namespace Benchmarks

@@ -54,6 +54,10 @@ class Rounds {
 /// Writes one measured figure to standard output, for report.py.
 void report(const std::string& name, double value);
 
+/// Writes one bar of a chart: it stands in a group of bars, and bears somebody's name.
+void reportBar(const std::string& chart, const std::string& group, const std::string& name,
+               double value);
+
 /// Keeps the compiler from leaving out the making of a value.
 template <class T>
 void keep(const T& value) {
