@@ -1,6 +1,6 @@
 #include "Decode/Rivals.h"
 #include "EndToEnd/AsynchronousClient.h"
-#include "EndToEnd/Question.h"
+#include "EndToEnd/Query.h"
 #include "Support/Rounds.h"
 
 #include <boost/asio/awaitable.hpp>
@@ -33,12 +33,12 @@ static PlainArticle tag_invoke(json::value_to_tag<PlainArticle>, const json::val
 namespace {
 
 std::string makeBody() {
-  return json::serialize(json::object{{"via_id", Question::viaId},
-                                      {"deflection_channel_id", Question::channelId},
-                                      {"interaction_reference", Question::reference},
-                                      {"interaction_reference_type", Question::referenceType},
-                                      {"enquiry", Question::enquiry},
-                                      {"locale", Question::locale},
+  return json::serialize(json::object{{"via_id", Query::viaId},
+                                      {"deflection_channel_id", Query::channelId},
+                                      {"interaction_reference", Query::reference},
+                                      {"interaction_reference_type", Query::referenceType},
+                                      {"enquiry", Query::enquiry},
+                                      {"locale", Query::locale},
                                       {"labels", json::array()}});
 }
 
@@ -57,13 +57,13 @@ PlainReply decode(const std::string& text) {
 struct Connection {
   Connection(asio::io_context& context, const std::string& host) : stream(context) {
     request.set(http::field::host, host);
-    request.set(http::field::content_type, Question::contentType);
-    for (const auto& [name, value] : Question::headers) request.set(name, value);
+    request.set(http::field::content_type, Query::contentType);
+    for (const auto& [name, value] : Query::headers) request.set(name, value);
   }
 
   boost::beast::tcp_stream stream;
   boost::beast::flat_buffer buffer;
-  http::request<http::string_body> request{http::verb::post, Question::path, 11};
+  http::request<http::string_body> request{http::verb::post, Query::path, 11};
 };
 
 class BeastClient final : public AsynchronousClient {
@@ -103,7 +103,7 @@ class BeastClient final : public AsynchronousClient {
       co_await http::async_write(stream, request, asio::use_awaitable);
       http::response<http::string_body> response;
       co_await http::async_read(stream, buffer, response, asio::use_awaitable);
-      if (response.result() != http::status::ok) Question::giveUp(response.reason());
+      if (response.result() != http::status::ok) giveUp(response.reason());
       keep(decode(response.body()));
       answered(begin);
       if (waiting_.empty()) break;
@@ -118,7 +118,7 @@ class BeastClient final : public AsynchronousClient {
     try {
       context_.run();
     } catch (const std::exception& error) {
-      Question::giveUp(error.what());
+      giveUp(error.what());
     }
   }
   void stop() override {}  // the context stops when there is nothing left to do

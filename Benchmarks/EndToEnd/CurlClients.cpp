@@ -1,6 +1,6 @@
 #include "Decode/Rivals.h"
 #include "EndToEnd/Clients.h"
-#include "EndToEnd/Question.h"
+#include "EndToEnd/Query.h"
 #include "Support/Rounds.h"
 
 #include <curl/curl.h>
@@ -20,10 +20,10 @@ struct Easy {
     const auto add = [&](const std::string& name, const char* value) {
       headers = curl_slist_append(headers, (name + ": " + value).c_str());
     };
-    for (const auto& [name, value] : Question::headers) add(name, value);
-    add("Content-Type", Question::contentType);
+    for (const auto& [name, value] : Query::headers) add(name, value);
+    add("Content-Type", Query::contentType);
     headers = curl_slist_append(headers, "Expect:");
-    set(CURLOPT_URL, (server.address + Question::path).c_str());
+    set(CURLOPT_URL, (server.address + Query::path).c_str());
     set(CURLOPT_HTTPHEADER, headers);
     set(CURLOPT_NOSIGNAL, 1L);
     set(CURLOPT_TIMEOUT_MS, 30'000L);
@@ -53,7 +53,7 @@ struct Easy {
     long status = 0;
     curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
     if (result == CURLE_OK && status == 200) return;
-    Question::giveUp(curl_easy_strerror(result) + (", " + std::to_string(status)));
+    giveUp(curl_easy_strerror(result) + (", " + std::to_string(status)));
   }
 
   CURL* const handle = curl_easy_init();
@@ -83,7 +83,7 @@ class EasyClient final : public Client {
     std::vector<double> microseconds(count);
     for (auto& time : microseconds) {
       const auto begin = Clock::now();
-      const auto body = Question::makeBodyWithNlohmann();
+      const auto body = Query::makeBodyWithNlohmann();
       easy_.start(body);
       easy_.finish(curl_easy_perform(easy_.handle));
       keep(decodeWithNlohmann(easy_.received).value());
@@ -100,6 +100,7 @@ class MultiClient final : public Client {
  public:
   explicit MultiClient(Server server) : server_(std::move(server)) {
     curl_multi_setopt(multi_, CURLMOPT_MAX_HOST_CONNECTIONS, static_cast<long>(mostConnections));
+    curl_multi_setopt(multi_, CURLMOPT_MAXCONNECTS, static_cast<long>(mostConnections));
     curl_multi_setopt(multi_, CURLMOPT_PIPELINING, static_cast<long>(CURLPIPE_MULTIPLEX));
   }
   MultiClient(const MultiClient&) = delete;
@@ -144,14 +145,14 @@ class MultiClient final : public Client {
   }
 
   const Server server_;
-  const std::string body_ = Question::makeBodyWithNlohmann();
+  const std::string body_ = Query::makeBodyWithNlohmann();
   CURLM* const multi_ = curl_multi_init();
   std::deque<Easy> handles_;
 };
 
 }  // namespace
 
-std::string Question::makeBodyWithNlohmann() {
+std::string Query::makeBodyWithNlohmann() {
   using Json = nlohmann::ordered_json;
   return Json{{"via_id", viaId},
               {"deflection_channel_id", channelId},

@@ -1,6 +1,6 @@
 #include "Decode/Rivals.h"
 #include "EndToEnd/Clients.h"
-#include "EndToEnd/Question.h"
+#include "EndToEnd/Query.h"
 #include "Support/Rounds.h"
 
 #include <httplib.h>
@@ -26,17 +26,17 @@ class Asker {
   double ask() {
     using Clock = std::chrono::steady_clock;
     const auto begin = Clock::now();
-    const auto body = Question::makeBodyWithNlohmann();
-    const auto reply = client_.Post(Question::path, headers_, body, Question::contentType);
-    if (!reply) Question::giveUp(httplib::to_string(reply.error()));
-    if (reply->status != 200) Question::giveUp(std::to_string(reply->status));
+    const auto body = Query::makeBodyWithNlohmann();
+    const auto reply = client_.Post(Query::path, headers_, body, Query::contentType);
+    if (!reply) giveUp(httplib::to_string(reply.error()));
+    if (reply->status != 200) giveUp(std::to_string(reply->status));
     keep(decodeWithNlohmann(reply->body).value());
     return std::chrono::duration<double, std::micro>(Clock::now() - begin).count();
   }
 
  private:
   httplib::Client client_;
-  const httplib::Headers headers_{std::begin(Question::headers), std::end(Question::headers)};
+  const httplib::Headers headers_{std::begin(Query::headers), std::end(Query::headers)};
 };
 
 class HttplibClient final : public Client {

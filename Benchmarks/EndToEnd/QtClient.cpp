@@ -1,6 +1,6 @@
 #include "Decode/Rivals.h"
 #include "EndToEnd/AsynchronousClient.h"
-#include "EndToEnd/Question.h"
+#include "EndToEnd/Query.h"
 #include "Support/Rounds.h"
 
 #include <QCoreApplication>
@@ -35,12 +35,12 @@ struct Answer {
 };
 
 QByteArray makeBody() {
-  const QJsonObject body{{"via_id", Question::viaId},
-                         {"deflection_channel_id", Question::channelId},
-                         {"interaction_reference", Question::reference},
-                         {"interaction_reference_type", Question::referenceType},
-                         {"enquiry", Question::enquiry},
-                         {"locale", Question::locale},
+  const QJsonObject body{{"via_id", Query::viaId},
+                         {"deflection_channel_id", Query::channelId},
+                         {"interaction_reference", Query::reference},
+                         {"interaction_reference_type", Query::referenceType},
+                         {"enquiry", Query::enquiry},
+                         {"locale", Query::locale},
                          {"labels", QJsonArray()}};
   return QJsonDocument(body).toJson(QJsonDocument::Compact);
 }
@@ -104,9 +104,9 @@ struct Application {
 class QtClient final : public AsynchronousClient {
  public:
   explicit QtClient(const Server& server)
-      : request_(QUrl(QString::fromStdString(server.address + Question::path))) {
-    for (const auto& [name, value] : Question::headers) request_.setRawHeader(name, value);
-    request_.setHeader(QNetworkRequest::ContentTypeHeader, Question::contentType);
+      : request_(QUrl(QString::fromStdString(server.address + Query::path))) {
+    for (const auto& [name, value] : Query::headers) request_.setRawHeader(name, value);
+    request_.setHeader(QNetworkRequest::ContentTypeHeader, Query::contentType);
     request_.setTransferTimeout(30'000);
     auto tls = QSslConfiguration::defaultConfiguration();
     tls.setCaCertificates(QSslCertificate::fromPath(QString::fromStdString(server.certificate)));
@@ -118,7 +118,7 @@ class QtClient final : public AsynchronousClient {
     auto* const reply = manager_.post(request_, makeBody());
     QObject::connect(reply, &QNetworkReply::finished, reply, [this, reply, begin] {
       if (reply->error() != QNetworkReply::NoError) {
-        Question::giveUp(reply->errorString().toStdString());
+        giveUp(reply->errorString().toStdString());
       }
       keep(decode(reply->readAll()).value());
       reply->deleteLater();

@@ -1,6 +1,6 @@
 #include "Decode/Rivals.h"
 #include "EndToEnd/AsynchronousClient.h"
-#include "EndToEnd/Question.h"
+#include "EndToEnd/Query.h"
 #include "Support/Rounds.h"
 
 #include <libsoup/soup.h>
@@ -23,12 +23,12 @@ void setInteger(JsonBuilder* builder, const char* name, gint64 value) {
 GBytes* makeBody() {
   g_autoptr(JsonBuilder) builder = json_builder_new();
   json_builder_begin_object(builder);
-  setInteger(builder, "via_id", Question::viaId);
-  setInteger(builder, "deflection_channel_id", Question::channelId);
-  setString(builder, "interaction_reference", Question::reference);
-  setInteger(builder, "interaction_reference_type", Question::referenceType);
-  setString(builder, "enquiry", Question::enquiry);
-  setString(builder, "locale", Question::locale);
+  setInteger(builder, "via_id", Query::viaId);
+  setInteger(builder, "deflection_channel_id", Query::channelId);
+  setString(builder, "interaction_reference", Query::reference);
+  setInteger(builder, "interaction_reference_type", Query::referenceType);
+  setString(builder, "enquiry", Query::enquiry);
+  setString(builder, "locale", Query::locale);
   json_builder_set_member_name(builder, "labels");
   json_builder_begin_array(builder);
   json_builder_end_array(builder);
@@ -121,7 +121,8 @@ std::optional<PlainReply> decode(GBytes* bytes) {
 class SoupClient final : public AsynchronousClient {
  public:
   explicit SoupClient(const Server& server)
-      : uri_(g_uri_parse((server.address + Question::path).c_str(), SOUP_HTTP_URI_FLAGS, nullptr)) {
+      : uri_(g_uri_parse((server.address + Query::path).c_str(),
+                         static_cast<GUriFlags>(SOUP_HTTP_URI_FLAGS), nullptr)) {
     soup_session_set_proxy_resolver(session_, nullptr);
     g_autoptr(GTlsDatabase) authorities =
         g_tls_file_database_new(server.certificate.c_str(), nullptr);
@@ -143,12 +144,15 @@ class SoupClient final : public AsynchronousClient {
 
   void askOne(Time begin) override {
     g_autoptr(SoupMessage) message = soup_message_new_from_uri(SOUP_METHOD_POST, uri_);
+    // Else every post would have a new connection. It may then go out anew if its connection
+    // breaks.
+    soup_message_add_flags(message, SOUP_MESSAGE_IDEMPOTENT);
     SoupMessageHeaders* const headers = soup_message_get_request_headers(message);
-    for (const auto& [name, value] : Question::headers) {
+    for (const auto& [name, value] : Query::headers) {
       soup_message_headers_append(headers, name, value);
     }
     g_autoptr(GBytes) body = makeBody();
-    soup_message_set_request_body_from_bytes(message, Question::contentType, body);
+    soup_message_set_request_body_from_bytes(message, Query::contentType, body);
     soup_session_send_and_read_async(session_, message, G_PRIORITY_DEFAULT, nullptr, receive,
                                      new Asked{this, begin});
   }
@@ -158,10 +162,10 @@ class SoupClient final : public AsynchronousClient {
     SoupSession* const session = asked->client->session_;
     g_autoptr(GError) error = nullptr;
     g_autoptr(GBytes) body = soup_session_send_and_read_finish(session, result, &error);
-    if (!body) Question::giveUp(error->message);
+    if (!body) giveUp(error->message);
     const auto status =
         soup_message_get_status(soup_session_get_async_result_message(session, result));
-    if (status != SOUP_STATUS_OK) Question::giveUp(std::to_string(status));
+    if (status != SOUP_STATUS_OK) giveUp(std::to_string(status));
     keep(decode(body).value());
     asked->client->answered(asked->begin);
   }

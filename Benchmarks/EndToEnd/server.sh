@@ -21,6 +21,7 @@ http {
   access_log off;
   default_type application/json;
   keepalive_requests 100000000;
+  keepalive_timeout 1h;
   http2_max_concurrent_streams 256;
   client_body_temp_path $directory/temporary;
   proxy_temp_path $directory/temporary;

@@ -5,8 +5,10 @@
 #include <string>
 #include <utility>
 
+namespace Benchmarks {
+
 /// What all clients send, whatever each puts it together with.
-namespace Benchmarks::Question {
+namespace Query {
 
 inline constexpr char path[] = "/answers/v1/interactions";
 inline constexpr char contentType[] = "application/json; charset=utf-8";
@@ -29,10 +31,12 @@ inline constexpr char locale[] = "en-us";
 /// The body, by nlohmann.
 [[nodiscard]] std::string makeBodyWithNlohmann();
 
+}  // namespace Query
+
 /// Ends the program, whose figures would mean nothing.
 [[noreturn]] inline void giveUp(const std::string& reason) {
   std::fprintf(stderr, "The server does not answer: %s\n", reason.c_str());
   std::_Exit(1);
 }
 
-}  // namespace Benchmarks::Question
+}  // namespace Benchmarks
