@@ -21,14 +21,10 @@ struct Rival {
 
 /// The first is the one that all others are measured against.
 constexpr Rival rivals[] = {
-    {"ours", makeLibraryClient},
-    {"expert", makeExpertClient},
-    {"multi", makeMultiClient},
-    {"easy", makeEasyClient},
-    {"libsoup", makeSoupClient},
-    {"qt", makeQtClient},
-    {"beast", makeBeastClient, false},
-    {"httplib", makeHttplibClient, false},
+    {"ours", makeLibraryClient},       {"expert", makeExpertClient},
+    {"multi", makeMultiClient},        {"easy", makeEasyClient},
+    {"libsoup", makeSoupClient},       {"qt", makeQtClient},
+    {"beast", makeBeastClient, false}, {"httplib", makeHttplibClient, false},
 };
 
 struct Protocol {
