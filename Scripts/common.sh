@@ -15,8 +15,14 @@ test_packages=(apache2-bin bindgen bzip2 default-jdk-headless iproute2 junit4 li
   python3-pip python3-setuptools python3-wheel ruby swig unicode-data valgrind)
 # Debian has Node's headers in a package of their own; others have them in Node's.
 [[ -e /usr/include/node/node_api.h ]] || test_packages+=(libnode-dev)
-bench_packages=(libboost1.81-dev libcpp-httplib-dev libjson-glib-dev libsoup-3.0-dev nlohmann-json3-dev
-  openssl python3 qt6-base-dev rapidjson-dev valgrind)
+bench_packages=(libcpp-httplib-dev libjson-glib-dev libsoup-3.0-dev nlohmann-json3-dev openssl python3
+  qt6-base-dev rapidjson-dev valgrind)
+# Debian 12's usual Boost is too old to have JSON, but there is a second one.
+if grep -qs '^VERSION_ID="12"' /etc/os-release; then
+  bench_packages+=(libboost1.81-dev)
+else
+  bench_packages+=(libboost-dev)
+fi
 packages=("${library_packages[@]}" "${app_packages[@]}" "${test_packages[@]}")
 all_packages=(clang-19 clang-format-19 clang-tidy-19 git googletest libc++-19-dev libc++abi-19-dev
   libclang-rt-19-dev mypy qt6-base-dev)
