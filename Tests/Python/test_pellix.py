@@ -119,7 +119,9 @@ class Endings(unittest.TestCase):
                 left, cancelled = (asyncio.create_task(client.ask("?")) for _ in range(2))
                 await asyncio.sleep(0)
                 cancelled.cancel()
-                await client.close(0)
+                closing = asyncio.create_task(client.close(3600))
+                await asyncio.sleep(0)
+                closing.cancel()  # ends that wait
                 self.assertIsInstance(*await asyncio.gather(left, return_exceptions=True),
                                       pellix.SilentEndError)
                 self.assertTrue(cancelled.cancelled())

@@ -209,7 +209,7 @@ class Client(_library.OfProcess):
 
     async def __aexit__(self, kind: type[BaseException] | None, error: BaseException | None,
                         trace: TracebackType | None) -> None:
-        await asyncio.to_thread(self.__exit__, kind, error, trace)
+        await AsyncClient(self).close(0 if error else _host.LONGEST_END)
 
 
 class AsyncClient:
@@ -242,8 +242,12 @@ class AsyncClient:
             self._client._reject(deflection_id, article_id, interaction_access_token, reason))
 
     async def close(self, timeout: float = _host.LONGEST_END) -> None:
-        """See `Client.close`."""
-        await asyncio.to_thread(self._client.close, timeout)
+        """See `Client.close`. Cancelled, it waits no longer."""
+        try:
+            await asyncio.to_thread(self._client.close, timeout)
+        except asyncio.CancelledError:
+            _host.hurry(self._client)  # or the loop's end would wait for the thread
+            raise
 
 
 def _report(deflection_id: int, article_id: int, token: str) -> tuple[Any, ...]:

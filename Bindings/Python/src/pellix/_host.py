@@ -45,6 +45,7 @@ _operations: dict[int, tuple[Future[Any], type[Record]]] = {}  # by their callba
 _state = threading.Condition()  # guards what follows
 _calls = 0  # threads within a call that may call back
 _client: "weakref.ref[object] | None" = None  # the one that is open
+_hurried: "weakref.ref[object] | None" = None
 _has_ended = False
 _queue_thread: threading.Thread | None = None
 
@@ -126,11 +127,13 @@ def vacate(client: object, quorvel: Handle | None, timeout: float) -> None:
     """Makes way for another client. What is under way after the timeout ends without an answer."""
     global _client
     _library.milliseconds(timeout, "timeout")
-    end = time.monotonic() + timeout
     with _state:
         if _client is None or _client() is not client:
             return
         _client = weakref.ref(vacate)  # nobody's meanwhile
+        if _hurried is not None and _hurried() is client:
+            timeout = 0
+    end = time.monotonic() + timeout
     # A handler of signals may raise, here and there; the client is closed even so.
     try:
         with _state:
@@ -144,6 +147,16 @@ def vacate(client: object, quorvel: Handle | None, timeout: float) -> None:
         finally:
             with _state:
                 _client = None
+
+
+def hurry(client: object) -> None:
+    """Has its `vacate`, which is under way or about to begin, wait for nothing more."""
+    global _hurried
+    with _state:
+        _hurried = weakref.ref(client)
+        is_under_way = _client is not None and _client() is vacate
+    if is_under_way:
+        _shut_down(0)
 
 
 def _wait_in_turns(end: float, call: Callable[..., bool], *arguments: Any) -> None:
