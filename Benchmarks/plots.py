@@ -1,5 +1,5 @@
 """Draws measured figures as SVG files: points on two axes, both logarithmic unless a value is not
-positive, and bars from zero."""
+positive; curves on linear ones; and bars from zero."""
 
 import math
 import os
@@ -15,6 +15,15 @@ PLOTS = [
     ("decode_us_over_articles", "Decoding: articles of 1 KB", "articles", "µs"),
     ("decode_us_over_labels", "Decoding: labels of one article", "labels", "µs"),
     ("decode_us_over_body_bytes", "Decoding: size of one body", "bytes", "µs"),
+]
+
+# The same of curves, of which each has its own name after a dot; and the numbers below them.
+CURVES = [
+    ("fleet_day", "A day of a million installations", "hour", "requests a second", range(0, 25, 6)),
+    ("fleet_outage", "Settings around an outage of ten minutes", "minutes after it began", "requests a second",
+     range(-10, 31, 10)),
+    ("fleet_refreshes", "Settings of 500 displays", "minutes after ten o'clock", "requests a second",
+     range(0, 31, 5)),
 ]
 
 # Name of the bars, title, unit and what is better.
@@ -95,20 +104,43 @@ def document(height, parts):
             f'fill="#fff"/>\n' + "\n".join(parts) + "\n</svg>\n")
 
 
-def plot(points, title, x_name, y_name):
+def grid(x_ticks, y_ticks):
     bottom, right = HEIGHT - BOTTOM, WIDTH - RIGHT
-    is_logarithmic = min(map(min, points)) > 0
-    x_of, x_ticks = axis([x for x, _ in points], LEFT, right, is_logarithmic)
-    y_of, y_ticks = axis([y for _, y in points], bottom, TOP, is_logarithmic)
-    parts = [heading(LEFT, title, y_name), text(right, HEIGHT - 8, "end", x_name)]
+    parts = []
     for name, x in x_ticks:
         parts += [line(x, TOP, x, bottom), text(x, bottom + 16, "middle", name)]
     for name, y in y_ticks:
         parts += [line(LEFT, y, right, y), text(LEFT - 6, y + 4, "end", name)]
+    return parts
+
+
+def plot(points, title, x_name, y_name):
+    is_logarithmic = min(map(min, points)) > 0
+    x_of, x_ticks = axis([x for x, _ in points], LEFT, WIDTH - RIGHT, is_logarithmic)
+    y_of, y_ticks = axis([y for _, y in points], HEIGHT - BOTTOM, TOP, is_logarithmic)
     places = [(x_of(x), y_of(y)) for x, y in points]
+    dots = [f'<circle cx="{x:.1f}" cy="{y:.1f}" r="3" fill="{OURS}"/>' for x, y in places]
+    return document(HEIGHT, [
+        heading(LEFT, title, y_name), text(WIDTH - RIGHT, HEIGHT - 8, "end", x_name),
+        *grid(x_ticks, y_ticks), curve(places, OURS), *dots])
+
+
+def curve(places, colour):
     path = "L".join(f"{x:.1f} {y:.1f}" for x, y in places)
-    parts.append(f'<path d="M{path}" fill="none" stroke="{OURS}" stroke-width="2"/>')
-    parts += [f'<circle cx="{x:.1f}" cy="{y:.1f}" r="3" fill="{OURS}"/>' for x, y in places]
+    return f'<path d="M{path}" fill="none" stroke="{colour}" stroke-width="2"/>'
+
+
+def curves(lines, title, x_name, y_name, x_values):
+    """From zero up. The last one is ours."""
+    y_of, y_ticks = axis([0, *(y for points in lines.values() for _, y in points)], HEIGHT - BOTTOM, TOP, False)
+    x_of = lambda x: LEFT + (WIDTH - RIGHT - LEFT) * (x - x_values[0]) / (x_values[-1] - x_values[0])
+    x_ticks = [(str(x), x_of(x)) for x in x_values]
+    parts = [heading(LEFT, title, y_name), text(WIDTH - RIGHT, HEIGHT - 8, "end", x_name),
+             *grid(x_ticks, y_ticks)]
+    for i, (name, points) in enumerate(lines.items(), 1):
+        colour = OURS if i == len(lines) else THEIRS
+        parts += [curve([(x_of(x), y_of(y)) for x, y in points], colour),
+                  text(WIDTH - RIGHT - 8, TOP + 18 * i, "end", name, f' fill="{colour}"')]
     return document(HEIGHT, parts)
 
 
@@ -138,6 +170,9 @@ def chart(groups, title, unit):
 def draw_all(points, bars, directory):
     os.makedirs(directory, exist_ok=True)
     drawings = {name: plot(points[name], *rest) for name, *rest in PLOTS if name in points}
+    for name, *rest in CURVES:
+        lines = {key.removeprefix(name + "."): points[key] for key in points if key.startswith(name + ".")}
+        drawings |= {name: curves(lines, *rest)} if lines else {}
     drawings |= {name: chart(bars[name], *rest) for name, *rest in CHARTS if name in bars}
     for name, drawing in drawings.items():
         with open(os.path.join(directory, name + ".svg"), "w", encoding="utf-8") as file:

@@ -9,6 +9,7 @@ import re
 import subprocess
 
 import plots
+import scale_page
 
 FRAMEWORKS = "vs_(libsoup|qt|beast|httplib)"
 
@@ -37,7 +38,7 @@ TABLES = [
     ("Latency on loopback, one question at a time", r"e2e\.latency\.(.*)\.(\w+)"),
     ("Throughput on loopback, by questions in flight", r"e2e\.throughput\.(.*)\.(\w+)"),
     ("Processor time for a question, by questions in flight", r"e2e\.cpu\.(.*)\.(\w+)"),
-    ("The rest", r"((?:machine|pipeline|start|size|scale|e2e)\.\w+)()"),
+    ("The rest", r"((?:machine|pipeline|start|size|scale|fleet|e2e)\.\w+)()"),
 ]
 
 BEGIN, END = "<!-- figures: begin -->\n", "<!-- figures: end -->\n"
@@ -110,6 +111,7 @@ def main():
     parser.add_argument("figures")
     parser.add_argument("json")
     parser.add_argument("--docs", metavar="FILE")
+    parser.add_argument("--scale", metavar="FILE")
     parser.add_argument("--plots", metavar="DIRECTORY")
     options = parser.parse_args()
     figures, points, bars = read(options.figures)
@@ -120,6 +122,8 @@ def main():
         before, rest = open(options.docs, encoding="utf-8").read().split(BEGIN)
         with open(options.docs, "w", encoding="utf-8") as file:
             file.write(before + BEGIN + "\n" + render(figures) + "\n" + END + rest.split(END)[1])
+    if options.scale:
+        scale_page.write(figures, options.scale)
     if options.plots:
         plots.draw_all(points, bars, options.plots)
 

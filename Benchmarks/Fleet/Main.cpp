@@ -5,8 +5,9 @@
 #include "Fleet/Day.h"
 #include "Support/Rounds.h"
 
-#include <cmath>
+#include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <string>
 
 namespace Benchmarks::Fleet {
@@ -24,13 +25,18 @@ double perSecond(const Load& load, Time from, Time to, Count count) {
   return sum / seconds(to - from);
 }
 
-/// Requests a second in the busiest minute of it.
-double busiest(const Load& load, Time from, Time to) {
+/// The same in the busiest stretch of it.
+template <class Count>
+double busiest(const Load& load, Time from, Time to, Time stretch, Count count) {
   double result = 0;
-  for (auto at = from; at < to; at += 1min) {
-    result = std::max(result, perSecond(load, at, at + 1min, &Bin::requests));
+  for (auto at = from; at < to; at += stretch) {
+    result = std::max(result, perSecond(load, at, at + stretch, count));
   }
   return result;
+}
+
+double busiestMinute(const Load& load, Time from, Time to) {
+  return busiest(load, from, to, 1min, &Bin::requests);
 }
 
 /// How long after the outage there is a minute with at most a tenth more than the usual.
@@ -45,16 +51,17 @@ void reportLoad(const std::string& name, const Load& load) {
   const auto all = [&](auto count) { return perSecond(load, {}, day, count); };
   const auto usual = perSecond(load, outageBegins - 30min, outageBegins, &Bin::requests);
   figure("requests", all(&Bin::requests));
-  figure("usual_peak", busiest(load, {}, outageBegins));
-  figure("outage_peak", busiest(load, outageBegins, outageEnds));
-  figure("afterwards_peak", busiest(load, outageEnds, day));
+  figure("usual_peak", busiestMinute(load, {}, outageBegins));
+  figure("outage_peak", busiestMinute(load, outageBegins, outageEnds));
+  figure("afterwards_peak", busiestMinute(load, outageEnds, day));
   figure("minutes_to_recover", seconds(recoveryOf(load, usual)) / 60);
   figure("settings_share", all(&Bin::settings) / all(&Bin::requests));
   figure("confirmed_share", all(&Bin::confirmed) / all(&Bin::settings));
   figure("bytes", all(&Bin::bytes));
   figure("settings_bytes", all(&Bin::settingsBytes));
   figure("seconds_until_seen", seconds(load.untilSeen[0]));
-  figure("seconds_until_seen_after_outage", seconds(changes[1] + load.untilSeen[1] - outageEnds));
+  figure("seconds_until_seen_after_outage",
+         seconds(std::max(Time(), changes[1] + load.untilSeen[1] - outageEnds)));
 }
 
 Load sumOf(const auto& kinds) {
@@ -84,19 +91,23 @@ int main() {
 #endif
   QuorvelCoreSDK::CoreLogger::setLevel(QuorvelCoreSDK::LogLevel::off);
   const Day simulated(!isBefore);
-  const auto all = sumOf(simulated.kinds());
   const std::string prefix = isBefore ? "fleet.before." : "fleet.";
   for (const auto& kind : simulated.kinds()) reportLoad(prefix + kind.name, kind.load);
+  const auto all = sumOf(simulated.kinds());
   reportLoad(prefix + "all", all);
-  Benchmarks::report(prefix + "peak_over_mean",
-                     busiest(all, {}, day) / perSecond(all, {}, day, &Bin::requests));
-  Benchmarks::report(prefix + "settings_share", perSecond(all, {}, day, &Bin::settings) /
-                                                    perSecond(all, {}, day, &Bin::requests));
+  const auto mean = perSecond(all, {}, day, &Bin::requests);
+  const auto settings = perSecond(all, {}, day, &Bin::settings);
+  Benchmarks::report(prefix + "peak_over_mean", busiestMinute(all, {}, day) / mean);
+  Benchmarks::report(prefix + "settings_share", settings / mean);
+
+  const auto& displays = simulated.kinds().back().load;
+  Benchmarks::report(prefix + "displays.settings_peak_over_mean",
+                     busiest(displays, 10h, 12h, 10s, &Bin::settings) /
+                         perSecond(displays, 10h, 12h, &Bin::settings));
 
   const std::string series = isBefore ? ".before" : ".now";
   plot("fleet_day" + series, all, {}, day, 10min, {}, 1h, &Bin::requests);
   plot("fleet_outage" + series, all, outageBegins - 10min, outageEnds + 20min, 1min, outageBegins,
        1min, &Bin::settings);
-  const auto& displays = simulated.kinds().back().load;
   plot("fleet_refreshes" + series, displays, 10h, 10h + 30min, 10s, 10h, 1min, &Bin::settings);
 }

@@ -48,7 +48,7 @@ class Service {
   /// Replies with settings bear an `ETag`, or they do not.
   Service(VirtualTime& time, bool givesTags);
 
-  /// Where requests come in that `load` counts, each for so many. All of them outlive it.
+  /// Where requests come in; `load` counts each for so many. It and this outlive the result.
   [[nodiscard]] std::shared_ptr<QuorvelCoreSDK::Transport> entrance(Load& load, double each);
 
  private:

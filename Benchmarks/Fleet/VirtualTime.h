@@ -54,7 +54,7 @@ class VirtualTime {
   std::vector<Task> tasks_;  // a heap
 };
 
-/// Chance that comes out alike each time, on every machine.
+/// Chance that comes out alike each time.
 class Chance {
  public:
   explicit Chance(std::uint64_t seed) : generator_(seed) {}
