@@ -39,6 +39,8 @@ CURLcode watchTls(CURL*, void* context, void* sockets) {
   auto* const tls = static_cast<SSL_CTX*>(context);
   if (SSL_CTX_set_ex_data(tls, socketsIndex(), sockets) != 1) return CURLE_OUT_OF_MEMORY;
   SSL_CTX_set_info_callback(tls, noteAlert);
+  // libcurl would do without them, and in TLS 1.2 many servers resume no session otherwise.
+  SSL_CTX_clear_options(tls, SSL_OP_NO_TICKET);
   return CURLE_OK;
 }
 

@@ -11,7 +11,7 @@ namespace QuorvelCoreSDK {
 [[nodiscard]] bool speaksHttp2(const void* tls);
 
 /// For libcurl to call with each TLS context that it makes: the `Sockets` that `sockets` points to
-/// learn when TLS ends on a connection.
+/// learn when TLS ends on a connection, and sessions are resumed by tickets too (RFC 5077).
 CURLcode watchTls(CURL* easy, void* context, void* sockets);
 
 /// The same, and the context tells nobody the secrets of its connections. libcurl would write them

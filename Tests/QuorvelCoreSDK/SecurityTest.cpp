@@ -65,27 +65,29 @@ TEST_F(SecurityTest, TrustsWhomItShould) {
 }
 
 TEST_F(SecurityTest, ResumesTheSessionsOfEarlierConnections) {
-  std::atomic<int> arrived = 0;
-  std::promise<void> isHeld;
-  std::promise<void> mayEnd;
-  const LoopbackServer server(
-      [&](const auto&) {
-        if (++arrived == 2) {
-          isHeld.set_value();
-          mayEnd.get_future().wait();
-        }
-        return Support::LoopbackReply{httpReply("200 OK")};
-      },
-      {.identity = makeIdentity({.issuer = &authority_})});
-  const Client client(server.origin(), {.network = {.certificateAuthorities = trusted_}});
-  EXPECT_EQ(client.perform().status(), 200);
-  auto held =
-      Client::begin(client.parameters());  // with the connection and the handle of the first
-  isHeld.get_future().wait();
-  EXPECT_EQ(client.perform().status(), 200);
-  EXPECT_EQ(server.resumptions(), 1U);
-  mayEnd.set_value();
-  EXPECT_EQ(valueOf(std::move(held)).status(), 200);
+  for (const bool isOlder : {false, true}) {
+    std::atomic<int> arrived = 0;
+    std::promise<void> isHeld;
+    std::promise<void> mayEnd;
+    const LoopbackServer server(
+        [&](const auto&) {
+          if (++arrived == 2) {
+            isHeld.set_value();
+            mayEnd.get_future().wait();
+          }
+          return Support::LoopbackReply{httpReply("200 OK")};
+        },
+        {.identity = makeIdentity({.issuer = &authority_}), .isOlder = isOlder});
+    const Client client(server.origin(), {.network = {.certificateAuthorities = trusted_}});
+    EXPECT_EQ(client.perform().status(), 200);
+    auto held =
+        Client::begin(client.parameters());  // with the connection and the handle of the first
+    isHeld.get_future().wait();
+    EXPECT_EQ(client.perform().status(), 200);
+    EXPECT_EQ(server.resumptions(), 1U) << isOlder;
+    mayEnd.set_value();
+    EXPECT_EQ(valueOf(std::move(held)).status(), 200);
+  }
 }
 
 TEST_F(SecurityTest, SaysThatTheTrustedCertificatesCannotBeRead) {

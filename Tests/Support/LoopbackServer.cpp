@@ -45,7 +45,7 @@ struct LoopbackServer::Connection {
 
 namespace {
 
-std::shared_ptr<SSL_CTX> makeContext(const LoopbackIdentity& identity) {
+std::shared_ptr<SSL_CTX> makeContext(const LoopbackIdentity& identity, bool isOlder) {
   const TemporaryDirectory directory;
   directory.write("both.pem", identity.certificate + identity.key);
   const auto file = (directory.path() / "both.pem").string();
@@ -53,6 +53,10 @@ std::shared_ptr<SSL_CTX> makeContext(const LoopbackIdentity& identity) {
   if (SSL_CTX_use_certificate_file(context.get(), file.c_str(), SSL_FILETYPE_PEM) != 1 ||
       SSL_CTX_use_PrivateKey_file(context.get(), file.c_str(), SSL_FILETYPE_PEM) != 1) {
     throw std::runtime_error("no identity for the server");
+  }
+  if (isOlder) {
+    SSL_CTX_set_max_proto_version(context.get(), TLS1_2_VERSION);
+    SSL_CTX_set_session_cache_mode(context.get(), SSL_SESS_CACHE_OFF);
   }
   return context;
 }
@@ -84,7 +88,7 @@ std::string httpReply(std::string_view status, std::string_view body, std::strin
 LoopbackServer::LoopbackServer(Handler handler, Options options)
     : handler_(std::move(handler)),
       options_(std::move(options)),
-      tls_(options_.identity ? makeContext(*options_.identity) : nullptr) {
+      tls_(options_.identity ? makeContext(*options_.identity, options_.isOlder) : nullptr) {
   const addrinfo hints{.ai_flags = AI_NUMERICHOST, .ai_socktype = SOCK_STREAM};
   addrinfo* found = nullptr;
   getaddrinfo(options_.isIPv6 ? "::1" : "127.0.0.1", "0", &hints, &found);

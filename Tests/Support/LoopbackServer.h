@@ -46,6 +46,7 @@ class LoopbackServer {
 
   struct Options {
     std::optional<LoopbackIdentity> identity;  // speaks TLS then
+    bool isOlder = false;  // TLS 1.2 then, whose sessions it keeps in tickets alone
     bool isIPv6 = false;
     bool answersUnasked = false;  // as soon as a connection stands
     bool isDeaf = false;          // holds the port, but refuses connections
