@@ -43,7 +43,7 @@ class Sockets {
 
   /// Says that a request goes out over the connection, and that it has ended. `tls` is the TLS
   /// library's object for the connection, null without TLS.
-  [[nodiscard]] Use beginUse(const Route& route, const void* tls);
+  [[nodiscard]] Use beginUse(const Route& route, void* tls);
   void endUse(const Use& use) const;
 
   /// Whether the connection has come to an end, or had when libcurl closed it, for a reason that

@@ -35,6 +35,11 @@ bool speaksHttp2(const void* tls) {
   return length == 2 && name[0] == 'h' && name[1] == '2';  // RFC 9113, section 3.2
 }
 
+void endInPeace(void* tls) {
+  constexpr int both = SSL_SENT_SHUTDOWN | SSL_RECEIVED_SHUTDOWN;
+  if (tls && canWatchTls()) SSL_set_shutdown(static_cast<SSL*>(tls), both);
+}
+
 CURLcode watchTls(CURL*, void* context, void* sockets) {
   auto* const tls = static_cast<SSL_CTX*>(context);
   if (SSL_CTX_set_ex_data(tls, socketsIndex(), sockets) != 1) return CURLE_OUT_OF_MEMORY;

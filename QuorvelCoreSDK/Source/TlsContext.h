@@ -10,6 +10,10 @@ namespace QuorvelCoreSDK {
 /// Whether the two sides of `tls` (of that library's; may be null) have agreed on HTTP/2.
 [[nodiscard]] bool speaksHttp2(const void* tls);
 
+/// Takes the farewells of both sides for said on `tls` (of that library's; may be null), whose
+/// connection is gone: it would not resume the session of one that goes without.
+void endInPeace(void* tls);
+
 /// For libcurl to call with each TLS context that it makes: the `Sockets` that `sockets` points to
 /// learn when TLS ends on a connection, and sessions are resumed by tickets too (RFC 5077).
 CURLcode watchTls(CURL* easy, void* context, void* sockets);

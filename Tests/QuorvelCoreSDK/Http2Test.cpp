@@ -7,25 +7,39 @@
 namespace QuorvelCoreSDK {
 namespace {
 
+class Http2Test : public testing::Test {
+ protected:
+  Http2Test() { directory_.write("identity.pem", identity_.certificate + identity_.key); }
+
+  /// A server that behaves in its own way. Debian's own Python has the package for HTTP/2.
+  struct Server : Support::PseudoTerminal {
+    Server(const std::string& way, const std::string& identity)
+        : PseudoTerminal(
+              {"/usr/bin/python3", TESTS_SOURCE_DIR "/QuorvelCoreSDK/http2.py", way, identity},
+              {}) {}
+    const std::string origin = "https://127.0.0.1:" + std::to_string(std::stoi(readUntil("\n")));
+  };
+
+  [[nodiscard]] Client clientFor(const std::string& origin) const {
+    return Client(origin, {.network = {.certificateAuthorities = file_}});
+  }
+
+  const Support::LoopbackIdentity identity_ = Support::makeIdentity({});
+  const Support::TemporaryDirectory directory_;
+  const std::string file_ = directory_.path() / "identity.pem";
+};
+
 /// What becomes of a question whose connection or stream the server ends in some way, and how many
 /// of four the server took in all.
-TEST(Http2Test, WhatTheServerTookIsNotSentAgain) {
+TEST_F(Http2Test, WhatTheServerTookIsNotSentAgain) {
   const std::pair<std::string, bool> waysAndWhetherItIsAnswered[] = {
       {"close-connection", false},    {"reset-connection", false}, {"say-farewell", false},
       {"reset-stream-failed", false}, {"go-away-behind", false},   {"go-away-before", true},
       {"reset-stream-refused", true},
   };
-  const Support::TemporaryDirectory directory;
-  const auto identity = Support::makeIdentity({});
-  directory.write("identity.pem", identity.certificate + identity.key);
-  const auto file = directory.path() / "identity.pem";
   for (const auto& [way, isAnswered] : waysAndWhetherItIsAnswered) {
-    // Debian's own Python has the package for HTTP/2.
-    Support::PseudoTerminal server(
-        {"/usr/bin/python3", TESTS_SOURCE_DIR "/QuorvelCoreSDK/http2.py", way, file}, {});
-    const int port = std::stoi(server.readUntil("\n"));
-    const Client client("https://127.0.0.1:" + std::to_string(port),
-                        {.network = {.certificateAuthorities = file}});
+    const Server server(way, file_);
+    const auto client = clientFor(server.origin);
     auto parameters = client.parameters();
     parameters.httpMethod = HttpMethod::post;
     parameters.body = "{}";
@@ -39,24 +53,27 @@ TEST(Http2Test, WhatTheServerTookIsNotSentAgain) {
   }
 }
 
+TEST_F(Http2Test, SessionsOutliveConnectionsThatTheServerCloses) {
+  Server server("answer-once", file_);
+  const auto client = clientFor(server.origin);
+  for (const auto* const session : {"new", "resumed", "resumed"}) {
+    EXPECT_EQ(client.perform().status(), 200);
+    EXPECT_EQ(server.readUntil("\n"), session + std::string("\r\n"));
+  }
+}
+
 /// A server for each protocol that answers with how many requests it has taken; the one for HTTP/2
 /// has no time for a second connection.
-TEST(Http2Test, WhatIsPreparedAndTheQuestionAfterItTakeOneConnection) {
-  const Support::TemporaryDirectory directory;
-  const auto identity = Support::makeIdentity({});
-  directory.write("identity.pem", identity.certificate + identity.key);
-  const auto file = directory.path() / "identity.pem";
-  Support::PseudoTerminal multiplexing(
-      {"/usr/bin/python3", TESTS_SOURCE_DIR "/QuorvelCoreSDK/http2.py", "answer", file}, {});
-  const int port = std::stoi(multiplexing.readUntil("\n"));
+TEST_F(Http2Test, WhatIsPreparedAndTheQuestionAfterItTakeOneConnection) {
+  const Server multiplexing("answer", file_);
   int taken = 0;
   const Support::LoopbackServer plain(
       [&taken](const auto&) {
         return Support::LoopbackReply{Support::httpReply("200 OK", std::to_string(++taken))};
       },
-      {.identity = identity});
-  for (const auto& origin : {"https://127.0.0.1:" + std::to_string(port), plain.origin()}) {
-    const Client client(origin, {.network = {.certificateAuthorities = file}});
+      {.identity = identity_});
+  for (const auto& origin : {multiplexing.origin, plain.origin()}) {
+    const auto client = clientFor(origin);
     const auto another = CachedDocument::make({.environment = client.quorvel->accountDetails(),
                                                .path = "/another",
                                                .name = "Another one",

@@ -2,7 +2,9 @@
 
   http2.py WAY IDENTITY [ANSWER]
 
-Prints its port, and says in each answer how many requests it has taken so far, or what stands in a file.
+Prints its port, and says in each answer how many requests it has taken so far, or what stands in a file. If it
+answers but once on a connection, it prints of each whether its session is an earlier one's, as soon as the other
+side has closed it too.
 """
 import contextlib
 import itertools
@@ -52,7 +54,7 @@ def serve(channel):
         for event in connection.receive_data(received):
             if not isinstance(event, h2.events.StreamEnded):
                 continue
-            if next(requests) == 2 and way != "answer":
+            if next(requests) == 2 and not way.startswith("answer"):
                 taken += way not in ("reset-stream-refused", "go-away-before")
                 if not end_in_its_way(channel, connection, event.stream_id):
                     return
@@ -60,6 +62,15 @@ def serve(channel):
             taken += 1
             connection.send_headers(event.stream_id, [(":status", "200")])
             connection.send_data(event.stream_id, answer or str(taken).encode(), end_stream=True)
+            if way == "answer-once":
+                channel.sendall(connection.data_to_send())
+                session = "resumed" if channel.session_reused else "new"
+                channel.shutdown(socket.SHUT_WR)
+                with contextlib.suppress(OSError):
+                    while channel.recv(65536):
+                        pass
+                print(session, flush=True)
+                return
 
 
 answer = pathlib.Path(answers[0]).read_bytes() if answers else None

@@ -1,5 +1,7 @@
 #include "../Sockets.h"
 
+#include "../TlsContext.h"
+
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -78,7 +80,7 @@ struct Sockets::Socket {
   bool isClosedByPeer = false;
   bool isReplaced = false;  // by `ended_`
   bool hasBroken = false;   // as far as is known without a look
-  const void* tls = nullptr;
+  void* tls = nullptr;
   std::int64_t lastStream = std::numeric_limits<std::int64_t>::max();
   int localPort = 0;
   int peerPort = 0;
@@ -136,7 +138,7 @@ bool Sockets::isClosedByPeer(const Route& route) {
   return true;
 }
 
-Sockets::Use Sockets::beginUse(const Route& route, const void* tls) {
+Sockets::Use Sockets::beginUse(const Route& route, void* tls) {
   auto socket = find(route);
   if (socket) {
     ++socket->uses;
@@ -195,7 +197,9 @@ void Sockets::closeIdle() {
 
 void Sockets::closeIfIdle(Socket& socket) const {
   if (socket.uses > 0 || !socket.wasUsed || socket.descriptor < 0) return;
-  socket.isReplaced = ::dup3(ended_, socket.descriptor, O_CLOEXEC) >= 0;
+  if (::dup3(ended_, socket.descriptor, O_CLOEXEC) < 0) return;
+  socket.isReplaced = true;
+  endInPeace(socket.tls);
 }
 
 }  // namespace QuorvelCoreSDK
