@@ -1,6 +1,7 @@
 # A plain web server on loopback that gives every question the same reply. Sourced by ./bench.
 
-# Starts it with its files in a directory. Sets http_address, https_address, certificate and server_pid.
+# Starts it with its files in a directory. Sets http_address, https_address, certificate, server_pid and
+# network_ports: by protocols, those where it closes a connection that has been idle for a second.
 start_server() {
   local directory=$1 reply=$2 ports nginx
   nginx=$(need_nginx)
@@ -11,6 +12,12 @@ start_server() {
   read -r -a ports < <(free_ports)
   http_address=http://127.0.0.1:${ports[0]}
   https_address=https://127.0.0.1:${ports[1]}
+  declare -gA network_ports=([h1.tls12]=${ports[2]} [h2.tls12]=${ports[3]} [h1.tls13]=${ports[4]} [h2.tls13]=${ports[5]})
+  cat >"$directory/locations" <<EOT
+location = /api/v1/account/settings { return 200 '{"pellix":{"enabled":true}}'; }
+location = /knowledge/v1/settings { return 200 '{"locale":"en-us"}'; }
+location = /answers/v1/interactions { return 200 '$(sed "s/[\\\\']/\\\\&/g" <<<"$reply")'; }
+EOT
   cat >"$directory/nginx.conf" <<EOT
 $( ((EUID != 0)) || echo 'user nobody nogroup;')
 worker_processes 1;
@@ -33,9 +40,21 @@ http {
   server {
     listen 127.0.0.1:${ports[0]};
     listen 127.0.0.1:${ports[1]} ssl http2;
-    location = /api/v1/account/settings { return 200 '{"pellix":{"enabled":true}}'; }
-    location = /knowledge/v1/settings { return 200 '{"locale":"en-us"}'; }
-    location = /answers/v1/interactions { return 200 '$(sed "s/[\\\\']/\\\\&/g" <<<"$reply")'; }
+    include $directory/locations;
+  }
+  server {
+    listen 127.0.0.1:${ports[2]} ssl;
+    listen 127.0.0.1:${ports[3]} ssl http2;
+    ssl_protocols TLSv1.2;
+    keepalive_timeout 1s;
+    include $directory/locations;
+  }
+  server {
+    listen 127.0.0.1:${ports[4]} ssl;
+    listen 127.0.0.1:${ports[5]} ssl http2;
+    ssl_protocols TLSv1.3;
+    keepalive_timeout 1s;
+    include $directory/locations;
   }
 }
 EOT
@@ -46,6 +65,6 @@ EOT
 
 free_ports() {
   python3 -c 'import socket
-sockets = [socket.create_server(("127.0.0.1", 0)) for _ in range(2)]
+sockets = [socket.create_server(("127.0.0.1", 0)) for _ in range(6)]
 print(*(s.getsockname()[1] for s in sockets))'
 }

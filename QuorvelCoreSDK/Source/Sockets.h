@@ -74,7 +74,8 @@ class Sockets {
 
   int watch_ = -1;
   // What libcurl has instead of a closed connection: all that is written there is taken, so that it
-  // has no failure to tell of in a request that has nothing to do with it, and the end is read.
+  // has no failure to tell of in a request that has nothing to do with it, and the end is read. TLS
+  // has ended by then.
   int ended_ = -1;
   int otherEnd_ = -1;
   std::map<int, Use> sockets_;
