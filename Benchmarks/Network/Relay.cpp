@@ -124,9 +124,9 @@ void Relay::accept() {
 }
 
 void Relay::read(Way& way) {
-  std::string bytes(std::size_t{64} << 10, '\0');
-  bytes.resize(static_cast<std::size_t>(
-      std::max<ssize_t>(::recv(way.from, bytes.data(), bytes.size(), 0), 0)));
+  std::array<char, 16384> buffer{};
+  const auto count = std::max<ssize_t>(::recv(way.from, buffer.data(), buffer.size(), 0), 0);
+  std::string bytes(buffer.data(), static_cast<std::size_t>(count));
   if (bytes.empty()) checked(::epoll_ctl(watch_, EPOLL_CTL_DEL, way.from, nullptr));
   const std::chrono::duration<double> carrying(static_cast<double>(bytes.size()) /
                                                distance_.bytesPerSecond);
