@@ -50,7 +50,7 @@ BEGIN, END = "<!-- figures: begin -->\n", "<!-- figures: end -->\n"
 
 
 def read(path):
-    """Figures by name (the median of one measured several times), points of plots, and bars of charts by their groups."""
+    """Figures by name (medians, if measured more than once), points of plots, and bars of charts by their groups."""
     measured, points, bars = {}, {}, {}
     for line in open(path, encoding="utf-8"):
         name, *words = line.split()
