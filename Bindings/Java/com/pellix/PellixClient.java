@@ -232,8 +232,8 @@ public final class PellixClient implements AutoCloseable {
 
     /**
      * Supplies the token of one request; null if there is none. Runs on any thread, also on several
-     * at once, and should be quick. What it throws goes to the thread's handler, and there is no
-     * token then.
+     * at once, should be quick, and must not use the client. What it throws goes to the thread's
+     * handler, and there is no token then.
      */
     public Builder token(Supplier<String> token) {
       Objects.requireNonNull(token, "token");
