@@ -71,12 +71,50 @@ std::optional<int> portOf(std::string_view text) {
   return port;
 }
 
+bool isDigit(char c) {
+  return '0' <= c && c <= '9';
+}
+
+bool isLowerCase(char c) {
+  return 'a' <= c && c <= 'z';
+}
+
+bool isPlainInHost(char c) {
+  return isLowerCase(c) || isDigit(c) || c == '.' || c == '-';
+}
+
+bool isPlainInPath(char c) {
+  return isLowerCase(c) || ('A' <= c && c <= 'Z') || ('-' <= c && c <= '9') || c == '_' || c == '~';
+}
+
 }  // namespace
+
+bool URL::readOrdinary() {
+  const std::string_view text(text_);
+  const auto scheme = text.substr(0, text.find("://"));
+  if (scheme != "https" && scheme != "http") return false;
+  const auto rest = text.substr(scheme.size() + 3);
+  const auto authority = rest.substr(0, rest.find('/'));
+  const auto host = authority.substr(0, authority.find(':'));
+  const bool isLocal = host == "127.0.0.1";
+  if (host.empty() || (isDigit(host.back()) && !isLocal)) return false;  // perhaps an address
+  if (!std::ranges::all_of(host, isPlainInHost)) return false;
+  if (!std::ranges::all_of(rest.substr(authority.size()), isPlainInPath)) return false;
+  const bool hasPort = host.size() < authority.size();
+  const auto port = hasPort ? portOf(authority.substr(host.size() + 1)) : defaultPort(scheme);
+  if (!port) return false;
+  scheme_ = scheme;
+  host_ = host;
+  port_ = *port;
+  isIPv4_ = isLocal;
+  return true;
+}
 
 std::optional<URL> URL::parse(std::string text) {
   if (text.empty()) return std::nullopt;
   URL url;
   url.text_ = std::move(text);
+  if (url.readOrdinary()) return url;
 
   UriUriA uri;
   const char* failedAt = nullptr;

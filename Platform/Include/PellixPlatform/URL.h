@@ -35,6 +35,9 @@ class PELLIX_EXPORT URL {
 
  private:
   URL() = default;
+  /// Reads the text if it is as most are: http or https, a host in lower case, perhaps a port, and
+  /// a path without escapes. If not, nothing is said, and the whole grammar decides.
+  bool readOrdinary();
 
   std::string text_;
   std::string scheme_;
