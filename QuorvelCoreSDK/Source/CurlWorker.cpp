@@ -127,7 +127,7 @@ void CurlWorker::stopAtExit() {
   if (!worker.thread_.joinable()) return;
   // A callback on the worker itself may end the process.
   if (worker.thread_.get_id() == std::this_thread::get_id()) return;
-  curl_multi_wakeup(worker.multi_);
+  worker.sockets_.wake();
   worker.changed_.wait_for(lock, longestStop, [&] { return worker.hasStopped_; });
 }
 
@@ -152,7 +152,7 @@ bool CurlWorker::dropAll(Clock::time_point deadline) {
   if (!worker->thread_.joinable()) return true;
   worker->isToDrop_ = true;
   if (worker->thread_.get_id() == std::this_thread::get_id()) return true;  // when that goes on
-  curl_multi_wakeup(worker->multi_);
+  worker->sockets_.wake();
   return worker->changed_.wait_until(lock, deadline,
                                      [&] { return !worker->isToDrop_ || worker->hasStopped_; });
 }
@@ -193,7 +193,7 @@ void CurlWorker::enqueue(std::list<Item>& queue, Item item) {
     queue.splice(queue.end(), added);
     mustWake = std::exchange(isWaiting_, false);
   }
-  if (mustWake) curl_multi_wakeup(multi_);
+  if (mustWake) sockets_.wake();
 }
 
 void CurlWorker::startThread() {
@@ -233,9 +233,9 @@ void CurlWorker::run() {
 void CurlWorker::wait() {
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(earliestDeadline_ - Clock::now());
   const auto most = std::clamp<std::int64_t>(left.count(), 0, longestWait);
-  curl_waitfd closing{.fd = sockets_.descriptor(), .events = CURL_WAIT_POLLIN, .revents = 0};
-  curl_multi_poll(multi_, &closing, 1, static_cast<int>(most), nullptr);
-  if (closing.revents != 0) sockets_.closeIdle();
+  curl_waitfd watched{.fd = sockets_.descriptor(), .events = CURL_WAIT_POLLIN, .revents = 0};
+  curl_multi_poll(multi_, &watched, 1, static_cast<int>(most), nullptr);
+  if (watched.revents != 0) sockets_.closeIdle();
 }
 
 bool CurlWorker::mayStart(const Origin& origin) const {

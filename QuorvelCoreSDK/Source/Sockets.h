@@ -61,8 +61,11 @@ class Sockets {
   /// Breaks the connection off if no byte has come over it for so long.
   static void breakIfSilent(const Use& use, std::chrono::milliseconds since);
 
-  /// Readable when `closeIdle` has something to do.
+  /// Readable when `closeIdle` has something to do, if only to take note of being woken.
   [[nodiscard]] int descriptor() const { return watch_; }
+
+  /// Makes the descriptor readable. Thread safety: any thread.
+  void wake() const;
 
   /// Closes those connections which the other side has closed and nobody uses, so that they do not
   /// stay half open until the next request. libcurl forgets them at its next look.
@@ -73,6 +76,7 @@ class Sockets {
   void closeIfIdle(Socket& socket) const;
 
   int watch_ = -1;
+  int wake_ = -1;
   // What libcurl has instead of a closed connection: all that is written there is taken, so that it
   // has no failure to tell of in a request that has nothing to do with it, and the end is read. TLS
   // has ended by then.

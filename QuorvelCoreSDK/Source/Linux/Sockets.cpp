@@ -8,6 +8,7 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/epoll.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -56,12 +57,17 @@ int portOf(int (*end)(int, sockaddr*, socklen_t*), int socket,
 
 }  // namespace
 
-Sockets::Sockets() : watch_(::epoll_create1(EPOLL_CLOEXEC)) {
+Sockets::Sockets()
+    : watch_(::epoll_create1(EPOLL_CLOEXEC)), wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   int ends[2] = {-1, -1};
-  if (watch_ >= 0) ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends);
+  // Whoever wakes adds to a counter that nobody reads: each addition is an event of its own.
+  epoll_event woken{.events = EPOLLIN | EPOLLET, .data = {.fd = wake_}};
+  if (watch_ >= 0 && wake_ >= 0 && ::epoll_ctl(watch_, EPOLL_CTL_ADD, wake_, &woken) == 0) {
+    ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends);
+  }
   if (ends[0] < 0) {
     const std::system_error failure(errno, std::generic_category());
-    ::close(watch_);  // which has no effect if there is none
+    for (const int descriptor : {watch_, wake_}) ::close(descriptor);  // no effect if there is none
     throw failure;
   }
   ended_ = ends[0];
@@ -70,7 +76,7 @@ Sockets::Sockets() : watch_(::epoll_create1(EPOLL_CLOEXEC)) {
 }
 
 Sockets::~Sockets() {
-  for (const int descriptor : {watch_, ended_, otherEnd_}) ::close(descriptor);
+  for (const int descriptor : {watch_, wake_, ended_, otherEnd_}) ::close(descriptor);
 }
 
 struct Sockets::Socket {
@@ -181,6 +187,10 @@ void Sockets::breakIfSilent(const Use& use, std::chrono::milliseconds since) {
   if (std::chrono::milliseconds(info.tcpi_last_data_recv) >= since) {
     ::shutdown(use->descriptor, SHUT_RDWR);
   }
+}
+
+void Sockets::wake() const {
+  ::eventfd_write(wake_, 1);
 }
 
 void Sockets::closeIdle() {
