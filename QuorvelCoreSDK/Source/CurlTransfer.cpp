@@ -57,6 +57,12 @@ std::optional<std::int64_t> numberBehind(std::string_view note, std::string_view
   return read.ec == std::errc() ? std::optional(number) : std::nullopt;
 }
 
+template <class Value>
+void set(CURL* easy, CURLoption option, Value value) {
+  // A request must not go out without one of its options.
+  if (curl_easy_setopt(easy, option, value) == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
+}
+
 void* tlsOf(CURL* easy) {
   curl_tlssessioninfo* session = nullptr;
   curl_easy_getinfo(easy, CURLINFO_TLS_SSL_PTR, &session);
@@ -94,6 +100,39 @@ std::string_view CurlTransfer::origin() const {
   return url.substr(0, url.find_first_of("/?#", host));
 }
 
+void CurlTransfer::configure(CURL* easy, Sockets& sockets, const Network& network) {
+  set(easy, CURLOPT_PATH_AS_IS, 1L);
+  set(easy, CURLOPT_NOSIGNAL, 1L);
+  set(easy, CURLOPT_QUICK_EXIT, 1L);  // a slow name server holds up its own request, and no others
+  set(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+  set(easy, CURLOPT_FOLLOWLOCATION, 0L);
+  set(easy, CURLOPT_OPENSOCKETFUNCTION, openSocket);
+  set(easy, CURLOPT_OPENSOCKETDATA, &sockets);
+  set(easy, CURLOPT_CLOSESOCKETFUNCTION, closeSocket);
+  set(easy, CURLOPT_CLOSESOCKETDATA, &sockets);
+
+  set(easy, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+  set(easy, CURLOPT_SSL_VERIFYPEER, 1L);
+  set(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+  if (!network.certificateAuthorities.empty()) {
+    set(easy, CURLOPT_CAINFO, network.certificateAuthorities.c_str());
+    set(easy, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+  }
+  if (canWatchTls()) {
+    set(easy, CURLOPT_SSL_CTX_FUNCTION, network.logsTlsSecrets ? watchTls : watchTlsInSecret);
+    set(easy, CURLOPT_SSL_CTX_DATA, &sockets);
+  }
+  set(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+  set(easy, CURLOPT_NOPROXY, network.proxyExceptions.c_str());
+  set(easy, CURLOPT_HEADEROPT, static_cast<long>(CURLHEADER_SEPARATE));  // a proxy sees none
+  set(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+
+  set(easy, CURLOPT_PREREQFUNCTION, static_cast<curl_prereq_callback>(mayBeSent));
+  set(easy, CURLOPT_DEBUGFUNCTION, takeNote);
+  set(easy, CURLOPT_HEADERFUNCTION, takeHeader);
+  set(easy, CURLOPT_WRITEFUNCTION, takeBody);
+}
+
 void CurlTransfer::prepare(CURL* easy, Sockets& sockets, bool isMultiplexed) {
   easy_ = easy;
   started_ = Clock::now();
@@ -104,87 +143,68 @@ void CurlTransfer::prepare(CURL* easy, Sockets& sockets, bool isMultiplexed) {
   detail_[0] = 0;
   sentBefore_ = 0;
   sentBytes_ = 0;
-  const auto set = [easy](CURLoption option, auto value) {
-    // A request must not go out without one of its options.
-    if (curl_easy_setopt(easy, option, value) == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
-  };
-  const auto& network = *network_;
 
-  set(CURLOPT_URL, request_.url.string().c_str());
-  set(CURLOPT_PATH_AS_IS, 1L);
-  set(CURLOPT_NOSIGNAL, 1L);
-  set(CURLOPT_QUICK_EXIT, 1L);  // a slow name server holds up its own request, and no others
-  set(CURLOPT_PROTOCOLS_STR, "http,https");
-  set(CURLOPT_FOLLOWLOCATION, 0L);
-  set(CURLOPT_ERRORBUFFER, detail_);
-  set(CURLOPT_OPENSOCKETFUNCTION, openSocket);
-  set(CURLOPT_OPENSOCKETDATA, &sockets);
-  set(CURLOPT_CLOSESOCKETFUNCTION, closeSocket);
-  set(CURLOPT_CLOSESOCKETDATA, &sockets);
-  set(CURLOPT_FRESH_CONNECT, attempts_ > 1 ? 1L : 0L);
+  // First, so that it refers to no earlier transfer, should memory run out.
+  set(easy, CURLOPT_VERBOSE, isMultiplexed ? 1L : 0L);
+  set(easy, CURLOPT_ERRORBUFFER, detail_);
+  for (const auto option :
+       {CURLOPT_PREREQDATA, CURLOPT_DEBUGDATA, CURLOPT_HEADERDATA, CURLOPT_WRITEDATA}) {
+    set(easy, option, this);
+  }
+
+  set(easy, CURLOPT_URL, request_.url.string().c_str());
+  set(easy, CURLOPT_FRESH_CONNECT, attempts_ > 1 ? 1L : 0L);
 
   // A request that has waited for its turn has that much less time left; zero would mean no limit.
   constexpr std::chrono::milliseconds least(1);
   const auto left =
       std::max(least, std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now()));
-  set(CURLOPT_TIMEOUT_MS, static_cast<long>(left.count()));
-  set(CURLOPT_CONNECTTIMEOUT_MS,
-      static_cast<long>(std::clamp(network.connectTimeout, least, left).count()));
+  set(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(left.count()));
+  set(easy, CURLOPT_CONNECTTIMEOUT_MS,
+      static_cast<long>(std::clamp(network_->connectTimeout, least, left).count()));
 
-  set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-  set(CURLOPT_SSL_VERIFYPEER, 1L);
-  set(CURLOPT_SSL_VERIFYHOST, 2L);
-  if (!network.certificateAuthorities.empty()) {
-    set(CURLOPT_CAINFO, network.certificateAuthorities.c_str());
-    set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
-  }
-  if (canWatchTls()) {
-    set(CURLOPT_SSL_CTX_FUNCTION, network.logsTlsSecrets ? watchTls : watchTlsInSecret);
-    set(CURLOPT_SSL_CTX_DATA, &sockets);
-  }
-  set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+  // Always said, as its exceptions are, so that libcurl does not read the environment while the
+  // host may be changing it.
+  set(easy, CURLOPT_PROXY, request_.url.isLoopback() ? "" : network_->proxy.c_str());
 
-  // Both are always said, so that libcurl does not read the environment while the host may be
-  // changing it.
-  const bool isDirect = request_.url.isLoopback();
-  set(CURLOPT_PROXY, isDirect ? "" : network.proxy.c_str());
-  set(CURLOPT_NOPROXY, network.proxyExceptions.c_str());
-
+  set(easy, CURLOPT_HTTPGET, 1L);
   const bool expectsBody =
       request_.method == HttpMethod::post || request_.method == HttpMethod::put;
   if (request_.body || expectsBody) {  // so that a length of 0 is sent: RFC 9110, section 8.6
-    set(CURLOPT_POSTFIELDS, request_.body ? request_.body->data() : "");
-    set(CURLOPT_POSTFIELDSIZE_LARGE,
+    set(easy, CURLOPT_POSTFIELDS, request_.body ? request_.body->data() : "");
+    set(easy, CURLOPT_POSTFIELDSIZE_LARGE,
         static_cast<curl_off_t>(request_.body ? request_.body->size() : 0));
   }
-  set(CURLOPT_CUSTOMREQUEST, nameOf(request_.method));
-  set(CURLOPT_PREREQFUNCTION, static_cast<curl_prereq_callback>(mayBeSent));
-  set(CURLOPT_PREREQDATA, this);
-  set(CURLOPT_VERBOSE, isMultiplexed ? 1L : 0L);
-  set(CURLOPT_DEBUGFUNCTION, takeNote);
-  set(CURLOPT_DEBUGDATA, this);
+  set(easy, CURLOPT_CUSTOMREQUEST, nameOf(request_.method));
+  setHeaders(easy);
+}
 
-  headers_.reset();
-  const auto addHeader = [this](const std::string& line) {
-    auto* const longer = curl_slist_append(headers_.get(), line.c_str());
-    if (!longer) throw std::bad_alloc();
-    static_cast<void>(headers_.release());
-    headers_.reset(longer);
+void CurlTransfer::setHeaders(CURL* easy) {
+  constexpr std::string_view beside = ": ";
+  constexpr std::size_t others = 32;  // bytes, of the lines that are added here
+  std::size_t size = others;
+  for (const auto& [name, value] : request_.headers) {
+    size += name.size() + beside.size() + value.size() + 1;
+  }
+  sentHeaders_.clear();
+  sentHeaders_.reserve(size);  // so that it stays where it is
+  sentHeaderLines_.clear();
+  sentHeaderLines_.reserve(request_.headers.size() + 2);
+  const auto add = [this](std::string_view name, std::string_view mark, std::string_view value) {
+    auto* const line = sentHeaders_.data() + sentHeaders_.size();
+    sentHeaderLines_.push_back({.data = line, .next = nullptr});
+    sentHeaders_.append(name).append(mark).append(value).push_back(0);
   };
   for (const auto& [name, value] : request_.headers) {
     // An empty value is written with a semicolon; with a colon it would remove the header.
-    addHeader(value.empty() ? name + ";" : name + ": " + value);
+    add(name, value.empty() ? ";" : beside, value);
   }
-  addHeader("Expect:");                            // large questions go out without asking first
-  if (!request_.body) addHeader("Content-Type:");  // libcurl would say that it is a form
-  set(CURLOPT_HTTPHEADER, headers_.get());
-  set(CURLOPT_HEADEROPT, static_cast<long>(CURLHEADER_SEPARATE));  // a proxy sees none of them
-
-  set(CURLOPT_HEADERFUNCTION, takeHeader);
-  set(CURLOPT_HEADERDATA, this);
-  set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-  set(CURLOPT_WRITEFUNCTION, takeBody);
-  set(CURLOPT_WRITEDATA, this);
+  add("Expect", ":", {});                            // large questions go out without asking first
+  if (!request_.body) add("Content-Type", ":", {});  // libcurl would say that it is a form
+  for (std::size_t i = 1; i < sentHeaderLines_.size(); ++i) {
+    sentHeaderLines_[i - 1].next = &sentHeaderLines_[i];
+  }
+  set(easy, CURLOPT_HTTPHEADER, sentHeaderLines_.data());
 }
 
 int CurlTransfer::mayBeSent(void* self, char* peer, char*, int peerPort, int localPort) {
@@ -226,11 +246,18 @@ bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
   return true;
 }
 
-int CurlTransfer::takeNote(CURL*, curl_infotype kind, char* text, std::size_t size, void* self) {
+int CurlTransfer::takeNote(CURL* easy, curl_infotype kind, char* text, std::size_t size,
+                           void* self) {
   auto& transfer = *static_cast<CurlTransfer*>(self);
   const bool isOut = kind == CURLINFO_HEADER_OUT || kind == CURLINFO_DATA_OUT;
   if (isOut && transfer.isSent_) transfer.sentBytes_ += size;  // else it is for a proxy
-  if (kind != CURLINFO_TEXT || !transfer.isMultiplexed_) return 0;
+  if (!transfer.isMultiplexed_) {
+    const auto& body = transfer.request_.body;
+    const bool isAll = kind == CURLINFO_DATA_OUT && body && size == body->size();
+    if (isAll) curl_easy_setopt(easy, CURLOPT_VERBOSE, 0L);  // what else it would say costs time
+    return 0;
+  }
+  if (kind != CURLINFO_TEXT) return 0;
   const std::string_view note(text, size);
   // As libcurl 7.88 and 8 say it. A note that is not understood is as good as none.
   if (const auto last = numberBehind(note, "eived GOAWAY, error=0, last_stream=", 10)) {
@@ -253,6 +280,7 @@ bool CurlTransfer::mustStartAgain() const {
 
 void CurlTransfer::leaveConnection(CURLcode result) {
   ++attempts_;
+  hasEndedWell_ = result == CURLE_OK;
   hasSharedConnection_ = false;
   const auto connection = std::exchange(connection_, nullptr);
   const bool isLeftOut = Sockets::wasLeftOut(connection, stream_) && headerBytes_ == 0;
@@ -328,9 +356,12 @@ std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t c
   } else if (const auto colon = line.find(':'); colon != line.npos) {
     const auto name = line.substr(0, colon);
     const auto value = trimmed(line.substr(colon + 1));
-    if (!hasMemoryFor([&] { transfer.responseHeaders_.emplace_back(name, value); })) {
-      return CURL_WRITEFUNC_ERROR;
-    }
+    constexpr std::size_t many = 16;  // few replies have more
+    const bool isTaken = hasMemoryFor([&] {
+      transfer.responseHeaders_.reserve(many);
+      transfer.responseHeaders_.emplace_back(name, value);
+    });
+    if (!isTaken) return CURL_WRITEFUNC_ERROR;
   } else if (trimmed(line).empty()) {
     transfer.hasAllHeaders_ = transfer.status_ >= 200;
   }

@@ -8,6 +8,8 @@
 
 #include <curl/curl.h>
 
+#include <vector>
+
 namespace QuorvelCoreSDK {
 
 /// One request on its way through libcurl. Used on the worker thread only, once made.
@@ -26,8 +28,15 @@ class CurlTransfer {
   /// Scheme, host and port of the address, as it is written.
   [[nodiscard]] std::string_view origin() const;
 
-  /// Sets every option of `easy`, which is fresh or reset. It refers to this transfer and to
-  /// `sockets` then. `isMultiplexed` says that the origin speaks HTTP/2.
+  [[nodiscard]] const std::shared_ptr<const Network>& network() const { return network_; }
+
+  /// Sets those options of `easy`, which is fresh or reset, that are the same for all requests of a
+  /// network. It refers to `sockets` then.
+  static void configure(CURL* easy, Sockets& sockets, const Network& network);
+
+  /// Sets the others of `easy`, which has been configured for the network, whatever an earlier
+  /// request has left there. It refers to this transfer then. `isMultiplexed` says that the origin
+  /// speaks HTTP/2.
   void prepare(CURL* easy, Sockets& sockets, bool isMultiplexed);
 
   /// Whether a connection stands that the request goes out over.
@@ -43,14 +52,15 @@ class CurlTransfer {
   /// says so itself, and it should be prepared anew. Not more often than a few times.
   [[nodiscard]] bool mustStartAgain() const;
 
+  /// Whether libcurl keeps nothing of it with the handle, such as how often it was sent once more.
+  [[nodiscard]] bool leavesHandleAsItWas() const { return hasEndedWell_ && !isRepeated_; }
+
   /// Calls the completion with how the transfer ended, and lets go of it. `proxyStatus` is what a
   /// proxy answered that was asked for a tunnel, else 0.
   void finish(CURLcode result, long proxyStatus);
 
  private:
-  struct FreeList {
-    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
-  };
+  void setHeaders(CURL* easy);
 
   /// Runs when a connection stands, right before the request goes out, also when libcurl sends it
   /// once more by itself, because a kept connection broke before any of the reply had come. The
@@ -87,8 +97,10 @@ class CurlTransfer {
   bool wasSound_ = false;    // the connection that libcurl has given up
   bool isSent_ = false;      // perhaps in part, and perhaps it was heard
   bool isRepeated_ = false;  // by libcurl itself
+  bool hasEndedWell_ = false;
 
-  std::unique_ptr<curl_slist, FreeList> headers_;
+  std::string sentHeaders_;
+  std::vector<curl_slist> sentHeaderLines_;  // of the text
   char detail_[CURL_ERROR_SIZE] = "";
   int status_ = 0;
   PellixPlatform::HTTPURLResponse::HeaderFields responseHeaders_;

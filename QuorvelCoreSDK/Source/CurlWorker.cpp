@@ -80,7 +80,7 @@ CURLM* makeMulti() {
   errno = 0;
   auto* const multi = curl_multi_init();
   if (!multi && errno != EMFILE && errno != ENFILE) throw std::bad_alloc();
-  // Older ones come without an error, and could never be woken, if no descriptor is left.
+  // Older ones come without an error, and without their sockets, if no descriptor is left.
   if (!multi || !keepFromChildren(multi)) {
     if (multi) curl_multi_cleanup(multi);
     throw std::system_error(std::make_error_code(std::errc::too_many_files_open));
@@ -294,7 +294,7 @@ void CurlWorker::startNext(Origin& origin) {
 }
 
 void CurlWorker::start(Origin& origin, std::unique_ptr<CurlTransfer> transfer) {
-  auto easy = takeEasy();
+  auto easy = takeEasy(transfer->network());
   transfer->prepare(easy.get(), sockets_, origin.isMultiplexed);
   const auto started = running_.emplace(easy.get(), Running{&origin, std::move(transfer)}).first;
   if (curl_multi_add_handle(multi_, easy.get()) != CURLM_OK) {
@@ -338,6 +338,7 @@ void CurlWorker::finishDone() {
   while (const auto* message = curl_multi_info_read(multi_, &left)) {
     if (message->msg == CURLMSG_DONE) finish(message->easy_handle, message->data.result);
   }
+  takeBackHandles();
 }
 
 void CurlWorker::finishLate() {
@@ -358,6 +359,7 @@ void CurlWorker::finishLate() {
     ++at;  // before its place goes
     if (isOver) finish(handle, CURLE_OPERATION_TIMEDOUT);
   }
+  takeBackHandles();
   for (auto& [name, origin] : origins_) {
     for (auto at = origin.waiting.begin(); at != origin.waiting.end();) {
       if (!isLate(**at)) {
@@ -373,8 +375,8 @@ void CurlWorker::finishLate() {
 }
 
 void CurlWorker::finish(CURL* handle, CURLcode result) {
-  Easy easy(handle);
-  auto [origin, transfer] = std::move(running_.extract(handle).mapped());
+  // Somebody waits for it, and for others that end at the same time: the handle comes later.
+  auto& [origin, transfer] = finished_.insert(running_.extract(handle)).position->second;
   --origin->running;
   origin->waiting.splice(origin->waiting.end(), origin->patient);
   long proxyStatus = 0;
@@ -386,13 +388,22 @@ void CurlWorker::finish(CURL* handle, CURLcode result) {
   if (transfer->mustStartAgain()) {
     withMemory([&] { origin->waiting.push_front(std::move(transfer)); });
   } else {
-    // First, since somebody waits for it.
     withMemory([&] { transfer->finish(result, proxyStatus); });
     stopIfEnding();
   }
-  curl_multi_remove_handle(multi_, handle);
-  curl_easy_reset(handle);
-  if (spare_.size() < mostSpare) withMemory([&] { spare_.push_back(std::move(easy)); });
+}
+
+void CurlWorker::takeBackHandles() {
+  for (auto& [handle, finished] : finished_) {
+    Easy easy(handle);
+    curl_multi_remove_handle(multi_, handle);
+    if (spare_.size() == mostSpare) continue;
+    const auto& transfer = finished.transfer;
+    const bool isAsBefore = transfer && transfer->leavesHandleAsItWas();
+    withMemory(
+        [&] { spare_.push_back({isAsBefore ? transfer->network() : nullptr, std::move(easy)}); });
+  }
+  finished_.clear();
 }
 
 void CurlWorker::runTasks() {
@@ -408,19 +419,26 @@ void CurlWorker::runTasks() {
   }
 }
 
-CurlWorker::Easy CurlWorker::takeEasy() {
+CurlWorker::Easy CurlWorker::takeEasy(const std::shared_ptr<const Network>& network) {
+  Spare spare;
   if (!spare_.empty()) {
-    auto easy = std::move(spare_.back());
+    const auto fitting =
+        std::ranges::find(spare_.rbegin(), spare_.rend(), network, &Spare::network);
+    if (fitting != spare_.rend()) std::swap(*fitting, spare_.back());
+    spare = std::move(spare_.back());
     spare_.pop_back();
-    return easy;
+    if (spare.network == network) return std::move(spare.easy);
+    curl_easy_reset(spare.easy.get());
+  } else {
+    spare.easy.reset(curl_easy_init());
+    // For good: resetting the handle does not change it.
+    if (!spare.easy ||
+        curl_easy_setopt(spare.easy.get(), CURLOPT_SHARE, shared_.get()) != CURLE_OK) {
+      throw std::bad_alloc();
+    }
   }
-  Easy easy(curl_easy_init());
-  if (!easy) throw std::bad_alloc();
-  // For good: resetting the handle does not change it.
-  if (curl_easy_setopt(easy.get(), CURLOPT_SHARE, shared_.get()) != CURLE_OK) {
-    throw std::bad_alloc();
-  }
-  return easy;
+  CurlTransfer::configure(spare.easy.get(), sockets_, *network);
+  return std::move(spare.easy);
 }
 
 }  // namespace QuorvelCoreSDK

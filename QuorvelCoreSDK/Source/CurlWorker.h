@@ -79,9 +79,11 @@ class CurlWorker {
   void finishDone();
   void finishLate();
   void finish(CURL* handle, CURLcode result);
+  /// Takes the handles back from the transfers that have come to an end.
+  void takeBackHandles();
   void wait();
   void runTasks();
-  [[nodiscard]] Easy takeEasy();
+  [[nodiscard]] Easy takeEasy(const std::shared_ptr<const Network>& network);
 
   const int process_;
   Sockets sockets_;  // the thread's, and outlives what libcurl has of it
@@ -104,12 +106,17 @@ class CurlWorker {
     Origin* origin;
     std::unique_ptr<CurlTransfer> transfer;
   };
+  struct Spare {
+    std::shared_ptr<const Network> network;  // that it is configured for; null: none
+    Easy easy;
+  };
   Origins origins_;
   std::string latestOrigin_;  // that had a turn; the next one is first
   std::map<CURL*, Running> running_;
+  std::map<CURL*, Running> finished_;  // whose handles are to be taken back
   Clock::time_point earliestDeadline_ = Clock::time_point::max();  // or earlier
   std::list<std::function<void()>> ready_;
-  std::vector<Easy> spare_;
+  std::vector<Spare> spare_;
 };
 
 }  // namespace QuorvelCoreSDK
