@@ -104,8 +104,6 @@ CurlWorker& CurlWorker::shared() {
 }
 
 CurlWorker::CurlWorker() : process_(getpid()), multi_(makeMulti()), shared_(makeShared()) {
-  curl_multi_setopt(multi_, CURLMOPT_SOCKETFUNCTION, watchSocket);
-  curl_multi_setopt(multi_, CURLMOPT_SOCKETDATA, &sockets_);
   // Registered after what the libraries have made, so that it runs before that is torn down.
   if (shared_ && pthread_atfork(nullptr, nullptr, forgetInChild) == 0 &&
       std::atexit(stopAtExit) == 0) {
@@ -114,12 +112,6 @@ CurlWorker::CurlWorker() : process_(getpid()), multi_(makeMulti()), shared_(make
   }
   curl_multi_cleanup(multi_);
   throw std::bad_alloc();
-}
-
-int CurlWorker::watchSocket(CURL*, curl_socket_t socket, int what, void* sockets, void*) {
-  static_cast<Sockets*>(sockets)->watch(socket, (what & CURL_POLL_IN) != 0,
-                                        (what & CURL_POLL_OUT) != 0);
-  return 0;
 }
 
 void CurlWorker::forgetInChild() {
@@ -228,7 +220,8 @@ void CurlWorker::run() {
     dropIfAsked();
     sortAdded();
     startWaiting();
-    runDue();
+    int stillRunning = 0;
+    curl_multi_perform(multi_, &stillRunning);
     countConnecting();
     finishDone();
     finishLate();
@@ -237,25 +230,12 @@ void CurlWorker::run() {
   }
 }
 
-void CurlWorker::runDue() {
-  long due = -1;
-  curl_multi_timeout(multi_, &due);
-  int stillRunning = 0;
-  if (due == 0) curl_multi_socket_action(multi_, CURL_SOCKET_TIMEOUT, 0, &stillRunning);
-}
-
 void CurlWorker::wait() {
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(earliestDeadline_ - Clock::now());
-  auto most = std::clamp<std::int64_t>(left.count(), 0, longestWait);
-  long due = -1;
-  curl_multi_timeout(multi_, &due);
-  if (due >= 0) most = std::min<std::int64_t>(most, due);
-  for (const auto& [socket, toRead, toWrite, hasFailed] : sockets_.wait(static_cast<int>(most))) {
-    const int what = (toRead ? CURL_CSELECT_IN : 0) | (toWrite ? CURL_CSELECT_OUT : 0) |
-                     (hasFailed ? CURL_CSELECT_ERR : 0);
-    int stillRunning = 0;
-    curl_multi_socket_action(multi_, socket, what, &stillRunning);
-  }
+  const auto most = std::clamp<std::int64_t>(left.count(), 0, longestWait);
+  curl_waitfd watched{.fd = sockets_.descriptor(), .events = CURL_WAIT_POLLIN, .revents = 0};
+  curl_multi_poll(multi_, &watched, 1, static_cast<int>(most), nullptr);
+  if (watched.revents != 0) sockets_.closeIdle();
 }
 
 bool CurlWorker::mayStart(const Origin& origin) const {

@@ -43,7 +43,6 @@ class CurlWorker {
   using Easy = std::unique_ptr<CURL, Free>;
 
   CurlWorker();
-  static int watchSocket(CURL*, curl_socket_t socket, int what, void* sockets, void*);
   static void stopAtExit();
   static void forgetInChild();
 
@@ -77,8 +76,6 @@ class CurlWorker {
   void countConnecting();
   /// Lets those start that need not wait any longer for the connection of another one.
   void endPatience();
-  /// Has libcurl do what its own time limits call for.
-  void runDue();
   void finishDone();
   void finishLate();
   void finish(CURL* handle, CURLcode result);

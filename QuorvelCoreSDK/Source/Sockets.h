@@ -1,19 +1,16 @@
 #pragma once
 
-#include <array>
 #include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <span>
 #include <string_view>
 
 namespace QuorvelCoreSDK {
 
-/// libcurl's sockets: waits for them on its behalf, and looks after kept connections as far as
-/// libcurl does not: it notices that the other side has closed one only when that is about to be
-/// used again, and over TLS not even then. What this takes of the operating system stands in one
-/// source file.
+/// The sockets of the kept connections, as far as libcurl does not look after them: it notices that
+/// the other side has closed one only when that is about to be used again, and over TLS not even
+/// then. What this takes of the operating system stands in one source file.
 ///
 /// Thread safety: the worker thread only.
 class Sockets {
@@ -64,30 +61,19 @@ class Sockets {
   /// Breaks the connection off if no byte has come over it for so long.
   static void breakIfSilent(const Use& use, std::chrono::milliseconds since);
 
-  /// Says what libcurl waits for on a socket; nothing: it no longer does.
-  void watch(int socket, bool toRead, bool toWrite);
+  /// Readable when `closeIdle` has something to do, if only to take note of being woken.
+  [[nodiscard]] int descriptor() const { return watch_; }
 
-  /// A socket that libcurl waits for, and what it is ready for.
-  struct Ready {
-    int socket = -1;
-    bool toRead = false;
-    bool toWrite = false;
-    bool hasFailed = false;
-  };
-
-  /// Waits for any of them, so many milliseconds at most, or until it is woken. It closes those
-  /// connections which the other side has closed and nobody uses, so that they do not stay half
-  /// open until the next request. libcurl forgets them at its next look.
-  [[nodiscard]] std::span<const Ready> wait(int milliseconds);
-
-  /// Ends the waiting, or the next one. Thread safety: any thread.
+  /// Makes the descriptor readable. Thread safety: any thread.
   void wake() const;
+
+  /// Closes those connections which the other side has closed and nobody uses, so that they do not
+  /// stay half open until the next request. libcurl forgets them at its next look.
+  void closeIdle();
 
  private:
   [[nodiscard]] Use find(const Route& route);
   void closeIfIdle(Socket& socket) const;
-  void setEvents(int descriptor, std::uint32_t events) const;
-  void forget(int descriptor) const;
 
   int watch_ = -1;
   int wake_ = -1;
@@ -97,7 +83,6 @@ class Sockets {
   int ended_ = -1;
   int otherEnd_ = -1;
   std::map<int, Use> sockets_;
-  std::array<Ready, 64> ready_;  // as seen last
 };
 
 }  // namespace QuorvelCoreSDK

@@ -17,7 +17,6 @@
 #include <limits>
 #include <new>
 #include <system_error>
-#include <utility>
 
 namespace QuorvelCoreSDK {
 namespace {
@@ -81,9 +80,7 @@ Sockets::~Sockets() {
 }
 
 struct Sockets::Socket {
-  int descriptor = -1;       // -1: libcurl has closed it
-  std::uint32_t events = 0;  // that are waited for
-  bool isWatched = false;    // by libcurl
+  int descriptor = -1;  // -1: libcurl has closed it
   std::size_t uses = 0;
   bool wasUsed = false;  // so that a handshake is under way no more
   bool isClosedByPeer = false;
@@ -106,9 +103,12 @@ int Sockets::open(int family, int type, int protocol) {
     ::close(descriptor);
     return -1;
   }
-  if (isInternet(family)) {  // without this, a dead connection is only noticed later
+  // Without these two, a closed or dead connection is only noticed later.
+  if (isInternet(family)) {
     ::setsockopt(descriptor, IPPROTO_TCP, TCP_USER_TIMEOUT, &unacknowledged, sizeof unacknowledged);
   }
+  epoll_event closing{.events = EPOLLRDHUP | EPOLLET, .data = {.fd = descriptor}};
+  ::epoll_ctl(watch_, EPOLL_CTL_ADD, descriptor, &closing);
   return descriptor;
 }
 
@@ -119,13 +119,7 @@ void Sockets::close(int descriptor) {
     socket.descriptor = -1;
     sockets_.erase(found);
   }
-  forget(descriptor);
   ::close(descriptor);
-}
-
-void Sockets::forget(int descriptor) const {
-  // Closing it does not do that if the connection has another descriptor, as in a forked child.
-  ::epoll_ctl(watch_, EPOLL_CTL_DEL, descriptor, nullptr);
 }
 
 Sockets::Use Sockets::find(const Route& route) {
@@ -195,62 +189,24 @@ void Sockets::breakIfSilent(const Use& use, std::chrono::milliseconds since) {
   }
 }
 
-void Sockets::setEvents(int descriptor, std::uint32_t events) const {
-  epoll_event event{.events = events, .data = {.fd = descriptor}};
-  if (::epoll_ctl(watch_, EPOLL_CTL_MOD, descriptor, &event) == 0 || errno != ENOENT) return;
-  ::epoll_ctl(watch_, EPOLL_CTL_ADD, descriptor, &event);
-}
-
-void Sockets::watch(int descriptor, bool toRead, bool toWrite) {
-  const std::uint32_t events = (toRead ? EPOLLIN | EPOLLRDHUP : 0U) | (toWrite ? EPOLLOUT : 0U);
-  const auto found = sockets_.find(descriptor);
-  if (found == sockets_.end()) {  // one of libcurl's own, as for looking up a name
-    return events != 0 ? setEvents(descriptor, events) : forget(descriptor);
-  }
-  auto& socket = *found->second;
-  socket.isWatched = events != 0;
-  // A kept connection stays as it is, for the next request waits for the same.
-  if (!socket.isWatched || socket.events == events) return;
-  socket.events = events;
-  setEvents(descriptor, events);
-}
-
-std::span<const Sockets::Ready> Sockets::wait(int milliseconds) {
-  std::array<epoll_event, std::tuple_size_v<decltype(ready_)>> events{};
-  const int count =
-      ::epoll_wait(watch_, events.data(), static_cast<int>(events.size()), milliseconds);
-  std::size_t size = 0;
-  for (int i = 0; i < count; ++i) {
-    const auto& event = events[static_cast<std::size_t>(i)];
-    const int descriptor = event.data.fd;
-    if (descriptor == wake_) continue;
-    if (const auto found = sockets_.find(descriptor); found != sockets_.end()) {
-      auto& socket = *found->second;
-      if ((event.events & EPOLLRDHUP) != 0) socket.isClosedByPeer = true;
-      if (!socket.isWatched) {
-        // Whatever came there stays until libcurl wants it; that the other side closes is an event.
-        constexpr std::uint32_t closing = EPOLLRDHUP | EPOLLET;
-        if (std::exchange(socket.events, closing) != closing) setEvents(descriptor, closing);
-        if (socket.isClosedByPeer) closeIfIdle(socket);
-        continue;
-      }
-    }
-    ready_[size++] = {.socket = descriptor,
-                      .toRead = (event.events & (EPOLLIN | EPOLLRDHUP | EPOLLHUP)) != 0,
-                      .toWrite = (event.events & EPOLLOUT) != 0,
-                      .hasFailed = (event.events & EPOLLERR) != 0};
-  }
-  return std::span(ready_).first(size);
-}
-
 void Sockets::wake() const {
   ::eventfd_write(wake_, 1);
 }
 
+void Sockets::closeIdle() {
+  std::array<epoll_event, 16> events{};
+  const int count = ::epoll_wait(watch_, events.data(), static_cast<int>(events.size()), 0);
+  for (int i = 0; i < count; ++i) {
+    const auto& event = events[static_cast<std::size_t>(i)];
+    const auto found = sockets_.find(event.data.fd);
+    if (found == sockets_.end() || (event.events & EPOLLRDHUP) == 0) continue;
+    found->second->isClosedByPeer = true;
+    closeIfIdle(*found->second);
+  }
+}
+
 void Sockets::closeIfIdle(Socket& socket) const {
   if (socket.uses > 0 || !socket.wasUsed || socket.descriptor < 0) return;
-  forget(socket.descriptor);
-  socket.events = 0;
   if (::dup3(ended_, socket.descriptor, O_CLOEXEC) < 0) return;
   socket.isReplaced = true;
   endInPeace(socket.tls);
