@@ -376,17 +376,19 @@ void CurlWorker::finishLate() {
 
 void CurlWorker::finish(CURL* handle, CURLcode result) {
   // Somebody waits for it, and for others that end at the same time: the handle comes later.
-  auto& [origin, transfer] = finished_.insert(running_.extract(handle)).position->second;
-  --origin->running;
-  origin->waiting.splice(origin->waiting.end(), origin->patient);
+  auto& finished = finished_.insert(running_.extract(handle)).position->second;
+  auto& origin = *finished.origin;
+  auto& transfer = finished.transfer;
+  --origin.running;
+  origin.waiting.splice(origin.waiting.end(), origin.patient);
   long proxyStatus = 0;
   curl_easy_getinfo(handle, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
   long version = CURL_HTTP_VERSION_NONE;
   curl_easy_getinfo(handle, CURLINFO_HTTP_VERSION, &version);
-  if (version != CURL_HTTP_VERSION_NONE) origin->isMultiplexed = version >= CURL_HTTP_VERSION_2_0;
+  if (version != CURL_HTTP_VERSION_NONE) origin.isMultiplexed = version >= CURL_HTTP_VERSION_2_0;
   transfer->leaveConnection(result);
   if (transfer->mustStartAgain()) {
-    withMemory([&] { origin->waiting.push_front(std::move(transfer)); });
+    withMemory([&] { origin.waiting.push_front(std::move(transfer)); });
   } else {
     withMemory([&] { transfer->finish(result, proxyStatus); });
     stopIfEnding();

@@ -43,6 +43,7 @@ std::vector<Path> searchedDirectories() {
   auto* const found = new (buffer.get()) Dl_serinfo(size);
   dlinfo(self.get(), RTLD_DI_SERINFO, found);
   std::vector<Path> directories;
+  directories.reserve(found->dls_cnt + 1);
   const auto* const paths = found->dls_serpath;
   for (unsigned at = 0; at < found->dls_cnt; ++at) directories.emplace_back(paths[at].dls_name);
   directories.emplace_back("/usr/local/lib");  // by configuration, on most systems
