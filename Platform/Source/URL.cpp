@@ -91,9 +91,11 @@ bool isPlainInPath(char c) {
 
 bool URL::readOrdinary() {
   const std::string_view text(text_);
-  const auto scheme = text.substr(0, text.find("://"));
-  if (scheme != "https" && scheme != "http") return false;
-  const auto rest = text.substr(scheme.size() + 3);
+  constexpr std::string_view mark = "://";
+  const auto end = text.find(mark);
+  const auto scheme = text.substr(0, end);
+  if (end == text.npos || (scheme != "https" && scheme != "http")) return false;
+  const auto rest = text.substr(end + mark.size());
   const auto authority = rest.substr(0, rest.find('/'));
   const auto host = authority.substr(0, authority.find(':'));
   const bool isLocal = host == "127.0.0.1";
