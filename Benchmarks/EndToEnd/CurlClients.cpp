@@ -1,6 +1,6 @@
 #include "Decode/Rivals.h"
 #include "EndToEnd/Clients.h"
-#include "EndToEnd/Query.h"
+#include "EndToEnd/EasyHandle.h"
 #include "Support/Rounds.h"
 
 #include <curl/curl.h>
@@ -14,61 +14,15 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// One of libcurl's easy handles, set up to post questions as the library does.
-struct Easy {
-  explicit Easy(const Server& server) {
-    const auto add = [&](const std::string& name, const char* value) {
-      headers = curl_slist_append(headers, (name + ": " + value).c_str());
-    };
-    for (const auto& [name, value] : Query::headers) add(name, value);
-    add("Content-Type", Query::contentType);
-    headers = curl_slist_append(headers, "Expect:");
+/// An easy handle, and the question that it is busy with.
+struct Easy : EasyHandle {
+  explicit Easy(const Server& server) : EasyHandle(server) {
     set(CURLOPT_URL, (server.address + Query::path).c_str());
-    set(CURLOPT_HTTPHEADER, headers);
-    set(CURLOPT_NOSIGNAL, 1L);
-    set(CURLOPT_TIMEOUT_MS, 30'000L);
-    set(CURLOPT_CAINFO, server.certificate.c_str());
-    set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
-    set(CURLOPT_PIPEWAIT, server.address.starts_with("https:") ? 1L : 0L);
-    set(CURLOPT_PROXY, "");
-    set(CURLOPT_WRITEFUNCTION, receive);
-    set(CURLOPT_WRITEDATA, &received);
     set(CURLOPT_PRIVATE, this);
   }
-  Easy(const Easy&) = delete;
-  Easy& operator=(const Easy&) = delete;
-  ~Easy() {
-    curl_easy_cleanup(handle);
-    curl_slist_free_all(headers);
-  }
 
-  /// Readies it for the next post. `body` is borrowed until that ends.
-  void start(const std::string& body) {
-    received.clear();
-    set(CURLOPT_POSTFIELDS, body.data());
-    set(CURLOPT_POSTFIELDSIZE, static_cast<long>(body.size()));
-  }
-
-  void finish(CURLcode result) const {
-    long status = 0;
-    curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
-    if (result == CURLE_OK && status == 200) return;
-    giveUp(curl_easy_strerror(result) + (", " + std::to_string(status)));
-  }
-
-  CURL* const handle = curl_easy_init();
   std::string received;
   Clock::time_point begin;
-  curl_slist* headers = nullptr;
-
-  template <class Value>
-  void set(CURLoption option, Value value) {
-    curl_easy_setopt(handle, option, value);
-  }
-  static std::size_t receive(char* data, std::size_t size, std::size_t count, void* to) {
-    static_cast<std::string*>(to)->append(data, size * count);
-    return size * count;
-  }
 };
 
 double since(Clock::time_point begin) {
@@ -84,7 +38,7 @@ class EasyClient final : public Client {
     for (auto& time : microseconds) {
       const auto begin = Clock::now();
       const auto body = Query::makeBodyWithNlohmann();
-      easy_.start(body);
+      easy_.start(body, easy_.received);
       easy_.finish(curl_easy_perform(easy_.handle));
       keep(decodeWithNlohmann(easy_.received).value());
       time = since(begin);
@@ -140,7 +94,7 @@ class MultiClient final : public Client {
  private:
   void start(Easy& easy) {
     easy.begin = Clock::now();
-    easy.start(body_);
+    easy.start(body_, easy.received);
     curl_multi_add_handle(multi_, easy.handle);
   }
 

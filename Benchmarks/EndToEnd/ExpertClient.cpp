@@ -1,6 +1,6 @@
 #include "Decode/Rivals.h"
 #include "EndToEnd/Clients.h"
-#include "EndToEnd/Query.h"
+#include "EndToEnd/EasyHandle.h"
 #include "Support/Rounds.h"
 
 #include <curl/curl.h>
@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
+#include <memory>
 #include <span>
 #include <string_view>
 #include <thread>
@@ -167,68 +168,30 @@ class Sockets {
   std::vector<Watch> watches_;  // by socket
 };
 
-/// One of libcurl's easy handles.
-class Transfer {
+/// An easy handle, and the question that it is busy with.
+class Transfer : public EasyHandle {
  public:
-  Transfer(const Server& server, Sockets& sockets) {
-    const auto add = [this](const std::string& line) {
-      headers_ = curl_slist_append(headers_, line.c_str());
-    };
-    for (const auto& [name, value] : Query::headers) add(name + (": " + std::string(value)));
-    add(std::string("Content-Type: ") + Query::contentType);
-    add("Expect:");
-    curl_url_set(url_, CURLUPART_URL, (server.address + Query::path).c_str(), 0);
-    set(CURLOPT_CURLU, url_);  // so it is taken apart once
-    set(CURLOPT_HTTPHEADER, headers_);
-    set(CURLOPT_NOSIGNAL, 1L);
-    set(CURLOPT_TIMEOUT_MS, 30'000L);
-    set(CURLOPT_CAINFO, server.certificate.c_str());
-    set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
-    set(CURLOPT_PIPEWAIT, server.address.starts_with("https:") ? 1L : 0L);
-    set(CURLOPT_PROXY, "");
-    set(CURLOPT_WRITEFUNCTION, receive);
+  Transfer(const Server& server, Sockets& sockets) : EasyHandle(server) {
+    curl_url_set(url_.get(), CURLUPART_URL, (server.address + Query::path).c_str(), 0);
+    set(CURLOPT_CURLU, url_.get());  // so it is taken apart once
     set(CURLOPT_PRIVATE, this);
     set(CURLOPT_SOCKOPTFUNCTION, opened);
     set(CURLOPT_SOCKOPTDATA, &sockets);
     set(CURLOPT_CLOSESOCKETFUNCTION, closed);
     set(CURLOPT_CLOSESOCKETDATA, &sockets);
   }
-  Transfer(const Transfer&) = delete;
-  Transfer& operator=(const Transfer&) = delete;
-  ~Transfer() {
-    curl_easy_cleanup(handle);
-    curl_slist_free_all(headers_);
-    curl_url_cleanup(url_);
-  }
 
   void ask(Question& question) {
     question_ = &question;
-    question.received.clear();
-    set(CURLOPT_POSTFIELDS, question.body.data());
-    set(CURLOPT_POSTFIELDSIZE, static_cast<long>(question.body.size()));
-    set(CURLOPT_WRITEDATA, &question.received);
+    start(question.body, question.received);
   }
 
-  [[nodiscard]] Question& finish(CURLcode result) {
-    long status = 0;
-    curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
-    if (result != CURLE_OK || status != 200) {
-      giveUp(curl_easy_strerror(result) + (", " + std::to_string(status)));
-    }
+  [[nodiscard]] Question& answered(CURLcode result) {
+    finish(result);
     return *std::exchange(question_, nullptr);
   }
 
-  CURL* const handle = curl_easy_init();
-
  private:
-  template <class Value>
-  void set(CURLoption option, Value value) {
-    curl_easy_setopt(handle, option, value);
-  }
-  static std::size_t receive(char* data, std::size_t size, std::size_t count, void* to) {
-    static_cast<std::string*>(to)->append(data, size * count);
-    return size * count;
-  }
   static int opened(void* sockets, curl_socket_t socket, curlsocktype) {
     static_cast<Sockets*>(sockets)->open(socket);
     return CURL_SOCKOPT_OK;
@@ -238,8 +201,7 @@ class Transfer {
     return 0;
   }
 
-  CURLU* const url_ = curl_url();
-  curl_slist* headers_ = nullptr;
+  const std::unique_ptr<CURLU, void (*)(CURLU*)> url_{curl_url(), curl_url_cleanup};
   Question* question_ = nullptr;
 };
 
@@ -295,7 +257,7 @@ class Worker {
     while (const auto* message = curl_multi_info_read(multi_, &left)) {
       Transfer* transfer = nullptr;
       curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &transfer);
-      received_.push_back(&transfer->finish(message->data.result));
+      received_.push_back(&transfer->answered(message->data.result));
       curl_multi_remove_handle(multi_, transfer->handle);
       idle_.push_back(transfer);
     }

@@ -42,25 +42,26 @@ http {
     listen 127.0.0.1:${ports[1]} ssl http2;
     include $directory/locations;
   }
-  server {
-    listen 127.0.0.1:${ports[2]} ssl;
-    listen 127.0.0.1:${ports[3]} ssl http2;
-    ssl_protocols TLSv1.2;
-    keepalive_timeout 1s;
-    include $directory/locations;
-  }
-  server {
-    listen 127.0.0.1:${ports[4]} ssl;
-    listen 127.0.0.1:${ports[5]} ssl http2;
-    ssl_protocols TLSv1.3;
-    keepalive_timeout 1s;
-    include $directory/locations;
-  }
+$(server_that_closes "${ports[2]}" "${ports[3]}" TLSv1.2)
+$(server_that_closes "${ports[4]}" "${ports[5]}" TLSv1.3)
 }
 EOT
   # It listens when the command has ended.
   "$nginx" -e "$directory/error.log" -c "$directory/nginx.conf" || die "The server did not start."
   server_pid=$(<"$directory/pid")
+}
+
+# The configuration of one for HTTP/1.1 and one for HTTP/2, with a version of TLS.
+server_that_closes() {
+  cat <<EOT
+  server {
+    listen 127.0.0.1:$1 ssl;
+    listen 127.0.0.1:$2 ssl http2;
+    ssl_protocols $3;
+    keepalive_timeout 1s;
+    include $directory/locations;
+  }
+EOT
 }
 
 free_ports() {
