@@ -45,7 +45,7 @@ run() {
 versions() {
   run bash -c 'source Scripts/common.sh && dpkg-query -W -f "\${Package} \${Version}\n" \
     "${packages[@]}" libc6 "${all_packages[@]}" 2>/dev/null || true' |
-    sed -E 's/ [0-9]+:/ /; s/-[^- ]*$//; s/[+~](dfsg|ds|repack|really)?[^ ]*$//' | sort -u
+    sed -nE '/ [0-9]/{s/ [0-9]+:/ /; s/-[^- ]*$//; s/[+~](dfsg|ds|repack|really)?[^ ]*$//; p}' | sort -u
 }
 
 test_system() {

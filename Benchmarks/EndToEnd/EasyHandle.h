@@ -9,7 +9,7 @@
 
 namespace Benchmarks {
 
-/// One of libcurl's easy handles, set up to post questions as the library does, but for the address.
+/// A handle of libcurl, set up to post questions as the library does. The address comes last.
 struct EasyHandle {
   explicit EasyHandle(const Server& server) {
     const auto add = [this](const std::string& line) {
