@@ -105,7 +105,7 @@ TEST_F(SecurityTest, SaysThatTheTrustedCertificatesCannotBeRead) {
 
 TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationElseOfTheEnvironment) {
   const LoopbackServer server(replying(httpReply("200 OK", "direct")));
-  const LoopbackServer proxy(replying(httpReply("403 Forbidden")));
+  const LoopbackServer proxy(replying(httpReply("300 Multiple Choices")));
   const LoopbackServer asking(replying(httpReply("407 Proxy Authentication Required", "",
                                                  "Proxy-Authenticate: Basic realm=\"x\"\r\n")));
   const LoopbackServer closed(nullptr, {.isDeaf = true});
