@@ -55,7 +55,7 @@ void expectFinding(const json& row, const json& report) {
   found[std::string(row["check"])] = row["found"];
   for (const auto& check : report["checks"]) {
     const std::string name = check["check"];
-    const bool isProblem = row.contains("remedy") && name == row["check"];
+    const bool isProblem = row.contains("remedy") && check["check"] == row["check"];
     EXPECT_EQ(check["status"] == "problem", isProblem) << check;
     EXPECT_THAT(std::string(check["found"]), HasSubstr(found.value(name, "")));
     if (isProblem) {
