@@ -17,7 +17,7 @@ slow=Readers.AgreeOnMutatedDocuments
 check() {
   valgrind --quiet --error-exitcode=99 --leak-check=full --show-leak-kinds=definite \
     --errors-for-leak-kinds=definite --num-callers=25 --fair-sched=yes \
-    "$1" --gtest_brief=1 --gtest_filter="$2" >"$log.$BASHPID" 2>&1 || { cat "$log.$BASHPID"; exit 1; }
+    "$1" --gtest_brief=1 --gtest_filter="$2" >"$log.$$" 2>&1 || { cat "$log.$$"; exit 1; }
 }
 log=$(mktemp -d)/log
 trap 'rm -rf "${log%/log}"' EXIT

@@ -16,12 +16,18 @@ using Handler = std::function<void(std::string_view)>;
 // Whoever takes it out owns it, so that none is lost while it is being called.
 constinit std::atomic<const Handler*> hostHandler = nullptr;
 
+// For good, since the process ends in it, and for those who look for leaks then.
+constinit std::atomic<const Handler*> calledHandler = nullptr;
+
 }  // namespace
 
 void fatalError(std::string_view report) {
   std::fwrite(report.data(), 1, report.size(), stderr);
   std::fputc('\n', stderr);
-  if (const auto* const handler = hostHandler.exchange(nullptr)) (*handler)(report);
+  if (const auto* const handler = hostHandler.exchange(nullptr)) {
+    calledHandler = handler;
+    (*handler)(report);
+  }
   std::abort();
 }
 
