@@ -25,7 +25,7 @@ else
 fi
 packages=("${library_packages[@]}" "${app_packages[@]}" "${test_packages[@]}")
 all_packages=(clang-19 clang-format-19 clang-tidy-19 git googletest libc++-19-dev libc++abi-19-dev
-  libclang-rt-19-dev mypy qt6-base-dev)
+  libclang-rt-19-dev libgtk-4-dev mypy qt6-base-dev xauth xvfb)
 site_packages=(chromium doxygen graphviz python3)
 packaging_packages=(diffoscope-minimal dpkg-dev file lintian)
 fuzz_packages=(clang-19 libc++-19-dev libc++abi-19-dev libclang-rt-19-dev libplist-dev llvm-19

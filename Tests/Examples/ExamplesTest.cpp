@@ -6,8 +6,10 @@
 
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::StartsWith;
 
 /// A host of Examples/, and what it takes to run it.
@@ -36,7 +38,7 @@ const Example examples[] = {
 
 class Examples : public testing::TestWithParam<Example> {
  protected:
-  Examples() {
+  explicit Examples(bool tls = true) : service{{.token = "demo-token", .tls = tls}} {
     service.start();
     directory.write("own.pem", service.certificatePem());
   }
@@ -47,10 +49,11 @@ class Examples : public testing::TestWithParam<Example> {
     environment["PELLIX_ACCOUNT_URL"] = service.baseUrl();
     environment["PELLIX_TOKEN"] = token;
     environment["PELLIX_CERTIFICATES"] = directory.path() / "own.pem";
+    environment["XDG_RUNTIME_DIR"] = directory.path();
     return Support::runProcess(std::move(command), environment);
   }
 
-  AnswerService::Service service{{.token = "demo-token", .tls = true}};
+  AnswerService::Service service;
   Support::TemporaryDirectory directory;
 };
 
@@ -90,7 +93,54 @@ TEST_P(Examples, SayWhatWentWrongAndEndWhenAnOperationEndsSilently) {
   EXPECT_TRUE(service.record().queries.empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Host, Examples, testing::ValuesIn(examples),
-                         [](const auto& each) { return each.param.name; });
+/// Programs that report that the first article helped; those for people show what the articles say
+/// and are told that the second one did not.
+const Example programs[] = {
+    {"Coroutines", {COROUTINES}},
+    {"TerminalDesk", {"sh", "-c", R"(printf '%s\nhelped 1\nno 2' "$1" | "$0")", TERMINAL_DESK}},
+#ifdef GTK_WINDOW
+    {"GtkWindow",
+     {XVFB, "-a", "env", "LD_PRELOAD=" DRIVE_GTK, GTK_WINDOW},
+     {{"G_DEBUG", "fatal-criticals"}, {"GSETTINGS_BACKEND", "memory"}, {"GTK_A11Y", "none"}}},
+#endif
+#ifdef QT_WINDOW
+    {"QtWindow", {XVFB, "-a", "env", "LD_PRELOAD=" DRIVE_QT, QT_WINDOW}},
+#endif
+};
+
+class Programs : public Examples {
+ protected:
+  Programs() : Examples(false) {}
+};
+
+TEST_P(Programs, ShowArticlesAsTextAndReportOnThem) {
+  const auto asked = ask("How do I change my password?");
+  EXPECT_EQ(asked.exitCode, 0);
+  EXPECT_THAT(asked.output, HasSubstr("\nThank you.\n"));
+  const auto record = service.record();
+  const auto found = record.queries.at(0).articleIds;
+  EXPECT_EQ(record.resolutions.at(0).articleId, found.at(0));
+  EXPECT_EQ(record.votes.at(0).articleId, found.at(0));
+  const bool isForPeople = GetParam().command.front() != COROUTINES;
+  if (isForPeople) EXPECT_EQ(record.rejections.at(0).articleId, found.at(1));
+
+  service.setMisbehaviour(
+      "interaction",
+      R"(body:{"deflection":{"id":1,"auth_token":"t"},"interaction_access_token":"t",)"
+      R"("deflection_articles":[{"id":1,"title":"The <b> tag\u001B]0;a\u009B2J","url":"",)"
+      R"("html_url":"\u001Bc","label_names":[],"body":"","article_id":1,"locale":"en-us",)"
+      R"("brand_id":3,"score":0.5,"snippet":"<img src='x'>\u001Bc1 &lt; 2<i>!</i>\u009B"}]})");
+  const auto steered = ask("Password").output;
+  EXPECT_THAT(steered,
+              AllOf(HasSubstr("The <b> tag"), HasSubstr(isForPeople ? "1 < 2" : ""),
+                    Not(HasSubstr("<i")), Not(HasSubstr("\x1B")), Not(HasSubstr("\xC2\x9B"))));
+
+  const auto refused = ask("Password", "wrong");
+  EXPECT_THAT(refused.output + refused.errors, HasSubstr("Unauthorized"));
+}
+
+constexpr auto nameOf = [](const auto& each) { return each.param.name; };
+INSTANTIATE_TEST_SUITE_P(Host, Examples, testing::ValuesIn(examples), nameOf);
+INSTANTIATE_TEST_SUITE_P(Host, Programs, testing::ValuesIn(programs), nameOf);
 
 }  // namespace
