@@ -30,9 +30,10 @@ static std::string printable(const std::string& text) {
   return withBlanksFor("\\p{C}", text);
 }
 
-/// HTML without its markup. Pango knows what its references stand for, or else they stay.
+/// HTML without its markup, of which blanks are left. Pango knows what its references stand for, or
+/// else they stay.
 static std::string plainText(const std::string& html) {
-  const std::string text = printable(withBlanksFor("<[^>]*>?", html));
+  const std::string text = printable(withBlanksFor("(?:\\s|<[^>]*>?)++", html));
   g_autofree char* plain = nullptr;
   const bool known = pango_parse_markup(text.c_str(), -1, 0, nullptr, &plain, nullptr, nullptr);
   return known ? printable(plain) : text;
