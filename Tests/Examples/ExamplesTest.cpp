@@ -122,7 +122,9 @@ TEST_P(Programs, ShowArticlesAsTextAndReportOnThem) {
   EXPECT_EQ(record.resolutions.at(0).articleId, found.at(0));
   EXPECT_EQ(record.votes.at(0).articleId, found.at(0));
   const bool isForPeople = GetParam().command.front() != COROUTINES;
-  if (isForPeople) EXPECT_EQ(record.rejections.at(0).articleId, found.at(1));
+  if (isForPeople) {
+    EXPECT_EQ(record.rejections.at(0).articleId, found.at(1));
+  }
 
   service.setMisbehaviour(
       "interaction",
