@@ -101,7 +101,10 @@ const Example programs[] = {
 #ifdef GTK_WINDOW
     {"GtkWindow",
      {XVFB, "-a", "env", "LD_PRELOAD=" DRIVE_GTK, GTK_WINDOW},
-     {{"G_DEBUG", "fatal-criticals"}, {"GSETTINGS_BACKEND", "memory"}, {"GTK_A11Y", "none"}}},
+     {{"G_DEBUG", "fatal-criticals"},
+      {"GSETTINGS_BACKEND", "memory"},
+      {"GSK_RENDERER", "cairo"},
+      {"GTK_A11Y", "none"}}},
 #endif
 #ifdef QT_WINDOW
     {"QtWindow", {XVFB, "-a", "env", "LD_PRELOAD=" DRIVE_QT, QT_WINDOW}},
