@@ -73,6 +73,18 @@ void checkURL(const URL& url) {
           "what counts as loopback is not sent elsewhere");
 }
 
+/// Ordinary addresses are read by a short way of their own; with a fragment none is ordinary.
+void checkWithFragment(const std::string& address) {
+  if (address.empty() || address.contains('#')) return;
+  const auto url = URL::parse(address);
+  const auto other = URL::parse(address + "#");
+  require(url.has_value() == other.has_value(), "a fragment makes no address good or bad");
+  require(!url || (url->hasSameOrigin(*other) && url->isLoopback() == other->isLoopback() &&
+                   url->hasUserInfo() == other->hasUserInfo() &&
+                   url->hasQuery() == other->hasQuery() && !url->hasFragment()),
+          "a fragment changes nothing else");
+}
+
 /// An account's address serves all that is built on it, or is refused at once.
 void checkAccount(const std::string& address) {
   static const auto transport = std::make_shared<QuorvelCoreSDK::Testing::ScriptedTransport>();
@@ -98,6 +110,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   checkTemplate(text, argument);
   for (const auto& address : {argument, formatTemplate(text, argument).value_or("")}) {
     if (const auto url = URL::parse(address)) checkURL(*url);
+    checkWithFragment(address);
     checkAccount(address);
   }
   return 0;

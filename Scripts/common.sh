@@ -28,8 +28,8 @@ all_packages=(clang-19 clang-format-19 clang-tidy-19 git googletest libc++-19-de
   libclang-rt-19-dev libgtk-4-dev mypy qt6-base-dev xauth xvfb)
 site_packages=(chromium doxygen graphviz python3)
 packaging_packages=(diffoscope-minimal dpkg-dev file lintian)
-fuzz_packages=(clang-19 libc++-19-dev libc++abi-19-dev libclang-rt-19-dev libplist-dev llvm-19
-  nlohmann-json3-dev)
+fuzz_packages=(clang-19 libc++-19-dev libc++abi-19-dev libclang-rt-19-dev libfmt-dev libplist-dev llvm-19
+  nlohmann-json3-dev python3)
 mutants_packages=(ccache git libclang-common-19-dev lld patch python3-clang-19)
 
 as_root() {
