@@ -20,10 +20,10 @@ def short(names):
     shown = subprocess.run(["llvm-cxxfilt-19", "--no-params"], input="\n".join(plain), text=True,
                            capture_output=True, check=True).stdout.splitlines()
     for name, text in zip(names, shown):
-        text = re.sub(r"::(\$_\d+|'lambda\d*'|\{lambda|operator\(\)).*", "", text.replace("(anonymous namespace)::", ""))
-        while "<" in text and (cut := re.sub(r"<[^<>]*>", "", text)) != text:
+        text = text.replace("(anonymous namespace)::", "")
+        while (cut := re.sub(r"<[^<>]*>", "", text)) != text:
             text = cut
-        text = re.sub(r"\[abi:\w+\]|\(.*", "", text).split(" ")[-1]
+        text = re.sub(r"::(\$_\d|'lambda|\{lambda).*|\[abi:\w+\]|\(.*", "", text).split(" ")[-1]
         yield name, re.sub(r"^(PellixPlatform|QuorvelCoreSDK|VeltraneProvidersSDK|PellixProvidersSDK|PellixApp)::", "", text)
 
 
