@@ -39,6 +39,7 @@ std::string replaced(std::string_view text, Replace replace) {
     const auto [bytes, c] = firstCharacter(text);
     if (c < 0) {
       result += '?';
+      before = '?';
     } else if (isPrintable(c, before)) {
       result += bytes;
       before = c;
