@@ -142,8 +142,9 @@ void checkLines(const std::string& text, const PellixApp::Terminal& terminal) {
     rest.remove_prefix(line.size() + 1);
     require(fits(line, terminal.width), "a line fits");
   }
-  const auto bold = terminal.bold(lines);
-  require(bold.size() == lines.size() + (terminal.hasColours ? 8 : 0), "colours end");
+  for (const auto& styled : {terminal.bold(lines), terminal.faint(lines)}) {
+    require(styled.size() == lines.size() + (terminal.hasColours ? 8 : 0), "colours end");
+  }
 }
 
 }  // namespace
