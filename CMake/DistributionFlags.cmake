@@ -1,9 +1,11 @@
 # The flags that Debian builds its packages with, of this machine's release, and control-flow protection.
+# Relocations are packed, which every release of Debian that has the packages' dependencies can load.
 # Included before the compilers are looked at.
 find_program(DPKG_BUILDFLAGS dpkg-buildflags REQUIRED)
 cmake_host_system_information(RESULT platform QUERY OS_PLATFORM)
 if(platform STREQUAL "x86_64")
   set(control_flow -fcf-protection)
+  set(packed_relocations -Wl,-z,pack-relative-relocs)
 endif()
 foreach(name IN ITEMS CPPFLAGS CFLAGS CXXFLAGS LDFLAGS)
   execute_process(
@@ -14,4 +16,4 @@ endforeach()
 set(CMAKE_C_FLAGS_INIT "${CFLAGS} ${CPPFLAGS} ${control_flow} -DNDEBUG")
 set(CMAKE_CXX_FLAGS_INIT "${CXXFLAGS} ${CPPFLAGS} ${control_flow} -DNDEBUG")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${LDFLAGS}")
-set(CMAKE_SHARED_LINKER_FLAGS_INIT "${LDFLAGS}")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "${LDFLAGS} ${packed_relocations}")
