@@ -85,13 +85,13 @@ std::string validatorIn(const PellixPlatform::HTTPURLResponse& response) {
 
 CachedDocument::CachedDocument(Parameters parameters)
     : parameters_(std::move(parameters)),
-      freshness_(std::make_unique<Freshness>(parameters_.environment.session_->surroundings())) {}
+      freshness_(std::make_unique<Freshness>(parameters_.environment.session()->surroundings())) {}
 CachedDocument::~CachedDocument() {
-  parameters_.environment.session_->documents().forget();
+  parameters_.environment.session()->documents().forget();
 }
 
 std::shared_ptr<CachedDocument> CachedDocument::make(Parameters parameters) {
-  auto& documents = parameters.environment.session_->documents();
+  auto& documents = parameters.environment.session()->documents();
   std::shared_ptr<CachedDocument> made(new CachedDocument(std::move(parameters)));
   documents.add(made);
   return made;
@@ -105,7 +105,7 @@ void CachedDocument::get(RecordType type, Callback callback) {
     std::unique_lock lock(mutex_);
     waiting_.push_back({type, std::move(callback)});
     if (!fetch(std::move(lock), false)) return;
-    parameters_.environment.session_->documents().fetchBeside(*this);
+    parameters_.environment.session()->documents().fetchBeside(*this);
     return;
   }
   if (const auto called = std::exchange(callback, nullptr)) called(recordIn(document, type));
@@ -153,7 +153,7 @@ bool CachedDocument::fetch(std::unique_lock<std::mutex> lock, bool waitsForConne
 ProviderService CachedDocument::serviceFor(const SharedDocument& known,
                                            bool waitsForConnection) const {
   const auto& account = parameters_.environment;
-  const auto& session = *account.session_;
+  const auto& session = *account.session();
   auto headers = parameters_.clientHeaders;
   if (known) {
     auto all = headers->aditionalHeaders();
@@ -182,7 +182,7 @@ void CachedDocument::finish(Fetch& fetch, std::optional<PellixPlatform::Data> da
     failure = failureOf(document->text, http, std::move(error));
     if (!failure) document->validator = validatorIn(*http);
   }
-  const auto& session = *parameters_.environment.session_;
+  const auto& session = *parameters_.environment.session();
   std::vector<Waiting> waiting;
   std::vector<Report> reports;
   {

@@ -100,7 +100,7 @@ void ProviderService::perform(Callback callback) const& {
 }
 
 void ProviderService::perform(Callback callback) && {
-  const auto& session = parameters_.environment.session_;
+  const auto& session = parameters_.environment.session();
   auto* const queue = parameters_.dispatchQueue;
   const Call call(callback);
   if (!call) return;

@@ -35,9 +35,12 @@ Shared& shared() {
 
 AccountDetails::AccountDetails(std::string accountUrl, std::string applicationId,
                                std::string clientId)
-    : accountUrl_(std::move(accountUrl)),
-      applicationId_(std::move(applicationId)),
-      clientId_(std::move(clientId)) {}
+    : AccountDetails(Values{.accountUrl = std::move(accountUrl),
+                            .applicationId = std::move(applicationId),
+                            .clientId = std::move(clientId),
+                            .session = nullptr}) {}
+AccountDetails::AccountDetails(Values values)
+    : values_(std::make_shared<const Values>(std::move(values))) {}
 
 Quorvel::Quorvel(Parts parts) : parts_(std::make_unique<const Parts>(std::move(parts))) {}
 Quorvel::~Quorvel() = default;
@@ -59,7 +62,8 @@ std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> makeQuorvel(
 
 std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> Quorvel::make(
     AccountDetails accountDetails, Configuration configuration, Surroundings surroundings) {
-  auto& address = accountDetails.accountUrl_;
+  auto details = *accountDetails.values_;
+  auto& address = details.accountUrl;
   while (address.ends_with('/')) address.pop_back();
   auto url = parseAccountAddress(address);
   if (!url) return std::unexpected(std::move(url).error());
@@ -82,12 +86,13 @@ std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> Quorvel::make(
                           .settingsTimeout = settingsTimeout,
                           .maxSettingsBytes = maxSettingsBytes,
                           .surroundings = std::move(surroundings)});
-  accountDetails.session_ = session;
+  details.session = session;
+  const AccountDetails handedOut(std::move(details));
   auto settings = configuration.settings ? std::move(configuration.settings)
-                                         : std::make_shared<SettingsService>(accountDetails);
+                                         : std::make_shared<SettingsService>(handedOut);
   return std::shared_ptr<Quorvel>(
       new Quorvel(Parts{.session = std::move(session),
-                        .accountDetails = std::move(accountDetails),
+                        .accountDetails = handedOut,
                         .providerModule = ProviderModule(std::move(settings))}));
 }
 

@@ -17,23 +17,37 @@ class PELLIX_EXPORT AccountDetails {
  public:
   AccountDetails(std::string accountUrl, std::string applicationId, std::string clientId);
 
+  // What is moved from shares the values like any copy, so that there always are some.
+  AccountDetails(const AccountDetails&) noexcept = default;
+  AccountDetails(AccountDetails&& other) noexcept : values_(other.values_) {}
+  AccountDetails& operator=(const AccountDetails&) noexcept = default;
+  AccountDetails& operator=(AccountDetails&& other) noexcept { return *this = other; }
+  ~AccountDetails() = default;
+
   /// The account's base address. Those that a core instance hands out do not end in a slash.
-  [[nodiscard]] const std::string& accountUrl() const { return accountUrl_; }
+  [[nodiscard]] const std::string& accountUrl() const { return values_->accountUrl; }
   /// The host's name for what it sets up, which is sent nowhere. The libraries above go by it:
   /// while it is the same, they stay as they were set up.
-  [[nodiscard]] const std::string& applicationId() const { return applicationId_; }
+  [[nodiscard]] const std::string& applicationId() const { return values_->applicationId; }
   /// The host's name for what asks. It is sent nowhere, and nothing goes by it.
-  [[nodiscard]] const std::string& clientId() const { return clientId_; }
+  [[nodiscard]] const std::string& clientId() const { return values_->clientId; }
 
  private:
   friend class Quorvel;
   friend class ProviderService;
   friend class CachedDocument;
 
-  std::string accountUrl_;
-  std::string applicationId_;
-  std::string clientId_;
-  std::shared_ptr<Session> session_;  // null unless handed out by a core instance
+  struct Values {
+    std::string accountUrl;
+    std::string applicationId;
+    std::string clientId;
+    std::shared_ptr<Session> session;  // null unless handed out by a core instance
+  };
+
+  explicit AccountDetails(Values values);
+  [[nodiscard]] const std::shared_ptr<Session>& session() const { return values_->session; }
+
+  std::shared_ptr<const Values> values_;  // shared by all copies: every request takes one
 };
 
 }  // namespace QuorvelCoreSDK
