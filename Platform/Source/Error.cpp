@@ -43,6 +43,10 @@ Error& Error::operator=(const Error& other) {
   return *this = Error(other);
 }
 
+Error::Error(Error&&) noexcept = default;
+Error& Error::operator=(Error&&) noexcept = default;
+Error::~Error() = default;
+
 std::string Error::localizedDescription() const {
   const auto entry = userInfo_.find(std::string_view(NSLocalizedDescriptionKey));
   const auto* text = entry == userInfo_.end() ? nullptr : std::get_if<std::string>(&entry->second);

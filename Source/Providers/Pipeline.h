@@ -29,7 +29,7 @@ void checkEnabled(Next next) {
 }
 
 /// Logs that the feature is disabled, and makes the error that says so.
-[[nodiscard]] PellixPlatform::Error disabledError();
+[[nodiscard, gnu::cold]] PellixPlatform::Error disabledError();
 
 /// The first endpoint of that exact name, or null. It lives as long as the process.
 [[nodiscard]] const PellixEndpoint* findEndpoint(std::string_view name);

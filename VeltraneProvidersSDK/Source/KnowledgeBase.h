@@ -16,7 +16,8 @@ namespace VeltraneProvidersSDK {
 /// How this library presents itself in its requests.
 [[nodiscard]] std::shared_ptr<const QuorvelCoreSDK::ClientHeaders> veltraneHeaders();
 
-[[nodiscard]] PellixPlatform::Error makeVeltraneError(VeltraneErrorCode code, std::string text);
+[[nodiscard, gnu::cold]] PellixPlatform::Error makeVeltraneError(VeltraneErrorCode code,
+                                                                 std::string text);
 
 /// Runs `task` later: on the worker thread of the core instance at hand, or on the main queue
 /// without one.

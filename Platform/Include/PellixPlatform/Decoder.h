@@ -56,7 +56,7 @@ class PELLIX_EXPORT Decoder {
   [[nodiscard]] Cursor cursor() const { return cursor_; }
 
   /// How to get here from the top of the document, as in `articles[1].title`; empty at the top.
-  [[nodiscard]] std::string codingPath() const;
+  [[nodiscard, gnu::cold]] std::string codingPath() const;
 
  private:
   template <class T>

@@ -37,7 +37,7 @@ enum class CoreErrorCode : std::int64_t {
 [[nodiscard]] PELLIX_EXPORT std::string_view sentenceOf(CoreErrorCode code);
 
 /// An error of this domain: the code's sentence, and `detail` in brackets if there is any.
-[[nodiscard]] PELLIX_EXPORT PellixPlatform::Error makeCoreError(CoreErrorCode code,
-                                                                std::string_view detail = {});
+[[nodiscard, gnu::cold]] PELLIX_EXPORT PellixPlatform::Error makeCoreError(
+    CoreErrorCode code, std::string_view detail = {});
 
 }  // namespace QuorvelCoreSDK

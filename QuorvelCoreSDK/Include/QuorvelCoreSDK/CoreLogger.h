@@ -25,8 +25,8 @@ class PELLIX_EXPORT CoreLogger {
   /// sink goes to standard error, warnings and up.
   using Sink = std::function<void(LogLevel level, std::string_view line)>;
 
-  static void error(std::string_view line);
-  static void warn(std::string_view line);
+  [[gnu::cold]] static void error(std::string_view line);
+  [[gnu::cold]] static void warn(std::string_view line);
   static void info(std::string_view line);
   static void debug(std::string_view line);
 
