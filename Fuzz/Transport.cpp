@@ -354,12 +354,17 @@ void checkResponse(const TransportReply& reply, const Script& script) {
 }
 
 void checkFigures(const QuorvelCoreSDK::TransportFigures& figures, const TransportReply& reply) {
+  std::string steps;
   std::chrono::microseconds latest{};
+  bool follow = true;
   for (const auto step : {figures.queued, figures.nameLookup, figures.connected,
                           figures.tlsHandshake, figures.firstByte, figures.total}) {
-    require(step == 0us || latest <= step, "steps follow each other");
+    follow = follow && (step == 0us || latest <= step);
     latest = std::max(latest, step);
+    steps += " " + std::to_string(step.count());
   }
+  if (!follow) std::fprintf(stderr, "Steps:%s\n", steps.c_str());  // they don't come again
+  require(follow, "steps follow each other");
   require(!reply.data || reply.data->size() < figures.receivedBytes, "all bytes are counted");
 }
 

@@ -63,6 +63,12 @@ void set(CURL* easy, CURLoption option, Value value) {
   if (curl_easy_setopt(easy, option, value) == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
 }
 
+long longOf(CURL* easy, CURLINFO info) {
+  long value = 0;
+  curl_easy_getinfo(easy, info, &value);
+  return value;
+}
+
 void* tlsOf(CURL* easy) {
   curl_tlssessioninfo* session = nullptr;
   curl_easy_getinfo(easy, CURLINFO_TLS_SSL_PTR, &session);
@@ -216,8 +222,7 @@ int CurlTransfer::mayBeSent(void* self, char* peer, char*, int peerPort, int loc
 bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
   const auto previous = std::exchange(connection_, nullptr);
   sockets_->endUse(previous);
-  long sent = 0;
-  curl_easy_getinfo(easy_, CURLINFO_REQUEST_SIZE, &sent);
+  const long sent = longOf(easy_, CURLINFO_REQUEST_SIZE);
   const bool isFirst = !isSent_;
   // libcurl begins anew by itself for two reasons: the connection has come to an end, or the server
   // says that it took nothing of the request, by ending the connection at an earlier stream or by
@@ -240,6 +245,7 @@ bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
   sentAt_ = Clock::now();
   sentBefore_ = sent;
   sentBytes_ = 0;
+  connectsBefore_ = longOf(easy_, CURLINFO_NUM_CONNECTS);
   stream_ = 0;
   isSent_ = true;
   curl_easy_setopt(easy_, CURLOPT_VERBOSE, 1L);  // so that what is sent is counted from here on
@@ -302,19 +308,16 @@ TransportFigures CurlTransfer::takeFigures(bool hadConnection) const {
   const auto since = [this](Clock::time_point time) {
     return std::chrono::duration_cast<microseconds>(time - made_);
   };
-  const auto longOf = [this](CURLINFO info) {
-    long value = 0;
-    curl_easy_getinfo(easy_, info, &value);
-    return value;
-  };
-  const bool isReused = hadConnection && longOf(CURLINFO_NUM_CONNECTS) == 0;
+  const long connects = longOf(easy_, CURLINFO_NUM_CONNECTS);
+  const bool isReused = hadConnection && connects == 0;
+  const bool isReplaced = isRepeated_ || (hadConnection && connects != connectsBefore_);
   const auto stepOf = [&](CURLINFO info) {
     curl_off_t value = 0;
-    if (!isReused && !isRepeated_) curl_easy_getinfo(easy_, info, &value);
+    if (!isReused && !isReplaced) curl_easy_getinfo(easy_, info, &value);
     return value == 0 ? microseconds(0) : since(started_) + microseconds(value);
   };
   const auto protocol = [&]() -> std::string_view {
-    switch (longOf(CURLINFO_HTTP_VERSION)) {
+    switch (longOf(easy_, CURLINFO_HTTP_VERSION)) {
       case CURL_HTTP_VERSION_1_0:
         return "HTTP/1.0";
       case CURL_HTTP_VERSION_1_1:

@@ -88,6 +88,7 @@ class CurlTransfer {
   Clock::time_point sentAt_;
   std::int64_t stream_ = 0;    // of the latest attempt over HTTP/2, 0 while it is not known
   long sentBefore_ = 0;        // as libcurl counts bytes, before the latest attempt
+  long connectsBefore_ = 0;    // as it counts connections
   std::size_t sentBytes_ = 0;  // of the latest attempt
   int attempts_ = 0;
   bool hasSharedConnection_ = false;
