@@ -126,7 +126,7 @@ case $step in
     refused "needs C++23" "${compile[@]}" -std=c++20 "$programs/README.cpp"
     for project in "$source_dir" "$source_dir/Tests/Install/Consumer"; do
       rm -rf "$here"
-      refused "on Linux, not on FreeBSD" cmake -S "$project" -B "$here" -DCMAKE_SYSTEM_NAME=FreeBSD \
+      refused "on Linux, not on FreeBSD" cmake -S "$project" -B "$here" -G Ninja -DCMAKE_SYSTEM_NAME=FreeBSD \
         -DCMAKE_PREFIX_PATH="$static" -DPROGRAM="$programs/README.cpp"
     done
     ;;

@@ -161,8 +161,11 @@ Probe probe(const std::string& address, const Options& options, Family family) {
     return failed(Step::security, refusedCertificate(made));
   }
   if (!made.isResolved) return failed(Step::resolution, unresolved(made));
-  // Whether libcurl reads the certificates before it connects depends on its version.
-  if (made.peer.empty() && made.result != CURLE_SSL_CACERT_BADFILE) {
+  // Whether libcurl reads the certificates before it connects, and knows the other side once a
+  // handshake has failed, depends on its version.
+  const bool isOfTLS =
+      made.result == CURLE_SSL_CACERT_BADFILE || made.result == CURLE_SSL_CONNECT_ERROR;
+  if (made.peer.empty() && !isOfTLS) {
     return failed(Step::connection, unconnected(made));
   }
   return failed(Step::security, insecure(made));
