@@ -106,7 +106,13 @@ Finding unconnected(const Attempt& made) {
   const bool isSystems = made.systemError != 0 && made.result != CURLE_OPERATION_TIMEDOUT;
   const auto why =
       isSystems ? std::generic_category().message(static_cast<int>(made.systemError)) : made.reason;
-  return problem("No connection: " + why,
+  const auto found = "No connection: " + why;
+  if (made.result == CURLE_OPERATION_TIMEDOUT) {
+    return problem(found,
+                   "Try again later, or allow more time with --timeout. A proxy or a firewall "
+                   "may keep the answer back.");
+  }
+  return problem(found,
                  "Check the host and the port in the account's address, the proxy that the "
                  "environment names if any, and that the service runs.");
 }
@@ -120,11 +126,6 @@ Finding insecure(const Attempt& made) {
                    "Name a readable file of certificates (PEM) with --certificate-authorities.");
   }
   const auto found = "No secure connection: " + made.reason;
-  if (made.result == CURLE_OPERATION_TIMEDOUT) {
-    return problem(found,
-                   "Try again later, or allow more time with --timeout. A proxy or a firewall "
-                   "may keep the answer back.");
-  }
   if (says("protocol version") || says("unsupported protocol")) {
     return problem(found, "Have TLS 1.2 or later switched on at the server.");
   }
@@ -161,11 +162,12 @@ Probe probe(const std::string& address, const Options& options, Family family) {
     return failed(Step::security, refusedCertificate(made));
   }
   if (!made.isResolved) return failed(Step::resolution, unresolved(made));
-  // Whether libcurl reads the certificates before it connects, and knows the other side once a
-  // handshake has failed, depends on its version.
+  // Whether libcurl reads the certificates before it connects, and knows the other side once it has
+  // failed, depends on its version.
   const bool isOfTLS =
       made.result == CURLE_SSL_CACERT_BADFILE || made.result == CURLE_SSL_CONNECT_ERROR;
-  if (made.peer.empty() && !isOfTLS) {
+  const bool isLate = made.result == CURLE_OPERATION_TIMEDOUT;
+  if (isLate || (made.peer.empty() && !isOfTLS)) {
     return failed(Step::connection, unconnected(made));
   }
   return failed(Step::security, insecure(made));
