@@ -90,14 +90,15 @@ class PELLIX_EXPORT CachedDocument final : public std::enable_shared_from_this<C
 
   explicit CachedDocument(Parameters parameters);
   [[nodiscard]] SharedDocument freshDocument() const;
-  bool fetch(std::unique_lock<std::mutex> lock, bool waitsForConnection);
-  [[nodiscard]] ProviderService serviceFor(const SharedDocument& known,
-                                           bool waitsForConnection) const;
-  void finish(Fetch& fetch, std::optional<PellixPlatform::Data> data,
-              const PellixPlatform::URLResponse* response,
-              std::optional<PellixPlatform::Error> error);
   [[nodiscard]] Record recordIn(const SharedDocument& document, RecordType type);
-  void abandonFetch();
+  // What fetches is seldom run: once in a time to live, while each question asks for records.
+  [[gnu::cold]] bool fetch(std::unique_lock<std::mutex> lock, bool waitsForConnection);
+  [[nodiscard, gnu::cold]] ProviderService serviceFor(const SharedDocument& known,
+                                                      bool waitsForConnection) const;
+  [[gnu::cold]] void finish(Fetch& fetch, std::optional<PellixPlatform::Data> data,
+                            const PellixPlatform::URLResponse* response,
+                            std::optional<PellixPlatform::Error> error);
+  [[gnu::cold]] void abandonFetch();
 
   const Parameters parameters_;
   std::atomic<bool> isPrepared_ = true;
