@@ -39,9 +39,11 @@ def swig(directory):
 
 ffi = cffi.FFI()
 ffi.cdef(output(root / "Scripts/c-declarations.sh"))
+# libclang comes without its own <stdbool.h> and <stddef.h>; the compiler's are as good.
+own = output("cc", "-print-file-name=include").strip()
 with tempfile.TemporaryDirectory() as directory:
     found = {"cffi": dir(ffi.dlopen(None)), "SWIG": swig(pathlib.Path(directory)),
              "bindgen": re.findall(r"(QVL[a-zA-Z]\w*) ?(?:\(|:)", output(
-                 "bindgen", "--no-prepend-enum-name", headers[-1], "--", *flags))}
+                 "bindgen", "--no-prepend-enum-name", headers[-1], "--", *flags, "-isystem", own))}
 missing = {reader: sorted(declared - set(names)) for reader, names in found.items()}
 sys.exit(str(missing) if any(missing.values()) else 0)
