@@ -5,6 +5,7 @@
 #include "QuorvelCoreSDK/Source/SharedInstance.h"
 #include "VeltraneProvidersSDK/Source/SharedInstance.h"
 
+#include <PellixProvidersSDK/DeflectionResponse.h>
 #include <PellixProvidersSDK/QVLPellix.h>
 #include <QuorvelCoreSDK/QuorvelCoreSDK.h>
 #include <VeltraneProvidersSDK/Veltrane.h>
@@ -159,7 +160,10 @@ class Host {
   }
 
   void report() {
-    const auto reason = integer();
+    auto reason = integer();
+    if (QVLRejectionReason known = 0; QVLRejectionReason_initWithRawValue(reason, &known)) {
+      reason = known;
+    }
     const auto deflectionId = integer();
     withText([&](const char* token, std::size_t length) {
       QVLPellixProvider_rejectWithArticleWithDeflectionId_articleId_interactionAccessToken_reason_callback(
@@ -209,10 +213,16 @@ class Host {
   }
 
   void run() {
-    const auto what = input_.byte() % 3;
+    const auto what = input_.byte() % 6;
     if (what == 0) transport_->run();
     if (what == 1) QVLMainQueue_runPending();
     if (what == 2) transport_->settle();
+    if (what == 3) QVLMainQueue_runFor(0);
+    if (what == 4) QVLQuorvel_prepare(seen(quorvel_));
+    if (what == 5) {
+      QVLMainQueue_stop();
+      QVLMainQueue_run();
+    }
   }
 
   Held* someHeld() { return held_.empty() ? nullptr : &held_[input_.byte() % held_.size()]; }
@@ -248,7 +258,17 @@ class Host {
     const QVLError* error = nullptr;
     const QVLQuorvel* made = nullptr;
     const auto url = "http://acme.example/" + input_.text();
+    QVLQuorvelConfiguration_setIgnoreProxyEnvironment(configuration, true);
+    for (const auto set :
+         {QVLQuorvelConfiguration_setConnectTimeout, QVLQuorvelConfiguration_setRequestTimeout,
+          QVLQuorvelConfiguration_setSettingsTimeout,
+          QVLQuorvelConfiguration_setSettingsTimeToLive}) {
+      set(configuration, integer());
+    }
+    QVLQuorvelConfiguration_setMaxResponseBytes(configuration, input_.byte());
     withText([&](const char* text, std::size_t length) {
+      QVLQuorvelConfiguration_setCertificateAuthorities(configuration, text, length);
+      QVLQuorvelConfiguration_setProxy(configuration, text, length);
       QVLQuorvelConfiguration_setToken(configuration, text, length);
       QVLQuorvelConfiguration_setTokenSupplier(
           configuration, [](QVLTokenReceiver*, void*) {}, newContext(), releaseContext);
@@ -263,6 +283,8 @@ class Host {
 
   void listen() {
     const auto what = input_.byte();
+    char version[4];  // too short for it
+    require(QVLPellix_version(version, sizeof version) > sizeof version, "a version has a length");
     QVLMainQueue_setWakeHook([](void* context) { called(context); }, newContext(), releaseContext);
     QVLCoreLogger_setSink([](int, const char*, std::size_t, void* context) { called(context); },
                           newContext(), releaseContext);
@@ -290,6 +312,13 @@ class Host {
     }
   }
 
+  /// The record that a handle stands for.
+  template <class Record, class Handle>
+  static const Record& behind(const Handle* handle) {
+    const void* const object = handle;
+    return *static_cast<const Record*>(static_cast<const PellixPlatform::Object*>(object));
+  }
+
   template <class Handle>
   void compare(bool (*isEqual)(const Handle*, const QVLObject*), const Handle* object) {
     require(isEqual(object, object) && !isEqual(object, nullptr), "a record equals itself alone");
@@ -304,11 +333,31 @@ class Host {
     if (count > 0) keep(QVLDeflectionResponse_deflectionArticles_at(response, count - 1));
   }
 
-  void look(const QVLDeflection* deflection) { compare(QVLDeflection_isEqual, deflection); }
+  void look(const QVLDeflection* deflection) {
+    compare(QVLDeflection_isEqual, deflection);
+    require(QVLDeflection_deflectionID(deflection) ==
+                behind<PellixProvidersSDK::Deflection>(deflection).deflectionID(),
+            "C reads what C++ does");
+  }
 
   void look(const QVLDeflectionArticle* article) {
-    readAll(article, {QVLDeflectionArticle_title, QVLDeflectionArticle_body});
+    readAll(article,
+            {QVLDeflectionArticle_title, QVLDeflectionArticle_htmlURL, QVLDeflectionArticle_url,
+             QVLDeflectionArticle_body, QVLDeflectionArticle_locale, QVLDeflectionArticle_snippet});
     compare(QVLDeflectionArticle_isEqual, article);
+    const auto& own = behind<PellixProvidersSDK::DeflectionArticle>(article);
+    require(QVLDeflectionArticle_id(article) == own.id() &&
+                QVLDeflectionArticle_articleId(article) == own.articleId() &&
+                QVLDeflectionArticle_brandId(article) == own.brandId() &&
+                QVLDeflectionArticle_score(article) == own.score(),
+            "C reads what C++ does");
+    const auto count = QVLDeflectionArticle_labelNames_count(article);
+    require(count == own.labelNames().size(), "C counts what C++ does");
+    for (std::size_t i = 0; i < count; ++i) {
+      std::size_t length = 0;
+      const auto* const label = QVLDeflectionArticle_labelNames_at(article, i, &length);
+      require(std::string_view(label, length) == own.labelNames()[i], "C reads what C++ does");
+    }
   }
 
   void look(const QVLPellixDispatcherResponse* response) {
@@ -322,6 +371,9 @@ class Host {
   void look(const QVLHTTPURLResponse* response) {
     readAll(response, {QVLHTTPURLResponse_url});
     compare(QVLHTTPURLResponse_isEqual, response);
+    const auto* const status = QVLHTTPURLResponse_localizedStringForStatusCode(
+        QVLHTTPURLResponse_statusCode(response), nullptr);
+    require(status && *status, "every status has a text");
     for (std::size_t i = 0; i < QVLHTTPURLResponse_allHeaderFields_count(response); ++i) {
       std::size_t length = 0;
       const auto* const name = QVLHTTPURLResponse_allHeaderFields_nameAt(response, i, &length);
@@ -333,6 +385,7 @@ class Host {
 
   void look(const QVLError* error) {
     readAll(error, {QVLError_domain, QVLError_localizedDescription});
+    static_cast<void>(QVLError_code(error));
     for (std::size_t i = 0; i < QVLError_userInfo_count(error); ++i) {
       std::size_t length = 0;
       const auto* const key = QVLError_userInfo_keyAt(error, i, &length);

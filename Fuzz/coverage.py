@@ -4,6 +4,7 @@
   coverage.py TARGET=LCOV_FILE...
 """
 import collections
+import fnmatch
 import os
 import pathlib
 import re
@@ -70,7 +71,15 @@ for target, file in (argument.split("=") for argument in sys.argv[1:]):
     lines, reached, functions = look(table[target], read(file))
     print(f"| `{target}` | {lines} | {reached} | {100 * reached / lines:.1f} % |")
     missed += [(target, *place, *row) for place, row in functions.items()]
-print("\n| target | function | missed | since |\n|---|---|---:|---|")
+
+# Functions that are missed for the same reason stand together; those without one come first.
+rows = collections.defaultdict(list)
 for target, file, function, lines, reached in missed:
-    reason = table[target].get("missed", {}).get(function, "")
-    print(f"| `{target}` | `{function}` ({file}) | {lines - reached} of {lines} | {reason} |")
+    reasons = table[target].get("missed", {})
+    reason = next((why for names, why in reasons.items()
+                   if any(fnmatch.fnmatchcase(function, name) for name in names.split())), "")
+    count = "" if reached == 0 else f" ({lines - reached} of {lines})"
+    rows[target, reason].append(f"`{function}`{count}")
+print("\n| target | functions, and how many of their lines if not all | missed, since |\n|---|---|---|")
+for (target, reason), functions in sorted(rows.items()):
+    print(f"| `{target}` | {', '.join(functions)} | {reason} |")
