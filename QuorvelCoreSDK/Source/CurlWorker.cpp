@@ -24,6 +24,7 @@ constexpr std::size_t mostConnections = 16;  // to one server, if each request t
 constexpr std::size_t mostStreams = 100;     // to one server otherwise: RFC 9113, section 6.5.2
 constexpr std::size_t mostConnecting = 4;    // at once then, since the others can join them
 constexpr std::size_t mostSpare = 32;        // handles kept for reuse
+constexpr std::size_t mostOrigins = 64;      // that are remembered while nothing goes to them
 constexpr int longestWait = 60'000;          // milliseconds; nothing depends on it
 
 /// libcurl ends what is late by itself, and can say more of it, so it comes first.
@@ -406,6 +407,11 @@ void CurlWorker::takeBackHandles() {
         [&] { spare_.push_back({isAsBefore ? transfer->network() : nullptr, std::move(easy)}); });
   }
   finished_.clear();
+  if (origins_.size() <= mostOrigins) return;
+  std::erase_if(origins_, [](const auto& named) {
+    const auto& origin = named.second;
+    return origin.running == 0 && origin.waiting.empty() && origin.patient.empty();
+  });
 }
 
 void CurlWorker::runTasks() {

@@ -113,6 +113,24 @@ TEST(ConcurrencyTest, WhoWaitsForAConnectionHasALimitToo) {
   }
 }
 
+TEST(ConcurrencyTest, MoreServersThanAreRememberedLoseNothing) {
+  const LoopbackServer server(echo);
+  const auto transport = makeTransport({.ignoreProxyEnvironment = true}).value();
+  constexpr int hosts = 200;
+  std::latch ended(2 * hosts);
+  std::atomic<int> answered = 0;
+  for (int i = 0; i < 2 * hosts; ++i) {
+    auto url = server.origin();
+    if (i % 2 == 1) url.replace(url.find("127.0.0.1"), 9, "127.0.1." + std::to_string(i / 2));
+    transport->send({.url = PellixPlatform::URL::parse(url).value()}, [&](TransportReply reply) {
+      if (reply.response) ++answered;
+      ended.count_down();
+    });
+  }
+  ended.wait();
+  EXPECT_EQ(answered, hosts);
+}
+
 TEST(ConcurrencyTest, CallbacksRunOnTheWorkerOrOnTheirQueue) {
   const LoopbackServer server(echo);
   const Client client(server.origin());
