@@ -128,8 +128,11 @@ class Finder:
                 continue
             if statement.kind.is_expression() and statement.spelling not in WITHOUT_EFFECT:
                 self.add(statement, "drop", "")
-            # A return before a declaration is much the same as one behind it.
-            if statement.kind == CursorKind.DECL_STMT or not function.early_return:
+            # A return before a declaration is much the same as one behind it; none before a label is
+            # ever reached.
+            if statement.kind == CursorKind.DECL_STMT or statement.kind in LABELS:
+                continue
+            if not function.early_return:
                 continue
             if cursor.kind == CursorKind.COMPOUND_STMT:
                 text = function.early_return + " "

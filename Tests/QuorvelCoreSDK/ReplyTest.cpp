@@ -83,7 +83,8 @@ TEST(ReplyTest, ThatIsNoneEndsInAnErrorThatSaysWhy) {
     auto address = server.origin();
     if (is("TLS")) address.insert(4, "s");
     const auto outcome = Client(address, configuration).perform();
-    EXPECT_THAT(row[2], HasSubstr(std::to_string(std::to_underlying(outcome.code()))));
+    const auto code = std::to_string(std::to_underlying(outcome.code()));
+    EXPECT_THAT(" " + row[2] + " ", HasSubstr(" " + code + " "));
     EXPECT_EQ(outcome.response, nullptr);
     EXPECT_EQ(outcome.data, std::nullopt);
     const auto text = outcome.text();
