@@ -145,7 +145,7 @@ class HelpWindow : public std::enable_shared_from_this<HelpWindow> {
   void openPage() {
     const auto& url = chosen().htmlURL();
     if (url.starts_with("https://"))
-      gtk_show_uri(GTK_WINDOW(window_), url.c_str(), GDK_CURRENT_TIME);
+      g_app_info_launch_default_for_uri(url.c_str(), nullptr, nullptr);
   }
 
   const DeflectionArticle& chosen() const {
