@@ -142,5 +142,34 @@ TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationElseOfTheEnvironment) {
   for (const auto& line : log_.lines()) EXPECT_THAT(line, Not(HasSubstr(secret)));
 }
 
+TEST_F(SecurityTest, AsksThroughAProxyThatSeesNothingOfTheRequest) {
+  const LoopbackServer proxy(
+      [](const Support::LoopbackRequest& request) {
+        if (!request.head.starts_with("CONNECT")) {
+          return Support::LoopbackReply{httpReply("404 Not Found", "through", "X-Own: 1\r\n")};
+        }
+        return Support::LoopbackReply{"HTTP/1.1 200 Connection established\r\nX-Proxy: 1\r\n\r\n"};
+      },
+      {.identity = makeIdentity({.names = "DNS:account.invalid", .issuer = &authority_}),
+       .isProxy = true});
+  const Client client("https://account.invalid",
+                      {.network = {.proxy = proxy.origin(), .certificateAuthorities = trusted_}});
+  for (const auto method : {HttpMethod::get, HttpMethod::post}) {
+    auto parameters = client.parameters();
+    parameters.httpMethod = method;
+    const auto outcome = valueOf(Client::begin(std::move(parameters)));
+    ASSERT_EQ(outcome.status(), 404) << outcome.text();
+    EXPECT_EQ(outcome.data, "through");
+    EXPECT_EQ(outcome.response->valueForHeaderField("X-Own"), "1");
+    EXPECT_FALSE(outcome.response->valueForHeaderField("X-Proxy"));
+  }
+  const auto requests = proxy.requests();
+  ASSERT_EQ(requests.size(), 3U) << "both go through one tunnel";
+  EXPECT_THAT(requests[0].head, testing::StartsWith("CONNECT account.invalid:443 "));
+  EXPECT_THAT(requests[0].head, Not(HasSubstr("Bearer")));
+  EXPECT_THAT(requests[0].head, Not(HasSubstr("X-Quorvel")));
+  EXPECT_THAT(requests[2].head, HasSubstr(secret));
+}
+
 }  // namespace
 }  // namespace QuorvelCoreSDK

@@ -129,7 +129,7 @@ LoopbackServer::~LoopbackServer() {
 }
 
 std::string LoopbackServer::origin(std::string_view host) const {
-  std::string result(options_.identity ? "https://" : "http://");
+  std::string result(options_.identity && !options_.isProxy ? "https://" : "http://");
   result.append(!host.empty() ? host : options_.isIPv6 ? "[::1]" : "127.0.0.1");
   return result.append(":").append(std::to_string(port_));
 }
@@ -170,15 +170,16 @@ void LoopbackServer::serve(Connection& connection) {
   sigaddset(&brokenPipe, SIGPIPE);
   pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
 
-  bool goesOn = true;
-  if (tls_) {
+  std::string received;
+  bool goesOn = !options_.isProxy || answer(connection, received);
+  if (tls_ && goesOn) {
     connection.tls.reset(SSL_new(tls_.get()));
     SSL_set_fd(connection.tls.get(), connection.socket);
     goesOn = SSL_accept(connection.tls.get()) == 1;
     const std::lock_guard lock(mutex_);
     if (goesOn && SSL_session_reused(connection.tls.get()) == 1) ++resumed_;
   }
-  for (std::string received; goesOn;) goesOn = answer(connection, received);
+  while (goesOn) goesOn = answer(connection, received);
   connection.tls.reset();
 
   const std::lock_guard lock(mutex_);

@@ -47,6 +47,7 @@ class LoopbackServer {
   struct Options {
     std::optional<LoopbackIdentity> identity;  // speaks TLS then
     bool isOlder = false;  // TLS 1.2 then, whose sessions it keeps in tickets alone
+    bool isProxy = false;  // for what it answers itself, over TLS, once CONNECT is answered
     bool isIPv6 = false;
     bool answersUnasked = false;  // as soon as a connection stands
     bool isDeaf = false;          // holds the port, but refuses connections
