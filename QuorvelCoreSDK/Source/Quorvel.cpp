@@ -46,8 +46,8 @@ Quorvel::Quorvel(Parts parts) : parts_(std::make_unique<const Parts>(std::move(p
 Quorvel::~Quorvel() = default;
 
 std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> Quorvel::initialize(
-    AccountDetails accountDetails, Configuration configuration) {
-  auto instance = make(std::move(accountDetails), std::move(configuration), {});
+    const AccountDetails& accountDetails, Configuration configuration) {
+  auto instance = make(accountDetails, std::move(configuration), {});
   if (!instance) return instance;
   setSharedInstance(*instance);
   PendingCalls::accept();
@@ -55,13 +55,12 @@ std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> Quorvel::initiali
 }
 
 std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> makeQuorvel(
-    AccountDetails accountDetails, Configuration configuration, Surroundings surroundings) {
-  return Quorvel::make(std::move(accountDetails), std::move(configuration),
-                       std::move(surroundings));
+    const AccountDetails& accountDetails, Configuration configuration, Surroundings surroundings) {
+  return Quorvel::make(accountDetails, std::move(configuration), std::move(surroundings));
 }
 
 std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> Quorvel::make(
-    AccountDetails accountDetails, Configuration configuration, Surroundings surroundings) {
+    const AccountDetails& accountDetails, Configuration configuration, Surroundings surroundings) {
   auto details = *accountDetails.values_;
   auto& address = details.accountUrl;
   while (address.ends_with('/')) address.pop_back();

@@ -19,6 +19,7 @@ class PELLIX_EXPORT AccountDetails {
 
   // What is moved from shares the values like any copy, so that there always are some.
   AccountDetails(const AccountDetails&) noexcept = default;
+  // NOLINTNEXTLINE(performance-move-constructor-init)
   AccountDetails(AccountDetails&& other) noexcept : values_(other.values_) {}
   AccountDetails& operator=(const AccountDetails&) noexcept = default;
   AccountDetails& operator=(AccountDetails&& other) noexcept { return *this = other; }

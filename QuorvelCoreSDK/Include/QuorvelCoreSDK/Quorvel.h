@@ -30,7 +30,7 @@ class PELLIX_EXPORT Quorvel final : public PellixPlatform::Object {
   /// earlier one. Errors: `invalidAccountUrl`, and `insecureUrl` for an address that is neither
   /// https nor loopback; the shared instance stays as it was then.
   [[nodiscard]] static std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> initialize(
-      AccountDetails accountDetails, Configuration configuration = {});
+      const AccountDetails& accountDetails, Configuration configuration = {});
 
   /// Ends every operation of the process, of all instances: for a host that can't bear callbacks
   /// any longer, because its language or its runtime is about to go.
@@ -81,9 +81,9 @@ class PELLIX_EXPORT Quorvel final : public PellixPlatform::Object {
 
  private:
   friend std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> makeQuorvel(
-      AccountDetails accountDetails, Configuration configuration, Surroundings surroundings);
+      const AccountDetails& accountDetails, Configuration configuration, Surroundings surroundings);
   static std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> make(
-      AccountDetails accountDetails, Configuration configuration, Surroundings surroundings);
+      const AccountDetails& accountDetails, Configuration configuration, Surroundings surroundings);
   struct Parts;
   explicit Quorvel(Parts parts);
   const std::unique_ptr<const Parts> parts_;

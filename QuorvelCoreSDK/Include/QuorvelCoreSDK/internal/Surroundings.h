@@ -20,7 +20,7 @@ struct Surroundings {
 
 /// What `Quorvel::initialize` makes, but the shared instance stays as it is.
 [[nodiscard]] PELLIX_EXPORT std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error>
-makeQuorvel(AccountDetails accountDetails, Configuration configuration,
+makeQuorvel(const AccountDetails& accountDetails, Configuration configuration,
             Surroundings surroundings = {});
 
 }  // namespace QuorvelCoreSDK
