@@ -28,6 +28,7 @@ SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
 export SOURCE_DATE_EPOCH
 
 make_packages() {
+  rm -f build/packages/CMakeCache.txt # keeps the flags of when it was first made
   build_preset packages
   say "Making the packages in $PWD"
   rm -f build/packages/*.deb
