@@ -78,7 +78,8 @@ bool isSilent(PellixProvider& provider) {
 }
 
 /// What a host may do at its end; the result is its exit code.
-int end(std::string_view way, const std::shared_ptr<PellixProvider>& provider) {
+int end(std::string_view way, const std::shared_ptr<PellixProvider>& provider,
+        const QuorvelCoreSDK::Configuration& configuration) {
   if (way == "cleanup") {  // of a host that ends what it never began
     std::thread([] { DispatchQueue::main().run(); }).detach();
     ask(*provider);
@@ -117,7 +118,7 @@ int end(std::string_view way, const std::shared_ptr<PellixProvider>& provider) {
     isOver = true;
     if (!Quorvel::shutDown(ample)) return 6;
     isOver = false;
-    setUp({}, Quorvel::instance()->accountDetails().accountUrl());
+    setUp(configuration, Quorvel::instance()->accountDetails().accountUrl());
   }
   return good;
 }
@@ -125,9 +126,10 @@ int end(std::string_view way, const std::shared_ptr<PellixProvider>& provider) {
 int runHost(std::string_view way, const std::string& address, const std::string& certificates) {
   std::signal(SIGPIPE, SIG_DFL);
   CoreLogger::setLevel(QuorvelCoreSDK::LogLevel::error);
-  return end(way, setUp({.settingsTimeToLive = std::chrono::milliseconds(0),
-                         .network = {.certificateAuthorities = certificates}},
-                        address));
+  const QuorvelCoreSDK::Configuration configuration{
+      .settingsTimeToLive = std::chrono::milliseconds(0),
+      .network = {.certificateAuthorities = certificates}};
+  return end(way, setUp(configuration, address), configuration);
 }
 
 /// Foreign hosts have the feature disabled: they are called on the worker then.
