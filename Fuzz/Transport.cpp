@@ -19,6 +19,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <list>
@@ -241,7 +242,11 @@ class Server {
     while (true) {
       std::vector<pollfd> watched{{wake_, POLLIN, 0}, {places_[next_].listener, POLLIN, 0}};
       for (const auto& each : connections) watched.push_back({each.socket(), POLLIN, 0});
-      require(poll(watched.data(), watched.size(), longest) > 0, "every request ends");
+      int ready = 0;
+      do {
+        ready = poll(watched.data(), watched.size(), longest);
+      } while (ready < 0 && errno == EINTR);  // by libFuzzer's own timer
+      require(ready > 0, "every request ends");
       std::uint64_t count = 0;
       if (watched[0].revents != 0) require(::read(wake_, &count, sizeof count) > 0, "wakes come");
       wakes -= std::min(count, wakes);
