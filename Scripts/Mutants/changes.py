@@ -130,9 +130,7 @@ class Finder:
                 self.add(statement, "drop", "")
             # A return before a declaration is much the same as one behind it; none before a label is
             # ever reached.
-            if statement.kind == CursorKind.DECL_STMT or statement.kind in LABELS:
-                continue
-            if not function.early_return:
+            if statement.kind in {CursorKind.DECL_STMT, *LABELS} or not function.early_return:
                 continue
             if cursor.kind == CursorKind.COMPOUND_STMT:
                 text = function.early_return + " "
