@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::size_t largestHeaders = std::size_t{256} << 10;  // bytes, of all fields together
 constexpr int mostHeaderLines = 1000;  // each takes a few hundred bytes, however short it is
+constexpr long trustSeconds = 300;     // for which trusted certificates that were read are kept
 
 const char* nameOf(HttpMethod method) {
   switch (method) {
@@ -120,9 +121,16 @@ void CurlTransfer::configure(CURL* easy, Sockets& sockets, const Network& networ
   set(easy, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
   set(easy, CURLOPT_SSL_VERIFYPEER, 1L);
   set(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+  set(easy, CURLOPT_CA_CACHE_TIMEOUT, trustSeconds);
+  const auto* const system = curl_version_info(CURLVERSION_NOW);
   if (!network.certificateAuthorities.empty()) {
     set(easy, CURLOPT_CAINFO, network.certificateAuthorities.c_str());
     set(easy, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+  } else if (canWatchTls() && system->cainfo && system->capath) {
+    // If it knew of the folder, libcurl would read the file, of some 150 certificates, anew for
+    // every connection. `watchTls` adds the folder.
+    set(easy, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+    set(easy, CURLOPT_PRIVATE, system->capath);
   }
   if (canWatchTls()) {
     set(easy, CURLOPT_SSL_CTX_FUNCTION, network.logsTlsSecrets ? watchTls : watchTlsInSecret);

@@ -40,8 +40,12 @@ void endInPeace(void* tls) {
   if (tls && canWatchTls()) SSL_set_shutdown(static_cast<SSL*>(tls), both);
 }
 
-CURLcode watchTls(CURL*, void* context, void* sockets) {
+CURLcode watchTls(CURL* easy, void* context, void* sockets) {
   auto* const tls = static_cast<SSL_CTX*>(context);
+  const char* folder = nullptr;
+  curl_easy_getinfo(easy, CURLINFO_PRIVATE, &folder);
+  // The certificates are shared by the contexts, which have the folder once.
+  if (folder && SSL_CTX_load_verify_dir(tls, folder) != 1) return CURLE_OUT_OF_MEMORY;
   if (SSL_CTX_set_ex_data(tls, socketsIndex(), sockets) != 1) return CURLE_OUT_OF_MEMORY;
   SSL_CTX_set_info_callback(tls, noteAlert);
   // libcurl would do without them, and in TLS 1.2 many servers resume no session otherwise.

@@ -15,7 +15,8 @@ namespace QuorvelCoreSDK {
 void endInPeace(void* tls);
 
 /// For libcurl to call with each TLS context that it makes: the `Sockets` that `sockets` points to
-/// learn when TLS ends on a connection, and sessions are resumed by tickets too (RFC 5077).
+/// learn when TLS ends on a connection, sessions are resumed by tickets too (RFC 5077), and the
+/// folder of certificates that the handle's `CURLOPT_PRIVATE` names (null: none) is trusted.
 CURLcode watchTls(CURL* easy, void* context, void* sockets);
 
 /// The same, and the context tells nobody the secrets of its connections. libcurl would write them

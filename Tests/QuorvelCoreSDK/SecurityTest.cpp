@@ -7,7 +7,9 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <fstream>
 #include <future>
+#include <stdexcept>
 
 namespace QuorvelCoreSDK {
 namespace {
@@ -101,6 +103,23 @@ TEST_F(SecurityTest, SaysThatTheTrustedCertificatesCannotBeRead) {
     EXPECT_THAT(outcome.text(), HasSubstr(file.string()));
   }
   EXPECT_TRUE(server.requests().empty());
+}
+
+TEST_F(SecurityTest, ReadsTheSystemsCertificatesOnceForManyConnections) {
+  const auto readBytes = [] {
+    std::ifstream figures("/proc/self/io");
+    std::string name;
+    std::size_t bytes = 0;
+    figures >> name >> bytes;
+    return name == "rchar:" ? bytes : throw std::runtime_error(name);
+  };
+  const LoopbackServer server(replying(httpReply("200 OK")), {.identity = makeIdentity({})});
+  const Client client(server.origin());
+  const auto outcome = client.perform();
+  if (outcome.code() == CoreErrorCode::unreadableCertificateStore) GTEST_SKIP() << outcome.text();
+  const auto before = readBytes();
+  EXPECT_EQ(client.perform().code(), CoreErrorCode::untrustedCertificate);
+  EXPECT_LT(readBytes() - before, 20'000U);
 }
 
 TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationElseOfTheEnvironment) {
