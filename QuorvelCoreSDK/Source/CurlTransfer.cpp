@@ -64,6 +64,10 @@ void set(CURL* easy, CURLoption option, Value value) {
   if (curl_easy_setopt(easy, option, value) == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
 }
 
+void set(CURL* easy, CURLoption option, bool isOn) {
+  set(easy, option, static_cast<long>(isOn));
+}
+
 long longOf(CURL* easy, CURLINFO info) {
   long value = 0;
   curl_easy_getinfo(easy, info, &value);
@@ -108,18 +112,19 @@ std::string_view CurlTransfer::origin() const {
 }
 
 void CurlTransfer::configure(CURL* easy, Sockets& sockets, const Network& network) {
-  set(easy, CURLOPT_PATH_AS_IS, 1L);
-  set(easy, CURLOPT_NOSIGNAL, 1L);
-  set(easy, CURLOPT_QUICK_EXIT, 1L);  // a slow name server holds up its own request, and no others
+  set(easy, CURLOPT_PATH_AS_IS, true);
+  set(easy, CURLOPT_NOSIGNAL, true);
+  set(easy, CURLOPT_QUICK_EXIT,
+      true);  // a slow name server holds up its own request, and no others
   set(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-  set(easy, CURLOPT_FOLLOWLOCATION, 0L);
+  set(easy, CURLOPT_FOLLOWLOCATION, false);
   set(easy, CURLOPT_OPENSOCKETFUNCTION, openSocket);
   set(easy, CURLOPT_OPENSOCKETDATA, &sockets);
   set(easy, CURLOPT_CLOSESOCKETFUNCTION, closeSocket);
   set(easy, CURLOPT_CLOSESOCKETDATA, &sockets);
 
   set(easy, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-  set(easy, CURLOPT_SSL_VERIFYPEER, 1L);
+  set(easy, CURLOPT_SSL_VERIFYPEER, true);
   set(easy, CURLOPT_SSL_VERIFYHOST, 2L);
   set(easy, CURLOPT_CA_CACHE_TIMEOUT, trustSeconds);
   const auto* const system = curl_version_info(CURLVERSION_NOW);
@@ -139,7 +144,7 @@ void CurlTransfer::configure(CURL* easy, Sockets& sockets, const Network& networ
   set(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
   set(easy, CURLOPT_NOPROXY, network.proxyExceptions.c_str());
   set(easy, CURLOPT_HEADEROPT, static_cast<long>(CURLHEADER_SEPARATE));  // a proxy sees none
-  set(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+  set(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, true);
 
   set(easy, CURLOPT_PREREQFUNCTION, static_cast<curl_prereq_callback>(mayBeSent));
   set(easy, CURLOPT_DEBUGFUNCTION, takeNote);
@@ -159,7 +164,7 @@ void CurlTransfer::prepare(CURL* easy, Sockets& sockets, bool isMultiplexed) {
   sentBytes_ = 0;
 
   // First, so that it refers to no earlier transfer, should memory run out.
-  set(easy, CURLOPT_VERBOSE, isMultiplexed ? 1L : 0L);
+  set(easy, CURLOPT_VERBOSE, isMultiplexed);
   set(easy, CURLOPT_ERRORBUFFER, detail_);
   for (const auto option :
        {CURLOPT_PREREQDATA, CURLOPT_DEBUGDATA, CURLOPT_HEADERDATA, CURLOPT_WRITEDATA}) {
@@ -167,7 +172,7 @@ void CurlTransfer::prepare(CURL* easy, Sockets& sockets, bool isMultiplexed) {
   }
 
   set(easy, CURLOPT_URL, request_.url.string().c_str());
-  set(easy, CURLOPT_FRESH_CONNECT, attempts_ > 1 ? 1L : 0L);
+  set(easy, CURLOPT_FRESH_CONNECT, attempts_ > 1);
 
   // A request that has waited for its turn has that much less time left; zero would mean no limit.
   constexpr std::chrono::milliseconds least(1);
@@ -181,7 +186,7 @@ void CurlTransfer::prepare(CURL* easy, Sockets& sockets, bool isMultiplexed) {
   // host may be changing it.
   set(easy, CURLOPT_PROXY, request_.url.isLoopback() ? "" : network_->proxy.c_str());
 
-  set(easy, CURLOPT_HTTPGET, 1L);
+  set(easy, CURLOPT_HTTPGET, true);
   const bool expectsBody =
       request_.method == HttpMethod::post || request_.method == HttpMethod::put;
   if (request_.body || expectsBody) {  // so that a length of 0 is sent: RFC 9110, section 8.6

@@ -113,6 +113,32 @@ TEST(ConcurrencyTest, WhoWaitsForAConnectionHasALimitToo) {
   }
 }
 
+TEST(ConcurrencyTest, WhatIsUnderWayWhenTheHostShutsDownGoesNoFurther) {
+  constexpr int bound = 16;
+  std::latch full(bound);
+  std::promise<void> mayGoOn;
+  const auto goesOn = mayGoOn.get_future().share();
+  const LoopbackServer server([&](const LoopbackRequest& request) {
+    if (!request.body.empty()) {
+      full.count_down();
+      goesOn.wait();
+    }
+    return echo(request);
+  });
+  std::vector<std::future<Outcome>> outcomes;
+  for (int i = 0; i < bound + 4; ++i) {
+    auto parameters = Client(server.origin()).parameters();
+    parameters.body = "question";
+    outcomes.push_back(Client::begin(std::move(parameters)));
+  }
+  full.wait();
+  EXPECT_TRUE(Quorvel::shutDown(generousLimit));
+  mayGoOn.set_value();
+  for (auto& outcome : outcomes) EXPECT_THROW(static_cast<void>(outcome.get()), std::future_error);
+  EXPECT_EQ(Client(server.origin()).perform().status(), 200);
+  EXPECT_EQ(server.requests().size(), bound + 1U);
+}
+
 TEST(ConcurrencyTest, MoreServersThanAreRememberedLoseNothing) {
   const LoopbackServer server(echo);
   const auto transport = makeTransport({.ignoreProxyEnvironment = true}).value();

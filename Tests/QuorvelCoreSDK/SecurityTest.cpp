@@ -1,9 +1,14 @@
 #include "Client.h"
+#include "Support/Process.h"
 #include "Support/Recorder.h"
 #include "Support/Rows.h"
 #include "Support/TemporaryDirectory.h"
 
+#include <curl/curl.h>
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sched.h>
+#include <sys/mount.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -103,6 +108,49 @@ TEST_F(SecurityTest, SaysThatTheTrustedCertificatesCannotBeRead) {
     EXPECT_THAT(outcome.text(), HasSubstr(file.string()));
   }
   EXPECT_TRUE(server.requests().empty());
+}
+
+/// Has the transports' thread see a folder in the place of another one, which takes the rights of
+/// root. That thread is the only one that does.
+class ReplacedFolder {
+ public:
+  ReplacedFolder(const std::filesystem::path& folder, const char* replaced)
+      : isThere_(onTheThread([&] {
+          return unshare(CLONE_NEWNS) == 0 &&
+                 mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                 mount(folder.c_str(), replaced, nullptr, MS_BIND, nullptr) == 0;
+        })) {}
+  ReplacedFolder(const ReplacedFolder&) = delete;
+  ReplacedFolder& operator=(const ReplacedFolder&) = delete;
+  ~ReplacedFolder() {
+    onTheThread([this] { return setns(before_, CLONE_NEWNS) == 0; });
+    ::close(before_);
+  }
+  [[nodiscard]] bool isThere() const { return isThere_; }
+
+ private:
+  bool onTheThread(const std::function<bool()>& body) const {
+    std::promise<bool> done;
+    transport_->post([&] { done.set_value(body()); });
+    return valueOf(done.get_future());
+  }
+
+  const std::shared_ptr<Transport> transport_ = makeTransport().value();
+  const int before_ = ::open("/proc/self/ns/mnt", O_RDONLY | O_CLOEXEC);
+  const bool isThere_;
+};
+
+TEST_F(SecurityTest, TrustsTheSystemsFolderBesideItsFile) {
+  const auto* const system = curl_version_info(CURLVERSION_NOW);
+  if (!system->cainfo || !system->capath) GTEST_SKIP() << "it has but one of them";
+  const auto stranger = makeIdentity({.names = "DNS:stranger.invalid"});
+  directory_.write(std::filesystem::path(system->cainfo).filename().string(), stranger.certificate);
+  ASSERT_EQ(Support::runProcess({"openssl", "rehash", directory_.path()}).exitCode, 0);
+  const ReplacedFolder certificates(directory_.path(), system->capath);
+  if (!certificates.isThere()) GTEST_SKIP() << "it takes the rights of root";
+  const LoopbackServer server(replying(httpReply("200 OK")),
+                              {.identity = makeIdentity({.issuer = &authority_})});
+  EXPECT_EQ(Client(server.origin()).perform().status(), 200);
 }
 
 TEST_F(SecurityTest, ReadsTheSystemsCertificatesOnceForManyConnections) {
