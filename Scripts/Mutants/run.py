@@ -8,6 +8,7 @@ Debian's own Python, which the bindings of libclang are made for.
 import argparse
 import concurrent.futures
 import dataclasses
+import functools
 import hashlib
 import json
 import multiprocessing
@@ -70,6 +71,12 @@ def duration(seconds: float) -> str:
     return f"{seconds / 60:.1f} min" if seconds >= 60 else f"{seconds:.1f} s"
 
 
+@functools.cache
+def source(file: str) -> bytes:
+    """As it was when it was asked for first; it may be edited meanwhile."""
+    return (ROOT / file).read_bytes()
+
+
 @dataclasses.dataclass
 class Fault:
     """One change with what shows it to people."""
@@ -81,7 +88,7 @@ class Fault:
 
     @classmethod
     def of(cls, change: changes.Change) -> "Fault":
-        return cls(change, *change.lines((ROOT / change.file).read_bytes()))
+        return cls(change, *change.lines(source(change.file)))
 
     def key(self) -> tuple[str, str, str]:
         return self.change.file, self.before, self.after
@@ -159,7 +166,7 @@ class Run:
         self.results: list[tuple[Fault, str]] = []
         self.started = time.monotonic()
 
-    def try_all(self, places: list[list[changes.Change]]) -> None:
+    def try_all(self, places: list[list[Fault]]) -> None:
         """Tries one fault at each place until the number is reached; a place at which none compiles
         does not count, so another takes its turn."""
         waiting = iter(places)
@@ -183,15 +190,15 @@ class Run:
                     self.under_way -= 1
                     self.lock.notify_all()
 
-    def try_place(self, bench: Bench, place: list[changes.Change]) -> None:
-        for change in place:
-            fault, started = Fault.of(change), time.monotonic()
-            name = json.dumps(dataclasses.asdict(change))
+    def try_place(self, bench: Bench, place: list[Fault]) -> None:
+        for fault in place:
+            started = time.monotonic()
+            name = json.dumps(dataclasses.asdict(fault.change))
             entry = self.journal.entries.get(name)
             if entry:
                 outcome, killer = entry["outcome"], entry["killer"]
             else:
-                outcome, killer = self.judge(bench, change)
+                outcome, killer = self.judge(bench, fault.change)
             with self.lock:
                 if not entry:
                     self.journal.add(name, outcome, killer)
@@ -310,6 +317,7 @@ def main() -> int:
         benches[0].configure()
         if not options.patch:
             places = all_places(benches[0], folders)
+            places = [[Fault.of(change) for change in place] for place in places]
             choice = random.Random(seed)
             choice.shuffle(places)
             for place in places:
@@ -317,7 +325,7 @@ def main() -> int:
             say(f"{len(places)} places can be changed; the seed is {seed}")
             if options.list:
                 for place in places[: options.number]:
-                    say(Fault.of(place[0]).diff())
+                    say(place[0].diff())
                 return 0
         for number in (signal.SIGINT, signal.SIGTERM):
             signal.signal(number, lambda *_: processes.stop())
