@@ -53,6 +53,16 @@ TEST_F(Http2Test, WhatTheServerTookIsNotSentAgain) {
   }
 }
 
+TEST_F(Http2Test, ManyRequestsShareAConnectionBeforeTheFirstIsAnswered) {
+  Server server("answer-together", file_);
+  const auto client = clientFor(server.origin);
+  std::vector<std::future<Outcome>> outcomes;
+  outcomes.push_back(Client::begin(client.parameters()));
+  server.readUntil("one");
+  while (outcomes.size() < 40) outcomes.push_back(Client::begin(client.parameters()));
+  for (auto& outcome : outcomes) EXPECT_EQ(valueOf(std::move(outcome)).status(), 200);
+}
+
 TEST_F(Http2Test, SessionsOutliveConnectionsThatTheServerCloses) {
   Server server("answer-once", file_);
   const auto client = clientFor(server.origin);

@@ -3,8 +3,8 @@
   http2.py WAY IDENTITY [ANSWER]
 
 Prints its port, and says in each answer how many requests it has taken so far, or what stands in a file. If it
-answers but once on a connection, it prints of each whether its session is an earlier one's, as soon as the other
-side has closed it too.
+answers together, it prints a line for the first request and answers when there are forty. If it answers but once on
+a connection, it prints of each whether its session is an earlier one's, as soon as the other side has closed it too.
 """
 import contextlib
 import itertools
@@ -46,6 +46,7 @@ def serve(channel):
     global taken
     connection = h2.connection.H2Connection(h2.config.H2Configuration(client_side=False))
     connection.initiate_connection()
+    waiting = []
     while True:
         channel.sendall(connection.data_to_send())
         received = channel.recv(65536)
@@ -59,9 +60,16 @@ def serve(channel):
                 if not end_in_its_way(channel, connection, event.stream_id):
                     return
                 continue
-            taken += 1
-            connection.send_headers(event.stream_id, [(":status", "200")])
-            connection.send_data(event.stream_id, answer or str(taken).encode(), end_stream=True)
+            waiting.append(event.stream_id)
+            if way == "answer-together" and len(waiting) < 40:
+                if len(waiting) == 1:
+                    print("one", flush=True)
+                continue
+            while waiting:
+                taken += 1
+                stream = waiting.pop(0)
+                connection.send_headers(stream, [(":status", "200")])
+                connection.send_data(stream, answer or str(taken).encode(), end_stream=True)
             if way == "answer-once":
                 channel.sendall(connection.data_to_send())
                 session = "resumed" if channel.session_reused else "new"
