@@ -116,6 +116,7 @@ constexpr bool hasForm(std::string_view text, std::string_view form) {
 
 static_assert(hasForm("Connection timeout after 12 ms", "Connection timeout after % ms"));
 static_assert(!hasForm("Could not resolve host: a\x1b", "Could not resolve host: %"));
+static_assert(hasForm("problem:  ~", "problem: *") && !hasForm("problem: \x1f", "problem: *"));
 
 }  // namespace
 

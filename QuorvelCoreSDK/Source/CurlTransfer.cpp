@@ -127,17 +127,13 @@ void CurlTransfer::configure(CURL* easy, Sockets& sockets, const Network& networ
   set(easy, CURLOPT_SSL_VERIFYPEER, true);
   set(easy, CURLOPT_SSL_VERIFYHOST, 2L);
   set(easy, CURLOPT_CA_CACHE_TIMEOUT, trustSeconds);
-  const auto* const system = curl_version_info(CURLVERSION_NOW);
-  if (!network.certificateAuthorities.empty()) {
-    set(easy, CURLOPT_CAINFO, network.certificateAuthorities.c_str());
-    set(easy, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
-  } else if (canWatchTls() && system->cainfo && system->capath) {
-    // If it knew of the folder, libcurl would read the file, of some 150 certificates, anew for
-    // every connection. `watchTls` adds the folder.
-    set(easy, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
-    set(easy, CURLOPT_PRIVATE, system->capath);
-  }
+  const bool hasOwnFile = !network.certificateAuthorities.empty();
+  if (hasOwnFile) set(easy, CURLOPT_CAINFO, network.certificateAuthorities.c_str());
+  if (hasOwnFile || canWatchTls()) set(easy, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
   if (canWatchTls()) {
+    // If it knew of the system's folder, libcurl would read the system's file, of some 150
+    // certificates, anew for every connection.
+    set(easy, CURLOPT_PRIVATE, hasOwnFile ? nullptr : curl_version_info(CURLVERSION_NOW)->capath);
     set(easy, CURLOPT_SSL_CTX_FUNCTION, network.logsTlsSecrets ? watchTls : watchTlsInSecret);
     set(easy, CURLOPT_SSL_CTX_DATA, &sockets);
   }
