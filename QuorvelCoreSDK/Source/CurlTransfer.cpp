@@ -128,8 +128,14 @@ void CurlTransfer::configure(CURL* easy, Sockets& sockets, const Network& networ
   set(easy, CURLOPT_SSL_VERIFYHOST, 2L);
   set(easy, CURLOPT_CA_CACHE_TIMEOUT, trustSeconds);
   const bool hasOwnFile = !network.certificateAuthorities.empty();
-  if (hasOwnFile) set(easy, CURLOPT_CAINFO, network.certificateAuthorities.c_str());
-  if (hasOwnFile || canWatchTls()) set(easy, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+  if (hasOwnFile) {
+    set(easy, CURLOPT_CAINFO, network.certificateAuthorities.c_str());
+    set(easy, CURLOPT_PROXY_CAINFO, network.certificateAuthorities.c_str());
+  }
+  if (hasOwnFile || canWatchTls()) {
+    set(easy, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+    set(easy, CURLOPT_PROXY_CAPATH, static_cast<const char*>(nullptr));
+  }
   if (canWatchTls()) {
     // If it knew of the system's folder, libcurl would read the system's file, of some 150
     // certificates, anew for every connection.

@@ -1,6 +1,7 @@
 #include "CurlTransport.h"
 
 #include "CurlWorker.h"
+#include "SecureURL.h"
 
 #include <PellixPlatform/DispatchQueue.h>
 #include <QuorvelCoreSDK/CoreError.h>
@@ -20,6 +21,12 @@ CurlTransport::CurlTransport(Network network)
     : network_(std::make_shared<const Network>(std::move(network))) {}
 
 void CurlTransport::send(TransportRequest request, Completion completion) {
+  if (!isSecure(request.url)) {  // a host's own transport may have changed it
+    post([completion = std::move(completion)] {
+      completion({.error = makeCoreError(CoreErrorCode::insecureUrl)});
+    });
+    return;
+  }
   try {
     auto& worker = CurlWorker::shared();
     worker.add(std::make_unique<CurlTransfer>(std::move(request), std::move(completion), network_));

@@ -24,6 +24,7 @@ constexpr std::size_t mostConnections = 16;  // to one server, if each request t
 constexpr std::size_t mostStreams = 100;     // to one server otherwise: RFC 9113, section 6.5.2
 constexpr std::size_t mostConnecting = 4;    // at once then, since the others can join them
 constexpr std::size_t mostSpare = 32;        // handles kept for reuse
+constexpr long mostKept = 64;                // connections that stand while nothing uses them
 constexpr std::size_t mostOrigins = 64;      // that are remembered while nothing goes to them
 constexpr int longestWait = 60'000;          // milliseconds; nothing depends on it
 
@@ -87,6 +88,8 @@ CURLM* makeMulti() {
     throw std::system_error(std::make_error_code(std::errc::too_many_files_open));
   }
   curl_multi_setopt(multi, CURLMOPT_PIPELINING, static_cast<long>(CURLPIPE_MULTIPLEX));
+  // Else it would be four, as long as requests come one at a time.
+  curl_multi_setopt(multi, CURLMOPT_MAXCONNECTS, mostKept);
   return multi;
 }
 
@@ -320,12 +323,13 @@ void CurlWorker::endPatience() {
   const auto now = Clock::now();
   for (auto& [name, origin] : origins_) {
     const bool stands = origin.isMultiplexed && origin.connecting < origin.running;
-    const bool mayAll = stands || origin.running == 0;
+    bool mayNext = stands || (origin.running == 0 && origin.waiting.empty());
     for (auto at = origin.patient.begin(); at != origin.patient.end();) {
       const auto next = std::next(at);
       const auto until = (*at)->waitsUntil();
-      if (mayAll || until <= now) {
+      if (mayNext || until <= now) {
         origin.waiting.splice(origin.waiting.end(), origin.patient, at);
+        mayNext = stands;  // else the others wait for its connection
       } else {
         earliestDeadline_ = std::min(earliestDeadline_, until);
       }

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <filesystem>
 #include <latch>
+#include <list>
 #include <set>
 
 namespace QuorvelCoreSDK {
@@ -137,6 +138,31 @@ TEST(ConcurrencyTest, WhatIsUnderWayWhenTheHostShutsDownGoesNoFurther) {
   for (auto& outcome : outcomes) EXPECT_THROW(static_cast<void>(outcome.get()), std::future_error);
   EXPECT_EQ(Client(server.origin()).perform().status(), 200);
   EXPECT_EQ(server.requests().size(), bound + 1U);
+}
+
+TEST(ConcurrencyTest, ConnectionsToManyServersAreKept) {
+  std::list<LoopbackServer> servers;
+  for (int i = 0; i < 20; ++i) servers.emplace_back(echo);
+  for (int i = 0; i < 2; ++i) {
+    for (const auto& server : servers) EXPECT_EQ(Client(server.origin()).perform().status(), 200);
+  }
+  for (const auto& server : servers) EXPECT_EQ(server.connections(), 1U);
+}
+
+TEST(ConcurrencyTest, WhoWaitsForTheConnectionOfAnotherOneMakesNone) {
+  const LoopbackServer server(echo);
+  const Client client(server.origin());
+  std::vector<std::future<Outcome>> outcomes;
+  std::promise<void> mayBegin;
+  client.quorvel->post([begins = mayBegin.get_future().share()] { begins.wait(); });
+  for (int i = 0; i < 6; ++i) {
+    auto parameters = client.parameters();
+    parameters.waitsForConnection = true;
+    outcomes.push_back(Client::begin(std::move(parameters)));
+  }
+  mayBegin.set_value();
+  for (auto& outcome : outcomes) EXPECT_EQ(valueOf(std::move(outcome)).status(), 200);
+  EXPECT_LT(server.connections(), 6U);
 }
 
 TEST(ConcurrencyTest, MoreServersThanAreRememberedLoseNothing) {

@@ -173,6 +173,8 @@ TEST_F(SecurityTest, ReadsTheSystemsCertificatesOnceForManyConnections) {
 TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationElseOfTheEnvironment) {
   const LoopbackServer server(replying(httpReply("200 OK", "direct")));
   const LoopbackServer proxy(replying(httpReply("300 Multiple Choices")));
+  const LoopbackServer secure(replying(httpReply("300 Multiple Choices")),
+                              {.identity = makeIdentity({.issuer = &authority_})});
   const LoopbackServer asking(replying(httpReply("407 Proxy Authentication Required", "",
                                                  "Proxy-Authenticate: Basic realm=\"x\"\r\n")));
   const LoopbackServer closed(nullptr, {.isDeaf = true});
@@ -180,6 +182,7 @@ TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationElseOfTheEnvironment) {
   const Support::Values values{{"{port}", port(server)},
                                {"{server}", "127.0.0.1:" + port(server)},
                                {"{proxy}", "127.0.0.1:" + port(proxy)},
+                               {"{secure}", "127.0.0.1:" + port(secure)},
                                {"{asking}", "127.0.0.1:" + port(asking)},
                                {"{closed}", "127.0.0.1:" + port(closed)},
                                {"{closed port}", port(closed)}};
@@ -191,7 +194,8 @@ TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationElseOfTheEnvironment) {
       *value == "-" ? unsetenv(name) : setenv(name, value->c_str(), 1);
       ++value;
     }
-    const Configuration configuration{.network = {.proxy = row[6]}};
+    const Configuration configuration{
+        .network = {.proxy = row[6], .certificateAuthorities = trusted_}};
     const auto made = Quorvel::initialize({row[7], "a", "c"}, configuration);
     const auto outcome =
         made ? Client(row[7], configuration).perform() : Outcome{.error = made.error()};

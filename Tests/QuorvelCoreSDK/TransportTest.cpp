@@ -46,6 +46,12 @@ TEST(TransportTest, AHostsOwnMayHandOnToTheDefaultOne) {
   const auto own =
       std::make_shared<OwnTransport>(makeTransport({.ignoreProxyEnvironment = true}).value());
   const Client client(server.origin(), {.transport = own});
+  std::promise<TransportReply> refused;
+  makeTransport().value()->send(
+      {.url = PellixPlatform::URL::parse("http://account.invalid").value()},
+      [&](TransportReply reply) { refused.set_value(std::move(reply)); });
+  EXPECT_EQ(valueOf(refused.get_future()).error->code(),
+            static_cast<std::int64_t>(CoreErrorCode::insecureUrl));
   EXPECT_EQ(client.perform().status(), 503);
   EXPECT_EQ(server.requests().size(), 2U);
 

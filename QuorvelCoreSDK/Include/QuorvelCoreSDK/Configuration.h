@@ -22,10 +22,12 @@ struct NetworkConfiguration {
   std::string proxy;
   /// Whether to pay no attention to what the environment says of proxies.
   bool ignoreProxyEnvironment = false;
-  /// A file of trusted certificates in PEM; empty: the system's.
+  /// A file of trusted certificates in PEM, for servers and for proxies over TLS; empty: the
+  /// system's.
   std::filesystem::path certificateAuthorities;
   /// Whether the secrets of TLS connections are written to the file that the environment variable
-  /// `SSLKEYLOGFILE` names, so that a recording of the traffic can be read. Never in production.
+  /// `SSLKEYLOGFILE` names, so that a recording of the traffic can be read. All transports of a
+  /// process should have it, or none, since they share connections. Never in production.
   bool logsTlsSecrets = false;
   /// How long a connection may take to be made.
   std::chrono::milliseconds connectTimeout{10'000};
