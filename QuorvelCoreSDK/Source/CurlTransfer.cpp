@@ -249,7 +249,7 @@ bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
   if (request_.method == HttpMethod::post && !isFirst && sent != sentBefore_ && !isRefused) {
     return false;
   }
-  if (sockets_->isClosedByPeer(route)) {
+  if (sockets_->isSpent(route)) {
     isStale_ = true;
     return false;
   }

@@ -94,7 +94,7 @@ class CurlTransfer {
   bool hasSharedConnection_ = false;
   bool isMultiplexed_ = false;
   bool isUnheard_ = false;
-  bool isStale_ = false;     // the connection was closed by the server
+  bool isStale_ = false;     // the connection could not be used again
   bool wasSound_ = false;    // the connection that libcurl has given up
   bool isSent_ = false;      // perhaps in part, and perhaps it was heard
   bool isRepeated_ = false;  // by libcurl itself

@@ -38,8 +38,9 @@ class Sockets {
   /// A connection, as those that use it hold it; null: unknown.
   using Use = std::shared_ptr<Socket>;
 
-  /// Whether the other side has closed the connection, so that nothing that is sent is heard.
-  [[nodiscard]] bool isClosedByPeer(const Route& route);
+  /// Whether the connection must not be used again: the other side has closed it, so that nothing
+  /// that is sent is heard; or it has sent, unasked, what would be taken for the next reply.
+  [[nodiscard]] bool isSpent(const Route& route);
 
   /// Says that a request goes out over the connection, and that it has ended. `tls` is the TLS
   /// library's object for the connection, null without TLS.

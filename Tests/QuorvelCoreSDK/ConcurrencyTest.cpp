@@ -1,6 +1,7 @@
 #include "Client.h"
 #include "Support/ChildProcess.h"
 #include "Support/Sanitized.h"
+#include "Support/TemporaryDirectory.h"
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -74,6 +75,37 @@ TEST(ConcurrencyTest, RequestsInARowShareAConnectionAndADeadOneIsReplaced) {
     for (int i = 0; i < 20; ++i) EXPECT_EQ(client.perform().status(), 200);
     EXPECT_EQ(server->connections(), 2U);
     EXPECT_EQ(server->requests().size(), 21U);
+  }
+}
+
+TEST(ConcurrencyTest, WhatComesUnaskedIsNoReplyToALaterRequest) {
+  for (const auto& identity :
+       {std::optional<Support::LoopbackIdentity>(), std::optional(Support::makeIdentity({}))}) {
+    int call = 0;
+    std::promise<void> mayFollow;
+    std::promise<void> hasFollowed;
+    const auto handler = [&](const LoopbackRequest& request) -> LoopbackReply {
+      if (request.connection > 0) return {httpReply("200 OK", "second")};
+      switch (++call) {
+        case 1:
+          return {httpReply("200 OK", "first"), LoopbackReply::Then::more};
+        case 2:
+          mayFollow.get_future().wait();
+          return {httpReply("200 OK", "stray"), LoopbackReply::Then::more};
+        default:
+          hasFollowed.set_value();
+          return {"", LoopbackReply::Then::stall};
+      }
+    };
+    const LoopbackServer server(handler, {.identity = identity});
+    const Support::TemporaryDirectory directory;
+    if (identity) directory.write("trusted", identity->certificate);
+    const auto trusted = identity ? directory.path() / "trusted" : std::filesystem::path();
+    const Client client(server.origin(), {.network = {.certificateAuthorities = trusted}});
+    EXPECT_EQ(client.perform().data, "first");
+    mayFollow.set_value();
+    hasFollowed.get_future().wait();
+    EXPECT_EQ(client.perform().data, "second");
   }
 }
 

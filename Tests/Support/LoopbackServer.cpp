@@ -19,6 +19,7 @@ struct LoopbackServer::Connection {
   int socket;
   std::size_t number;
   bool isOpen = true;
+  bool sendsMore = false;
   std::unique_ptr<SSL, decltype(&SSL_free)> tls{nullptr, SSL_free};
   std::thread thread;
 
@@ -190,7 +191,7 @@ void LoopbackServer::serve(Connection& connection) {
 /// Whether the connection goes on.
 bool LoopbackServer::answer(Connection& connection, std::string& received) {
   LoopbackRequest request{.connection = connection.number, .head = {}, .body = {}};
-  if (!options_.answersUnasked) {
+  if (!options_.answersUnasked && !connection.sendsMore) {
     std::size_t headEnd = 0;
     while ((headEnd = received.find("\r\n\r\n")) == received.npos) {
       if (!connection.read(received)) return false;
@@ -217,7 +218,8 @@ bool LoopbackServer::answer(Connection& connection, std::string& received) {
     const linger atOnce{.l_onoff = 1, .l_linger = 0};
     setsockopt(connection.socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
   }
-  return goesOn && reply.then == Then::keep;
+  connection.sendsMore = reply.then == Then::more;
+  return goesOn && (reply.then == Then::keep || connection.sendsMore);
 }
 
 }  // namespace Support

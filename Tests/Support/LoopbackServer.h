@@ -25,7 +25,8 @@ struct LoopbackRequest {
 
 /// Bytes to send, whatever they are, and what to do with the connection then.
 struct LoopbackReply {
-  enum class Then : std::uint8_t { keep, close, reset, stall, repeat };
+  /// More: what the handler says when it is asked once more, without a request.
+  enum class Then : std::uint8_t { keep, close, reset, stall, repeat, more };
   std::string bytes;
   Then then = Then::keep;
 };

@@ -24,9 +24,14 @@ namespace {
 /// How long sent data may stay without an acknowledgement: RFC 5482.
 constexpr unsigned int unacknowledged = 15'000;  // milliseconds
 
+/// Whether something has come over the socket, or the other side has closed it: POLLIN, POLLRDHUP.
+int stateOf(int socket) {
+  pollfd state{.fd = socket, .events = POLLIN | POLLRDHUP, .revents = 0};
+  return ::poll(&state, 1, 0) > 0 ? state.revents : 0;
+}
+
 bool hasPeerClosed(int socket) {
-  pollfd state{.fd = socket, .events = POLLRDHUP, .revents = 0};
-  return ::poll(&state, 1, 0) > 0 && (state.revents & POLLRDHUP) != 0;
+  return (stateOf(socket) & POLLRDHUP) != 0;
 }
 
 bool isInternet(int family) {
@@ -83,6 +88,7 @@ struct Sockets::Socket {
   int descriptor = -1;  // -1: libcurl has closed it
   std::size_t uses = 0;
   bool wasUsed = false;  // so that a handshake is under way no more
+  bool isMultiplexed = false;
   bool isClosedByPeer = false;
   bool isReplaced = false;  // by `ended_`
   bool hasBroken = false;   // as far as is known without a look
@@ -137,9 +143,12 @@ Sockets::Use Sockets::find(const Route& route) {
   return found;
 }
 
-bool Sockets::isClosedByPeer(const Route& route) {
+bool Sockets::isSpent(const Route& route) {
   const auto socket = find(route);
-  if (!socket || !hasPeerClosed(socket->descriptor)) return false;
+  if (!socket) return false;
+  const int state = stateOf(socket->descriptor);
+  const bool isToBeSilent = socket->wasUsed && !socket->isMultiplexed;
+  if ((state & POLLRDHUP) == 0 && !(isToBeSilent && (state & POLLIN) != 0)) return false;
   closeIfIdle(*socket);
   return true;
 }
@@ -150,6 +159,7 @@ Sockets::Use Sockets::beginUse(const Route& route, void* tls) {
     ++socket->uses;
     socket->wasUsed = true;
     socket->tls = tls;
+    socket->isMultiplexed = speaksHttp2(tls);
   }
   return socket;
 }
