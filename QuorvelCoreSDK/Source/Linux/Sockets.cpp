@@ -147,8 +147,9 @@ bool Sockets::isSpent(const Route& route) {
   const auto socket = find(route);
   if (!socket) return false;
   const int state = stateOf(socket->descriptor);
-  const bool isToBeSilent = socket->wasUsed && !socket->isMultiplexed;
-  if ((state & POLLRDHUP) == 0 && !(isToBeSilent && (state & POLLIN) != 0)) return false;
+  const bool isClosed = (state & POLLRDHUP) != 0;
+  const bool isUnasked = (state & POLLIN) != 0 && socket->wasUsed && !socket->isMultiplexed;
+  if (!isClosed && !isUnasked) return false;
   closeIfIdle(*socket);
   return true;
 }
