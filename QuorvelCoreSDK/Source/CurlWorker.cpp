@@ -404,11 +404,10 @@ void CurlWorker::takeBackHandles() {
   for (auto& [handle, finished] : finished_) {
     Easy easy(handle);
     curl_multi_remove_handle(multi_, handle);
-    if (spare_.size() == mostSpare) continue;
     const auto& transfer = finished.transfer;
-    const bool isAsBefore = transfer && transfer->leavesHandleAsItWas();
-    withMemory(
-        [&] { spare_.push_back({isAsBefore ? transfer->network() : nullptr, std::move(easy)}); });
+    // One that sent a request anew may do so again: resetting it does not take all of it back.
+    if (spare_.size() == mostSpare || !transfer || !transfer->leavesHandleAsItWas()) continue;
+    withMemory([&] { spare_.push_back({transfer->network(), std::move(easy)}); });
   }
   finished_.clear();
   if (origins_.size() <= mostOrigins) return;

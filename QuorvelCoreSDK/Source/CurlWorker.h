@@ -107,7 +107,7 @@ class CurlWorker {
     std::unique_ptr<CurlTransfer> transfer;
   };
   struct Spare {
-    std::shared_ptr<const Network> network;  // that it is configured for; null: none
+    std::shared_ptr<const Network> network;  // that it is configured for
     Easy easy;
   };
   Origins origins_;

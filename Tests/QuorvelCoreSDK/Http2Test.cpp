@@ -51,6 +51,10 @@ TEST_F(Http2Test, WhatTheServerTookIsNotSentAgain) {
     }
     EXPECT_EQ(heard, isAnswered ? "1 2 3 4 " : "1 lost 3 4 ") << way;
   }
+  // libcurl remembers of a handle that its stream was refused.
+  const Support::LoopbackServer closing(replying("", Support::LoopbackReply::Then::close));
+  EXPECT_EQ(Client(closing.origin()).perform().code(), CoreErrorCode::connectionLost);
+  EXPECT_EQ(closing.requests().size(), 1U);
 }
 
 TEST_F(Http2Test, ManyRequestsShareAConnectionBeforeTheFirstIsAnswered) {
