@@ -147,7 +147,7 @@ TEST_F(SecurityTest, TrustsTheSystemsFolderBesideItsFile) {
   directory_.write(std::filesystem::path(system->cainfo).filename().string(), stranger.certificate);
   ASSERT_EQ(Support::runProcess({"openssl", "rehash", directory_.path()}).exitCode, 0);
   const ReplacedFolder certificates(directory_.path(), system->capath);
-  if (!certificates.isThere()) GTEST_SKIP() << "it takes the rights of root";
+  if (!certificates.isThere()) GTEST_SKIP() << "no folder can take its place here";
   const LoopbackServer server(replying(httpReply("200 OK")),
                               {.identity = makeIdentity({.issuer = &authority_})});
   EXPECT_EQ(Client(server.origin()).perform().status(), 200);

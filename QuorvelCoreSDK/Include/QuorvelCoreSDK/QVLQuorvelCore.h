@@ -46,7 +46,8 @@ bool QVLQuorvelConfiguration_setTokenSupplier(QVLQuorvelConfiguration* configura
                                               QVLTokenSupplier supplier, void* context,
                                               QVLContextRelease release) QVL_NONNULL(1);
 
-/* A file of trusted certificates in PEM, in place of the system's. */
+/* A file of trusted certificates in PEM, for servers and for proxies over TLS, in place of the
+ * system's. */
 bool QVLQuorvelConfiguration_setCertificateAuthorities(QVLQuorvelConfiguration* configuration,
                                                        const char* path, size_t pathLength)
     QVL_NONNULL(1);
@@ -71,7 +72,8 @@ void QVLQuorvelConfiguration_setSettingsTimeout(QVLQuorvelConfiguration* configu
                                                 int64_t milliseconds) QVL_NONNULL(1);
 
 /* Whether the secrets of TLS connections are written to the file that SSLKEYLOGFILE names, so that
- * a recording of the traffic can be read. Never in production. */
+ * a recording of the traffic can be read: in all configurations of a process or in none, since they
+ * share connections. Never in production. */
 void QVLQuorvelConfiguration_setLogsTlsSecrets(QVLQuorvelConfiguration* configuration, bool logs)
     QVL_NONNULL(1);
 

@@ -284,8 +284,8 @@ public final class PellixClient implements AutoCloseable {
     }
 
     /**
-     * Whether the secrets of TLS connections are written to the file that SSLKEYLOGFILE names. Never
-     * in production.
+     * Whether the secrets of TLS connections are written to the file that SSLKEYLOGFILE names: for all
+     * clients of a process or for none, since they share connections. Never in production.
      */
     public Builder logsTlsSecrets(boolean logs) {
       return choose(configuration -> Library.setLogsTlsSecrets(configuration, logs ? 1 : 0));
