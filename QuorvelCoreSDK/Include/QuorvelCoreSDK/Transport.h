@@ -21,8 +21,8 @@ namespace QuorvelCoreSDK {
 /// A request, ready to be sent.
 struct TransportRequest {
   HttpMethod method = HttpMethod::get;
-  PellixPlatform::URL
-      url;  ///< https, or http to loopback, else the default transport gives `insecureUrl`.
+  /// https, or http to loopback; anything else ends with `insecureUrl` in the default transport.
+  PellixPlatform::URL url;
   std::vector<std::pair<std::string, std::string>> headers;  ///< Holds the token, if there is one.
   std::optional<PellixPlatform::Data> body;
   /// How long the request may take in all, and how many bytes its reply's body may have; nothing:
