@@ -2,8 +2,10 @@
 
 #include "Support/TemporaryDirectory.h"
 
+#include <linux/sockios.h>
 #include <netdb.h>
 #include <openssl/ssl.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -22,6 +24,12 @@ struct LoopbackServer::Connection {
   bool sendsMore = false;
   std::unique_ptr<SSL, decltype(&SSL_free)> tls{nullptr, SSL_free};
   std::thread thread;
+
+  /// Until the system of the other side has all that was written.
+  void waitUntilArrived() const {
+    int left = 0;
+    while (ioctl(socket, SIOCOUTQ, &left) == 0 && left > 0) std::this_thread::yield();
+  }
 
   /// Adds what comes next to `received`; false at the end.
   bool read(std::string& received) const {
@@ -219,6 +227,7 @@ bool LoopbackServer::answer(Connection& connection, std::string& received) {
     setsockopt(connection.socket, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
   }
   connection.sendsMore = reply.then == Then::more;
+  if (connection.sendsMore) connection.waitUntilArrived();
   return goesOn && (reply.then == Then::keep || connection.sendsMore);
 }
 
