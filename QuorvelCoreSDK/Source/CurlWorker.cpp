@@ -75,28 +75,26 @@ struct Nothing {
   explicit Nothing(const PellixPlatform::Decoder&) {}
 };
 
-CURLM* makeMulti() {
+CurlWorker::Multi makeMulti() {
   // Libraries make at their first use what they destroy when the process ends: JSON's, then TLS's.
   static_cast<void>(PellixPlatform::JSONDecoder().decode<Nothing>("{}"));
   if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw std::bad_alloc();
   errno = 0;
-  auto* const multi = curl_multi_init();
+  CurlWorker::Multi multi(curl_multi_init());
   if (!multi && errno != EMFILE && errno != ENFILE) throw std::bad_alloc();
   // Older ones come without an error, and without their sockets, if no descriptor is left.
-  if (!multi || !keepFromChildren(multi)) {
-    if (multi) curl_multi_cleanup(multi);
+  if (!multi || !keepFromChildren(multi.get())) {
     throw std::system_error(std::make_error_code(std::errc::too_many_files_open));
   }
-  curl_multi_setopt(multi, CURLMOPT_PIPELINING, static_cast<long>(CURLPIPE_MULTIPLEX));
   // Else it would be four, as long as requests come one at a time.
-  curl_multi_setopt(multi, CURLMOPT_MAXCONNECTS, mostKept);
+  curl_multi_setopt(multi.get(), CURLMOPT_MAXCONNECTS, mostKept);
   return multi;
 }
 
-/// Null if there is no memory for it.
-CURLSH* makeShared() {
-  auto* const shared = curl_share_init();
-  if (shared) curl_share_setopt(shared, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+CurlWorker::Shared makeShared() {
+  CurlWorker::Shared shared(curl_share_init());
+  if (!shared) throw std::bad_alloc();
+  curl_share_setopt(shared.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
   return shared;
 }
 
@@ -109,13 +107,10 @@ CurlWorker& CurlWorker::shared() {
 
 CurlWorker::CurlWorker() : process_(getpid()), multi_(makeMulti()), shared_(makeShared()) {
   // Registered after what the libraries have made, so that it runs before that is torn down.
-  if (shared_ && pthread_atfork(nullptr, nullptr, forgetInChild) == 0 &&
-      std::atexit(stopAtExit) == 0) {
-    made = this;
-    return;
+  if (pthread_atfork(nullptr, nullptr, forgetInChild) != 0 || std::atexit(stopAtExit) != 0) {
+    throw std::bad_alloc();
   }
-  curl_multi_cleanup(multi_);
-  throw std::bad_alloc();
+  made = this;
 }
 
 void CurlWorker::forgetInChild() {
@@ -167,13 +162,11 @@ void CurlWorker::dropIfAsked() {
     if (!isToDrop_) return;
   }
   ready_.clear();
-  while (!running_.empty()) {
-    const auto first = running_.begin();
-    first->second.transfer->leaveConnection(CURLE_OK);
-    curl_multi_remove_handle(multi_, first->first);
-    curl_easy_cleanup(first->first);  // before the transfer that it refers to
-    running_.erase(first);
+  for (auto& [handle, running] : running_) {
+    running.transfer->leaveConnection(CURLE_OK);
+    curl_multi_remove_handle(multi_.get(), handle);
   }
+  running_.clear();
   origins_.clear();
   {
     const std::lock_guard lock(mutex_);
@@ -225,7 +218,7 @@ void CurlWorker::run() {
     sortAdded();
     startWaiting();
     int stillRunning = 0;
-    curl_multi_perform(multi_, &stillRunning);
+    curl_multi_perform(multi_.get(), &stillRunning);
     countConnecting();
     finishDone();
     finishLate();
@@ -238,7 +231,7 @@ void CurlWorker::wait() {
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(earliestDeadline_ - Clock::now());
   const auto most = std::clamp<std::int64_t>(left.count(), 0, longestWait);
   curl_waitfd watched{.fd = sockets_.descriptor(), .events = CURL_WAIT_POLLIN, .revents = 0};
-  curl_multi_poll(multi_, &watched, 1, static_cast<int>(most), nullptr);
+  curl_multi_poll(multi_.get(), &watched, 1, static_cast<int>(most), nullptr);
   if (watched.revents != 0) sockets_.closeIdle();
 }
 
@@ -299,16 +292,15 @@ void CurlWorker::startNext(Origin& origin) {
 
 void CurlWorker::start(Origin& origin, std::unique_ptr<CurlTransfer> transfer) {
   auto easy = takeEasy(transfer->network());
-  transfer->prepare(easy.get(), sockets_, origin.isMultiplexed);
-  const auto started = running_.emplace(easy.get(), Running{&origin, std::move(transfer)}).first;
-  if (curl_multi_add_handle(multi_, easy.get()) != CURLM_OK) {
-    easy.reset();
-    running_.erase(started);
+  auto* const handle = easy.get();
+  transfer->prepare(handle, sockets_, origin.isMultiplexed);
+  running_.emplace(handle, Running{&origin, std::move(transfer), std::move(easy)});
+  if (curl_multi_add_handle(multi_.get(), handle) != CURLM_OK) {
+    running_.erase(handle);
     throw std::bad_alloc();
   }
   ++origin.running;
   ++origin.connecting;
-  static_cast<void>(easy.release());
 }
 
 void CurlWorker::countConnecting() {
@@ -340,7 +332,7 @@ void CurlWorker::endPatience() {
 
 void CurlWorker::finishDone() {
   int left = 0;
-  while (const auto* message = curl_multi_info_read(multi_, &left)) {
+  while (const auto* message = curl_multi_info_read(multi_.get(), &left)) {
     if (message->msg == CURLMSG_DONE) finish(message->easy_handle, message->data.result);
   }
   takeBackHandles();
@@ -402,9 +394,8 @@ void CurlWorker::finish(CURL* handle, CURLcode result) {
 
 void CurlWorker::takeBackHandles() {
   for (auto& [handle, finished] : finished_) {
-    Easy easy(handle);
-    curl_multi_remove_handle(multi_, handle);
-    const auto& transfer = finished.transfer;
+    auto& [origin, transfer, easy] = finished;
+    curl_multi_remove_handle(multi_.get(), handle);
     // One that sent a request anew may do so again: resetting it does not take all of it back.
     if (spare_.size() == mostSpare || !transfer || !transfer->leavesHandleAsItWas()) continue;
     withMemory([&] { spare_.push_back({transfer->network(), std::move(easy)}); });

@@ -33,15 +33,15 @@ class CurlWorker {
   void add(std::unique_ptr<CurlTransfer> transfer);
   void post(std::function<void()> task);
 
- private:
-  struct Free {
-    void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
+  template <auto cleanUp>
+  struct CleanUp {
+    void operator()(void* handle) const { cleanUp(handle); }
   };
-  struct FreeShared {
-    void operator()(CURLSH* shared) const { curl_share_cleanup(shared); }
-  };
-  using Easy = std::unique_ptr<CURL, Free>;
+  using Easy = std::unique_ptr<CURL, CleanUp<curl_easy_cleanup>>;
+  using Multi = std::unique_ptr<CURLM, CleanUp<curl_multi_cleanup>>;
+  using Shared = std::unique_ptr<CURLSH, CleanUp<curl_share_cleanup>>;
 
+ private:
   CurlWorker();
   static void stopAtExit();
   static void forgetInChild();
@@ -87,9 +87,8 @@ class CurlWorker {
 
   const int process_;
   Sockets sockets_;  // the thread's, and outlives what libcurl has of it
-  CURLM* const multi_;
-  const std::unique_ptr<CURLSH, FreeShared>
-      shared_;  // among the handles: the TLS sessions, so that any of them resumes one
+  const Multi multi_;
+  const Shared shared_;  // among the handles: the TLS sessions, so that any of them resumes one
   std::atomic<bool> stopping_ = false;
 
   std::mutex mutex_;  // guards these six
@@ -105,6 +104,7 @@ class CurlWorker {
   struct Running {
     Origin* origin;
     std::unique_ptr<CurlTransfer> transfer;
+    Easy easy;  // goes before the transfer that it refers to
   };
   struct Spare {
     std::shared_ptr<const Network> network;  // that it is configured for
