@@ -146,6 +146,42 @@ TEST(ConcurrencyTest, WhoWaitsForAConnectionHasALimitToo) {
   }
 }
 
+TEST(ConcurrencyTest, ABusyServerDoesNotShutTheOthersOut) {
+  constexpr int stalled = 240;  // requests: all that are on their way at once, but for one server's
+  constexpr int busy = 400;
+  std::list<LoopbackServer> servers;
+  std::vector<std::string> origins;
+  for (int i = 0; i < 17; ++i) {
+    const auto& server = servers.emplace_back([](const LoopbackRequest& request) -> LoopbackReply {
+      if (request.head.starts_with("GET /stall ")) return {"", LoopbackReply::Then::stall};
+      return echo(request);
+    });
+    origins.push_back(server.origin());
+  }
+  std::ranges::sort(origins);  // as the busy one has its turn first
+  const auto transport = makeTransport({.ignoreProxyEnvironment = true}).value();
+  std::latch ended(stalled + busy + 1);
+  std::atomic<int> busyOnes = 0;
+  std::promise<int> busyBefore;
+  const auto send = [&](const std::string& url, auto answered) {
+    transport->send({.url = PellixPlatform::URL::parse(url).value()}, [&, answered](const auto&) {
+      answered();
+      ended.count_down();
+    });
+  };
+  std::promise<void> mayBegin;
+  transport->post([begins = mayBegin.get_future().share()] { begins.wait(); });
+  for (int i = 0; i < busy; ++i) send(origins.front(), [&] { ++busyOnes; });
+  for (int i = 0; i < stalled; ++i) {
+    send(origins[1 + static_cast<std::size_t>(i) % 15] + "/stall", [] {});
+  }
+  send(origins.back(), [&] { busyBefore.set_value(busyOnes); });
+  mayBegin.set_value();
+  EXPECT_LT(valueOf(busyBefore.get_future()), busy / 2);
+  servers.clear();
+  ended.wait();
+}
+
 TEST(ConcurrencyTest, WhatIsUnderWayWhenTheHostShutsDownGoesNoFurther) {
   constexpr int bound = 16;
   std::latch full(bound);

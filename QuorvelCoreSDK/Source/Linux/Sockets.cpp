@@ -105,7 +105,6 @@ int Sockets::open(int family, int type, int protocol) {
   try {
     sockets_[descriptor] = std::make_shared<Socket>(Socket{.descriptor = descriptor});
   } catch (const std::bad_alloc&) {
-    sockets_.erase(descriptor);
     ::close(descriptor);
     return -1;
   }
