@@ -394,8 +394,9 @@ void CurlWorker::finish(CURL* handle, CURLcode result) {
 
 void CurlWorker::takeBackHandles() {
   for (auto& [handle, finished] : finished_) {
-    auto& [origin, transfer, easy] = finished;
     curl_multi_remove_handle(multi_.get(), handle);
+    auto& easy = finished.easy;
+    const auto& transfer = finished.transfer;
     // One that sent a request anew may do so again: resetting it does not take all of it back.
     if (spare_.size() == mostSpare || !transfer || !transfer->leavesHandleAsItWas()) continue;
     withMemory([&] { spare_.push_back({transfer->network(), std::move(easy)}); });

@@ -31,6 +31,7 @@ constexpr std::chrono::milliseconds ample = std::chrono::minutes(1);
 std::atomic<int> begun = 0;
 std::atomic<int> released = 0;
 std::atomic<bool> isOver = false;  // no callback may be called any more
+std::atomic<bool> isWorkerInHost = false;
 
 void ask(PellixProvider& provider) {
   ++begun;
@@ -63,6 +64,14 @@ void beginStorm(const std::shared_ptr<PellixProvider>& provider) {
   waitFor(released, getpid() % 1000);
 }
 
+/// Whether operations are still begun: one that is not lets go of its callback at once.
+bool isAccepting(PellixProvider& provider) {
+  auto held = std::make_shared<int>();
+  const std::weak_ptr<int> callback = held;
+  provider.getDeflectionForQuery("How?", [held = std::move(held)](const auto&) {});
+  return !callback.expired();
+}
+
 [[noreturn]] void waitForTheEnd() {
   while (true) pause();
 }
@@ -86,6 +95,17 @@ int end(std::string_view way, const std::shared_ptr<PellixProvider>& provider,
     waitFor(released, 1);
     curl_global_cleanup();
     curl_global_cleanup();
+    return good;
+  }
+  if (way == "waits") {  // for the worker to come back from the host's code
+    Quorvel::instance()->post([provider] {
+      isWorkerInHost = true;
+      isWorkerInHost.notify_all();
+      while (isAccepting(*provider)) std::this_thread::yield();
+      for (int i = 0; i < 1000; ++i) std::this_thread::yield();
+      isWorkerInHost = false;
+    });
+    isWorkerInHost.wait(false);
     return good;
   }
   beginStorm(provider);
@@ -129,6 +149,9 @@ int runHost(std::string_view way, const std::string& address, const std::string&
   const QuorvelCoreSDK::Configuration configuration{
       .settingsTimeToLive = std::chrono::milliseconds(0),
       .network = {.certificateAuthorities = certificates}};
+  std::atexit([] {  // after what the library does at the end, for it comes earlier
+    if (isWorkerInHost) std::_Exit(3);
+  });
   return end(way, setUp(configuration, address), configuration);
 }
 
