@@ -72,6 +72,12 @@ bool isAccepting(PellixProvider& provider) {
   return !callback.expired();
 }
 
+bool isMainThreadAsleep() {
+  std::string state;
+  std::getline(std::ifstream("/proc/self/task/" + std::to_string(getpid()) + "/stat"), state);
+  return state.contains(") S ");
+}
+
 [[noreturn]] void waitForTheEnd() {
   while (true) pause();
 }
@@ -102,7 +108,7 @@ int end(std::string_view way, const std::shared_ptr<PellixProvider>& provider,
       isWorkerInHost = true;
       isWorkerInHost.notify_all();
       while (isAccepting(*provider)) std::this_thread::yield();
-      for (int i = 0; i < 1000; ++i) std::this_thread::yield();
+      while (!isMainThreadAsleep()) std::this_thread::yield();
       isWorkerInHost = false;
     });
     isWorkerInHost.wait(false);
