@@ -5,6 +5,7 @@
 #include <PellixPlatform/internal/PropertyListDecoder.h>
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 namespace PlatformTests {
 namespace {
@@ -46,6 +47,17 @@ TEST(PropertyListDecoder, SaysWhatIsWrongAndWhere) {
     EXPECT_EQ(summary(value.error()), row[1]) << row[0];
     EXPECT_EQ(value.error().localizedDescription(), row[2]) << row[0];
   }
+}
+
+TEST(PropertyListDecoder, TakesAGigabyteAtMost) {
+  constexpr std::size_t size = (std::size_t{1} << 30) + 1;  // of which no byte is read
+  void* const bytes =
+      mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  ASSERT_NE(bytes, MAP_FAILED);
+  const auto value = PellixPlatform::PropertyListDecoder().decode<bool>(
+      std::string_view(static_cast<const char*>(bytes), size));
+  EXPECT_TRUE(value.error().description().contains("too large")) << value.error().description();
+  munmap(bytes, size);
 }
 
 TEST(PropertyListDecoder, IsNotHurtByDepth) {

@@ -339,12 +339,16 @@ void beginWithoutDescriptors() {
   const rlimit none{.rlim_cur = 0, .rlim_max = limit.rlim_max};
   setrlimit(RLIMIT_NOFILE, &none);
   auto outcome = Client::begin(client.parameters());
+  auto improper = client.parameters();
+  improper.clientHeaders = makeClientHeaders("\n", "1");
+  auto refused = Client::begin(std::move(improper));
   setrlimit(RLIMIT_NOFILE, &limit);
   EXPECT_EQ(outcome.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
   PellixPlatform::DispatchQueue::main().runPending();
   const auto ended = valueOf(std::move(outcome));
   EXPECT_EQ(ended.code(), CoreErrorCode::transportFailed);
   EXPECT_NE(ended.text().find("Too many open files"), std::string::npos) << ended.text();
+  EXPECT_EQ(valueOf(std::move(refused)).code(), CoreErrorCode::invalidHeader);
   const LoopbackServer server(echo);
   EXPECT_EQ(Client(server.origin()).perform().status(), 200);
 }
