@@ -206,7 +206,8 @@ class Bench:
         numbers = self.build / "mutants-tests"
         numbers.write_text("0,0,0," + ",".join(map(str, plan["alone"])))
         # They wait more than they work.
-        status, output = self.run(["ctest", "-j4", "--stop-on-failure", "-I", numbers], limit)
+        ctest = ["ctest", "--timeout", str(int(limit / 10))]  # of each that has none of its own
+        status, output = self.run([*ctest, "-j4", "--stop-on-failure", "-I", numbers], limit)
         if status is None:
             return "time"
         if status == 0:
@@ -214,14 +215,14 @@ class Bench:
         failed = re.findall(r"^\t *\d+ - (\S+) \(", output, re.MULTILINE)
         if not failed:
             return "the listing of the tests"
-        status, output = self.run(["ctest", "-R", "^" + re.escape(failed[0]) + "$"], limit)
+        status, output = self.run([*ctest, "-R", "^" + re.escape(failed[0]) + "$"], limit)
         if status != 0:
             return failed[0]
         # It was a matter of chance: once more, without stopping there.
-        status, output = self.run(["ctest", "-j4", "-I", numbers], limit)
+        status, output = self.run([*ctest, "-j4", "-I", numbers], limit)
         failed = re.findall(r"^\t *\d+ - (\S+) \(", output, re.MULTILINE)
         for name in failed:
-            if self.run(["ctest", "-R", "^" + re.escape(name) + "$"], limit)[0] != 0:
+            if self.run([*ctest, "-R", "^" + re.escape(name) + "$"], limit)[0] != 0:
                 return name
         return "time" if status is None else None
 
