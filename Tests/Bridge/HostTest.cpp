@@ -93,6 +93,9 @@ void checkWhatCanNotBeSetUp() {
   QVLRelease(error);
   EXPECT_FALSE(QVLBundle_setResourceDirectory("/tmp\0/none", 10));
   EXPECT_FALSE(QVLBundle_setResourceDirectory("/none", QVL_UNTIL_NUL));
+  auto* const configuration = QVLQuorvelConfiguration_init();
+  EXPECT_FALSE(QVLQuorvelConfiguration_setCertificateAuthorities(configuration, "/tmp\0/none", 10));
+  QVLRelease(configuration);
 
   EXPECT_EQ(QVLPellix_version(nullptr, 0), std::strlen("1.0.0"));
   const Host host;

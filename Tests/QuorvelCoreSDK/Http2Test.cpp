@@ -13,10 +13,11 @@ class Http2Test : public testing::Test {
 
   /// A server that behaves in its own way. Debian's own Python has the package for HTTP/2.
   struct Server : Support::PseudoTerminal {
-    Server(const std::string& way, const std::string& identity)
-        : PseudoTerminal(
-              {"/usr/bin/python3", TESTS_SOURCE_DIR "/QuorvelCoreSDK/http2.py", way, identity},
-              {}) {}
+    template <class... Answer>
+    Server(const std::string& way, const std::string& identity, const Answer&... answer)
+        : PseudoTerminal({"/usr/bin/python3", TESTS_SOURCE_DIR "/QuorvelCoreSDK/http2.py", way,
+                          identity, answer...},
+                         {}) {}
     const std::string origin = "https://127.0.0.1:" + std::to_string(std::stoi(readUntil("\n")));
   };
 
@@ -55,6 +56,17 @@ TEST_F(Http2Test, WhatTheServerTookIsNotSentAgain) {
   const Support::LoopbackServer closing(replying("", Support::LoopbackReply::Then::close));
   EXPECT_EQ(Client(closing.origin()).perform().code(), CoreErrorCode::connectionLost);
   EXPECT_EQ(closing.requests().size(), 1U);
+}
+
+TEST_F(Http2Test, WhatTheServerWritesIsNoNoteOfTheLibrarys) {
+  directory_.write("answer", "Received GOAWAY, error=0, last_stream=0");
+  const Server server("close-connection", file_, directory_.path() / "answer");
+  const auto client = clientFor(server.origin);
+  auto parameters = client.parameters();
+  parameters.httpMethod = HttpMethod::post;
+  parameters.body = "{}";
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(valueOf(Client::begin(parameters)).status(), 200);
+  EXPECT_EQ(valueOf(Client::begin(parameters)).code(), CoreErrorCode::connectionLost);
 }
 
 TEST_F(Http2Test, ManyRequestsShareAConnectionBeforeTheFirstIsAnswered) {
