@@ -36,8 +36,9 @@ TEST(RequestTest, IsSentAsEveryServerExpectsItAndAsksForTheTokenEachTime) {
     parameters.httpMethod = methods.at(row[0]);
     if (hasBody) parameters.body = row[2];
     parameters.requiresAuth = hasBody;
-    parameters.clientHeaders =
-        makeClientHeaders("Tester", "1.2.3", {{"X-Empty", ""}, {"X-More", "a; b"}});
+    std::map<std::string, std::string> more{{"X-Empty", ""}, {"X-More", "a; b"}};
+    for (int i = 0; i < 100; ++i) more["X-" + std::to_string(i)] = "1";
+    parameters.clientHeaders = makeClientHeaders("Tester", "1.2.3", more);
     const auto outcome = valueOf(Client::begin(std::move(parameters)));
     EXPECT_EQ(outcome.status(), 200);
     EXPECT_EQ(outcome.response->url(), server.origin() + "/base" + row[1]);
@@ -50,6 +51,7 @@ TEST(RequestTest, IsSentAsEveryServerExpectsItAndAsksForTheTokenEachTime) {
                                         "X-Quorvel-Client-Version: 1.2.3",
                                         "X-Empty:",
                                         "X-More: a; b"};
+    for (int i = 0; i < 100; ++i) expected.insert("X-" + std::to_string(i) + ": 1");
     if (hasBody) {
       expected.insert("Content-Type: application/json; charset=utf-8");
       expected.insert("Authorization: Bearer token-" + std::to_string(before + 1));
