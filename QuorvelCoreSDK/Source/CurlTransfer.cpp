@@ -365,9 +365,8 @@ std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t c
   } else if (const auto colon = line.find(':'); colon != line.npos) {
     const auto name = line.substr(0, colon);
     const auto value = trimmed(line.substr(colon + 1));
-    constexpr std::size_t many = 16;  // few replies have more
     const bool isTaken = hasMemoryFor([&] {
-      transfer.responseHeaders_.reserve(many);
+      transfer.responseHeaders_.reserve(16);  // few replies have more
       transfer.responseHeaders_.emplace_back(name, value);
     });
     if (!isTaken) return CURL_WRITEFUNC_ERROR;

@@ -76,8 +76,8 @@ class Sockets {
   [[nodiscard]] Use find(const Route& route);
   void closeIfIdle(Socket& socket) const;
 
-  int watch_ = -1;
-  int wake_ = -1;
+  const int watch_;
+  const int wake_;
   // What libcurl has instead of a closed connection: all that is written there is taken, so that it
   // has no failure to tell of in a request that has nothing to do with it, and the end is read. TLS
   // has ended by then.

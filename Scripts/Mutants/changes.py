@@ -61,6 +61,7 @@ class Finder:
         self.root, self.folders = root, folders
         self.sources: dict[str, bytes | None] = {}
         self.places: dict[tuple[str, int, int], set[Change]] = {}
+        self.switch_ends: set[tuple[str, int]] = set()
 
     def visit(self, unit: Cursor) -> None:
         for cursor in unit.get_children():
@@ -97,6 +98,8 @@ class Finder:
             function = Function(cursor)
         self.statements(cursor, children, function)
         self.conditions(cursor, children)
+        if cursor.kind == CursorKind.SWITCH_STMT:
+            self.switch_ends.add((cursor.location.file.name, children[-1].extent.end.offset))
         self.operators(cursor, children)
         self.constants(cursor)
         if is_call:
@@ -125,7 +128,7 @@ class Finder:
         for statement in statements:
             place = (statement.extent.start.offset, statement.extent.end.offset)
             if statement.kind in JUMPS:
-                if statement != function.last:
+                if statement != function.last and not self.ends_switch(statement):
                     self.add(statement, "drop", "")
                 continue
             if statement.kind.is_expression() and statement.spelling not in WITHOUT_EFFECT:
@@ -137,6 +140,14 @@ class Finder:
             if cursor.kind == CursorKind.COMPOUND_STMT:
                 text = function.early_return + " "
                 self.add(statement, "hurry", text, end=place[0], place=place)
+
+    def ends_switch(self, statement: Cursor) -> bool:
+        """Whether a jump goes where the statement before it would lead."""
+        behind = statement.extent.end.offset
+        end = re.match(rb"[;\s]*\}", self.source(statement)[behind:])
+        if statement.kind != CursorKind.BREAK_STMT or end is None:
+            return False
+        return (statement.location.file.name, behind + end.end()) in self.switch_ends
 
     def conditions(self, cursor: Cursor, children: list[Cursor]) -> None:
         expressions = [child for child in children if child.kind.is_expression()]

@@ -32,11 +32,11 @@ struct InteractionRequestBody {
   void encode(PellixPlatform::Encoder& encoder) const;
 };
 
-/// What is sent to report that an article resolved a question.
+/// What is sent to report that an article resolved a question. Whoever makes one names each member.
 struct ResolutionRequestBody {
-  std::int64_t deflectionId = 0;
-  std::int64_t articleId = 0;
-  std::int64_t resolutionChannelId = 0;
+  std::int64_t deflectionId;
+  std::int64_t articleId;
+  std::int64_t resolutionChannelId;
   std::string interactionAccessToken;
 
   void encode(PellixPlatform::Encoder& encoder) const;
@@ -44,11 +44,11 @@ struct ResolutionRequestBody {
 
 /// What is sent to report that an article was rejected. Nothing is checked, the reason neither.
 struct RejectionRequestBody {
-  std::int64_t deflectionId = 0;
-  std::int64_t articleId = 0;
-  std::int64_t resolutionChannelId = 0;  // deliberately under the name it has in a resolution
+  std::int64_t deflectionId;
+  std::int64_t articleId;
+  std::int64_t resolutionChannelId;  // deliberately under the name it has in a resolution
   std::string interactionAccessToken;
-  std::int64_t reason = 0;
+  std::int64_t reason;
 
   void encode(PellixPlatform::Encoder& encoder) const;
 };

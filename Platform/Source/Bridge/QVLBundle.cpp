@@ -8,7 +8,6 @@ bool QVLBundle_setResourceDirectory(const char* path, size_t pathLength) {
   const auto directory = textOf(path, pathLength, __func__);
   if (!isPath(directory)) return false;
   bool isSet = false;
-  const bool hadMemory = withMemory(
-      [&] { isSet = PellixPlatform::Bundle::setResourceDirectory(directory).has_value(); });
-  return hadMemory && isSet;
+  withMemory([&] { isSet = PellixPlatform::Bundle::setResourceDirectory(directory).has_value(); });
+  return isSet;
 }
