@@ -48,6 +48,27 @@ TEST(AccountTest, SendsItsTokenToItsOwnOriginAndOnlyWhatCanStandInARequest) {
   }
 }
 
+/// RFC 9110, sections 5.5 and 5.6.2.
+TEST(AccountTest, SendsHeaderFieldsOfProperBytesAlone) {
+  const std::string_view proper =
+      "!#$%&'*+-.^_`|~0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
+  const auto transport = std::make_shared<Testing::ScriptedTransport>();
+  transport->answer("/x", 200, "");
+  const Client client("https://acme.example", {.transport = transport});
+  for (int byte = 0; byte < 256; ++byte) {
+    const std::string text(1, static_cast<char>(byte));
+    const bool isInValue = byte == '\t' || (byte >= ' ' && byte != 0x7F);
+    for (const auto& [name, value, isProper] :
+         {std::tuple{text, std::string(), proper.contains(text)}, {"X", text, isInValue}}) {
+      auto parameters = client.parameters();
+      parameters.clientHeaders = makeClientHeaders("Tester", "1.2.3", {{name, value}});
+      auto outcome = Client::begin(std::move(parameters));
+      transport->run();
+      EXPECT_EQ(valueOf(std::move(outcome)).status() == 200, isProper) << byte;
+    }
+  }
+}
+
 TEST(AccountTest, AnswersOnAQueueWithoutAnInstance) {
   ProviderService::Parameters parameters{
       .environment = {"https://account.example", "a", "c"},
