@@ -116,8 +116,7 @@ void CurlTransfer::configure(CURL* easy, Sockets& sockets, const Network& networ
   // where TLS agrees on it, and shows a proxy none of a request's header fields.
   set(easy, CURLOPT_PATH_AS_IS, true);
   set(easy, CURLOPT_NOSIGNAL, true);
-  set(easy, CURLOPT_QUICK_EXIT,
-      true);  // a slow name server holds up its own request, and no others
+  set(easy, CURLOPT_QUICK_EXIT, true);  // a slow name server holds up its own request alone
   set(easy, CURLOPT_OPENSOCKETFUNCTION, openSocket);
   set(easy, CURLOPT_OPENSOCKETDATA, &sockets);
   set(easy, CURLOPT_CLOSESOCKETFUNCTION, closeSocket);
