@@ -1,3 +1,5 @@
+#include "ASCII.h"
+
 #include <PellixPlatform/URLResponse.h>
 
 #include <algorithm>
@@ -6,16 +8,12 @@
 namespace PellixPlatform {
 namespace {
 
-char lowerCase(char c) {
-  return 'A' <= c && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 bool sameName(std::string_view a, std::string_view b) {
-  return std::ranges::equal(a, b, {}, lowerCase, lowerCase);
+  return std::ranges::equal(a, b, {}, ASCII::lowerCase, ASCII::lowerCase);
 }
 
 bool nameLess(std::string_view a, std::string_view b) {
-  return std::ranges::lexicographical_compare(a, b, {}, lowerCase, lowerCase);
+  return std::ranges::lexicographical_compare(a, b, {}, ASCII::lowerCase, ASCII::lowerCase);
 }
 
 constexpr auto nameOf = &HTTPURLResponse::HeaderFields::value_type::first;

@@ -3,6 +3,8 @@
 #include "Support/LoopbackServer.h"
 
 #include <PellixPlatform/JSONDecoder.h>
+#include <PellixPlatform/JSONEncoder.h>
+#include <PellixPlatform/URL.h>
 
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -130,6 +132,29 @@ TEST(Memory, ThatRunsOutAtTheStartOfAProcessLeavesNothingSpoilt) {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) < 2) << status;
     return WEXITSTATUS(status) == 1;
   });
+}
+
+TEST(Memory, IsTakenOnceForABodyAndNotToTakeApartAnAddressThatIsOrdinary) {
+  const PellixProvidersSDK::DeflectionArticle article({.body = std::string(120, 'x')});
+  const auto isCompletedWith = [](std::size_t allocations, auto body) {
+    Support::beginFailingAllocations(allocations);
+    const bool wasCompleted = isCompleted(body);
+    return !Support::endFailingAllocations() && wasCompleted;
+  };
+  EXPECT_TRUE(isCompletedWith(
+      1, [&] { static_cast<void>(PellixPlatform::JSONEncoder().encode(article)); }));
+  for (const char* address :
+       {"https://a.z", "http://0-9.a:80/az&'();@AZ_~", "http://127.0.0.1:80"}) {
+    std::string text = address;
+    EXPECT_TRUE(isCompletedWith(0, [&] {
+      EXPECT_TRUE(PellixPlatform::URL::parse(std::move(text)));
+    })) << address;
+  }
+  // Of others, it is not said that they follow no grammar.
+  std::string other = "http://A/%20";
+  bool isRefused = false;
+  isCompletedWith(0, [&] { isRefused = !PellixPlatform::URL::parse(std::move(other)); });
+  EXPECT_FALSE(isRefused);
 }
 
 /// Of the account, and of the knowledge base.

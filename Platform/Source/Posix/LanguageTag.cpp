@@ -1,5 +1,7 @@
 #include "LanguageTag.h"
 
+#include "ASCII.h"
+
 #include <algorithm>
 
 namespace PellixPlatform {
@@ -20,12 +22,8 @@ constexpr Modifier modifiers[] = {
     {"iqtelif", "Latn", ""}, {"valencia", "", "valencia"},
 };
 
-bool isDigit(char c) {
-  return '0' <= c && c <= '9';
-}
-
 bool isLetter(char c) {
-  return ('a' <= c && c <= 'z') || ('A' <= c && c <= 'Z');
+  return ASCII::isLowerCase(c) || ASCII::isUpperCase(c);
 }
 
 bool areLetters(std::string_view subtag) {
@@ -44,13 +42,14 @@ bool isScript(std::string_view subtag) {
 
 bool isRegion(std::string_view subtag) {
   return (subtag.size() == 2 && areLetters(subtag)) ||
-         (subtag.size() == 3 && std::ranges::all_of(subtag, isDigit));
+         (subtag.size() == 3 && std::ranges::all_of(subtag, ASCII::isDigit));
 }
 
 bool isVariant(std::string_view subtag) {
-  const bool hasLength =
-      subtag.size() == 4 ? isDigit(subtag.front()) : 5 <= subtag.size() && subtag.size() <= 8;
-  return hasLength && std::ranges::all_of(subtag, [](char c) { return isLetter(c) || isDigit(c); });
+  const bool hasLength = 4 <= subtag.size() && subtag.size() <= 8 &&
+                         (subtag.size() > 4 || ASCII::isDigit(subtag.front()));
+  return hasLength &&
+         std::ranges::all_of(subtag, [](char c) { return isLetter(c) || ASCII::isDigit(c); });
 }
 
 /// A text's parts between separators, from its front.
