@@ -19,6 +19,7 @@ TEST(CHost, ChoosesTheLocaleAndHowMuchIsLogged) {
   Outcome log;
   Outcome outcome;
   QVLCoreLogger_setSink(keepLine, log.begin(), Outcome::release);
+  EXPECT_TRUE(QVLLocale_setPreferredLanguages(nullptr, 0));
   for (const char* locale : {"ja", "", static_cast<const char*>(nullptr)}) {
     EXPECT_TRUE(QVLVeltrane_setLumenoLocaleOverride(seen<QVLVeltrane>(*host.veltrane), locale,
                                                     locale ? QVL_UNTIL_NUL : 0));

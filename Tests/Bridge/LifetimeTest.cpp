@@ -40,6 +40,12 @@ TEST(BridgedObject, IsOnePointerAndGoesWithItsLastOwner) {
   QVLRelease(settings);
   EXPECT_TRUE(watch.expired());
 
+  auto* const configuration = QVLQuorvelConfiguration_init();
+  QVLQuorvelConfiguration_setTokenSupplier(
+      configuration, [](auto*, auto*) {}, nullptr,
+      [](void*) { EXPECT_EQ(QVLLiveReferences(), 0U); });
+  QVLRelease(configuration);
+
   const Host host;
   EXPECT_EQ(provider(), seen<QVLPellixProvider>(*host.provider));
   EXPECT_EQ(QVLQuorvel_instance(), seen<QVLQuorvel>(*host.quorvel));

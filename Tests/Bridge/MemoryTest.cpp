@@ -30,8 +30,9 @@ TEST(ScarceMemory, EndsAnOperationAndReleasesItsContextOnce) {
   reject(outcome);
   host.transport->run();
   beginFailingAllocations(0);  // for the error's object
-  QVLMainQueue_runPending();
+  const bool ran = QVLMainQueue_runFor(0);
   EXPECT_TRUE(endFailingAllocations());
+  EXPECT_TRUE(ran);
   EXPECT_EQ(outcome.calls, 0);
   EXPECT_EQ(outcome.releases, 1);
 }
@@ -87,6 +88,11 @@ TEST(ScarceMemory, GivesNoObjectAndChangesNothing) {
     });
   }
   QVLMainQueue_setWakeHook(nullptr, nullptr, nullptr);
+  const std::string root(100, '/');
+  beginFailingAllocations(0);
+  const bool isSet = QVLBundle_setResourceDirectory(root.data(), root.size());
+  endFailingAllocations();
+  EXPECT_FALSE(isSet);
   QVLRelease(configuration);
   QVLRelease(quorvel);
   QVLRelease(veltrane);

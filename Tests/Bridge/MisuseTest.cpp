@@ -22,6 +22,7 @@ const QVLDeflectionArticle* anArticle() {
 void tell(const char* report, size_t length, void* context) {
   const std::string_view text(report, length);
   std::cerr << static_cast<const char*>(context) << ": " << text << std::endl;
+  QVLLiveReferences();  // nothing is locked
   QVLRelease(nullptr);  // a mistake of the handler's own
 }
 
@@ -63,8 +64,8 @@ const Misuse misuses[] = {
      "Fatal error: QVLRelease: null where an object is needed",
      [] {
        static char name[] = "handler";
-       QVLFatalError_setHandler(tell, name, nullptr);
-       QVLRelease(anArticle());  // which is borrowed
+       const bool isSet = QVLFatalError_setHandler(tell, name, nullptr);
+       if (isSet) QVLRelease(anArticle());  // which is borrowed
      }},
     {"Fatal error: QVLDeflection_deflectionID: an object of another class",
      [] { QVLDeflection_deflectionID(reinterpret_cast<const QVLDeflection*>(anArticle())); }},
@@ -73,7 +74,10 @@ const Misuse misuses[] = {
     {"Fatal error: QVLQuorvel_initialize: null where a text is needed",
      [] { QVLQuorvel_initialize("", 0, nullptr, QVL_UNTIL_NUL, "", 0, nullptr, nullptr); }},
     {"Fatal error: QVLBundle_setResourceDirectory: a text longer than any can be",
-     [] { QVLBundle_setResourceDirectory("", size_t{PTRDIFF_MAX} + 1); }},
+     [] {
+       QVLFatalError_setHandler(nullptr, nullptr, nullptr);
+       QVLBundle_setResourceDirectory("", size_t{PTRDIFF_MAX} + 1);
+     }},
     {"Fatal error: QVLMainQueue_takeAllCallbacks: called after a callback was given",
      [] {
        QVLMainQueue_setWakeHook(nullptr, nullptr, nullptr);

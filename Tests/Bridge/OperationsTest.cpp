@@ -61,7 +61,7 @@ TEST(BridgedOperation, SendsWhatItIsGiven) {
 }
 
 void checkThatAllComesOnTheMainQueue() {
-  QVLMainQueue_takeAllCallbacks();
+  EXPECT_TRUE(QVLMainQueue_takeAllCallbacks());
   static bool shutsDown = false;
   const auto keep = [](int level, const char* line, size_t length, void* context) {
     keepLine(level, line, length, context);
@@ -80,18 +80,24 @@ void checkThatAllComesOnTheMainQueue() {
     QVLCoreLogger_setSink(nullptr, nullptr, nullptr);
   };
   start();
-  EXPECT_EQ(outcome.ending() + log.ending(), "still held, silencestill held, silence");
+  Outcome idle;
+  QVLCoreLogger_setSink(keep, idle.begin(), Outcome::release);
+  QVLCoreLogger_setSink(nullptr, nullptr, nullptr);
+  for (const auto* each : {&outcome, &log, &idle}) EXPECT_EQ(each->ending(), "still held, silence");
   while (QVLMainQueue_runFor(0)) continue;
   EXPECT_EQ(outcome.ending(), PellixTests::isDisabled);
   const std::string line = "2: Pellix is disabled at account level.\n";
   EXPECT_EQ(log.text, line + line);
   EXPECT_EQ(log.releases, 1);
+  EXPECT_EQ(idle.releases, 1);
 
   shutsDown = true;  // which lets go of what waits
+  log.onRelease = [] { EXPECT_TRUE(QVLQuorvel_shutDown(0)); };
   start();
   while (QVLMainQueue_runFor(0)) continue;
   EXPECT_EQ(outcome.ending(), PellixTests::isDisabled);
   EXPECT_EQ(log.releases, 2);
+  EXPECT_TRUE(std::async(std::launch::async, QVLQuorvel_shutDown, 0).get());
 }
 
 TEST(BridgedOperation, EndsOnTheMainQueueAloneIfTheHostSaysSo) {

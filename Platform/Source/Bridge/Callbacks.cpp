@@ -4,9 +4,11 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <list>
 #include <mutex>
+#include <new>
 #include <thread>
 
 namespace PellixPlatform::Bridge {
@@ -29,8 +31,10 @@ struct State {
   std::thread::id thread;  // that runs them
 };
 
+/// Takes no memory, so that nothing fails for want of it.
 State& state() {
-  static auto& state = *new State;  // leaked: calls may come while the process ends
+  alignas(State) static std::byte place[sizeof(State)];
+  static auto& state = *new (place) State;  // for good: calls may come while the process ends
   return state;
 }
 
@@ -106,14 +110,14 @@ CallsHere::~CallsHere() {
 }
 
 bool releaseWaitingCalls(std::chrono::steady_clock::time_point deadline) {
-  if (where != Where::onMainQueue) return true;
   auto& state = Bridge::state();
   const CallsHere here;
+  {
+    Calls dropped;  // goes after the lock does
+    const std::lock_guard lock(state.mutex);
+    dropped.swap(state.waiting);
+  }
   std::unique_lock lock(state.mutex);
-  auto dropped = std::exchange(state.waiting, {});
-  lock.unlock();
-  dropped.clear();
-  lock.lock();
   return state.changed.wait_until(lock, deadline, [&] {
     return state.running == 0 || state.thread == std::this_thread::get_id();
   });
@@ -124,8 +128,6 @@ bool releaseWaitingCalls(std::chrono::steady_clock::time_point deadline) {
 using namespace PellixPlatform::Bridge;
 
 bool QVLMainQueue_takeAllCallbacks() {
-  const bool hadMemory = withMemory([] { static_cast<void>(state()); });  // what is needed later
-  if (!hadMemory) return false;
   auto so = Where::anywhereSoFar;
   where.compare_exchange_strong(so, Where::onMainQueue);
   if (so == Where::anywhere) misuse(__func__, "called after a callback was given");

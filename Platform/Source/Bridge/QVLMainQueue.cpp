@@ -9,15 +9,16 @@ using PellixPlatform::DispatchQueue;
 void QVLMainQueue_run() {
   const CallsHere here;
   // An operation that ran out of memory has ended; those behind it go on.
-  while (!withMemory([] { DispatchQueue::main().run(); })) continue;
+  while (!withMemory([] { DispatchQueue::main().run(); })) {
+  }
 }
 
 bool QVLMainQueue_runFor(int64_t milliseconds) {
   const CallsHere here;
-  std::size_t count = 1;  // what runs out of memory did run
+  bool ran = true;  // what runs out of memory did
   withMemory(
-      [&] { count = DispatchQueue::main().runFor(std::chrono::milliseconds(milliseconds)); });
-  return count > 0;
+      [&] { ran = DispatchQueue::main().runFor(std::chrono::milliseconds(milliseconds)) > 0; });
+  return ran;
 }
 
 void QVLMainQueue_runPending() {
