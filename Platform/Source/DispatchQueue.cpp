@@ -85,7 +85,7 @@ void DispatchQueue::run() {
 
 std::size_t DispatchQueue::runFor(std::chrono::milliseconds limit) {
   using std::chrono::steady_clock;
-  constexpr std::chrono::milliseconds longest = std::chrono::days(365);
+  constexpr std::chrono::milliseconds longest = std::chrono::years(1);
   const auto end =
       steady_clock::now() + std::clamp(limit, std::chrono::milliseconds::zero(), longest);
   const Running running(*state_);
@@ -108,11 +108,10 @@ std::size_t DispatchQueue::runFor(std::chrono::milliseconds limit) {
 
 std::size_t DispatchQueue::runPending() {
   const Running running(*state_);
-  std::size_t pending = 0;
-  {
+  const auto pending = [this] {
     const std::lock_guard lock(state_->mutex);
-    pending = state_->tasks.size();
-  }
+    return state_->tasks.size();
+  }();
   for (std::size_t count = 0; count < pending; ++count) {
     Task task;
     {
@@ -147,13 +146,12 @@ void DispatchQueue::setWakeHook(std::function<void()> hook) {
   const Hook added =
       hook ? std::make_shared<const std::function<void()>>(std::move(hook)) : nullptr;
   Hook removed = added;  // let go of outside the lock
-  bool wake = false;
   {
     const std::lock_guard lock(state_->mutex);
     std::swap(state_->hook, removed);
-    wake = added && !state_->tasks.empty();
+    if (state_->tasks.empty()) return;
   }
-  if (wake) (*added)();
+  if (added) (*added)();
 }
 
 }  // namespace PellixPlatform
