@@ -66,7 +66,7 @@ InfoValue infoValue(const Tree& tree, const Tree::Node& node) {
     case Tree::Kind::number:
       if (const auto integer = exactInteger(text)) return *integer;
       if (const auto real = nearestDouble(text)) return *real;
-      return {};
+      [[fallthrough]];
     default:
       return {};
   }

@@ -10,7 +10,7 @@ const char NSLocalizedDescriptionKey[] = "NSLocalizedDescriptionKey";
 namespace {
 
 bool isControl(char c) {
-  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+  return (c & ~0x1F) == 0 || c == 0x7F;
 }
 
 /// A copy, value by value. The copy constructor of a variant with a string won't do: in libstdc++

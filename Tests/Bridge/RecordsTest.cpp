@@ -140,8 +140,9 @@ TEST(BridgedError, HasTheConstantsOfTheCPlusPlusInterface) {
     EXPECT_STREQ(inC, inCPlusPlus);
     EXPECT_EQ(text(read, code), expected);
   }
-  for (const auto read : {QVLCoreError_textForCode, QVLFileError_textForCode}) {
-    EXPECT_EQ(text(read, 0), "null");
+  for (const std::int64_t none : {0L, -1L, (1L << 32) + 1}) {
+    EXPECT_EQ(text(QVLCoreError_textForCode, none), "null");
+    EXPECT_EQ(text(QVLFileError_textForCode, none), "null");
   }
   const auto error = JSONDecoder().decode<DeflectionResponse>(R"({"deflection":1})").error();
   for (const auto* key :

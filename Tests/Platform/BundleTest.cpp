@@ -4,7 +4,9 @@
 #include <PellixPlatform/Bundle.h>
 #include <PellixPlatform/internal/File.h>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -103,12 +105,19 @@ TEST(ReadFile, ReadsAllBytes) {
   const auto file = directory.path() / "file";
   EXPECT_EQ(PellixPlatform::readFile(file).error().description(),
             "Platform.FileError (2): The file \"file\" can't be read: No such file or directory.");
-  for (const std::size_t size : {0U, 16'384U, 100'001U}) {
+  for (const std::size_t size : {0U, 16'384U, 98'305U}) {
     std::string content;
     while (content.size() < size) content += static_cast<char>(content.size() % 251);
     directory.write("file", content);
     EXPECT_TRUE(PellixPlatform::readFile(file) == content) << size;
   }
+  // Of a process without a standard input, whose number the file gets.
+  const int input = ::dup(STDIN_FILENO);
+  ::close(STDIN_FILENO);
+  EXPECT_TRUE(PellixPlatform::readFile(file));
+  EXPECT_EQ(::fcntl(STDIN_FILENO, F_GETFD), -1) << "left open";
+  ::dup2(input, STDIN_FILENO);
+  ::close(input);
 }
 
 }  // namespace

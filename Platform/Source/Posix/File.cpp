@@ -43,9 +43,10 @@ std::expected<Data, Error> readFile(const std::filesystem::path& path) {
   char piece[16384];
   while (true) {
     const auto count = ::read(file.number(), piece, sizeof piece);
-    if (count == 0) return data;
     if (count > 0) {
       data.append(piece, static_cast<std::size_t>(count));
+    } else if (count == 0) {
+      return data;
     } else if (errno != EINTR) {
       return failure(path, errno);
     }
