@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <map>
@@ -19,7 +20,6 @@ class Sockets {
   Sockets();
   Sockets(const Sockets&) = delete;
   Sockets& operator=(const Sockets&) = delete;
-  ~Sockets();
 
   /// A new socket, which the host's child processes do not inherit, or -1. The system gives a
   /// connection up whose data is not acknowledged for a while, so that a network which is gone
@@ -30,8 +30,8 @@ class Sockets {
   /// Where a connection goes from and to, by which libcurl names it.
   struct Route {
     std::string_view peer;
-    int peerPort = 0;
-    int localPort = 0;
+    int peerPort;
+    int localPort;
   };
 
   struct Socket;
@@ -47,8 +47,8 @@ class Sockets {
   [[nodiscard]] Use beginUse(const Route& route, void* tls);
   void endUse(const Use& use) const;
 
-  /// Whether the connection has come to an end, or had when libcurl closed it, for a reason that
-  /// lies with the network or the other side.
+  /// Whether the connection has come to an end, for a reason that lies with the network or the other
+  /// side: libcurl has not closed it yet.
   [[nodiscard]] static bool hasBroken(const Use& use);
 
   /// Says that the other side will answer no stream of a connection beyond one.
@@ -73,16 +73,30 @@ class Sockets {
   void closeIdle();
 
  private:
+  /// Errors: `std::system_error` if the system has given none.
+  class Descriptor {
+   public:
+    explicit Descriptor(int descriptor);
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor();
+    operator int() const { return descriptor_; }  // NOLINT(google-explicit-constructor)
+
+   private:
+    const int descriptor_;
+  };
+
+  explicit Sockets(std::array<int, 2> ends);
   [[nodiscard]] Use find(const Route& route);
   void closeIfIdle(Socket& socket) const;
 
-  const int watch_;
-  const int wake_;
   // What libcurl has instead of a closed connection: all that is written there is taken, so that it
   // has no failure to tell of in a request that has nothing to do with it, and the end is read. TLS
   // has ended by then.
-  int ended_ = -1;
-  int otherEnd_ = -1;
+  const Descriptor ended_;
+  const Descriptor otherEnd_;
+  const Descriptor watch_;
+  const Descriptor wake_;
   std::map<int, Use> sockets_;
 };
 
