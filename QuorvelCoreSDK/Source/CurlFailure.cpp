@@ -87,16 +87,15 @@ constexpr auto knownForms = std::to_array<std::string_view>({
     "HTTP/2 stream % was not closed cleanly before end of the underlying stream",
 });
 
-constexpr bool isLetterOrDigit(char c) {
-  return ('a' <= c && c <= 'z') || ('A' <= c && c <= 'Z') || ('0' <= c && c <= '9');
-}
+constexpr std::string_view lettersAndDigits =
+    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
 
 constexpr bool fits(char placeholder, char c) {
   switch (placeholder) {
     case '%':
-      return isLetterOrDigit(c) || std::string_view(".:_[]-").contains(c);
+      return lettersAndDigits.contains(c) || std::string_view(".:_[]-").contains(c);
     case '~':
-      return isLetterOrDigit(c) || std::string_view(" '-").contains(c);
+      return lettersAndDigits.contains(c) || std::string_view(" '-").contains(c);
     default:
       return static_cast<unsigned char>(c) >= 0x20;
   }
@@ -115,8 +114,17 @@ constexpr bool hasForm(std::string_view text, std::string_view form) {
 }
 
 static_assert(hasForm("Connection timeout after 12 ms", "Connection timeout after % ms"));
-static_assert(!hasForm("Could not resolve host: a\x1b", "Could not resolve host: %"));
+static_assert(!hasForm("host: a\x1b", "host: %") && !hasForm("host: a b", "host: %"));
+static_assert(hasForm("failure: it's so-so", "failure: ~") &&
+              !hasForm("failure: a.", "failure: ~"));
 static_assert(hasForm("problem:  ~", "problem: *") && !hasForm("problem: \x1f", "problem: *"));
+
+/// What it says of chunks that do not follow their grammar.
+constexpr auto formsForChunks = std::to_array<std::string_view>({
+    "~ in chunked-encoding",
+    "invalid chunk*",
+    "chunk hex-length*",
+});
 
 }  // namespace
 
@@ -126,8 +134,10 @@ PellixPlatform::Error curlFailure(CURLcode result, std::string_view detail, long
   auto code = meaning == meanings.end() ? transportFailed : meaning->code;
   // For these two, libcurl's code is that of a connection that breaks.
   if (proxyStatus >= 300) code = proxyFailed;
-  if (detail.ends_with(" in chunked-encoding") || detail.starts_with("invalid chunk") ||
-      detail.starts_with("chunk hex-length")) {
+  const auto hasOneOf = [&detail](const auto& forms) {
+    return std::ranges::any_of(forms, [&](auto form) { return hasForm(detail, form); });
+  };
+  if (hasOneOf(formsForChunks)) {
     code = malformedReply;
     detail = "malformed chunks";
   }
@@ -138,7 +148,7 @@ PellixPlatform::Error curlFailure(CURLcode result, std::string_view detail, long
 
   if (result == CURLE_ABORTED_BY_CALLBACK) {
     detail = "the request is not sent a second time";
-  } else if (std::ranges::none_of(knownForms, [&](auto form) { return hasForm(detail, form); })) {
+  } else if (!hasOneOf(knownForms)) {
     detail = curl_easy_strerror(result);
   }
   return makeCoreError(code, detail);
