@@ -24,7 +24,7 @@ void noteAlert(const SSL* tls, int where, int) {
 
 bool canWatchTls() {
   static const auto* const library = curl_version_info(CURLVERSION_NOW)->ssl_version;
-  return library && std::string_view(library).starts_with("OpenSSL/");
+  return std::string_view(library ? library : "").starts_with("OpenSSL/");
 }
 
 bool speaksHttp2(const void* tls) {
@@ -32,7 +32,7 @@ bool speaksHttp2(const void* tls) {
   const unsigned char* name = nullptr;
   unsigned length = 0;
   SSL_get0_alpn_selected(static_cast<const SSL*>(tls), &name, &length);
-  return length == 2 && name[0] == 'h' && name[1] == '2';  // RFC 9113, section 3.2
+  return std::string_view(reinterpret_cast<const char*>(name), length) == "h2";  // RFC 9113
 }
 
 void endInPeace(void* tls) {
@@ -45,12 +45,12 @@ CURLcode watchTls(CURL* easy, void* context, void* sockets) {
   const char* folder = nullptr;
   curl_easy_getinfo(easy, CURLINFO_PRIVATE, &folder);
   // The certificates are shared by the contexts, which have the folder once.
-  if (folder && SSL_CTX_load_verify_dir(tls, folder) != 1) return CURLE_OUT_OF_MEMORY;
-  if (SSL_CTX_set_ex_data(tls, socketsIndex(), sockets) != 1) return CURLE_OUT_OF_MEMORY;
+  const bool isComplete = (!folder || SSL_CTX_load_verify_dir(tls, folder) == 1) &&
+                          SSL_CTX_set_ex_data(tls, socketsIndex(), sockets) == 1;
   SSL_CTX_set_info_callback(tls, noteAlert);
   // libcurl would do without them, and in TLS 1.2 many servers resume no session otherwise.
   SSL_CTX_clear_options(tls, SSL_OP_NO_TICKET);
-  return CURLE_OK;
+  return isComplete ? CURLE_OK : CURLE_OUT_OF_MEMORY;
 }
 
 CURLcode watchTlsInSecret(CURL* easy, void* context, void* sockets) {
