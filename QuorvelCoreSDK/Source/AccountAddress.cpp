@@ -12,7 +12,7 @@ namespace QuorvelCoreSDK {
 namespace {
 
 /// What in a text keeps it from being a URL at all.
-std::string_view faultOfText(std::string_view text) {
+std::string_view faultOfText(const std::string& text) {
   const auto isControl = [](unsigned char c) { return c <= ' ' || c == 0x7F; };
   const auto isHexadecimal = [](char c) {
     return ('0' <= c && c <= '9') || ('a' <= (c | 0x20) && (c | 0x20) <= 'f');
@@ -22,7 +22,7 @@ std::string_view faultOfText(std::string_view text) {
     return "an international host name is written in its xn-- form";
   }
   for (auto at = text.find('%'); at != text.npos; at = text.find('%', at + 1)) {
-    if (at + 2 >= text.size() || !isHexadecimal(text[at + 1]) || !isHexadecimal(text[at + 2])) {
+    if (!isHexadecimal(text[at + 1]) || !isHexadecimal(text[at + 2])) {  // a NUL ends the text
       return "a percent sign stands before two hexadecimal digits alone";
     }
   }

@@ -6,7 +6,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <charconv>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -20,9 +19,7 @@ std::set<int> busySockets() {
   std::set<int> busy;
   std::error_code none;  // without this directory, nothing is found
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", none)) {
-    const auto name = entry.path().filename().string();
-    int descriptor = -1;
-    std::from_chars(name.data(), name.data() + name.size(), descriptor);
+    const int descriptor = std::stoi(entry.path().filename().string());
     int domain = AF_UNSPEC;  // which it stays for what is no socket
     socklen_t size = sizeof domain;
     ::getsockopt(descriptor, SOL_SOCKET, SO_DOMAIN, &domain, &size);
