@@ -52,12 +52,15 @@ TEST_F(SecurityTest, TrustsWhomItShould) {
   const Case cases[] = {
       {issued(here), "127.0.0.1", CoreErrorCode{}, ""},
       {issued(here), "localhost", CoreErrorCode{}, ""},
+      {issued("IP:0.0.0.0"), "0.0.0.0", CoreErrorCode{}, ""},  // its peer is 127.0.0.1
       {makeIdentity({}), "localhost", untrustedCertificate, "self-signed"},
       {makeIdentity({.issuer = &stranger}), "localhost", untrustedCertificate, "issuer"},
       {issued(here, true), "localhost", untrustedCertificate, "expired"},
       {issued("DNS:other.invalid"), "localhost", untrustedCertificate,
        "does not match|no alternative"},
       {issued("DNS:localhost"), "127.0.0.1", untrustedCertificate, "does not match|no alternative"},
+      {issued("email:a@other.invalid"), "127.0.0.1", untrustedCertificate,
+       "name does not match the host's"},
   };
   for (const auto& [identity, host, code, cause] : cases) {
     SCOPED_TRACE(host + " " + cause);
@@ -173,6 +176,8 @@ TEST_F(SecurityTest, ReadsTheSystemsCertificatesOnceForManyConnections) {
 TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationElseOfTheEnvironment) {
   const LoopbackServer server(replying(httpReply("200 OK", "direct")));
   const LoopbackServer proxy(replying(httpReply("300 Multiple Choices")));
+  const LoopbackServer passing(
+      replying("HTTP/1.1 299 Passing\r\n\r\n", Support::LoopbackReply::Then::close));
   const LoopbackServer secure(replying(httpReply("300 Multiple Choices")),
                               {.identity = makeIdentity({.issuer = &authority_})});
   const LoopbackServer asking(replying(httpReply("407 Proxy Authentication Required", "",
@@ -182,6 +187,7 @@ TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationElseOfTheEnvironment) {
   const Support::Values values{{"{port}", port(server)},
                                {"{server}", "127.0.0.1:" + port(server)},
                                {"{proxy}", "127.0.0.1:" + port(proxy)},
+                               {"{passing}", "127.0.0.1:" + port(passing)},
                                {"{secure}", "127.0.0.1:" + port(secure)},
                                {"{asking}", "127.0.0.1:" + port(asking)},
                                {"{closed}", "127.0.0.1:" + port(closed)},
