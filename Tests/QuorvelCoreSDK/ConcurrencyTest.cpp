@@ -4,6 +4,9 @@
 #include "Support/TemporaryDirectory.h"
 
 #include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
 #include <sys/resource.h>
 
 #include <atomic>
@@ -24,8 +27,35 @@ LoopbackReply echo(const LoopbackRequest& request) {
   return {httpReply("200 OK", request.body)};
 }
 
+std::set<int> openDescriptors() {
+  std::set<int> descriptors;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    descriptors.insert(std::stoi(entry.path().filename().string()));
+  }
+  return descriptors;
+}
+
+std::set<int> inheritedDescriptors() {
+  auto descriptors = openDescriptors();
+  std::erase_if(descriptors, [](int each) { return ::fcntl(each, F_GETFD) != 0; });
+  return descriptors;
+}
+
+/// The sockets of this process that are connected to a server.
+std::set<int> socketsTo(const LoopbackServer& server) {
+  auto descriptors = openDescriptors();
+  std::erase_if(descriptors, [&server](int each) {
+    sockaddr_in peer{};  // has its port where others have it
+    socklen_t size = sizeof peer;
+    ::getpeername(each, reinterpret_cast<sockaddr*>(&peer), &size);
+    return ntohs(peer.sin_port) != server.port();
+  });
+  return descriptors;
+}
+
 TEST(ConcurrencyTest, ManyThreadsLoseNothingAndBeyondABoundRequestsWaitForAConnection) {
   constexpr int bound = 16;
+  const auto before = openDescriptors().size();
   for (const auto then : {LoopbackReply::Then::keep, LoopbackReply::Then::close}) {
     std::latch full(bound);
     std::atomic<int> arrived = 0;
@@ -55,6 +85,7 @@ TEST(ConcurrencyTest, ManyThreadsLoseNothingAndBeyondABoundRequestsWaitForAConne
     EXPECT_EQ(arrived, 800);
     EXPECT_FALSE(wereTooMany);
   }
+  EXPECT_LT(openDescriptors().size(), before + 200);
 }
 
 TEST(ConcurrencyTest, RequestsInARowShareAConnectionAndADeadOneIsReplaced) {
@@ -75,6 +106,12 @@ TEST(ConcurrencyTest, RequestsInARowShareAConnectionAndADeadOneIsReplaced) {
     for (int i = 0; i < 20; ++i) EXPECT_EQ(client.perform().status(), 200);
     EXPECT_EQ(server->connections(), 2U);
     EXPECT_EQ(server->requests().size(), 21U);
+    const auto sockets = socketsTo(*server);
+    ASSERT_EQ(sockets.size(), 1U);
+    unsigned int patience = 0;  // milliseconds, if nothing is acknowledged
+    socklen_t size = sizeof patience;
+    ::getsockopt(*sockets.begin(), IPPROTO_TCP, TCP_USER_TIMEOUT, &patience, &size);
+    EXPECT_EQ(patience, 15'000U);
   }
 }
 
@@ -109,13 +146,35 @@ TEST(ConcurrencyTest, WhatComesUnaskedIsNoReplyToALaterRequest) {
   }
 }
 
-std::set<std::string> inheritedDescriptors() {
-  std::set<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-    const auto name = entry.path().filename().string();
-    if (::fcntl(std::stoi(name), F_GETFD) == 0) names.insert(name);
+TEST(ConcurrencyTest, AConnectionThatTheServerClosesIsClosedOnceNobodyUsesIt) {
+  const std::string body(40'000, ' ');  // is not read at once
+  for (const bool isInUse : {false, true}) {
+    std::optional<Client> client;
+    std::promise<void> isAnswered;
+    const LoopbackServer server([&](const LoopbackRequest& request) -> LoopbackReply {
+      if (request.head.empty()) {
+        isAnswered.get_future().wait();
+        return {"", LoopbackReply::Then::close};
+      }
+      if (!isInUse) return {httpReply("200 OK", body), LoopbackReply::Then::more};
+      std::promise<void> isHeld;
+      client->quorvel->post([&] {  // until the end has come, too
+        pollfd end{.fd = *socketsTo(server).begin(), .events = POLLRDHUP, .revents = 0};
+        isHeld.set_value();
+        ::poll(&end, 1, -1);
+      });
+      isHeld.get_future().wait();
+      return {httpReply("200 OK", body), LoopbackReply::Then::close};
+    });
+    client.emplace(server.origin());
+    EXPECT_EQ(client->perform().data, body);
+    isAnswered.set_value();
+    const auto latest = std::chrono::steady_clock::now() + generousLimit;
+    while (!socketsTo(server).empty() && std::chrono::steady_clock::now() < latest) {
+      std::this_thread::yield();
+    }
+    EXPECT_TRUE(socketsTo(server).empty()) << isInUse;
   }
-  return names;
 }
 
 void checkThatNoneIsAdded() {
@@ -332,23 +391,27 @@ TEST(ConcurrencyTest, WaitingEndsWhenNothingIsUnderWay) {
 }
 
 /// For a process that has no worker yet.
-void beginWithoutDescriptors() {
+void beginWithFewDescriptors() {
   const Client client("http://127.0.0.1:1");
-  rlimit limit{};
-  getrlimit(RLIMIT_NOFILE, &limit);
-  const rlimit none{.rlim_cur = 0, .rlim_max = limit.rlim_max};
-  setrlimit(RLIMIT_NOFILE, &none);
-  auto outcome = Client::begin(client.parameters());
   auto improper = client.parameters();
   improper.clientHeaders = makeClientHeaders("\n", "1");
-  auto refused = Client::begin(std::move(improper));
-  setrlimit(RLIMIT_NOFILE, &limit);
-  EXPECT_EQ(outcome.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
-  PellixPlatform::DispatchQueue::main().runPending();
-  const auto ended = valueOf(std::move(outcome));
-  EXPECT_EQ(ended.code(), CoreErrorCode::transportFailed);
-  EXPECT_NE(ended.text().find("Too many open files"), std::string::npos) << ended.text();
-  EXPECT_EQ(valueOf(std::move(refused)).code(), CoreErrorCode::invalidHeader);
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  const auto before = openDescriptors();
+  for (rlimit few{.rlim_cur = 0, .rlim_max = limit.rlim_max};; ++few.rlim_cur) {
+    setrlimit(RLIMIT_NOFILE, &few);
+    auto outcome = Client::begin(client.parameters());
+    auto refused = Client::begin(improper);
+    setrlimit(RLIMIT_NOFILE, &limit);
+    const auto queued = PellixPlatform::DispatchQueue::main().runPending();
+    EXPECT_EQ(valueOf(std::move(refused)).code(), CoreErrorCode::invalidHeader);
+    const auto ended = valueOf(std::move(outcome));
+    if (ended.code() == CoreErrorCode::cannotConnect) break;  // they were enough
+    EXPECT_EQ(queued, 2U);
+    EXPECT_EQ(ended.code(), CoreErrorCode::transportFailed);
+    EXPECT_NE(ended.text().find("Too many open files"), std::string::npos) << ended.text();
+    EXPECT_EQ(openDescriptors(), before);
+  }
   const LoopbackServer server(echo);
   EXPECT_EQ(Client(server.origin()).perform().status(), 200);
 }
@@ -357,7 +420,7 @@ TEST(ConcurrencyTest, AShortageOfDescriptorsIsNotForGood) {
 #ifdef IS_ADDRESS_SANITIZED
   GTEST_SKIP() << "Sanitizers look at memory through a pipe, for which there are none.";
 #endif
-  EXPECT_PASSES_IN_A_CHILD(beginWithoutDescriptors());
+  EXPECT_PASSES_IN_A_CHILD(beginWithFewDescriptors());
 }
 
 }  // namespace
