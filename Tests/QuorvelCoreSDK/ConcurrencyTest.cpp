@@ -410,7 +410,7 @@ void beginWithFewDescriptors() {
     EXPECT_EQ(queued, 2U);
     EXPECT_EQ(ended.code(), CoreErrorCode::transportFailed);
     EXPECT_NE(ended.text().find("Too many open files"), std::string::npos) << ended.text();
-    EXPECT_EQ(openDescriptors(), before);
+    ASSERT_EQ(openDescriptors(), before);
   }
   const LoopbackServer server(echo);
   EXPECT_EQ(Client(server.origin()).perform().status(), 200);

@@ -79,6 +79,17 @@ TEST_F(Http2Test, ManyRequestsShareAConnectionBeforeTheFirstIsAnswered) {
   for (auto& outcome : outcomes) EXPECT_EQ(valueOf(std::move(outcome)).status(), 200);
 }
 
+TEST_F(Http2Test, AConnectionThatHasFallenSilentIsNotUsedAgain) {
+  const Server server("fall-silent", file_);
+  const auto client = clientFor(server.origin);
+  EXPECT_EQ(client.perform().data, "1");
+  const Server another("answer", file_);  // which takes more than a tick of the system's clock
+  auto parameters = client.parameters();
+  parameters.requestTimeout = std::chrono::milliseconds(300);
+  EXPECT_EQ(valueOf(Client::begin(std::move(parameters))).code(), CoreErrorCode::timedOut);
+  EXPECT_EQ(client.perform().data, "3");
+}
+
 TEST_F(Http2Test, SessionsOutliveConnectionsThatTheServerCloses) {
   Server server("answer-once", file_);
   const auto client = clientFor(server.origin);

@@ -37,6 +37,9 @@ def end_in_its_way(channel, connection, stream):
     elif way.startswith("go-away"):
         connection.close_connection(last_stream_id=stream - 2 * (way == "go-away-before"))
         channel.sendall(connection.data_to_send())
+    elif way == "fall-silent":
+        while channel.recv(65536):
+            pass
     elif way == "say-farewell":
         channel.settimeout(1)
         channel.unwrap()  # raises, if the other side does not answer
