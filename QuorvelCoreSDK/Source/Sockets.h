@@ -47,8 +47,8 @@ class Sockets {
   [[nodiscard]] Use beginUse(const Route& route, void* tls);
   void endUse(const Use& use) const;
 
-  /// Whether the connection has come to an end, for a reason that lies with the network or the other
-  /// side: libcurl has not closed it yet.
+  /// Whether the connection, which libcurl has not closed yet, has come to an end: for a reason
+  /// that lies with the network or the other side, then.
   [[nodiscard]] static bool hasBroken(const Use& use);
 
   /// Says that the other side will answer no stream of a connection beyond one.
