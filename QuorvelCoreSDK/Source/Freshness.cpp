@@ -12,9 +12,9 @@ using std::chrono::milliseconds;
 using std::chrono::minutes;
 using std::chrono::seconds;
 
-/// The time without up to that part of it.
-milliseconds shortened(milliseconds time, double most, double chance) {
-  return time - duration_cast<milliseconds>(most * chance * time);
+/// The time without that part of it.
+milliseconds shortened(milliseconds time, double part) {
+  return time - duration_cast<milliseconds>(part * time);
 }
 
 }  // namespace
@@ -22,21 +22,18 @@ milliseconds shortened(milliseconds time, double most, double chance) {
 void Freshness::renew(milliseconds timeToLive) {
   constexpr seconds connectionIsKept(5);  // by most servers, at the least
   startWatching();
-  freshUntil_ = watchedSince_ + shortened(bounded(timeToLive), 0.1, surroundings_.chance());
+  freshUntil_ = watchedSince_ + shortened(bounded(timeToLive), 0.1 * surroundings_.chance());
   justTriedUntil_ = watchedSince_ + connectionIsKept;
-  failures_ = 0;
+  pause_ = shortestPause;
 }
 
 void Freshness::postpone() {
   constexpr seconds longest(60);
-  constexpr seconds first(2);
-  constexpr int mostDoublings = 5;  // with the next one it is longer than the longest
-  const milliseconds pause = std::min(longest, first * (1 << std::min(failures_, mostDoublings)));
   const bool isAgeUnknown = haveClocksJumped();
   startWatching();
-  justTriedUntil_ = watchedSince_ + shortened(pause, 0.5, surroundings_.chance());
+  justTriedUntil_ = watchedSince_ + shortened(pause_, 0.5 * surroundings_.chance());
   freshUntil_ = isAgeUnknown ? justTriedUntil_ : std::max(freshUntil_, justTriedUntil_);
-  ++failures_;
+  pause_ = std::min(longest, 2 * pause_);
 }
 
 bool Freshness::isFresh() const {

@@ -28,12 +28,14 @@ class Freshness {
  private:
   void startWatching();
 
+  static constexpr std::chrono::seconds shortestPause{2};
+
   const Surroundings& surroundings_;
   std::chrono::steady_clock::time_point watchedSince_;
   std::chrono::system_clock::time_point watchedSinceWallTime_;
   std::chrono::steady_clock::time_point freshUntil_;
   std::chrono::steady_clock::time_point justTriedUntil_;
-  int failures_ = 0;  // in a row
+  std::chrono::seconds pause_ = shortestPause;  // after the next failure
 };
 
 }  // namespace QuorvelCoreSDK
