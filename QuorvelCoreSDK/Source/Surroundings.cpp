@@ -8,8 +8,7 @@ double anyChance() {
   // Nobody must be kept from guessing it; it need only differ from one device to the next.
   const auto time = std::chrono::system_clock::now().time_since_epoch().count();
   thread_local std::minstd_rand generator(static_cast<std::minstd_rand::result_type>(time));
-  return static_cast<double>(generator() - std::minstd_rand::min()) /
-         static_cast<double>(std::minstd_rand::max() - std::minstd_rand::min() + 1);
+  return std::uniform_real_distribution()(generator);
 }
 
 }  // namespace QuorvelCoreSDK
