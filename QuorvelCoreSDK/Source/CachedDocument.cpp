@@ -99,22 +99,20 @@ std::shared_ptr<CachedDocument> CachedDocument::make(Parameters parameters) {
 
 void CachedDocument::get(RecordType type, Callback callback) {
   if (!PendingCalls::areAccepted()) return;
-  const auto document = freshDocument();
-  if (!document) {
-    callback = PendingCall(callback);
-    std::unique_lock lock(mutex_);
-    waiting_.push_back({type, std::move(callback)});
-    if (!fetch(std::move(lock), false)) return;
-    parameters_.environment.session()->documents().fetchBeside(*this);
+  if (const auto document = freshDocument()) {
+    if (const auto called = std::exchange(callback, nullptr)) called(recordIn(document, type));
     return;
   }
-  if (const auto called = std::exchange(callback, nullptr)) called(recordIn(document, type));
+  callback = PendingCall(callback);
+  std::unique_lock lock(mutex_);
+  audience_.waiting.push_back({type, std::move(callback)});
+  if (!fetch(std::move(lock), false)) return;
+  parameters_.environment.session()->documents().fetchBeside(*this);
 }
 
 void CachedDocument::fetchAhead(Report report, bool waitsForConnection) {
-  if (!PendingCalls::areAccepted()) return;
   std::unique_lock lock(mutex_);
-  if (report && reports_.empty()) reports_.push_back(std::move(report));  // one line is enough
+  if (!audience_.report) audience_.report = std::move(report);  // one line is enough
   fetch(std::move(lock), waitsForConnection);
 }
 
@@ -183,8 +181,7 @@ void CachedDocument::finish(Fetch& fetch, std::optional<PellixPlatform::Data> da
     if (!failure) document->validator = validatorIn(*http);
   }
   const auto& session = *parameters_.environment.session();
-  std::vector<Waiting> waiting;
-  std::vector<Report> reports;
+  Audience audience;
   {
     const std::lock_guard lock(mutex_);
     if (failure) {
@@ -196,25 +193,24 @@ void CachedDocument::finish(Fetch& fetch, std::optional<PellixPlatform::Data> da
       freshness_->renew(session.settingsTimeToLive());
       document_ = document;
     }
-    std::swap(waiting, waiting_);
-    std::swap(reports, reports_);
+    std::swap(audience, audience_);
     isFetching_ = false;
     fetch.of = nullptr;
   }
   if (failure) {
     const auto what = parameters_.name + " " + failure->what;
     const auto why = ". " + failure->error.description();
-    if (!waiting.empty() || reports.empty()) {
+    if (!audience.waiting.empty() || !audience.report) {
       CoreLogger::warn(what + "; " +
                        (document ? "the last ones are used instead" : parameters_.withoutRecord) +
                        why);
     } else {
-      for (const auto& report : reports) report(what + why);
+      audience.report(what + why);
     }
   }
   // What one of those that waited throws is no matter of the others.
   std::exception_ptr thrown;
-  for (const auto& each : waiting) {
+  for (const auto& each : audience.waiting) {
     try {
       each.callback(recordIn(document, each.type));
     } catch (...) {
@@ -246,11 +242,9 @@ CachedDocument::Record CachedDocument::recordIn(const SharedDocument& document, 
 }
 
 void CachedDocument::abandonFetch() {
-  decltype(waiting_) waiting;  // go after the lock does
-  decltype(reports_) reports;
+  Audience audience;  // goes after the lock does
   const std::lock_guard lock(mutex_);
-  waiting.swap(waiting_);
-  reports.swap(reports_);
+  std::swap(audience, audience_);
   isFetching_ = false;
 }
 

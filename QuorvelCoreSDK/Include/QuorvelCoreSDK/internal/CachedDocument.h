@@ -86,6 +86,11 @@ class PELLIX_EXPORT CachedDocument final : public std::enable_shared_from_this<C
     RecordType type;
     Callback callback;
   };
+  /// Those whom the fetch under way is for.
+  struct Audience {
+    std::vector<Waiting> waiting;
+    Report report;  // null: none
+  };
   using SharedDocument = std::shared_ptr<Document>;
 
   explicit CachedDocument(Parameters parameters);
@@ -107,8 +112,7 @@ class PELLIX_EXPORT CachedDocument final : public std::enable_shared_from_this<C
   const std::unique_ptr<Freshness> freshness_;
   std::optional<SettingsFailure> lastFailure_;
   bool isFetching_ = false;
-  std::vector<Waiting> waiting_;
-  std::vector<Report> reports_;
+  Audience audience_;
 };
 
 }  // namespace QuorvelCoreSDK
