@@ -19,7 +19,7 @@ struct PendingCalls::State {
   std::condition_variable changed;
   Entry* first = nullptr;
   Entry* last = nullptr;
-  std::uint64_t joined = 0;
+  std::uint64_t joined{};
 
   State() {
     // So that a forked child does not find it locked by a thread that it does not have.
@@ -106,17 +106,16 @@ bool PendingCalls::waitUntilGone(std::uint64_t before, Clock::time_point deadlin
   return isInChild() ? areGone() : state.changed.wait_until(lock, deadline, areGone);
 }
 
-bool PendingCalls::Entry::join() {
-  if (!areAccepted()) return false;
+void PendingCalls::Entry::join() {
+  if (!areAccepted()) return;
   auto& state = PendingCalls::state();
   const std::lock_guard lock(state.mutex);
-  if (state.rule != State::Rule::accept) return false;
+  if (state.rule != State::Rule::accept) return;
   number_ = ++state.joined;
   previous_ = state.last;
   (state.last ? state.last->next_ : state.first) = this;
   state.last = this;
   isTaken_ = false;
-  return true;
 }
 
 bool PendingCalls::Entry::take() {

@@ -47,8 +47,8 @@ class PendingCalls::Entry : public std::enable_shared_from_this<Entry> {
   Entry& operator=(const Entry&) = delete;
   virtual ~Entry() = default;
 
-  /// False if none are taken on.
-  bool join();
+  /// To no effect if none are taken on.
+  void join();
   /// False if it never joined, or somebody else has taken it.
   bool take();
   /// After `take`: lets go of the callback, and of the place in the list.
@@ -65,7 +65,7 @@ class PendingCalls::Entry : public std::enable_shared_from_this<Entry> {
   Entry* next_ = nullptr;
   std::atomic<bool> isTaken_ = true;
   std::thread::id thread_;  // that has taken it
-  std::uint64_t number_ = 0;
+  std::uint64_t number_{};
 };
 
 /// A callback on its way to its one call, like the platform's `Once`, but `Quorvel::shutDown` finds
@@ -75,10 +75,10 @@ class PendingCalls::Entry : public std::enable_shared_from_this<Entry> {
 template <class... Arguments>
 class PendingCall {
  public:
-  /// Takes `callback` out of the caller's hands, and releases it if none are taken on.
+  /// Takes `callback` out of the caller's hands. If none are taken on, no call counts.
   explicit PendingCall(std::function<void(Arguments...)>& callback)
       : held_(std::make_shared<Held>(std::exchange(callback, nullptr))) {
-    if (!held_->join()) held_->callback = nullptr;
+    held_->join();
   }
 
   /// Whether a call would still count.
@@ -99,7 +99,9 @@ class PendingCall {
     Held(const Held&) = delete;
     Held& operator=(const Held&) = delete;
     ~Held() override {
-      if (isWaiting() && take()) leave();
+      if (!isWaiting()) return;
+      take();  // so that this thread does not wait for it
+      leave();
     }
     void release() override { callback = nullptr; }
   };
