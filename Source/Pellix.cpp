@@ -80,11 +80,10 @@ void Pellix::initialize(std::shared_ptr<Quorvel> withQuorvel, std::shared_ptr<Ve
 }
 
 std::shared_ptr<const Pellix> Pellix::instance() {
-  const auto& facade = sharedFacade();
+  auto facade = sharedFacade();  // as it is, even if the log's sink sets the library up
   if (!facade) {
     // The text speaks of the other library; it is kept as it has always been.
     CoreLogger::warn("Instance of Veltrane is nil, have you initialized the Veltrane SDK?");
-    return nullptr;  // even if the log's sink has set the library up meanwhile
   }
   return facade;
 }

@@ -2,11 +2,11 @@
 #include "LibraryVersion.h"
 
 #include <PellixPlatform/internal/Bridge/Memory.h>
+#include <PellixPlatform/internal/FatalError.h>
 #include <QuorvelCoreSDK/internal/QuorvelHandle.h>
 #include <VeltraneProvidersSDK/internal/VeltraneHandle.h>
 
-#include <algorithm>
-#include <cstring>
+#include <string>
 
 using namespace PellixProvidersSDK;
 using namespace PellixPlatform::Bridge;
@@ -32,19 +32,13 @@ QVLPellixProvider* QVLPellix_provider(const QVLPellix* pellix) {
 }
 
 size_t QVLPellix_version(char* bytes, size_t capacity) {
-  size_t length = 0;
-  withMemory([&] {
-    const auto version = libraryVersion(resourceBundle());
-    length = version.size();
-    if (capacity == 0) return;
-    const auto count = std::min(length, capacity - 1);
-    std::memcpy(bytes, version.data(), count);
-    bytes[count] = '\0';
-  });
-  return length;
+  std::string version;  // which is empty if memory runs out
+  withMemory([&] { version = libraryVersion(resourceBundle()); });
+  if (capacity == 0) return version.size();
+  bytes[version.copy(bytes, capacity - 1)] = '\0';
+  return version.size();
 }
 
 void QVLPellix_init() {
-  static_cast<void>(Pellix());
-  std::unreachable();  // the constructor does not return, which compilers can't all see
+  PellixPlatform::fatalUnimplementedInitializer("PellixProvidersSDK.Pellix", "init()");
 }

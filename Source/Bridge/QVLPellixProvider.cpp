@@ -3,6 +3,7 @@
 #include <PellixPlatform/internal/Bridge/Callbacks.h>
 #include <PellixPlatform/internal/Bridge/ErrorObject.h>
 #include <PellixPlatform/internal/Bridge/Text.h>
+#include <PellixPlatform/internal/FatalError.h>
 
 #include <utility>
 
@@ -69,8 +70,7 @@ void QVLPellixProvider_rejectWithArticleWithDeflectionId_articleId_interactionAc
 }
 
 void QVLPellixProvider_init() {
-  static_cast<void>(PellixProvider());
-  std::unreachable();  // the constructor does not return, which compilers can't all see
+  PellixPlatform::fatalUnimplementedInitializer("PellixProvidersSDK.PellixProvider", "init()");
 }
 
 bool QVLRejectionReason_initWithRawValue(int64_t rawValue, QVLRejectionReason* reason) {

@@ -1,6 +1,7 @@
 #include "Bridge/Handles.h"
 
 #include <PellixPlatform/internal/Bridge/Callbacks.h>
+#include <PellixPlatform/internal/FatalError.h>
 
 using namespace PellixProvidersSDK;
 using namespace PellixPlatform::Bridge;
@@ -20,8 +21,7 @@ void QVLPellixSettingsProvider_getSettingsWithCallback(QVLSettingsCallback callb
 }
 
 void QVLPellixSettingsProvider_init() {
-  static_cast<void>(PellixSettingsProvider());
-  std::unreachable();  // the constructor does not return, which compilers can't all see
+  PellixPlatform::fatalError("Source/Settings/PellixSettingsProvider:29: Fatal error: ");
 }
 
 const QVLPellixSettings* QVLPellixSettings_init() {

@@ -22,8 +22,8 @@ QVLQuorvel* QVLQuorvel_initialize(const char* accountUrl, size_t accountUrlLengt
   const auto application = textOf(applicationId, applicationIdLength, __func__);
   const auto client = textOf(clientId, clientIdLength, __func__);
   const auto* chosen = configuration ? &objectOf(configuration, __func__).values : nullptr;
-  if (error) *error = nullptr;
   QVLQuorvel* quorvel = nullptr;
+  const QVLError* refusal = nullptr;
   withMemory([&] {
     auto made =
         Quorvel::initialize({std::string(url), std::string(application), std::string(client)},
@@ -31,10 +31,11 @@ QVLQuorvel* QVLQuorvel_initialize(const char* accountUrl, size_t accountUrlLengt
     if (made) {
       quorvel = retained<QVLQuorvel>(*made);
     } else if (error) {
-      *error =
+      refusal =
           retained<const QVLError>(std::make_shared<const ErrorObject>(std::move(made).error()));
     }
   });
+  if (error) *error = refusal;
   return quorvel;
 }
 
