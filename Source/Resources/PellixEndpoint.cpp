@@ -1,6 +1,7 @@
 #include "Resources/PellixEndpoint.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace PellixProvidersSDK {
 
@@ -19,15 +20,15 @@ PellixEndpoint::PellixEndpoint(const PellixPlatform::Decoder& decoder)
     : fields_(decoder.decode(Keys::table)) {}
 
 HttpMethod PellixEndpoint::httpMethod() const {
-  std::string lowerCase = fields_.method;
-  std::ranges::transform(lowerCase, lowerCase.begin(), [](char c) {
-    return 'A' <= c && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  });
-  if (lowerCase == "get") return HttpMethod::get;
-  if (lowerCase == "post") return HttpMethod::post;
-  if (lowerCase == "delete") return HttpMethod::delete_;
-  if (lowerCase == "put") return HttpMethod::put;
-  return HttpMethod::get;
+  const auto is = [this](std::string_view name) {
+    // This bit makes a small letter of itself and of its capital alone.
+    constexpr auto small = [](char c) { return static_cast<char>(c | 0x20); };
+    return std::ranges::equal(fields_.method, name, {}, small);
+  };
+  if (is("post")) return HttpMethod::post;
+  if (is("delete")) return HttpMethod::delete_;
+  if (is("put")) return HttpMethod::put;
+  return HttpMethod::get;  // whatever else it says
 }
 
 }  // namespace PellixProvidersSDK
