@@ -2,6 +2,7 @@
 #include "Support/Recorder.h"
 #include "Support/Rows.h"
 
+#include <QuorvelCoreSDK/internal/CachedDocument.h>
 #include <QuorvelCoreSDK/internal/ServicePaths.h>
 #include <QuorvelCoreSDK/internal/Surroundings.h>
 
@@ -207,6 +208,10 @@ TEST_F(SettingsTest, FallBackOnTheLastGoodOnesElseOnTheDefault) {
       }
       answer(std::stoi(row[0]), row[1]);
       if (row[0] == "0") transport_->fail(std::string(ServicePaths::accountSettings));
+      if (row[0] == "-1") {
+        transport_->answer(std::string(ServicePaths::accountSettings),
+                           [](const auto&) { return TransportReply(); });
+      }
       EXPECT_FALSE(quorvel_->lastSettingsFailure());
       const bool isGood = hadGoodOnes && row[3] == "no";
       EXPECT_THAT(asked(), ElementsAre(isGood ? "red" : "default"));
@@ -228,22 +233,26 @@ TEST_F(SettingsTest, FallBackOnTheLastGoodOnesElseOnTheDefault) {
 TEST_F(SettingsTest, AreConfirmedByTheirValidatorIfItIsOne) {
   using namespace std::string_literals;
   const std::pair<std::string, bool> fieldsAndWhetherTheyAreUsed[] = {
-      {"ETag: \"v1\"", true},
+      {"ETag: \"!~\"", true},
       {"etag: W/\"\xe9\"", true},
       {"ETag: \"" + std::string(1022, 'x') + "\"", true},
       {"ETag: \"" + std::string(1023, 'x') + "\"", false},
       {"ETag: v1", false},
       {"ETag: \"v 1\"", false},
+      {"ETag: \"\x7F\"", false},
       {"ETag: \"v1\"\r\nETag: \"v2\"", false},
       {"ETag: \"", false},
       {"ETag: W/\"v1", false}};
   for (const auto& [field, isUsed] : fieldsAndWhetherTheyAreUsed) {
     std::string heard;  // the first letter of each reply
+    bool isReplaced = false;
     const Support::LoopbackServer server([&](const Support::LoopbackRequest& request) {
       const auto tag = field.substr(field.find(' ') + 1);
       const bool isKnown = request.head.contains("If-None-Match: " + tag + "\r\n");
       EXPECT_EQ(isKnown, request.head.contains("If-None-Match"));
+      EXPECT_TRUE(request.head.contains("X-Quorvel-Client: QuorvelCore\r\n"));
       heard += isKnown ? "N" : "O";
+      if (isReplaced) return Support::LoopbackReply{Support::httpReply("200 OK", "{}")};
       return Support::LoopbackReply{isKnown ? "HTTP/1.1 304 Not Modified\r\n\r\n"
                                             : Support::httpReply("200 OK", red, field + "\r\n")};
     });
@@ -257,14 +266,19 @@ TEST_F(SettingsTest, AreConfirmedByTheirValidatorIfItIsOne) {
     askAfter(99s);  // renewed
     askAfter(1s);
     EXPECT_EQ(heard, isUsed ? "ONN" : "OOO") << field;
-    for (const auto jump : {std::chrono::hours(1), std::chrono::hours(-1)}) {
-      wallTime_ += jump;  // the device has slept, or was set to another time
+    for (const int sign : {1, -1}) {
+      wallTime_ += sign * 1min;  // as if set right
+      askAfter(0s);
+      wallTime_ += sign * 1ms;  // the device has slept, or was set to another time
       askAfter(0s);
       askAfter(100s);
     }
     now_ -= 1ms;
     askAfter(0s);
     EXPECT_EQ(heard, isUsed ? "ONNONONO" : "OOOOOOOO") << field;
+    isReplaced = true;
+    pass(100s);
+    EXPECT_THAT(asked(), ElementsAre("default"));
   }
 }
 
@@ -286,27 +300,61 @@ TEST_F(SettingsTest, ArePreparedBeforeSomebodyAsks) {
   quorvel_->prepare();
   EXPECT_THAT(asked(), ElementsAre("red"));
   EXPECT_EQ(requests(), 2U);
-  pass(5s);  // the server may have closed the connection
+  pass(5s - 1ms);
+  quorvel_->prepare();
+  EXPECT_EQ(requests(), 2U);
+  pass(1ms);  // the server may have closed the connection
   quorvel_->prepare();
   ask();
   EXPECT_THAT(answers_, ElementsAre("red"));
   EXPECT_THAT(settled(), ElementsAre("red"));
   EXPECT_EQ(requests(), 3U);
 
-  pass(100s);
   answer(503, "");
-  quorvel_->prepare();
-  transport_->run();
-  EXPECT_THAT(log_.newLines(), ElementsAre(HasSubstr("Could not prepare")));
-  quorvel_->prepare();
-  EXPECT_THAT(asked(), ElementsAre("red"));
-  EXPECT_EQ(requests(), 4U);
-  pass(2s);
+  for (const auto time : {5s, 95s}) {  // still fresh, and due
+    pass(time);
+    quorvel_->prepare();
+    transport_->run();
+    EXPECT_THAT(log_.newLines(), ElementsAre(HasSubstr("Could not prepare")));
+    quorvel_->prepare();
+    EXPECT_THAT(asked(), ElementsAre("red"));
+    pass(time == 5s ? 4s : 4s - 1ms);
+    EXPECT_THAT(asked(), ElementsAre("red"));
+  }
+  EXPECT_EQ(requests(), 5U);
+  pass(1ms);
   quorvel_->prepare();
   ask();
   EXPECT_THAT(settled(), ElementsAre("red"));
-  EXPECT_EQ(requests(), 5U);
+  EXPECT_EQ(requests(), 6U);
   EXPECT_THAT(log_.newLines(), ElementsAre(HasSubstr("the last ones are used instead")));
+}
+
+TEST_F(SettingsTest, ArePreparedBehindThoseOfOtherLibraries) {
+  setUp();
+  const auto other = CachedDocument::make({.environment = quorvel_->accountDetails(),
+                                           .path = "/other",
+                                           .name = "Others",
+                                           .clientHeaders = makeClientHeaders("Other", "1")});
+  auto prepared = [&, before = std::size_t{0}]() mutable {
+    quorvel_->prepare();
+    transport_->run();
+    std::string sent;
+    const auto requests = transport_->requests();
+    for (; before < requests.size(); ++before) {
+      sent += requests[before].waitsForConnection ? "+" : "";
+      sent += requests[before].url.string().back();
+    }
+    return sent;
+  };
+  EXPECT_EQ(prepared(), "r+s");
+  EXPECT_THAT(log_.newLines(), ElementsAre(StartsWith("warn: Could not prepare: Others")));
+  answer(200, red);
+  EXPECT_EQ(prepared(), "r+s");
+  pass(5s);
+  EXPECT_EQ(prepared(), "r");
+  other->setIsPrepared(false);
+  EXPECT_EQ(prepared(), "s");
 }
 
 TEST_F(SettingsTest, LetGoOfTheirCallbackWhichMayAskOrThrow) {
@@ -332,6 +380,7 @@ TEST_F(SettingsTest, AreNotAnsweredAfterOneOfThoseWhoWaitHasShutDown) {
   quorvel_->providerModule().settings()->getSettings<Colour>(
       [](const auto&) { EXPECT_TRUE(Quorvel::shutDown(generousLimit)); });
   EXPECT_THAT(asked(), IsEmpty());
+  EXPECT_THAT(asked(), IsEmpty());  // of what is at hand
   pass(generousLimit);
   quorvel_->prepare();
   EXPECT_EQ(transport_->requests().size(), 1U);

@@ -19,6 +19,7 @@ class OwnTransport final : public Transport {
       const auto& response = dynamic_cast<const PellixPlatform::HTTPURLResponse&>(*reply.response);
       if (response.statusCode() == 503 && !isRetry) return send(request, completion);
       completion(std::move(reply));
+      static_cast<void>(Completion(completion));  // as a host may
     };
     inner_->send(std::move(request), std::move(done));
     handedOn = std::chrono::steady_clock::now();

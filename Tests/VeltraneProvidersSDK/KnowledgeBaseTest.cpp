@@ -103,6 +103,18 @@ TEST_F(KnowledgeBaseTest, KeepsItsSettingsButNeverAnswersWithinTheCall) {
   }
 }
 
+TEST_F(KnowledgeBaseTest, HasTheAccountsSettingsFetchedBesideItsOwnOnce) {
+  setUp();
+  transport_->ignore("/base/knowledge/v1/settings");
+  transport_->fail(std::string(accountSettings));
+  ask();
+  transport_->run();
+  EXPECT_THAT(log_.newLines(), testing::ElementsAre(HasSubstr("the default is used instead")));
+  ask();
+  EXPECT_EQ(transport_->requests().size(), 2U);
+  transport_->drop();
+}
+
 TEST_F(KnowledgeBaseTest, TakesEmptyCallbacksAndGoesWithItsCore) {
   setUp();
   QVLLumenoProvider().upVoteArticle("2", nullptr);
