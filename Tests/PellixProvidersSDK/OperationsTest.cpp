@@ -213,9 +213,10 @@ TEST(Operations, ReportWhatTheyAreGiven) {
   const Host host;
   constexpr auto least = std::numeric_limits<std::int64_t>::min();
   Outcome outcome;
-  host.provider->resolveWithArticle(-7, least, "a \"token\"", outcome.callback());
-  host.provider->rejectWithArticle(least, 4711, "", PellixProvidersSDK::RejectionReason{7},
-                                   outcome.callback());
+  host.provider->resolveWithArticle(-7, least, "a \"token\"", outcome.optionalsCallback());
+  host.provider->rejectWithArticle(
+      least, 4711, "", PellixProvidersSDK::RejectionReason{7},
+      outcome.optionalsCallback());  // which the other form is called by
   host.transport->settle();
   const std::pair<std::string_view, const char*> cases[] = {
       {resolvePath,
