@@ -64,14 +64,22 @@ TEST(Callback, ThatThrowsOnTheMainQueuePassesOutAndLeavesTheRestUsable) {
 }
 
 TEST(ShutDown, ReleasesWhatWaitsForTheServiceAndInTheMainQueue) {
-  for (const bool isAnswered : {false, true}) {
+  enum class Stage : std::uint8_t { settings, question, answer };
+  for (const auto stage : {Stage::settings, Stage::question, Stage::answer}) {
     const auto transport = serviceWith();
     const auto provider = setUp({.transport = transport});
+    if (stage == Stage::question) {  // whose settings are at hand
+      Outcome first;
+      query.start(*provider, first);
+      transport->settle();
+    }
     Outcome before;
     query.start(*provider, before);
     resolution.start(*provider, before);
-    if (isAnswered) transport->run();
+    if (stage == Stage::answer) transport->run();
     EXPECT_TRUE(Quorvel::shutDown(0ms));
+    Quorvel::instance()->post([] {});
+    EXPECT_EQ(Quorvel::instance()->waitUntilIdle(0ms), stage == Stage::answer);
     DispatchQueue::main().runPending();
     EXPECT_EQ(before.ending(), "silence");
     const auto sent = transport->requests().size();
@@ -89,6 +97,24 @@ TEST(ShutDown, ReleasesWhatWaitsForTheServiceAndInTheMainQueue) {
     transport->settle();
     EXPECT_EQ(again.ending(), answered);
   }
+}
+
+TEST(ShutDown, IsCalledByWhatItReleasesAndLeavesAloneWhatBeginsThen) {
+  const auto transport = serviceWith();
+  const auto provider = setUp({.transport = transport});
+  Outcome before;
+  Outcome later;
+  before.onRelease = [&] {
+    EXPECT_TRUE(Quorvel::shutDown(0ms));  // which releases the other one
+    if (before.releases < 2 || later.begun > 0) return;
+    makeQuorvel({.transport = transport});
+    query.start(*provider, later);
+  };
+  resolution.start(*provider, before);
+  rejection.start(*provider, before);
+  EXPECT_TRUE(Quorvel::shutDown(0ms));
+  transport->settle();
+  EXPECT_EQ(later.ending(), answered);
 }
 
 TEST(ShutDown, WaitsForTheHostsCodeOnOtherThreadsAndNotForItsOwn) {
