@@ -18,7 +18,7 @@ TEST(CHost, ChoosesTheLocaleAndHowMuchIsLogged) {
   const Host host;
   Outcome log;
   Outcome outcome;
-  QVLCoreLogger_setSink(keepLine, log.begin(), Outcome::release);
+  EXPECT_TRUE(QVLCoreLogger_setSink(keepLine, log.begin(), Outcome::release));
   EXPECT_TRUE(QVLLocale_setPreferredLanguages(nullptr, 0));
   for (const char* locale : {"ja", "", static_cast<const char*>(nullptr)}) {
     EXPECT_TRUE(QVLVeltrane_setLumenoLocaleOverride(seen<QVLVeltrane>(*host.veltrane), locale,
@@ -50,6 +50,7 @@ TEST(CHost, IsToldWhenASinkOfTheLogIsNotNeededAnyMore) {
   QVLPellix_initializeWithQuorvel_veltrane(nullptr, nullptr);
   EXPECT_EQ(log.ending(), "silence");
   EXPECT_EQ(log.text, "held while it runs");
+  QVLPellix_initializeWithQuorvel_veltrane(nullptr, nullptr);  // says so on standard error
 }
 
 TEST(CHost, DrivesTheMainQueueFromItsOwnLoop) {
@@ -75,7 +76,9 @@ TEST(CHost, HearsWhyThereAreNoSettings) {
   EXPECT_EQ(QVLQuorvel_lastSettingsFailure(quorvel, nullptr), nullptr);
   host.transport->answer(std::string(PellixTests::accountSettings), 404, "");
   EXPECT_TRUE(QVLQuorvel_prepare(quorvel));
+  EXPECT_FALSE(QVLQuorvel_waitUntilIdle(quorvel, 0));
   host.transport->settle();
+  EXPECT_TRUE(QVLQuorvel_waitUntilIdle(quorvel, 0));
   int64_t time = 0;
   const auto* failure = QVLQuorvel_lastSettingsFailure(quorvel, &time);
   ASSERT_NE(failure, nullptr);
@@ -92,6 +95,10 @@ void checkWhatCanNotBeSetUp() {
   ASSERT_NE(error, nullptr);
   EXPECT_EQ(QVLError_code(error), QVLCoreErrorInsecureUrl);
   QVLRelease(error);
+  QVLRelease(QVLQuorvel_initialize("https://acme.example", QVL_UNTIL_NUL, "app", 3, "client", 6,
+                                   nullptr, &error));
+  EXPECT_EQ(error, nullptr);
+  EXPECT_EQ(PellixTests::Quorvel::instance()->accountDetails().applicationId(), "app");
   EXPECT_FALSE(QVLBundle_setResourceDirectory("/tmp\0/none", 10));
   EXPECT_FALSE(QVLBundle_setResourceDirectory("/none", QVL_UNTIL_NUL));
   auto* const configuration = QVLQuorvelConfiguration_init();

@@ -38,7 +38,8 @@ static const struct {
              {"logsTlsSecrets", QVLQuorvelConfiguration_setLogsTlsSecrets}};
 
 static void supply(QVLTokenReceiver* receiver, void* token) {
-  if (strcmp(token, "none") != 0) QVLTokenReceiver_setToken(receiver, token, QVL_UNTIL_NUL);
+  if (strcmp(token, "none") == 0) return;
+  if (!QVLTokenReceiver_setToken(receiver, token, QVL_UNTIL_NUL)) exit(8);
 }
 
 static void forget(void* token) {
@@ -51,7 +52,7 @@ static void choose(Configuration* at, const char* name, char* value) {
   char text[4096]; /* with more behind it */
   snprintf(text, sizeof text, "%s and more", value);
   for (size_t i = 0; i < sizeof texts / sizeof *texts; ++i) {
-    if (!strcmp(name, texts[i].name)) texts[i].set(at, text, strlen(value));
+    if (!strcmp(name, texts[i].name) && !texts[i].set(at, text, strlen(value))) exit(8);
   }
   for (size_t i = 0; i < sizeof limits / sizeof *limits; ++i) {
     if (!strcmp(name, limits[i].name)) limits[i].set(at, atoll(value));
@@ -63,7 +64,8 @@ static void choose(Configuration* at, const char* name, char* value) {
     QVLQuorvelConfiguration_setMaxResponseBytes(at, (size_t)atoll(value));
   }
   if (!strcmp(name, "supplier")) {
-    QVLQuorvelConfiguration_setTokenSupplier(at, supply, value, forget);
+    QVLTokenSupplier supplier = *value ? supply : NULL;
+    if (!QVLQuorvelConfiguration_setTokenSupplier(at, supplier, value, forget)) exit(8);
   }
   if (!strcmp(name, "language")) QVLLocale_setPreferredLanguages((const char**)&value, 1);
   if (!strcmp(name, "localeOverride")) localeOverride = value;

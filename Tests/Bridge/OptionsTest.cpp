@@ -33,6 +33,7 @@ TEST(COptions, DoWhatTheirNamesSay) {
       {{"language", "ja", "localeOverride", "de"}, "an article in de" + kept},
       {{"token", "another"}, "com.pellix.providers 401" + kept},
       {{"token", "another", "supplier", "a-token"}, answered + kept + "; a-token forgotten"},
+      {{"supplier", ""}, ";  forgottencom.quorvel.core 3" + kept},
       {{"supplier", "none"}, "com.quorvel.core 3" + kept + "; none forgotten"},
       {{"certificateAuthorities", ""}, unanswered + "10"},
       {{"url", "https://acme.example", "proxy", "127.0.0.1:1"}, unanswered + "8"},
