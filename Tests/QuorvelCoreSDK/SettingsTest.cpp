@@ -269,13 +269,14 @@ TEST_F(SettingsTest, AreConfirmedByTheirValidatorIfItIsOne) {
     for (const int sign : {1, -1}) {
       wallTime_ += sign * 1min;  // as if set right
       askAfter(0s);
+      heard += ".";
       wallTime_ += sign * 1ms;  // the device has slept, or was set to another time
       askAfter(0s);
       askAfter(100s);
     }
     now_ -= 1ms;
     askAfter(0s);
-    EXPECT_EQ(heard, isUsed ? "ONNONONO" : "OOOOOOOO") << field;
+    EXPECT_EQ(heard, isUsed ? "ONN.ON.ONO" : "OOO.OO.OOO") << field;
     isReplaced = true;
     pass(100s);
     EXPECT_THAT(asked(), ElementsAre("default"));

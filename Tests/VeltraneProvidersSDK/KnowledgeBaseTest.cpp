@@ -111,6 +111,7 @@ TEST_F(KnowledgeBaseTest, HasTheAccountsSettingsFetchedBesideItsOwnOnce) {
   transport_->run();
   EXPECT_THAT(log_.newLines(), testing::ElementsAre(HasSubstr("the default is used instead")));
   ask();
+  transport_->run();
   EXPECT_EQ(transport_->requests().size(), 2U);
   transport_->drop();
 }
