@@ -336,6 +336,7 @@ TEST_F(SettingsTest, ArePreparedBehindThoseOfOtherLibraries) {
   const auto other = CachedDocument::make({.environment = quorvel_->accountDetails(),
                                            .path = "/other",
                                            .name = "Others",
+                                           .withoutRecord = "none is used",
                                            .clientHeaders = makeClientHeaders("Other", "1")});
   auto prepared = [&, before = std::size_t{0}]() mutable {
     quorvel_->prepare();
