@@ -17,6 +17,29 @@ constexpr std::size_t largestHeaders = std::size_t{256} << 10;  // bytes, of all
 constexpr int mostHeaderLines = 1000;  // each takes a few hundred bytes, however short it is
 constexpr long trustSeconds = 300;     // for which trusted certificates that were read are kept
 
+struct Protocol {
+  long version;
+  std::string_view name;
+};
+
+constexpr auto protocols = std::to_array<Protocol>({
+    {CURL_HTTP_VERSION_1_0, "HTTP/1.0"},
+    {CURL_HTTP_VERSION_1_1, "HTTP/1.1"},
+    {CURL_HTTP_VERSION_2_0, "HTTP/2"},
+});
+
+/// What libcurl says of a stream that it opens: 7.88, and 8.
+struct StreamNote {
+  std::string_view beforeNumber;
+  int base;
+  std::string_view behind;
+};
+
+constexpr auto streamNotes = std::to_array<StreamNote>({
+    {"Using Stream ID: ", 16, " "},
+    {"[HTTP/2] [", 10, "] OPENED stream for "},
+});
+
 const char* nameOf(HttpMethod method) {
   switch (method) {
     case HttpMethod::post:
@@ -98,7 +121,9 @@ CurlTransfer::CurlTransfer(TransportRequest request, Transport::Completion compl
     : request_(std::move(request)),
       completion_(std::move(completion)),
       network_(std::move(network)),
-      deadline_(deadlineAfter(request_.requestTimeout.value_or(network_->requestTimeout))) {}
+      deadline_(deadlineAfter(request_.requestTimeout.value_or(network_->requestTimeout))) {
+  writeHeaders();
+}
 
 Clock::time_point CurlTransfer::waitsUntil() const {
   constexpr std::chrono::seconds longest(1);
@@ -107,7 +132,8 @@ Clock::time_point CurlTransfer::waitsUntil() const {
 
 std::string_view CurlTransfer::origin() const {
   const std::string_view url = request_.url.string();
-  const auto host = url.find("//") + 2;
+  constexpr std::string_view before = "//";
+  const auto host = url.find(before) + before.size();
   return url.substr(0, url.find_first_of("/?#", host));
 }
 
@@ -129,14 +155,13 @@ void CurlTransfer::configure(CURL* easy, Sockets& sockets, const Network& networ
     set(easy, CURLOPT_CAINFO, network.certificateAuthorities.c_str());
     set(easy, CURLOPT_PROXY_CAINFO, network.certificateAuthorities.c_str());
   }
-  if (hasOwnFile || canWatchTls()) {
-    set(easy, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
-    set(easy, CURLOPT_PROXY_CAPATH, static_cast<const char*>(nullptr));
-  }
+  // If it knew of the system's folder, libcurl would read the system's file, of some 150
+  // certificates, anew for every connection.
+  const auto* const folder = hasOwnFile ? nullptr : curl_version_info(CURLVERSION_NOW)->capath;
+  set(easy, CURLOPT_CAPATH, canWatchTls() ? nullptr : folder);
+  set(easy, CURLOPT_PROXY_CAPATH, canWatchTls() ? nullptr : folder);
   if (canWatchTls()) {
-    // If it knew of the system's folder, libcurl would read the system's file, of some 150
-    // certificates, anew for every connection.
-    set(easy, CURLOPT_PRIVATE, hasOwnFile ? nullptr : curl_version_info(CURLVERSION_NOW)->capath);
+    set(easy, CURLOPT_PRIVATE, folder);
     set(easy, CURLOPT_SSL_CTX_FUNCTION, network.logsTlsSecrets ? watchTls : watchTlsInSecret);
     set(easy, CURLOPT_SSL_CTX_DATA, &sockets);
   }
@@ -154,13 +179,10 @@ void CurlTransfer::prepare(CURL* easy, Sockets& sockets, bool isMultiplexed) {
   started_ = Clock::now();
   sockets_ = &sockets;
   isMultiplexed_ = isMultiplexed;
-  isStale_ = false;
-  isRepeated_ = false;
   detail_[0] = 0;
   sentBytes_ = 0;
 
   // First, so that it refers to no earlier transfer, should memory run out.
-  set(easy, CURLOPT_VERBOSE, isMultiplexed);
   set(easy, CURLOPT_ERRORBUFFER, detail_);
   for (const auto option :
        {CURLOPT_PREREQDATA, CURLOPT_DEBUGDATA, CURLOPT_HEADERDATA, CURLOPT_WRITEDATA}) {
@@ -191,35 +213,29 @@ void CurlTransfer::prepare(CURL* easy, Sockets& sockets, bool isMultiplexed) {
         static_cast<curl_off_t>(request_.body ? request_.body->size() : 0));
   }
   set(easy, CURLOPT_CUSTOMREQUEST, nameOf(request_.method));
-  setHeaders(easy);
+  set(easy, CURLOPT_HTTPHEADER, sentHeaderLines_.data());
 }
 
-void CurlTransfer::setHeaders(CURL* easy) {
-  constexpr std::string_view beside = ": ";
-  constexpr std::size_t others = 32;  // bytes, of the lines that are added here
-  std::size_t size = others;
+void CurlTransfer::writeHeaders() {
+  static char expect[] = "Expect:";             // large questions go out without asking first
+  static char contentType[] = "Content-Type:";  // libcurl would say that it is a form
+  std::size_t size = 0;
   for (const auto& [name, value] : request_.headers) {
-    size += name.size() + beside.size() + value.size() + 1;
+    size += name.size() + value.size() + sizeof ": ";
   }
-  sentHeaders_.clear();
   sentHeaders_.reserve(size);  // so that it stays where it is
-  sentHeaderLines_.clear();
   sentHeaderLines_.reserve(request_.headers.size() + 2);
-  const auto add = [this](std::string_view name, std::string_view mark, std::string_view value) {
-    auto* const line = sentHeaders_.data() + sentHeaders_.size();
-    sentHeaderLines_.push_back({.data = line, .next = nullptr});
-    sentHeaders_.append(name).append(mark).append(value).push_back(0);
-  };
   for (const auto& [name, value] : request_.headers) {
+    sentHeaderLines_.push_back(
+        {.data = sentHeaders_.data() + sentHeaders_.size(), .next = nullptr});
     // An empty value is written with a semicolon; with a colon it would remove the header.
-    add(name, value.empty() ? ";" : beside, value);
+    sentHeaders_.append(name).append(value.empty() ? ";" : ": ").append(value).push_back(0);
   }
-  add("Expect", ":", {});                            // large questions go out without asking first
-  if (!request_.body) add("Content-Type", ":", {});  // libcurl would say that it is a form
+  sentHeaderLines_.push_back({.data = expect, .next = nullptr});
+  if (!request_.body) sentHeaderLines_.push_back({.data = contentType, .next = nullptr});
   for (std::size_t i = 1; i < sentHeaderLines_.size(); ++i) {
     sentHeaderLines_[i - 1].next = &sentHeaderLines_[i];
   }
-  set(easy, CURLOPT_HTTPHEADER, sentHeaderLines_.data());
 }
 
 int CurlTransfer::mayBeSent(void* self, char* peer, char*, int peerPort, int localPort) {
@@ -232,30 +248,24 @@ bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
   const auto previous = std::exchange(connection_, nullptr);
   sockets_->endUse(previous);
   const long sent = longOf(easy_, CURLINFO_REQUEST_SIZE);
-  const bool isFirst = !isSent_;
+  const bool isPartlySent = std::exchange(sentBefore_, sent) != sent;
+  isRepeated_ = isSent_;
   // libcurl begins anew by itself for two reasons: the connection has come to an end, or the server
   // says that it took nothing of the request, by ending the connection at an earlier stream or by
   // refusing this one (RFC 9113, section 8.7). Of the latter libcurl says nothing, so it is what is
   // left if the connection was sound when libcurl gave it up.
-  const bool wasSound = std::exchange(wasSound_, false);
   const bool isRefused =
-      isMultiplexed_ && detail_[0] == 0 && (Sockets::wasLeftOut(previous, stream_) || wasSound);
-  if (request_.method == HttpMethod::post && !isFirst && sent != sentBefore_ && !isRefused) {
-    return false;
-  }
-  if (sockets_->isSpent(route)) {
-    isStale_ = true;
-    return false;
-  }
+      isMultiplexed_ && detail_[0] == 0 && (Sockets::wasLeftOut(previous, stream_) || wasSound_);
+  const bool mayHaveBeenHeard =
+      request_.method == HttpMethod::post && isRepeated_ && isPartlySent && !isRefused;
+  isStale_ = !mayHaveBeenHeard && sockets_->isSpent(route);
+  if (mayHaveBeenHeard || isStale_) return false;
   auto* const tls = tlsOf(easy_);
   hasSharedConnection_ = speaksHttp2(tls);
   connection_ = sockets_->beginUse(route, tls);
-  isRepeated_ = sentAt_ > started_;
   sentAt_ = Clock::now();
-  sentBefore_ = sent;
   sentBytes_ = 0;
   connectsBefore_ = longOf(easy_, CURLINFO_NUM_CONNECTS);
-  stream_ = 0;
   isSent_ = true;
   curl_easy_setopt(easy_, CURLOPT_VERBOSE, 1L);  // so that what is sent is counted from here on
   return true;
@@ -266,26 +276,29 @@ int CurlTransfer::takeNote(CURL* easy, curl_infotype kind, char* text, std::size
   auto& transfer = *static_cast<CurlTransfer*>(self);
   const bool isOut = kind == CURLINFO_HEADER_OUT || kind == CURLINFO_DATA_OUT;
   if (isOut && transfer.isSent_) transfer.sentBytes_ += size;  // else it is for a proxy
-  if (!transfer.isMultiplexed_) {
+  if (transfer.isMultiplexed_) {
+    if (kind == CURLINFO_TEXT) transfer.readNote({text, size});
+  } else {
     const auto& body = transfer.request_.body;
     const bool isAll = kind == CURLINFO_DATA_OUT && body && size == body->size();
     if (isAll) curl_easy_setopt(easy, CURLOPT_VERBOSE, 0L);  // what else it would say costs time
-    return 0;
-  }
-  if (kind != CURLINFO_TEXT) return 0;
-  const std::string_view note(text, size);
-  // As libcurl 7.88 and 8 say it. A note that is not understood is as good as none.
-  if (const auto last = numberBehind(note, "eived GOAWAY, error=0, last_stream=", 10)) {
-    Sockets::noteLastStream(transfer.connection_, *last);
-  } else if (const auto hexadecimal = numberBehind(note, "Using Stream ID: ", 16)) {
-    transfer.stream_ = *hexadecimal;
-  } else if (const auto opened = numberBehind(note, "[HTTP/2] [", 10)) {
-    if (note.contains("] OPENED stream for ")) transfer.stream_ = *opened;
-  } else if (note.starts_with("Connection died, retrying a fresh connect")) {
-    // A look at it later would be too late: the server closes it too once libcurl does.
-    transfer.wasSound_ = !Sockets::hasBroken(transfer.connection_);
   }
   return 0;
+}
+
+void CurlTransfer::readNote(std::string_view note) {
+  // As libcurl 7.88 and 8 say it. A note that is not understood is as good as none.
+  if (const auto last = numberBehind(note, "eived GOAWAY, error=0, last_stream=", 10)) {
+    Sockets::noteLastStream(connection_, *last);
+  }
+  for (const auto& [beforeNumber, base, behind] : streamNotes) {
+    const auto opened = numberBehind(note, beforeNumber, base);
+    if (opened && note.contains(behind)) stream_ = *opened;
+  }
+  if (note.starts_with("Connection died, retrying a fresh connect")) {
+    // A look at it later would be too late: the server closes it too once libcurl does.
+    wasSound_ = !Sockets::hasBroken(connection_);
+  }
 }
 
 bool CurlTransfer::mustStartAgain() const {
@@ -296,7 +309,6 @@ bool CurlTransfer::mustStartAgain() const {
 void CurlTransfer::leaveConnection(CURLcode result) {
   ++attempts_;
   hasEndedWell_ = result == CURLE_OK;
-  hasSharedConnection_ = false;
   const auto connection = std::exchange(connection_, nullptr);
   const bool isLeftOut = Sockets::wasLeftOut(connection, stream_) && headerBytes_ == 0;
   isUnheard_ =
@@ -319,40 +331,30 @@ TransportFigures CurlTransfer::takeFigures(bool hadConnection) const {
   };
   const long connects = longOf(easy_, CURLINFO_NUM_CONNECTS);
   const bool isReused = hadConnection && connects == 0;
-  const bool isReplaced = isRepeated_ || (hadConnection && connects != connectsBefore_);
+  const bool isReplaced = hadConnection && (isRepeated_ || connects != connectsBefore_);
   const auto stepOf = [&](CURLINFO info) {
     curl_off_t value = 0;
     if (!isReused && !isReplaced) curl_easy_getinfo(easy_, info, &value);
     return value == 0 ? microseconds(0) : since(started_) + microseconds(value);
   };
-  const auto protocol = [&]() -> std::string_view {
-    switch (longOf(easy_, CURLINFO_HTTP_VERSION)) {
-      case CURL_HTTP_VERSION_1_0:
-        return "HTTP/1.0";
-      case CURL_HTTP_VERSION_1_1:
-        return "HTTP/1.1";
-      case CURL_HTTP_VERSION_2_0:
-        return "HTTP/2";
-      default:
-        return {};
-    }
-  };
+  const auto protocol =
+      std::ranges::find(protocols, longOf(easy_, CURLINFO_HTTP_VERSION), &Protocol::version);
   return {.queued = since(started_),
           .nameLookup = stepOf(CURLINFO_NAMELOOKUP_TIME_T),
           .connected = stepOf(CURLINFO_CONNECT_TIME_T),
           .tlsHandshake = stepOf(CURLINFO_APPCONNECT_TIME_T),
-          .firstByte = headerBytes_ == 0 ? microseconds(0) : since(firstByteAt_),
+          .firstByte = since(firstByteAt_.value_or(made_)),
           .total = since(Clock::now()),
           .sentBytes = sentBytes_,
           .receivedBytes = headerBytes_ + body_.size(),
           .isConnectionReused = isReused,
-          .protocol = protocol()};
+          .protocol = protocol == protocols.end() ? "" : protocol->name};
 }
 
 std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t count, void* self) {
   auto& transfer = *static_cast<CurlTransfer*>(self);
   const std::string_view line(data, size * count);
-  if (transfer.headerBytes_ == 0) transfer.firstByteAt_ = Clock::now();
+  if (!transfer.firstByteAt_) transfer.firstByteAt_ = Clock::now();
   transfer.headerBytes_ += line.size();
   if (transfer.headerBytes_ > largestHeaders || ++transfer.headerLines_ > mostHeaderLines) {
     transfer.isTooLarge_ = true;

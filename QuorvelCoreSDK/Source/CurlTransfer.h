@@ -60,7 +60,7 @@ class CurlTransfer {
   void finish(CURLcode result, long proxyStatus);
 
  private:
-  void setHeaders(CURL* easy);
+  void writeHeaders();
 
   /// Runs when a connection stands, right before the request goes out, also when libcurl sends it
   /// once more by itself, because a kept connection broke before any of the reply had come. The
@@ -69,6 +69,7 @@ class CurlTransfer {
   static int mayBeSent(void* self, char* peer, char* local, int peerPort, int localPort);
   [[nodiscard]] bool mayBeSent(const Sockets::Route& route);
   static int takeNote(CURL*, curl_infotype kind, char* text, std::size_t size, void* self);
+  void readNote(std::string_view note);
   static std::size_t takeHeader(char* data, std::size_t size, std::size_t count, void* self);
   static std::size_t takeBody(char* data, std::size_t size, std::size_t count, void* self);
 
@@ -105,7 +106,7 @@ class CurlTransfer {
   char detail_[CURL_ERROR_SIZE] = "";
   int status_ = 0;
   PellixPlatform::HTTPURLResponse::HeaderFields responseHeaders_;
-  Clock::time_point firstByteAt_;
+  std::optional<Clock::time_point> firstByteAt_;
   std::size_t headerBytes_ = 0;
   int headerLines_ = 0;
   bool hasAllHeaders_ = false;  // of the final response
