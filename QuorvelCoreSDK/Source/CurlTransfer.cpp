@@ -31,13 +31,12 @@ constexpr auto protocols = std::to_array<Protocol>({
 /// What libcurl says of a stream that it opens: 7.88, and 8.
 struct StreamNote {
   std::string_view beforeNumber;
-  int base;
   std::string_view behind;
 };
 
 constexpr auto streamNotes = std::to_array<StreamNote>({
-    {"Using Stream ID: ", 16, " "},
-    {"[HTTP/2] [", 10, "] OPENED stream for "},
+    {"Using Stream ID: ", " "},
+    {"[HTTP/2] [", "] OPENED stream for "},
 });
 
 const char* nameOf(HttpMethod method) {
@@ -72,12 +71,12 @@ int closeSocket(void* sockets, curl_socket_t socket) {
 }
 
 /// The number that follows a text in a note.
-std::optional<std::int64_t> numberBehind(std::string_view note, std::string_view text, int base) {
+std::optional<std::int64_t> numberBehind(std::string_view note, std::string_view text) {
   const auto found = note.find(text);
   if (found == note.npos) return std::nullopt;
   const auto digits = note.substr(found + text.size());
   std::int64_t number = 0;
-  const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), number, base);
+  const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), number);
   return read.ec == std::errc() ? std::optional(number) : std::nullopt;
 }
 
@@ -288,11 +287,11 @@ int CurlTransfer::takeNote(CURL* easy, curl_infotype kind, char* text, std::size
 
 void CurlTransfer::readNote(std::string_view note) {
   // As libcurl 7.88 and 8 say it. A note that is not understood is as good as none.
-  if (const auto last = numberBehind(note, "eived GOAWAY, error=0, last_stream=", 10)) {
+  if (const auto last = numberBehind(note, "eived GOAWAY, error=0, last_stream=")) {
     Sockets::noteLastStream(connection_, *last);
   }
-  for (const auto& [beforeNumber, base, behind] : streamNotes) {
-    const auto opened = numberBehind(note, beforeNumber, base);
+  for (const auto& [beforeNumber, behind] : streamNotes) {
+    const auto opened = numberBehind(note, beforeNumber);
     if (opened && note.contains(behind)) stream_ = *opened;
   }
   if (note.starts_with("Connection died, retrying a fresh connect")) {

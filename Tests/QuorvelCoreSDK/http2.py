@@ -1,5 +1,5 @@
-"""An HTTP/2 server on loopback that ends the second request in its own way, or answers that too. The third, if what
-it answers is given.
+"""An HTTP/2 server on loopback that ends the 17th request, whose stream's number has two digits, in its own way, or
+answers that too. The third, if what it answers is given.
 
   http2.py WAY IDENTITY [ANSWER]
 
@@ -59,7 +59,7 @@ def serve(channel):
         for event in connection.receive_data(received):
             if not isinstance(event, h2.events.StreamEnded):
                 continue
-            if next(requests) == 2 + len(answers) and not way.startswith("answer"):
+            if next(requests) == (3 if answers else 17) and not way.startswith("answer"):
                 taken += way not in ("reset-stream-refused", "go-away-before")
                 if not end_in_its_way(channel, connection, event.stream_id):
                     return
