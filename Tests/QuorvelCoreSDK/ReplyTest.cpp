@@ -41,6 +41,19 @@ using Then = LoopbackReply::Then;
 
 constexpr std::size_t largest = 100'000;
 
+/// {many} are all the header fields that are let in beside two lines, and {quarter} is one, beside
+/// four bytes, of which four are.
+const Support::Values values{{"{full}", std::string(largest, 'a')},
+                             {"{huge}", std::string(largest + 1, 'a')},
+                             {"{many}",
+                              [] {
+                                std::string fields;
+                                while (fields.size() < 4 * 998) fields += "a:\r\n";
+                                return fields;
+                              }()},
+                             {"{quarter}", "a:" + std::string((64 << 10) - 8, 'a') + "\r\n"},
+                             {"{zeros}", PellixPlatform::readFile(COMPRESSED_ZEROS).value()}};
+
 /// The fields of a header, one after the other.
 std::string textOf(const PellixPlatform::HTTPURLResponse::HeaderFields& fields) {
   std::string text;
@@ -49,8 +62,7 @@ std::string textOf(const PellixPlatform::HTTPURLResponse::HeaderFields& fields) 
 }
 
 TEST(ReplyTest, IsHandedOnAsItCame) {
-  for (const auto& row : Support::rowsOf("QuorvelCoreSDK/Data/Replies.txt",
-                                         {{"{full}", std::string(largest, 'a')}})) {
+  for (const auto& row : Support::rowsOf("QuorvelCoreSDK/Data/Replies.txt", values)) {
     SCOPED_TRACE(row[0].substr(0, 1000));
     const LoopbackServer server(replying(row[0], Support::thenIn(row[1])));
     const Client client(server.origin(), {.network = {.maxResponseBytes = largest}});
@@ -66,11 +78,6 @@ TEST(ReplyTest, IsHandedOnAsItCame) {
 }
 
 TEST(ReplyTest, ThatIsNoneEndsInAnErrorThatSaysWhy) {
-  std::string many;
-  for (int i = 0; i < 1000; ++i) many += "a:\r\n";
-  const Support::Values values{{"{huge}", std::string(largest + 1, 'a')},
-                               {"{many}", many},
-                               {"{zeros}", PellixPlatform::readFile(COMPRESSED_ZEROS).value()}};
   const Support::LogRecorder log;
   for (const auto& row : Support::rowsOf("QuorvelCoreSDK/Data/Faults.txt", values)) {
     SCOPED_TRACE(row[0]);
