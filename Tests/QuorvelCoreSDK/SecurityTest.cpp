@@ -147,13 +147,22 @@ TEST_F(SecurityTest, TrustsTheSystemsFolderBesideItsFile) {
   const auto* const system = curl_version_info(CURLVERSION_NOW);
   if (!system->cainfo || !system->capath) GTEST_SKIP() << "it has but one of them";
   const auto stranger = makeIdentity({.names = "DNS:stranger.invalid"});
-  directory_.write(std::filesystem::path(system->cainfo).filename().string(), stranger.certificate);
+  const auto name = std::filesystem::path(system->cainfo).filename();
+  directory_.write(name.string(), stranger.certificate);
   ASSERT_EQ(Support::runProcess({"openssl", "rehash", directory_.path()}).exitCode, 0);
   const ReplacedFolder certificates(directory_.path(), system->capath);
   if (!certificates.isThere()) GTEST_SKIP() << "no folder can take its place here";
   const LoopbackServer server(replying(httpReply("200 OK")),
                               {.identity = makeIdentity({.issuer = &authority_})});
   EXPECT_EQ(Client(server.origin()).perform().status(), 200);
+
+  const NetworkConfiguration own{.proxy = server.origin(),
+                                 .certificateAuthorities = directory_.path() / name};
+  for (const auto& address : {server.origin(), std::string("https://account.invalid")}) {
+    EXPECT_EQ(Client(address, {.network = own}).perform().code(),
+              CoreErrorCode::untrustedCertificate)
+        << "a file of the host's takes the place of both";
+  }
 }
 
 TEST_F(SecurityTest, ReadsTheSystemsCertificatesOnceForManyConnections) {
