@@ -1,7 +1,7 @@
 """An HTTP/2 server on loopback that ends the 17th request, whose stream's number has two digits, in its own way, or
 answers that too. The third, if what it answers is given.
 
-  http2.py WAY IDENTITY [ANSWER]
+  http2.py WAY[+WAY...] IDENTITY [ANSWER]
 
 Prints its port, and says in each answer how many requests it has taken so far, or what stands in a file. If it
 answers together, it prints a line for the first request and answers when there are forty. If it answers but once on
@@ -20,12 +20,13 @@ import h2.connection
 import h2.errors
 import h2.events
 
-way, identity, *answers = sys.argv[1:]
+ways, identity, *answers = sys.argv[1:]
+ways = ways.split("+")
 taken = 0
 requests = itertools.count(1)
 
 
-def end_in_its_way(channel, connection, stream):
+def end_in_its_way(way, channel, connection, stream):
     """Returns whether the connection goes on."""
     codes = {"reset-stream-refused": h2.errors.ErrorCodes.REFUSED_STREAM,
              "reset-stream-failed": h2.errors.ErrorCodes.INTERNAL_ERROR}
@@ -35,7 +36,7 @@ def end_in_its_way(channel, connection, stream):
     if way == "reset-connection":
         channel.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
     elif way.startswith("go-away"):
-        connection.close_connection(last_stream_id=stream - 2 * (way == "go-away-before"))
+        connection.close_connection(last_stream_id=max(0, stream - 2 * (way == "go-away-before")))
         channel.sendall(connection.data_to_send())
     elif way == "fall-silent":
         while channel.recv(65536):
@@ -59,13 +60,15 @@ def serve(channel):
         for event in connection.receive_data(received):
             if not isinstance(event, h2.events.StreamEnded):
                 continue
-            if next(requests) == (3 if answers else 17) and not way.startswith("answer"):
+            after = next(requests) - (3 if answers else 17)
+            if after in range(len(ways)) and not ways[0].startswith("answer"):
+                way = ways[after]
                 taken += way not in ("reset-stream-refused", "go-away-before")
-                if not end_in_its_way(channel, connection, event.stream_id):
+                if not end_in_its_way(way, channel, connection, event.stream_id):
                     return
                 continue
             waiting.append(event.stream_id)
-            if way == "answer-together" and len(waiting) < 40:
+            if ways == ["answer-together"] and len(waiting) < 40:
                 if len(waiting) == 1:
                     print("one", flush=True)
                 continue
@@ -74,7 +77,7 @@ def serve(channel):
                 stream = waiting.pop(0)
                 connection.send_headers(stream, [(":status", "200")])
                 connection.send_data(stream, answer or str(taken).encode(), end_stream=True)
-            if way == "answer-once":
+            if ways == ["answer-once"]:
                 channel.sendall(connection.data_to_send())
                 session = "resumed" if channel.session_reused else "new"
                 channel.shutdown(socket.SHUT_WR)
