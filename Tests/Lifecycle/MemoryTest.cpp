@@ -200,12 +200,30 @@ TEST(Memory, ThatIsMissingForTheWorkerLeavesAsAnException) {
   EXPECT_EQ(ask(*provider).records, 1);
 }
 
+/// Hands on to the default one, and sees to it that a reply is whole.
+class WatchedTransport final : public QuorvelCoreSDK::Transport {
+ public:
+  void send(QuorvelCoreSDK::TransportRequest request, Completion completion) override {
+    inner_->send(std::move(request), [completion = std::move(completion)](auto reply) {
+      const auto* const response =
+          dynamic_cast<const PellixPlatform::HTTPURLResponse*>(reply.response.get());
+      EXPECT_TRUE(!response || (reply.data && response->allHeaderFields().size() == 1));
+      completion(std::move(reply));
+    });
+  }
+  void post(std::function<void()> task) override { inner_->post(std::move(task)); }
+
+ private:
+  const std::shared_ptr<Transport> inner_ = QuorvelCoreSDK::makeTransport().value();
+};
+
 TEST(Memory, ThatRunsOutOnTheWorkerEndsARequestAndNotTheProcess) {
   const Support::LoopbackServer server(answer);
   const auto isShort = [&](std::size_t n, Shortage shortage) {
     // A new one, since settings that it had kept would serve for a while after a failure.
-    const auto provider =
-        setUp({.settingsTimeToLive = std::chrono::milliseconds(0)}, server.origin());
+    const auto provider = setUp({.settingsTimeToLive = std::chrono::milliseconds(0),
+                                 .transport = std::make_shared<WatchedTransport>()},
+                                server.origin());
     onWorker([&] { Support::beginFailingAllocations(n, shortage); });
     const auto outcome = ask(*provider);
     EXPECT_TRUE(Quorvel::instance()->waitUntilIdle(std::chrono::minutes(1)));
