@@ -89,17 +89,17 @@ class CurlTransfer {
   Clock::time_point sentAt_;
   std::int64_t stream_ = 0;    // of the latest attempt over HTTP/2, 0 while it is not known
   long sentBefore_ = 0;        // as libcurl counts bytes, before the latest attempt
-  long connectsBefore_ = 0;    // as it counts connections
+  long connectsBefore_;        // as it counts connections
   std::size_t sentBytes_ = 0;  // of the latest attempt
   int attempts_ = 0;
   bool hasSharedConnection_ = false;
-  bool isMultiplexed_ = false;
-  bool isUnheard_ = false;
+  bool isMultiplexed_;  // like others without a value here, set before it is read
+  bool isUnheard_;
   bool isStale_ = false;     // the connection could not be used again
   bool wasSound_ = false;    // the connection that libcurl has given up
   bool isSent_ = false;      // perhaps in part, and perhaps it was heard
   bool isRepeated_ = false;  // by libcurl itself
-  bool hasEndedWell_ = false;
+  bool hasEndedWell_;
 
   std::string sentHeaders_;
   std::vector<curl_slist> sentHeaderLines_;  // of the text
