@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -60,13 +61,11 @@ class WithoutSignals {
 
 /// Runs `body`, which ends what it can't get memory for.
 template <class Body>
-bool withMemory(const Body& body) {
+void withMemory(const Body& body) {
   try {
     body();
-    return true;
   } catch (const std::bad_alloc&) {
     // An error that told of it would need memory too; that the callback goes tells as much.
-    return false;
   }
 }
 
@@ -79,9 +78,8 @@ CurlWorker::Multi makeMulti() {
   // Libraries make at their first use what they destroy when the process ends: JSON's, then TLS's.
   static_cast<void>(PellixPlatform::JSONDecoder().decode<Nothing>("{}"));
   if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw std::bad_alloc();
-  errno = 0;
   CurlWorker::Multi multi(curl_multi_init());
-  if (!multi && errno != EMFILE && errno != ENFILE) throw std::bad_alloc();
+  if (!multi && errno == ENOMEM) throw std::bad_alloc();
   // Older ones come without an error, and without their sockets, if no descriptor is left.
   if (!multi || !keepFromChildren(multi.get())) {
     throw std::system_error(std::make_error_code(std::errc::too_many_files_open));
@@ -105,7 +103,7 @@ CurlWorker& CurlWorker::shared() {
   return worker;
 }
 
-CurlWorker::CurlWorker() : process_(getpid()), multi_(makeMulti()), shared_(makeShared()) {
+CurlWorker::CurlWorker() : multi_(makeMulti()), shared_(makeShared()) {
   // Registered after what the libraries have made, so that it runs before that is torn down.
   if (pthread_atfork(nullptr, nullptr, forgetInChild) != 0 || std::atexit(stopAtExit) != 0) {
     throw std::bad_alloc();
@@ -114,27 +112,32 @@ CurlWorker::CurlWorker() : process_(getpid()), multi_(makeMulti()), shared_(make
 }
 
 void CurlWorker::forgetInChild() {
-  if (made) PendingCalls::refuseInChild();
+  if (made.exchange(nullptr)) PendingCalls::refuseInChild();
 }
 
 void CurlWorker::stopAtExit() {
-  auto& worker = *made.load();
-  if (getpid() != worker.process_) return;  // a forked child has no such thread
+  auto* const worker = made.load();
+  if (!worker) return;  // a forked child has no such thread
   PendingCalls::refuseAtExit();
-  worker.stopping_ = true;
-  std::unique_lock lock(worker.mutex_);
-  if (!worker.thread_.joinable()) return;
+  worker->stopping_ = true;
+  std::unique_lock lock(worker->mutex_);
   // A callback on the worker itself may end the process.
-  if (worker.thread_.get_id() == std::this_thread::get_id()) return;
-  worker.sockets_.wake();
-  worker.changed_.wait_for(lock, longestStop, [&] { return worker.hasStopped_; });
+  if (worker->thread_.get_id() == std::this_thread::get_id()) return;
+  worker->sockets_.wake();
+  worker->changed_.wait_for(lock, longestStop, [&] { return !worker->isRunning_; });
+}
+
+template <class Body>
+void CurlWorker::callHost(const Body& body) {
+  withMemory(body);
+  stopIfEnding();
 }
 
 void CurlWorker::stopIfEnding() {
   if (!stopping_) return;
   {
     const std::lock_guard lock(mutex_);
-    hasStopped_ = true;
+    isRunning_ = false;
   }
   changed_.notify_all();
   while (true) pause();
@@ -142,18 +145,17 @@ void CurlWorker::stopIfEnding() {
 
 bool CurlWorker::dropAll(Clock::time_point deadline) {
   auto* const worker = made.load();
-  if (!worker || getpid() != worker->process_) return true;
+  if (!worker) return true;
   decltype(added_) transfers;  // go after the lock does
   decltype(tasks_) tasks;
   std::unique_lock lock(worker->mutex_);
   transfers.swap(worker->added_);
   tasks.swap(worker->tasks_);
-  if (!worker->thread_.joinable()) return true;
   worker->isToDrop_ = true;
   if (worker->thread_.get_id() == std::this_thread::get_id()) return true;  // when that goes on
   worker->sockets_.wake();
   return worker->changed_.wait_until(lock, deadline,
-                                     [&] { return !worker->isToDrop_ || worker->hasStopped_; });
+                                     [&] { return !worker->isToDrop_ || !worker->isRunning_; });
 }
 
 void CurlWorker::dropIfAsked() {
@@ -161,12 +163,11 @@ void CurlWorker::dropIfAsked() {
     const std::lock_guard lock(mutex_);
     if (!isToDrop_) return;
   }
-  ready_.clear();
   for (auto& [handle, running] : running_) {
-    running.transfer->leaveConnection(CURLE_OK);
-    curl_multi_remove_handle(multi_.get(), handle);
+    running.transfer->leaveConnection(CURLE_ABORTED_BY_CALLBACK);
   }
-  running_.clear();
+  finished_.swap(running_);
+  takeBackHandles();
   origins_.clear();
   {
     const std::lock_guard lock(mutex_);
@@ -181,22 +182,19 @@ void CurlWorker::enqueue(std::list<Item>& queue, Item item) {
   if (!PendingCalls::areAccepted()) return;
   std::list<Item> added;
   added.push_back(std::move(item));
-  bool mustWake = false;
-  {
-    const std::lock_guard lock(mutex_);
-    // Looked at once more, so that `dropAll` misses nothing.
-    if (!PendingCalls::areAccepted()) return;
-    if (!thread_.joinable()) startThread();
-    queue.splice(queue.end(), added);
-    mustWake = std::exchange(isWaiting_, false);
-  }
-  if (mustWake) sockets_.wake();
+  const std::lock_guard lock(mutex_);
+  // Looked at once more, so that `dropAll` misses nothing.
+  if (!PendingCalls::areAccepted()) return;
+  if (!thread_.joinable()) startThread();
+  queue.splice(queue.end(), added);
+  if (std::exchange(isWaiting_, false)) sockets_.wake();
 }
 
 void CurlWorker::startThread() {
   const WithoutSignals inherited;
   try {
     thread_ = std::thread([this] { run(); });
+    isRunning_ = true;
   } catch (const std::system_error&) {
     throw std::bad_alloc();  // what a thread takes is memory
   }
@@ -222,6 +220,7 @@ void CurlWorker::run() {
     countConnecting();
     finishDone();
     finishLate();
+    takeBackHandles();
     endPatience();
     if (!hasWork()) wait();
   }
@@ -230,9 +229,10 @@ void CurlWorker::run() {
 void CurlWorker::wait() {
   const auto left = std::chrono::ceil<std::chrono::milliseconds>(earliestDeadline_ - Clock::now());
   const auto most = std::clamp<std::int64_t>(left.count(), 0, longestWait);
-  curl_waitfd watched{.fd = sockets_.descriptor(), .events = CURL_WAIT_POLLIN, .revents = 0};
-  curl_multi_poll(multi_.get(), &watched, 1, static_cast<int>(most), nullptr);
-  if (watched.revents != 0) sockets_.closeIdle();
+  std::array watched{
+      curl_waitfd{.fd = sockets_.descriptor(), .events = CURL_WAIT_POLLIN, .revents = {}}};
+  curl_multi_poll(multi_.get(), watched.data(), watched.size(), static_cast<int>(most), nullptr);
+  if (watched.front().revents != 0) sockets_.closeIdle();
 }
 
 bool CurlWorker::mayStart(const Origin& origin) const {
@@ -258,17 +258,18 @@ void CurlWorker::sortAdded() {
     added.splice(added.end(), added_);
   }
   while (!added.empty()) {
-    const auto& transfer = *added.front();
-    earliestDeadline_ = std::min(earliestDeadline_, transfer.deadline() + patience);
-    const bool isSorted = withMemory([&] {
+    std::list<std::unique_ptr<CurlTransfer>> next;  // goes if memory is missing for it
+    next.splice(next.end(), added, added.begin());
+    const auto& transfer = *next.front();
+    earliestDeadline_ = std::min(earliestDeadline_, transfer.deadline());
+    withMemory([&] {
       auto found = origins_.find(transfer.origin());
       if (found == origins_.end())
         found = origins_.try_emplace(std::string(transfer.origin())).first;
       auto& [waiting, patient, running, connecting, isMultiplexed] = found->second;
       auto& list = Clock::now() < transfer.waitsUntil() ? patient : waiting;
-      list.splice(list.end(), added, added.begin());
+      list.splice(list.end(), next);
     });
-    if (!isSorted) added.pop_front();
   }
 }
 
@@ -295,12 +296,12 @@ void CurlWorker::start(Origin& origin, std::unique_ptr<CurlTransfer> transfer) {
   auto* const handle = easy.get();
   transfer->prepare(handle, sockets_, origin.isMultiplexed);
   running_.emplace(handle, Running{&origin, std::move(transfer), std::move(easy)});
-  if (curl_multi_add_handle(multi_.get(), handle) != CURLM_OK) {
-    running_.erase(handle);
-    throw std::bad_alloc();
+  if (curl_multi_add_handle(multi_.get(), handle) == CURLM_OK) {
+    ++origin.running;
+    ++origin.connecting;
+  } else {
+    running_.erase(handle);  // for want of memory
   }
-  ++origin.running;
-  ++origin.connecting;
 }
 
 void CurlWorker::countConnecting() {
@@ -335,7 +336,6 @@ void CurlWorker::finishDone() {
   while (const auto* message = curl_multi_info_read(multi_.get(), &left)) {
     if (message->msg == CURLMSG_DONE) finish(message->easy_handle, message->data.result);
   }
-  takeBackHandles();
 }
 
 void CurlWorker::finishLate() {
@@ -356,7 +356,6 @@ void CurlWorker::finishLate() {
     ++at;  // before its place goes
     if (isOver) finish(handle, CURLE_OPERATION_TIMEDOUT);
   }
-  takeBackHandles();
   for (auto& [name, origin] : origins_) {
     for (auto at = origin.waiting.begin(); at != origin.waiting.end();) {
       if (!isLate(**at)) {
@@ -365,8 +364,7 @@ void CurlWorker::finishLate() {
       }
       const auto transfer = std::move(*at);
       at = origin.waiting.erase(at);
-      withMemory([&] { transfer->finish(CURLE_OPERATION_TIMEDOUT, 0); });
-      stopIfEnding();
+      callHost([&] { transfer->finish(CURLE_OPERATION_TIMEDOUT, 0); });
     }
   }
 }
@@ -387,8 +385,7 @@ void CurlWorker::finish(CURL* handle, CURLcode result) {
   if (transfer->mustStartAgain()) {
     withMemory([&] { origin.waiting.push_front(std::move(transfer)); });
   } else {
-    withMemory([&] { transfer->finish(result, proxyStatus); });
-    stopIfEnding();
+    callHost([&] { transfer->finish(result, proxyStatus); });
   }
 }
 
@@ -398,8 +395,9 @@ void CurlWorker::takeBackHandles() {
     auto& easy = finished.easy;
     const auto& transfer = finished.transfer;
     // One that sent a request anew may do so again: resetting it does not take all of it back.
-    if (spare_.size() == mostSpare || !transfer || !transfer->leavesHandleAsItWas()) continue;
-    withMemory([&] { spare_.push_back({transfer->network(), std::move(easy)}); });
+    if (!transfer || !transfer->leavesHandleAsItWas()) continue;
+    withMemory([&] { spare_.push_front({transfer->network(), std::move(easy)}); });
+    if (spare_.size() > mostSpare) spare_.pop_back();
   }
   finished_.clear();
   if (origins_.size() <= mostOrigins) return;
@@ -410,38 +408,31 @@ void CurlWorker::takeBackHandles() {
 }
 
 void CurlWorker::runTasks() {
+  std::list<std::function<void()>> ready;
   {
     const std::lock_guard lock(mutex_);
-    ready_.splice(ready_.end(), tasks_);
+    ready.splice(ready.end(), tasks_);
   }
-  while (!ready_.empty()) {
-    const auto task = std::exchange(ready_.front(), nullptr);
-    ready_.pop_front();
-    withMemory(task);
-    stopIfEnding();
+  while (!ready.empty()) {
+    const auto task = std::exchange(ready.front(), nullptr);
+    ready.pop_front();
+    callHost(task);
   }
 }
 
 CurlWorker::Easy CurlWorker::takeEasy(const std::shared_ptr<const Network>& network) {
-  Spare spare;
-  if (!spare_.empty()) {
-    const auto fitting =
-        std::ranges::find(spare_.rbegin(), spare_.rend(), network, &Spare::network);
-    if (fitting != spare_.rend()) std::swap(*fitting, spare_.back());
-    spare = std::move(spare_.back());
-    spare_.pop_back();
-    if (spare.network == network) return std::move(spare.easy);
-    curl_easy_reset(spare.easy.get());
-  } else {
-    spare.easy.reset(curl_easy_init());
-    // For good: resetting the handle does not change it.
-    if (!spare.easy ||
-        curl_easy_setopt(spare.easy.get(), CURLOPT_SHARE, shared_.get()) != CURLE_OK) {
-      throw std::bad_alloc();
-    }
+  if (const auto fitting = std::ranges::find(spare_, network, &Spare::network);
+      fitting != spare_.end()) {
+    auto easy = std::move(fitting->easy);
+    spare_.erase(fitting);
+    return easy;
   }
-  CurlTransfer::configure(spare.easy.get(), sockets_, *network);
-  return std::move(spare.easy);
+  Easy easy(curl_easy_init());
+  if (!easy || curl_easy_setopt(easy.get(), CURLOPT_SHARE, shared_.get()) != CURLE_OK) {
+    throw std::bad_alloc();
+  }
+  CurlTransfer::configure(easy.get(), sockets_, *network);
+  return easy;
 }
 
 }  // namespace QuorvelCoreSDK

@@ -8,7 +8,7 @@
 #include <map>
 #include <mutex>
 #include <thread>
-#include <vector>
+#include <type_traits>
 
 namespace QuorvelCoreSDK {
 
@@ -34,9 +34,7 @@ class CurlWorker {
   void post(std::function<void()> task);
 
   template <auto cleanUp>
-  struct CleanUp {
-    void operator()(void* handle) const { cleanUp(handle); }
-  };
+  using CleanUp = std::integral_constant<decltype(cleanUp), cleanUp>;  // called as what it holds
   using Easy = std::unique_ptr<CURL, CleanUp<curl_easy_cleanup>>;
   using Multi = std::unique_ptr<CURLM, CleanUp<curl_multi_cleanup>>;
   using Shared = std::unique_ptr<CURLSH, CleanUp<curl_share_cleanup>>;
@@ -50,9 +48,11 @@ class CurlWorker {
   void enqueue(std::list<Item>& queue, Item item);
   void startThread();
   void run();
-  /// To be called wherever the thread comes back from code of the host's. If the process ends, it
-  /// goes no further: neither into a library that may be gone by then, nor to its own end, where
-  /// libraries and runtimes have code of their own.
+  /// Runs code of the host's, and comes back only if the process does not end meanwhile.
+  template <class Body>
+  void callHost(const Body& body);
+  /// If the process ends, the thread goes no further: neither into a library that may be gone by
+  /// then, nor to its own end, where libraries and runtimes have code of their own.
   void stopIfEnding();
   void dropIfAsked();
   /// Whether there is something to do. If not, the thread says that it is going to wait.
@@ -85,7 +85,6 @@ class CurlWorker {
   void runTasks();
   [[nodiscard]] Easy takeEasy(const std::shared_ptr<const Network>& network);
 
-  const int process_;
   Sockets sockets_;  // the thread's, and outlives what libcurl has of it
   const Multi multi_;
   const Shared shared_;  // among the handles: the TLS sessions, so that any of them resumes one
@@ -96,9 +95,9 @@ class CurlWorker {
   std::list<std::unique_ptr<CurlTransfer>> added_;
   std::list<std::function<void()>> tasks_;
   std::thread thread_;      // never joined
+  bool isRunning_ = false;  // from its start until it stops
   bool isWaiting_ = false;  // and has to be woken for what is new
   bool isToDrop_ = false;   // what it has
-  bool hasStopped_ = false;
 
   // The rest belongs to the thread.
   struct Running {
@@ -115,8 +114,7 @@ class CurlWorker {
   std::map<CURL*, Running> running_;
   std::map<CURL*, Running> finished_;  // whose handles are to be taken back
   Clock::time_point earliestDeadline_ = Clock::time_point::max();  // or earlier
-  std::list<std::function<void()>> ready_;
-  std::vector<Spare> spare_;
+  std::list<Spare> spare_;                                         // the latest first
 };
 
 }  // namespace QuorvelCoreSDK
