@@ -8,9 +8,11 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <filesystem>
+#include <fstream>
 #include <latch>
 #include <list>
 #include <set>
@@ -193,11 +195,15 @@ TEST(ConcurrencyTest, WhoWaitsForAConnectionHasALimitToo) {
   const Client patient(server.origin());
   const Client hurried(server.origin(),
                        {.network = {.requestTimeout = std::chrono::milliseconds(50)}});
+  const Client calm(server.origin(),
+                    {.network = {.requestTimeout = std::chrono::milliseconds(100)}});
   std::vector<std::future<Outcome>> stalled;
   for (int i = 0; i < 270; ++i) {
     stalled.push_back(Client::begin(patient.parameters()));
     if (i % 27 == 0) {
+      auto later = Client::begin(calm.parameters());
       EXPECT_EQ(hurried.perform().code(), CoreErrorCode::timedOut);
+      EXPECT_EQ(valueOf(std::move(later)).code(), CoreErrorCode::timedOut);
     }
   }
   for (auto& outcome : stalled) {
@@ -241,6 +247,23 @@ TEST(ConcurrencyTest, ABusyServerDoesNotShutTheOthersOut) {
   ended.wait();
 }
 
+void waitUntilItSleeps(pid_t thread) {
+  const auto state = "/proc/self/task/" + std::to_string(thread) + "/stat";
+  for (std::string line; !line.contains(") S "); std::this_thread::yield()) {
+    std::getline(std::ifstream(state), line);
+  }
+}
+
+TEST(ConcurrencyTest, TheThreadSleepsWhileItHasNothingToDo) {
+  const LoopbackServer server(replying("", LoopbackReply::Then::stall));
+  const Client hurried(server.origin(),
+                       {.network = {.requestTimeout = std::chrono::milliseconds(50)}});
+  EXPECT_EQ(hurried.perform().code(), CoreErrorCode::timedOut);
+  std::promise<pid_t> thread;
+  hurried.quorvel->post([&] { thread.set_value(gettid()); });
+  waitUntilItSleeps(valueOf(thread.get_future()));
+}
+
 TEST(ConcurrencyTest, WhatIsUnderWayWhenTheHostShutsDownGoesNoFurther) {
   constexpr int bound = 16;
   std::latch full(bound);
@@ -260,11 +283,22 @@ TEST(ConcurrencyTest, WhatIsUnderWayWhenTheHostShutsDownGoesNoFurther) {
     outcomes.push_back(Client::begin(std::move(parameters)));
   }
   full.wait();
-  EXPECT_TRUE(Quorvel::shutDown(generousLimit));
+  const auto transport = makeTransport().value();
+  std::promise<pid_t> thread;
+  transport->post([&] {
+    transport->post([] { ADD_FAILURE() << "it was not dropped"; });
+    outcomes.push_back(Client::begin(Client(server.origin()).parameters()));
+    EXPECT_TRUE(Quorvel::shutDown(generousLimit));  // does not wait for its own thread
+    thread.set_value(gettid());
+  });
+  waitUntilItSleeps(valueOf(thread.get_future()));
+  EXPECT_TRUE(Quorvel::shutDown(generousLimit / 4));  // wakes it
+  EXPECT_TRUE(Quorvel::shutDown(std::chrono::milliseconds::max()));
   mayGoOn.set_value();
   for (auto& outcome : outcomes) EXPECT_THROW(static_cast<void>(outcome.get()), std::future_error);
   EXPECT_EQ(Client(server.origin()).perform().status(), 200);
   EXPECT_EQ(server.requests().size(), bound + 1U);
+  EXPECT_EQ(server.connections(), bound + 1U);
 }
 
 TEST(ConcurrencyTest, ConnectionsToManyServersAreKept) {
@@ -277,7 +311,10 @@ TEST(ConcurrencyTest, ConnectionsToManyServersAreKept) {
 }
 
 TEST(ConcurrencyTest, WhoWaitsForTheConnectionOfAnotherOneMakesNone) {
-  const LoopbackServer server(echo);
+  const LoopbackServer server([](const LoopbackRequest& request) -> LoopbackReply {
+    if (request.head.starts_with("GET /stall ")) return {"", LoopbackReply::Then::stall};
+    return echo(request);
+  });
   const Client client(server.origin());
   std::vector<std::future<Outcome>> outcomes;
   std::promise<void> mayBegin;
@@ -290,6 +327,11 @@ TEST(ConcurrencyTest, WhoWaitsForTheConnectionOfAnotherOneMakesNone) {
   mayBegin.set_value();
   for (auto& outcome : outcomes) EXPECT_EQ(valueOf(std::move(outcome)).status(), 200);
   EXPECT_LT(server.connections(), 6U);
+
+  const auto stalled = Client::begin(client.parameters("/stall"));
+  auto parameters = client.parameters();
+  parameters.waitsForConnection = true;
+  EXPECT_EQ(valueOf(Client::begin(std::move(parameters))).status(), 200);  // not for long
 }
 
 TEST(ConcurrencyTest, MoreServersThanAreRememberedLoseNothing) {

@@ -82,11 +82,20 @@ TEST_F(Http2Test, WhatTheServerWritesIsNoNoteOfTheLibrarys) {
 TEST_F(Http2Test, ManyRequestsShareAConnectionBeforeTheFirstIsAnswered) {
   Server server("answer-together", file_);
   const auto client = clientFor(server.origin);
-  std::vector<std::future<Outcome>> outcomes;
-  outcomes.push_back(Client::begin(client.parameters()));
-  server.readUntil("one");
-  while (outcomes.size() < 40) outcomes.push_back(Client::begin(client.parameters()));
-  for (auto& outcome : outcomes) EXPECT_EQ(valueOf(std::move(outcome)).status(), 200);
+  for (const bool isAwaited : {false, true}) {  // by requests that begin before it stands
+    std::vector<std::future<Outcome>> outcomes;
+    auto parameters = client.parameters();
+    std::promise<void> mayBegin;
+    if (isAwaited)
+      client.quorvel->post([begins = mayBegin.get_future().share()] { begins.wait(); });
+    outcomes.push_back(Client::begin(parameters));
+    if (!isAwaited) server.readUntil("one");
+    parameters.waitsForConnection = isAwaited;
+    while (outcomes.size() < 40) outcomes.push_back(Client::begin(parameters));
+    mayBegin.set_value();
+    for (auto& outcome : outcomes) EXPECT_EQ(valueOf(std::move(outcome)).status(), 200);
+    server.readUntil(isAwaited ? "resumed" : "new");
+  }
 }
 
 TEST_F(Http2Test, AConnectionThatHasFallenSilentIsNotUsedAgain) {

@@ -4,8 +4,9 @@ answers that too. The third, if what it answers is given.
   http2.py WAY[+WAY...] IDENTITY [ANSWER]
 
 Prints its port, and says in each answer how many requests it has taken so far, or what stands in a file. If it
-answers together, it prints a line for the first request and answers when there are forty. If it answers but once on
-a connection, it prints of each whether its session is an earlier one's, as soon as the other side has closed it too.
+answers together, it prints a line for the first request of a connection and answers when there are forty. If it does
+so, or answers each, but once on a connection, it prints of each whether its session is an earlier one's, as soon as
+the other side has closed it too.
 """
 import contextlib
 import itertools
@@ -77,7 +78,7 @@ def serve(channel):
                 stream = waiting.pop(0)
                 connection.send_headers(stream, [(":status", "200")])
                 connection.send_data(stream, answer or str(taken).encode(), end_stream=True)
-            if ways == ["answer-once"]:
+            if ways[0] in ("answer-once", "answer-together"):
                 channel.sendall(connection.data_to_send())
                 session = "resumed" if channel.session_reused else "new"
                 channel.shutdown(socket.SHUT_WR)
