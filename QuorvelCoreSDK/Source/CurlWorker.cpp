@@ -79,11 +79,9 @@ CurlWorker::Multi makeMulti() {
   static_cast<void>(PellixPlatform::JSONDecoder().decode<Nothing>("{}"));
   if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw std::bad_alloc();
   CurlWorker::Multi multi(curl_multi_init());
-  if (!multi && errno == ENOMEM) throw std::bad_alloc();
-  // Older ones come without an error, and without their sockets, if no descriptor is left.
-  if (!multi || !keepFromChildren(multi.get())) {
-    throw std::system_error(std::make_error_code(std::errc::too_many_files_open));
-  }
+  // Older ones come without their sockets if no descriptor is left, but nothing here needs those.
+  if (!multi) throw std::system_error(errno, std::generic_category());
+  keepFromChildren(multi.get());
   // Else it would be four, as long as requests come one at a time.
   curl_multi_setopt(multi.get(), CURLMOPT_MAXCONNECTS, mostKept);
   return multi;

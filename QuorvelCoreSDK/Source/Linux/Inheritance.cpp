@@ -35,13 +35,12 @@ std::set<int> busySockets() {
 
 }  // namespace
 
-bool keepFromChildren(CURLM* multi) {
+void keepFromChildren(CURLM* multi) {
   const auto before = busySockets();
-  if (curl_multi_wakeup(multi) != CURLM_OK) return false;
+  curl_multi_wakeup(multi);
   for (const int descriptor : busySockets()) {
     if (!before.contains(descriptor)) ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
   }
-  return true;
 }
 
 }  // namespace QuorvelCoreSDK
