@@ -32,6 +32,9 @@ std::atomic<int> begun = 0;
 std::atomic<int> released = 0;
 std::atomic<bool> isOver = false;  // no callback may be called any more
 std::atomic<bool> isWorkerInHost = false;
+std::atomic<bool> hasWorkerLeft = false;
+std::atomic<pid_t> stuckWorker = 0;
+std::atomic<bool> isGivenUp = false;
 
 void ask(PellixProvider& provider) {
   ++begun;
@@ -72,9 +75,9 @@ bool isAccepting(PellixProvider& provider) {
   return !callback.expired();
 }
 
-bool isMainThreadAsleep() {
+bool isAsleep(pid_t thread) {
   std::string state;
-  std::getline(std::ifstream("/proc/self/task/" + std::to_string(getpid()) + "/stat"), state);
+  std::getline(std::ifstream("/proc/self/task/" + std::to_string(thread) + "/stat"), state);
   return state.contains(") S ");
 }
 
@@ -85,8 +88,14 @@ bool isMainThreadAsleep() {
 /// Whether operations of this child end at once, with one line in the log.
 bool isSilent(PellixProvider& provider, const Quorvel& quorvel) {
   int lines = 0;
+  const auto transport = QuorvelCoreSDK::makeTransport().value();
+  const auto post = [&] { transport->post([] { std::abort(); }); };
   CoreLogger::setLevel(QuorvelCoreSDK::LogLevel::warn);
-  CoreLogger::setSink([&](auto, auto) { ++lines; });
+  CoreLogger::setSink([&](auto, auto) {
+    ++lines;
+    post();
+  });
+  post();
   Outcome outcome;
   quorvel.post([] {});
   for (int i = 0; i < 3; ++i) query.start(provider, outcome);
@@ -109,7 +118,8 @@ int end(std::string_view way, const std::shared_ptr<PellixProvider>& provider,
       isWorkerInHost = true;
       isWorkerInHost.notify_all();
       while (isAccepting(*provider)) std::this_thread::yield();
-      while (!isMainThreadAsleep()) std::this_thread::yield();
+      while (!isAsleep(getpid())) std::this_thread::yield();
+      hasWorkerLeft = true;
       isWorkerInHost = false;
     });
     isWorkerInHost.wait(false);
@@ -123,10 +133,14 @@ int end(std::string_view way, const std::shared_ptr<PellixProvider>& provider,
   if (way == "worker") Quorvel::instance()->post([] { std::exit(good); });
   if (way == "signal") std::raise(SIGTERM);
   if (way == "throw") Quorvel::instance()->post([] { throw good; });
-  if (way == "stuck") {  // the worker does not come back from the host's code
+  if (way == "stuck") {  // the worker comes back from the host's code when it is too late
     Quorvel::instance()->post([] {
-      std::thread([] { std::exit(good); }).detach();
-      waitForTheEnd();
+      Quorvel::instance()->post([] {
+        stuckWorker = gettid();
+        std::thread([] { std::exit(good); }).detach();
+        while (!isGivenUp) std::this_thread::yield();
+      });
+      Quorvel::instance()->post([] { std::_Exit(3); });
     });
   }
   for (const auto* elsewhere : {"thread", "queue", "worker", "stuck", "throw"}) {
@@ -163,6 +177,9 @@ int runHost(std::string_view way, const std::string& address, const std::string&
       .network = {.certificateAuthorities = certificates}};
   std::atexit([] {  // after what the library does at the end, for it comes earlier
     if (isWorkerInHost) std::_Exit(3);
+    if (hasWorkerLeft && !Quorvel::shutDown(ample)) std::_Exit(4);
+    isGivenUp = true;
+    while (stuckWorker != 0 && !isAsleep(stuckWorker)) std::this_thread::yield();
   });
   return end(way, setUp(configuration, address), configuration);
 }
