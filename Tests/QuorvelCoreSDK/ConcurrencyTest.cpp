@@ -292,7 +292,7 @@ TEST(ConcurrencyTest, WhatIsUnderWayWhenTheHostShutsDownGoesNoFurther) {
     thread.set_value(gettid());
   });
   waitUntilItSleeps(valueOf(thread.get_future()));
-  EXPECT_TRUE(Quorvel::shutDown(generousLimit / 4));  // wakes it
+  EXPECT_TRUE(Quorvel::shutDown(std::chrono::seconds(15)));  // wakes it
   EXPECT_TRUE(Quorvel::shutDown(std::chrono::milliseconds::max()));
   mayGoOn.set_value();
   for (auto& outcome : outcomes) EXPECT_THROW(static_cast<void>(outcome.get()), std::future_error);
