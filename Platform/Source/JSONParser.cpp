@@ -3,8 +3,6 @@
 #include "JSONText.h"
 #include "UTF8.h"
 
-#include <utf8proc.h>
-
 #include <algorithm>
 #include <utility>
 
@@ -70,18 +68,11 @@ class Parser {
   void checkEncoding() const {
     // Positions are kept in 32 bits.
     if (text_.size() >= Tree::none) failAsCorrupted("the document is too large", {});
-    if (isUTF8(text_)) return;
-    Position position;
-    while (position.byte < text_.size()) {
-      utf8proc_int32_t c = 0;
-      const auto length =
-          utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text_.data()) + position.byte,
-                           static_cast<utf8proc_ssize_t>(text_.size() - position.byte), &c);
-      if (length <= 0) break;
-      position.line += c == '\n';
-      position.byte += static_cast<std::uint32_t>(length);
-    }
-    failAsCorrupted("the text is not UTF-8", position);
+    const auto valid = text_.substr(0, endOfUTF8(text_));
+    if (valid.size() == text_.size()) return;
+    const auto breaks = static_cast<std::uint32_t>(std::ranges::count(valid, '\n'));
+    failAsCorrupted("the text is not UTF-8",
+                    {static_cast<std::uint32_t>(valid.size()), line_ + breaks});
   }
 
   State readValue() {
@@ -148,16 +139,15 @@ class Parser {
     } else {
       add(Tree::Kind::string, begin, at_);
     }
-    if (at_ == text_.size()) fail("a string does not end");
-    if (text_[at_] != '"') fail("a string holds a control character");
-    ++at_;
+    if (!take('"')) fail("a string holds a control character");
   }
 
   /// Reads the rest of a string from its first escape on, into the tree's own text. It takes no
-  /// more room there than here, so all of them fit into the document's size.
+  /// more room there than here, so all of them fit into the document's size, and a block for what
+  /// is written beyond.
   void readEscapedString(std::size_t begin) {
     auto& own = tree_.ownText;
-    if (own.size() < text_.size()) own.resize(text_.size());
+    own.resize(text_.size() + sizeof(JSONText::Block));
     char* const to = own.data() + ownEnd_;
     const auto cursor =
         JSONText::readEscaped({.from = text_.data() + at_,

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
@@ -25,20 +24,25 @@ inline std::size_t plainBytes(Block block) {
   return halves[0] ? bytes(halves[0]) : 8 + bytes(halves[1]);
 }
 
-inline bool isPlain(char c) {
-  return c != '"' && c != '\\' && static_cast<unsigned char>(c) >= 0x20;
+/// The next block of a text. Behind the text's end there are zeros, which stand for nothing.
+inline Block blockAt(const char* from, const char* end) {
+  Block block;
+  if (end - from >= std::ptrdiff_t{sizeof block}) [[likely]] {
+    std::memcpy(&block, from, sizeof block);
+    return block;
+  }
+  block = Block{};
+  std::memcpy(&block, from, static_cast<std::size_t>(end - from));
+  return block;
 }
 
 /// Where text that stands for itself ends.
 inline const char* skipPlain(const char* from, const char* end) {
-  while (end - from >= std::ptrdiff_t{sizeof(Block)}) {
-    Block block;
-    std::memcpy(&block, from, sizeof block);
-    const auto plain = plainBytes(block);
+  while (true) {
+    const auto plain = plainBytes(blockAt(from, end));
     from += plain;
-    if (plain < sizeof block) return from;
+    if (plain < sizeof(Block)) return from;
   }
-  return std::find_if_not(from, end, isPlain);
 }
 
 /// How far the reading of escaped text has come, and what is wrong there, if anything. What works
@@ -52,55 +56,62 @@ struct Cursor {
   [[nodiscard]] bool at(char c) const { return from != end && *from == c; }
 };
 
-/// Copies text that stands for itself. It may write beyond the copy, but no further than the whole
-/// text would reach.
+/// Copies text that stands for itself. It writes up to a block beyond the copy.
 [[gnu::always_inline]] inline void copyPlain(Cursor& cursor) {
-  while (cursor.end - cursor.from >= std::ptrdiff_t{sizeof(Block)}) {
-    Block block;
-    std::memcpy(&block, cursor.from, sizeof block);
+  while (true) {
+    const auto block = blockAt(cursor.from, cursor.end);
     std::memcpy(cursor.to, &block, sizeof block);
     const auto plain = plainBytes(block);
     cursor.from += plain;
     cursor.to += plain;
     if (plain < sizeof block) return;
   }
-  while (cursor.from != cursor.end && isPlain(*cursor.from)) *cursor.to++ = *cursor.from++;
 }
 
-[[gnu::always_inline]] inline void writeUTF8(Cursor& cursor, std::uint32_t c) {
-  const auto byte = [&](std::uint32_t b) { *cursor.to++ = static_cast<char>(b); };
+template <class... Bytes>
+[[gnu::always_inline]] inline void write(Cursor& cursor, Bytes... bytes) {
+  ((*cursor.to++ = static_cast<char>(bytes)), ...);
+}
+
+/// Writes a character in UTF-8 that is one code unit in UTF-16.
+[[gnu::always_inline]] inline void writeUnit(Cursor& cursor, std::uint32_t c) {
   if (c < 0x80) {
-    byte(c);
+    write(cursor, c);
   } else if (c < 0x800) {
-    byte(0xC0 | c >> 6);
-    byte(0x80 | (c & 0x3F));
-  } else if (c < 0x10000) {
-    byte(0xE0 | c >> 12);
-    byte(0x80 | (c >> 6 & 0x3F));
-    byte(0x80 | (c & 0x3F));
+    write(cursor, 0xC0 | c >> 6, 0x80 | (c & 0x3F));
   } else {
-    byte(0xF0 | c >> 18);
-    byte(0x80 | (c >> 12 & 0x3F));
-    byte(0x80 | (c >> 6 & 0x3F));
-    byte(0x80 | (c & 0x3F));
+    write(cursor, 0xE0 | c >> 12, 0x80 | (c >> 6 & 0x3F), 0x80 | (c & 0x3F));
   }
 }
+
+/// Writes a character in UTF-8 that is a surrogate pair in UTF-16.
+[[gnu::always_inline]] inline void writePair(Cursor& cursor, std::uint32_t high,
+                                             std::uint32_t low) {
+  const auto c = 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
+  write(cursor, 0xF0 | c >> 18, 0x80 | (c >> 12 & 0x3F), 0x80 | (c >> 6 & 0x3F), 0x80 | (c & 0x3F));
+}
+
+template <class T>
+using ByteTable = std::array<T, 256>;
 
 /// What a letter behind a backslash stands for; 0: nothing.
 inline constexpr auto simpleEscapes = [] {
   constexpr std::string_view letters = "\"\\/bfnrt";
   constexpr std::string_view meanings = "\"\\/\b\f\n\r\t";
-  std::array<char, 256> table{};
+  ByteTable<char> table{};
   for (std::size_t i = 0; i < letters.size(); ++i) {
     table[static_cast<unsigned char>(letters[i])] = meanings[i];
   }
   return table;
 }();
 
-/// The values of hexadecimal digits. Other characters' are too large for any number of four digits.
+/// Too large for any number of four digits.
+inline constexpr std::uint32_t noDigit = 0x10000;
+
+/// The values of hexadecimal digits.
 inline constexpr auto hexDigits = [] {
-  std::array<std::uint32_t, 256> table{};
-  table.fill(0x10000);
+  ByteTable<std::uint32_t> table{};
+  table.fill(noDigit);
   for (std::uint32_t i = 0; i < 10; ++i) table['0' + i] = i;
   for (std::uint32_t i = 0; i < 6; ++i) table['a' + i] = table['A' + i] = 10 + i;
   return table;
@@ -108,17 +119,17 @@ inline constexpr auto hexDigits = [] {
 
 /// Reads four digits behind a "u".
 [[gnu::always_inline]] inline std::uint32_t readCodeUnit(Cursor& cursor) {
-  std::uint32_t unit = 0x10000;
+  std::uint32_t unit = noDigit;
   if (cursor.end - cursor.from > 4 && *cursor.from == 'u') {
     const auto digit = [&](std::size_t i) {
       return hexDigits[static_cast<unsigned char>(cursor.from[i])];
     };
     unit = digit(1) << 12 | digit(2) << 8 | digit(3) << 4 | digit(4);
   }
-  if (unit > 0xFFFF) {
+  if (unit >= noDigit) {
     cursor.fault = "a string holds an unknown escape";
     cursor.from += cursor.at('u');
-    return 0;
+    return {};
   }
   cursor.from += 5;
   return unit;
@@ -127,26 +138,28 @@ inline constexpr auto hexDigits = [] {
 /// Reads one escape.
 [[gnu::always_inline]] inline void readEscape(Cursor& cursor) {
   ++cursor.from;
-  const char letter = cursor.from == cursor.end ? '\0' : *cursor.from;
-  if (const char meaning = simpleEscapes[static_cast<unsigned char>(letter)]) {
+  const bool isOver = cursor.from == cursor.end;
+  if (const char meaning =
+          isOver ? '\0' : simpleEscapes[static_cast<unsigned char>(*cursor.from)]) {
     *cursor.to++ = meaning;
     ++cursor.from;
     return;
   }
-  auto c = readCodeUnit(cursor);
-  if (0xD800 <= c && c <= 0xDFFF) {
-    const bool isPair = c < 0xDC00 && cursor.end - cursor.from > 1 && cursor.from[0] == '\\' &&
-                        cursor.from[1] == 'u';
-    if (isPair) ++cursor.from;
-    const auto low = isPair ? readCodeUnit(cursor) : 0;
-    if (!cursor.fault.empty()) return;
-    if (low < 0xDC00 || 0xDFFF < low) {
-      cursor.fault = "a string holds half a surrogate pair";
-      return;
-    }
-    c = 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00);
+  const auto unit = readCodeUnit(cursor);
+  if (unit < 0xD800 || 0xDFFF < unit) {
+    writeUnit(cursor, unit);
+    return;
   }
-  writeUTF8(cursor, c);
+  std::uint32_t low{};
+  if (unit < 0xDC00 && std::string_view(cursor.from, cursor.end).starts_with("\\u")) {
+    ++cursor.from;
+    low = readCodeUnit(cursor);
+  }
+  if (0xDC00 <= low && low <= 0xDFFF) {
+    writePair(cursor, unit, low);
+  } else if (cursor.fault.empty()) {
+    cursor.fault = "a string holds half a surrogate pair";
+  }
 }
 
 /// Reads four escapes at once for as long as they stand next to each other and all are characters
@@ -161,8 +174,9 @@ inline constexpr auto hexDigits = [] {
     };
     const auto mark = [&](std::ptrdiff_t i) { return load(std::uint16_t{}, i * length); };
     const auto digits = [&](std::ptrdiff_t i) { return load(std::uint32_t{}, i * length + 2); };
+    // Never equal where the high byte comes first, so that this goes by the low one first alone.
     constexpr auto u = std::uint16_t{'\\'} | std::uint16_t{'u'} << 8;
-    if (((mark(0) ^ u) | (mark(1) ^ u) | (mark(2) ^ u) | (mark(3) ^ u)) != 0) return;
+    if (mark(0) != u || mark(1) != u || mark(2) != u || mark(3) != u) return;
 
     const auto text = std::bit_cast<Block>(Four{digits(0), digits(1), digits(2), digits(3)});
     const Block decimal = text - '0';
@@ -195,7 +209,7 @@ inline Cursor readEscaped(Cursor cursor) {
     readEscape(cursor);
     if (!cursor.fault.empty()) break;
     // One often stands alone, so the next one is looked at before a run is tried.
-    if (cursor.at('\\') && std::endian::native == std::endian::little) readRunOfEscapes(cursor);
+    if (cursor.at('\\')) readRunOfEscapes(cursor);
     // Where everything is escaped, the next one's place is known without a look at a block.
     if (!cursor.at('\\')) copyPlain(cursor);
   }
