@@ -1,7 +1,6 @@
 #include "Borrowed.h"
 #include "DecodingFailure.h"
 #include "JSONParser.h"
-#include "JSONText.h"
 #include "OrdinaryReader.h"
 #include "ParserCode.h"
 #include "TreeReader.h"
@@ -10,7 +9,7 @@
 
 #include <simdjson.h>
 
-#include <cstring>
+#include <algorithm>
 #include <utility>
 
 namespace PellixPlatform {
@@ -19,19 +18,13 @@ namespace {
 /// Whether escapes make up much of a document, going by a sample. simdjson is good at much else,
 /// but takes them one by one.
 bool isFullOfEscapes(std::string_view data) {
-  using JSONText::Block;
-  constexpr std::size_t samples = 16;  // blocks
-  const auto step = data.size() / samples;
-  if (step < 16 * sizeof(Block)) return false;
-  Block found{};
-  for (std::size_t i = 0; i < samples; ++i) {
-    Block block;
-    std::memcpy(&block, data.data() + i * step, sizeof block);
-    found += (block == '\\') & 1;
+  const auto step = data.size() / 16;
+  if (step < 256) return false;
+  std::ptrdiff_t backslashes = 0;
+  for (; data.size() >= step; data.remove_prefix(step)) {
+    backslashes += std::ranges::count(data.substr(0, 16), '\\');
   }
-  unsigned backslashes = 0;
-  for (std::size_t i = 0; i < sizeof found; ++i) backslashes += found[i];
-  return backslashes > samples * sizeof(Block) / 32;
+  return backslashes > 8;
 }
 
 /// Reads what is ordinary with the fast reader; whether it was.
@@ -41,14 +34,11 @@ bool readOrdinary(std::string_view data, void* result, Make make) {
   if (data.empty() || isFullOfEscapes(data)) return false;
   try {
     Borrowed<simdjson::dom::parser> parser;
-    if (parser->capacity() == 0 && !ParserCode::give(*parser, data.size())) {
-      parser.discard();
-      return false;
-    }
     simdjson::dom::element root;
-    if (const auto failure = parser->parse(data.data(), data.size()).get(root)) {
-      // A parser that memory ran out for would use what it lacks the next time.
-      if (failure == simdjson::MEMALLOC) parser.discard();
+    if ((parser->capacity() == 0 && !ParserCode::give(*parser, data.size())) ||
+        parser->parse(data.data(), data.size()).get(root)) {
+      // If memory ran out for it, it would use what it lacks the next time.
+      parser.discard();
       return false;
     }
     const OrdinaryReader reader;

@@ -3,7 +3,6 @@
 #include <simdjson.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <mutex>
 #include <new>
@@ -18,7 +17,6 @@ class ParserCode {
   /// Gives `parser` its code, and memory for a document of so many bytes; false if the process ends
   /// or memory is missing.
   static bool give(simdjson::dom::parser& parser, std::size_t bytes) {
-    bytes = std::clamp(bytes, std::size_t{32}, std::size_t{64} << 10);  // it grows when need be
     auto& code = shared();
     const std::lock_guard lock(code.mutex_);
     if (code.isGone_) return false;
@@ -30,9 +28,8 @@ class ParserCode {
     ::operator delete(::operator new(ample));
     const bool isGiven = !parser.allocate(bytes);
     code.process_ = getpid();
-    if (std::atexit(goAtExit) == 0) return isGiven;
-    code.process_ = 0;
-    throw std::bad_alloc();
+    code.isGone_ = std::atexit(goAtExit) != 0;  // nobody else comes here if it will not be called
+    return isGiven;
   }
 
  private:
