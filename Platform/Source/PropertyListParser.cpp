@@ -207,7 +207,7 @@ class Parser {
   std::exception_ptr failure_;
   bool inList_ = false;
   bool inLeaf_ = false;
-  bool keyIsRead_ = false;
+  bool keyIsRead_{};  // set by whatever stands first
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include "DecodingFailure.h"
 
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,15 +26,15 @@ struct Tree {
     malformedNumber,
   };
 
-  static constexpr std::uint32_t none = 0xFFFFFFFF;
+  static constexpr auto none = std::numeric_limits<std::uint32_t>::max();
 
   struct Node {
     Position position;
-    std::uint32_t textBegin = 0;
-    std::uint32_t textEnd = 0;
-    std::uint32_t next = 0;  // while a container is open: the container around it, or `none`
-    Kind kind = Kind::null;
-    bool isOwn = false;  // the text is in the tree's own
+    std::uint32_t textBegin{};
+    std::uint32_t textEnd{};
+    std::uint32_t next;  // while a container is open: the container around it, or `none`
+    Kind kind;
+    bool isOwn{};  // the text is in the tree's own
   };
 
   std::vector<Node> nodes;
@@ -49,11 +50,9 @@ struct Tree {
 
   /// Builds the tree: adds a node, as yet without text, inside the open container.
   Node& add(Kind kind, Position position) {
-    auto& node = nodes.emplace_back();
-    node.position = position;
-    node.kind = kind;
-    node.next = static_cast<std::uint32_t>(nodes.size());
-    return node;
+    const auto next = static_cast<std::uint32_t>(nodes.size() + 1);
+    nodes.push_back({.position = position, .next = next, .kind = kind});
+    return nodes.back();
   }
   /// Adds a container and makes it the open one.
   void open(Kind kind, Position position) {
