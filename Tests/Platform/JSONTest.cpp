@@ -53,6 +53,29 @@ TEST(JSONDecoder, ReadsOtherShapesOfDocument) {
   EXPECT_EQ(decode<std::vector<bool>>("[true,false]"), (std::vector<bool>{true, false}));
   const std::vector<std::vector<std::int64_t>> lists{{}, {1, 2}, {}};
   EXPECT_EQ(decode<std::vector<std::vector<std::int64_t>>>(written(lists)), lists);
+  for (const std::string start : starts) {
+    const auto list = valueOf<std::vector<std::int64_t>>(start + "[1,2,3]}");
+    EXPECT_EQ(list->capacity(), list->size());
+  }
+}
+
+/// Asks for a key twice, which no record may: it shows that a key is not looked for if it comes
+/// next.
+struct Twice {
+  struct Fields {
+    std::int64_t first{};
+    std::int64_t second{};
+  };
+  static constexpr std::tuple keys{PellixPlatform::Key{"v", &Fields::first},
+                                   PellixPlatform::Key{"v", &Fields::second}};
+  explicit Twice(const PellixPlatform::Decoder& decoder) : fields(decoder.decode(keys)) {}
+  Fields fields;
+};
+
+TEST(JSONDecoder, DoesNotLookForAKeyThatComesNext) {
+  for (const char* json : {R"({"v":1,"v":2})", R"({"v":1.0,"v":2})"}) {
+    EXPECT_EQ(decode<Twice>(json)->fields.second, 2);
+  }
 }
 
 TEST(JSONDecoder, SaysWhatIsWrongAndWhere) {
@@ -82,9 +105,12 @@ void expectFault(std::string json) {
   const auto byte = json.find('@');
   json.erase(byte, 1);
   const auto line = 1 + std::ranges::count(std::string_view(json).substr(0, byte), '\n');
-  EXPECT_EQ(failure(valueOf<std::int64_t>(json)),
-            "5; " + std::to_string(line) + "; " + std::to_string(byte))
-      << json.substr(0, 30);
+  for (const char* beyond : {R"(2"})", R"(\u3042"})"}) {  // no part of it
+    const auto longer = json + beyond;
+    EXPECT_EQ(failure(valueOf<std::int64_t>(std::string_view(longer).substr(0, json.size()))),
+              "5; " + std::to_string(line) + "; " + std::to_string(byte))
+        << json.substr(0, 30);
+  }
 }
 
 TEST(JSONDecoder, RefusesMalformedDocuments) {
