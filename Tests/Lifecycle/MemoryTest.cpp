@@ -15,6 +15,7 @@
 #include <future>
 #include <new>
 #include <string>
+#include <string_view>
 
 /// Every allocation fails in turn, and memory comes back.
 namespace LifecycleTests {
@@ -155,6 +156,30 @@ TEST(Memory, IsTakenOnceForABodyAndNotToTakeApartAnAddressThatIsOrdinary) {
   bool isRefused = false;
   isCompletedWith(0, [&] { isRefused = !PellixPlatform::URL::parse(std::move(other)); });
   EXPECT_FALSE(isRefused);
+}
+
+TEST(Memory, OfADecodingIsKeptUpToAMebibyte) {
+  const auto left = [](const char* start, std::size_t times, std::string_view repeated,
+                       const char* end) {
+    std::string json = start;
+    for (std::size_t i = 0; i < times; ++i) json += repeated;
+    EXPECT_FALSE(PellixPlatform::JSONDecoder().decode<bool>(json += end));
+    return Support::liveAllocations();
+  };
+  constexpr std::size_t most = std::size_t{1} << 20;
+  struct Row {
+    const char* start;
+    std::size_t times;
+    const char* repeated;
+    const char* end;
+  };
+  // The fast reader's; nodes of the other one, which are kept by powers of two; its own text.
+  for (const auto& [start, times, repeated, end] : {Row{"\"", most - 2, " ", "\""},
+                                                    {"[1e400", 32766, ",0", "]"},
+                                                    {"[1e400,\"\\n", most - 28, " ", "\"]"}}) {
+    const auto kept = left(start, times, repeated, end);
+    EXPECT_LT(left(start, times + 1, repeated, end), kept) << start;
+  }
 }
 
 /// Of the account, and of the knowledge base.
