@@ -102,6 +102,20 @@ void* tlsOf(CURL* easy) {
   return session ? session->internals : nullptr;
 }
 
+/// RFC 9110, section 8.6. One that is said several times comes as a list.
+bool isLength(std::string_view value) {
+  constexpr std::string_view digits = "0123456789";
+  constexpr std::size_t most = 18;  // digits, so that it is a number of libcurl's, too
+  const auto length = value.substr(0, value.find(','));
+  if (length.empty() || length.size() > most || length.find_first_not_of(digits) != length.npos) {
+    return false;
+  }
+  while (value.starts_with(length) && value.substr(length.size()).starts_with(", ")) {
+    value.remove_prefix(length.size() + 2);
+  }
+  return value == length;
+}
+
 /// Runs `body`; false if memory is missing. No exception may pass through libcurl.
 template <class Body>
 bool hasMemoryFor(Body body) {
@@ -166,6 +180,8 @@ void CurlTransfer::configure(CURL* easy, Sockets& sockets, const Network& networ
   }
   set(easy, CURLOPT_NOPROXY, network.proxyExceptions.c_str());
   set(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, true);
+  set(easy, CURLOPT_NOPROGRESS, network.proxy.empty());
+  set(easy, CURLOPT_XFERINFOFUNCTION, mayHaveMore);
 
   set(easy, CURLOPT_PREREQFUNCTION, static_cast<curl_prereq_callback>(mayBeSent));
   set(easy, CURLOPT_DEBUGFUNCTION, takeNote);
@@ -183,8 +199,8 @@ void CurlTransfer::prepare(CURL* easy, Sockets& sockets, bool isMultiplexed) {
 
   // First, so that it refers to no earlier transfer, should memory run out.
   set(easy, CURLOPT_ERRORBUFFER, detail_);
-  for (const auto option :
-       {CURLOPT_PREREQDATA, CURLOPT_DEBUGDATA, CURLOPT_HEADERDATA, CURLOPT_WRITEDATA}) {
+  for (const auto option : {CURLOPT_PREREQDATA, CURLOPT_DEBUGDATA, CURLOPT_HEADERDATA,
+                            CURLOPT_WRITEDATA, CURLOPT_XFERINFODATA}) {
     set(easy, option, this);
   }
 
@@ -270,6 +286,12 @@ bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
   return true;
 }
 
+int CurlTransfer::mayHaveMore(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+  auto& transfer = *static_cast<CurlTransfer*>(self);
+  transfer.isTooLarge_ = !transfer.sockets_->mayHaveMore(self);
+  return transfer.isTooLarge_ ? 1 : 0;
+}
+
 int CurlTransfer::takeNote(CURL* easy, curl_infotype kind, char* text, std::size_t size,
                            void* self) {
   auto& transfer = *static_cast<CurlTransfer*>(self);
@@ -317,6 +339,7 @@ void CurlTransfer::leaveConnection(CURLcode result) {
     Sockets::breakIfSilent(connection,
                            std::chrono::floor<std::chrono::milliseconds>(Clock::now() - sentAt_));
   }
+  mayBeCut_ = !hasSharedConnection_ && Sockets::mayBeCut(connection);
   sockets_->endUse(connection);
   figures_ = takeFigures(connection != nullptr);
 }
@@ -402,13 +425,31 @@ PellixPlatform::Error CurlTransfer::errorFor(CURLcode result, long proxyStatus) 
   return curlFailure(result, detail_, proxyStatus);
 }
 
+std::optional<PellixPlatform::Error> CurlTransfer::faultOf(
+    const PellixPlatform::HTTPURLResponse& response) const {
+  const auto length = response.valueForHeaderField("Content-Length");
+  // libcurl takes the last one, and what is no number for none.
+  if (length && !isLength(*length)) {
+    return makeCoreError(CoreErrorCode::malformedReply, "Content-Length");
+  }
+  const bool hasNoBody = status_ == 204 || status_ == 304;
+  if (!mayBeCut_ || hasNoBody || length || response.valueForHeaderField("Transfer-Encoding")) {
+    return std::nullopt;
+  }
+  return makeCoreError(CoreErrorCode::connectionLost, "TLS has not ended");
+}
+
 void CurlTransfer::finish(CURLcode result, long proxyStatus) {
   TransportReply reply;
   reply.figures = figures_;
   if (result == CURLE_OK && hasAllHeaders_) {
-    reply.response = std::make_shared<const PellixPlatform::HTTPURLResponse>(
+    auto response = std::make_shared<const PellixPlatform::HTTPURLResponse>(
         request_.url.string(), status_, std::move(responseHeaders_));
-    if (!body_.empty()) reply.data = std::move(body_);
+    reply.error = faultOf(*response);
+    if (!reply.error) {
+      reply.response = std::move(response);
+      if (!body_.empty()) reply.data = std::move(body_);
+    }
   } else {
     reply.error = errorFor(result, proxyStatus);
   }

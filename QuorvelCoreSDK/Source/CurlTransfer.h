@@ -68,12 +68,17 @@ class CurlTransfer {
   /// 9.2.2), unless the server has said, or it is plain, that it took nothing of it.
   static int mayBeSent(void* self, char* peer, char* local, int peerPort, int localPort);
   [[nodiscard]] bool mayBeSent(const Sockets::Route& route);
+  /// Runs whenever a byte comes of what a proxy says for itself, which no other limit holds for.
+  static int mayHaveMore(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t);
   static int takeNote(CURL*, curl_infotype kind, char* text, std::size_t size, void* self);
   void readNote(std::string_view note);
   static std::size_t takeHeader(char* data, std::size_t size, std::size_t count, void* self);
   static std::size_t takeBody(char* data, std::size_t size, std::size_t count, void* self);
 
   [[nodiscard]] TransportFigures takeFigures(bool hadConnection) const;
+  /// What is wrong with a reply that libcurl takes for a whole one: RFC 9112, section 6.3.
+  [[nodiscard]] std::optional<PellixPlatform::Error> faultOf(
+      const PellixPlatform::HTTPURLResponse& response) const;
   [[nodiscard]] PellixPlatform::Error errorFor(CURLcode result, long proxyStatus) const;
 
   TransportRequest request_;
@@ -94,6 +99,7 @@ class CurlTransfer {
   int attempts_ = 0;
   bool hasSharedConnection_ = false;
   bool isMultiplexed_;  // like others without a value here, set before it is read
+  bool mayBeCut_;       // where its connection ended
   bool isUnheard_;
   bool isStale_ = false;     // the connection could not be used again
   bool wasSound_ = false;    // the connection that libcurl has given up

@@ -1,11 +1,13 @@
 #include "CurlTransport.h"
 
 #include "CurlWorker.h"
+#include "Header.h"
 #include "SecureURL.h"
 
 #include <PellixPlatform/DispatchQueue.h>
 #include <QuorvelCoreSDK/CoreError.h>
 
+#include <algorithm>
 #include <system_error>
 
 namespace QuorvelCoreSDK {
@@ -21,12 +23,14 @@ CurlTransport::CurlTransport(Network network)
     : network_(std::make_shared<const Network>(std::move(network))) {}
 
 void CurlTransport::send(TransportRequest request, Completion completion) {
-  if (!isSecure(request.url)) {  // a host's own transport may have changed it
-    post([completion = std::move(completion)] {
-      completion({.error = makeCoreError(CoreErrorCode::insecureUrl)});
-    });
-    return;
-  }
+  // A host's own transport may have changed them.
+  const auto isRefused = [&](CoreErrorCode code) {
+    post(
+        [completion = std::move(completion), code] { completion({.error = makeCoreError(code)}); });
+  };
+  if (!isSecure(request.url)) return isRefused(CoreErrorCode::insecureUrl);
+  if (!std::ranges::all_of(request.headers, isHeader))
+    return isRefused(CoreErrorCode::invalidHeader);
   try {
     auto& worker = CurlWorker::shared();
     worker.add(std::make_unique<CurlTransfer>(std::move(request), std::move(completion), network_));

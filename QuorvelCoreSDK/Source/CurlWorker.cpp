@@ -213,6 +213,7 @@ void CurlWorker::run() {
     dropIfAsked();
     sortAdded();
     startWaiting();
+    sockets_.beginTurn();
     int stillRunning = 0;
     curl_multi_perform(multi_.get(), &stillRunning);
     countConnecting();

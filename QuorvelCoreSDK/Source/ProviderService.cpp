@@ -1,3 +1,4 @@
+#include "Header.h"
 #include "PendingCall.h"
 #include "SecureURL.h"
 #include "Session.h"
@@ -14,22 +15,6 @@ namespace QuorvelCoreSDK {
 namespace {
 
 using Parameters = ProviderService::Parameters;
-
-/// RFC 9110, section 5.6.2.
-bool isHeaderName(std::string_view name) {
-  return !name.empty() && std::ranges::all_of(name, [](char c) {
-    constexpr std::string_view others = "!#$%&'*+-.^_`|~";
-    return ('0' <= c && c <= '9') || ('a' <= c && c <= 'z') || ('A' <= c && c <= 'Z') ||
-           others.find(c) != others.npos;
-  });
-}
-
-/// Whether a value can't break out of its header: RFC 9110, section 5.5.
-bool isHeaderValue(std::string_view value) {
-  return std::ranges::none_of(value, [](char c) {
-    return (static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7F;
-  });
-}
 
 std::expected<TransportRequest, PellixPlatform::Error> makeRequest(Parameters&& parameters,
                                                                    const Session& session) {
@@ -49,27 +34,23 @@ std::expected<TransportRequest, PellixPlatform::Error> makeRequest(Parameters&& 
                            .waitsForConnection = parameters.waitsForConnection};
   auto& headers = request.headers;
   headers.reserve(8);
-  bool areValid = true;
-  const auto add = [&](std::string name, std::string value) {
-    areValid = areValid && isHeaderValue(value);
-    headers.emplace_back(std::move(name), std::move(value));
-  };
   if (parameters.requiresAuth) {
     const auto token = session.token();
     if (!token || token->empty()) {
       return std::unexpected(makeCoreError(CoreErrorCode::missingToken));
     }
-    add("Authorization", "Bearer " + *token);
+    headers.emplace_back("Authorization", "Bearer " + *token);
   }
   headers.emplace_back("Accept", "application/json");
   if (request.body) headers.emplace_back("Content-Type", "application/json; charset=utf-8");
-  add("X-Quorvel-Client", parameters.clientHeaders->client());
-  add("X-Quorvel-Client-Version", parameters.clientHeaders->version());
+  headers.emplace_back("X-Quorvel-Client", parameters.clientHeaders->client());
+  headers.emplace_back("X-Quorvel-Client-Version", parameters.clientHeaders->version());
   for (const auto& [name, value] : parameters.clientHeaders->aditionalHeaders()) {
-    areValid = areValid && isHeaderName(name);
-    add(name, value);
+    headers.emplace_back(name, value);
   }
-  if (!areValid) return std::unexpected(makeCoreError(CoreErrorCode::invalidHeader));
+  if (!std::ranges::all_of(headers, isHeader)) {
+    return std::unexpected(makeCoreError(CoreErrorCode::invalidHeader));
+  }
   return request;
 }
 

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "Deadline.h"
+
 #include <array>
 #include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 namespace QuorvelCoreSDK {
@@ -57,7 +60,19 @@ class Sockets {
   [[nodiscard]] static bool wasLeftOut(const Use& use, std::int64_t stream);
 
   /// Says that one side has ended TLS on a connection.
-  void noteEndOfTls(const void* tls);
+  void noteEndOfTls(const void* tls, bool isByPeer);
+  /// Whether somebody on the way may have ended the connection, if it has: by TLS, the other side
+  /// has not (RFC 9112, section 9.8).
+  [[nodiscard]] static bool mayBeCut(const Use& use);
+
+  /// Says that every connection has its turn anew.
+  void beginTurn();
+  /// Says that `reader` (whatever tells it from others) gets one more piece of what comes over its
+  /// connection. False if it has had so many at a stretch, for so long, that it keeps all others
+  /// waiting, and has to go. libcurl itself would read as long as something comes.
+  [[nodiscard]] bool mayHaveMore(const void* reader);
+  /// Ends the connection of `tls` as if it had been lost. False if it is not in use yet.
+  [[nodiscard]] bool breakOff(const void* tls) const;
 
   /// Breaks the connection off if no byte has come over it for so long.
   static void breakIfSilent(const Use& use, std::chrono::milliseconds since);
@@ -98,6 +113,9 @@ class Sockets {
   const Descriptor watch_;
   const Descriptor wake_;
   std::map<int, Use> sockets_;
+  const void* reader_ = nullptr;             // the latest
+  std::size_t pieces_ = 0;                   // that it has had in this turn
+  std::optional<Clock::time_point> isOver_;  // for those who have had many
 };
 
 }  // namespace QuorvelCoreSDK

@@ -4,6 +4,7 @@
 
 #include <openssl/ssl.h>
 
+#include <cstddef>
 #include <string_view>
 
 namespace QuorvelCoreSDK {
@@ -14,10 +15,20 @@ int socketsIndex() {
   return index;
 }
 
+Sockets& socketsOf(const SSL* tls) {
+  return *static_cast<Sockets*>(SSL_CTX_get_ex_data(SSL_get_SSL_CTX(tls), socketsIndex()));
+}
+
 void noteAlert(const SSL* tls, int where, int) {
   if ((where & SSL_CB_ALERT) == 0) return;  // farewells are alerts, too: RFC 8446, section 6.1
-  auto* const sockets = SSL_CTX_get_ex_data(SSL_get_SSL_CTX(tls), socketsIndex());
-  static_cast<Sockets*>(sockets)->noteEndOfTls(tls);
+  socketsOf(tls).noteEndOfTls(tls, (where & SSL_CB_READ) != 0);
+}
+
+void noteMessage(int isSent, int, int kind, const void*, std::size_t, SSL* tls, void*) {
+  if (isSent != 0 || kind != SSL3_RT_HEADER) return;
+  auto& sockets = socketsOf(tls);
+  if (sockets.mayHaveMore(tls) || sockets.breakOff(tls)) return;
+  SSL_set_shutdown(tls, SSL_RECEIVED_SHUTDOWN);  // which fails a handshake
 }
 
 }  // namespace
@@ -35,6 +46,10 @@ bool speaksHttp2(const void* tls) {
   return std::string_view(reinterpret_cast<const char*>(name), length) == "h2";  // RFC 9113
 }
 
+bool holdsUnread(const void* tls) {
+  return tls && canWatchTls() && SSL_has_pending(static_cast<const SSL*>(tls)) != 0;
+}
+
 void endInPeace(void* tls) {
   constexpr int both = SSL_SENT_SHUTDOWN | SSL_RECEIVED_SHUTDOWN;
   if (tls && canWatchTls()) SSL_set_shutdown(static_cast<SSL*>(tls), both);
@@ -48,7 +63,8 @@ CURLcode watchTls(CURL* easy, void* context, void* sockets) {
   const bool isComplete = (!folder || SSL_CTX_load_verify_dir(tls, folder) == 1) &&
                           SSL_CTX_set_ex_data(tls, socketsIndex(), sockets) == 1;
   SSL_CTX_set_info_callback(tls, noteAlert);
-  // libcurl would do without them, and in TLS 1.2 many servers resume no session otherwise.
+  SSL_CTX_set_msg_callback(tls, noteMessage);
+  // libcurl would do without tickets, and in TLS 1.2 many servers resume no session otherwise.
   SSL_CTX_clear_options(tls, SSL_OP_NO_TICKET);
   return isComplete ? CURLE_OK : CURLE_OUT_OF_MEMORY;
 }

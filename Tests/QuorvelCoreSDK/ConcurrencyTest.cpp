@@ -121,10 +121,13 @@ TEST(ConcurrencyTest, WhatComesUnaskedIsNoReplyToALaterRequest) {
   for (const auto& identity :
        {std::optional<Support::LoopbackIdentity>(), std::optional(Support::makeIdentity({}))}) {
     int call = 0;
+    const std::string body(40'000, ' ');  // is not read at once
     std::promise<void> mayFollow;
     std::promise<void> hasFollowed;
     const auto handler = [&](const LoopbackRequest& request) -> LoopbackReply {
-      if (request.connection > 0) return {httpReply("200 OK", "second")};
+      if (request.connection == 0)
+        return {httpReply("200 OK", body) + httpReply("200 OK", "stray")};
+      if (request.connection > 1) return {httpReply("200 OK", "second")};
       switch (++call) {
         case 1:
           return {httpReply("200 OK", "first"), LoopbackReply::Then::more};
@@ -141,6 +144,7 @@ TEST(ConcurrencyTest, WhatComesUnaskedIsNoReplyToALaterRequest) {
     if (identity) directory.write("trusted", identity->certificate);
     const auto trusted = identity ? directory.path() / "trusted" : std::filesystem::path();
     const Client client(server.origin(), {.network = {.certificateAuthorities = trusted}});
+    EXPECT_EQ(client.perform().data, body);
     EXPECT_EQ(client.perform().data, "first");
     mayFollow.set_value();
     hasFollowed.get_future().wait();

@@ -101,12 +101,24 @@ TEST_F(Http2Test, ManyRequestsShareAConnectionBeforeTheFirstIsAnswered) {
 TEST_F(Http2Test, AConnectionThatHasFallenSilentIsNotUsedAgain) {
   const Server server("fall-silent", file_);
   const auto client = clientFor(server.origin);
-  EXPECT_EQ(client.perform().data, "1");
+  for (int i = 0; i < 16; ++i) EXPECT_EQ(client.perform().status(), 200);
   const Server another("answer", file_);  // which takes more than a tick of the system's clock
   auto parameters = client.parameters();
   parameters.requestTimeout = std::chrono::milliseconds(300);
   EXPECT_EQ(valueOf(Client::begin(std::move(parameters))).code(), CoreErrorCode::timedOut);
-  EXPECT_EQ(client.perform().data, "3");
+  EXPECT_EQ(client.perform().data, "18");
+}
+
+TEST_F(Http2Test, AServerThatFloodsItsConnectionDoesNotHoldUpOthers) {
+  const Server server("flood", file_);
+  const auto client = clientFor(server.origin);
+  for (int i = 0; i < 16; ++i) EXPECT_EQ(client.perform().status(), 200);
+  auto parameters = client.parameters();
+  parameters.requestTimeout = std::chrono::hours(1);
+  auto flooded = Client::begin(std::move(parameters));
+  const Support::LoopbackServer another(replying(Support::httpReply("200 OK")));
+  EXPECT_EQ(Client(another.origin()).perform().status(), 200);
+  EXPECT_EQ(valueOf(std::move(flooded)).code(), CoreErrorCode::connectionLost);
 }
 
 TEST_F(Http2Test, SessionsOutliveConnectionsThatTheServerCloses) {

@@ -165,6 +165,14 @@ TEST_F(SecurityTest, TrustsTheSystemsFolderBesideItsFile) {
   }
 }
 
+TEST_F(SecurityTest, TakesNoReplyForWholeThatSomebodyMayHaveCut) {
+  const LoopbackServer server(
+      replying("HTTP/1.1 200 OK\r\n\r\nhalf", Support::LoopbackReply::Then::close),
+      {.identity = makeIdentity({.issuer = &authority_})});
+  const Client client(server.origin(), {.network = {.certificateAuthorities = trusted_}});
+  EXPECT_EQ(client.perform().code(), CoreErrorCode::connectionLost);
+}
+
 TEST_F(SecurityTest, ReadsTheSystemsCertificatesOnceForManyConnections) {
   const auto readBytes = [] {
     std::ifstream figures("/proc/self/io");
@@ -191,6 +199,9 @@ TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationElseOfTheEnvironment) {
                               {.identity = makeIdentity({.issuer = &authority_})});
   const LoopbackServer asking(replying(httpReply("407 Proxy Authentication Required", "",
                                                  "Proxy-Authenticate: Basic realm=\"x\"\r\n")));
+  const LoopbackServer flooding(
+      replying("HTTP/1.1 407 No\r\nContent-Length: 9999999999\r\n\r\n" + std::string(1 << 20, ' '),
+               Support::LoopbackReply::Then::repeat));
   const LoopbackServer closed(nullptr, {.isDeaf = true});
   const auto port = [](const LoopbackServer& of) { return std::to_string(of.port()); };
   const Support::Values values{{"{port}", port(server)},
@@ -199,6 +210,7 @@ TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationElseOfTheEnvironment) {
                                {"{passing}", "127.0.0.1:" + port(passing)},
                                {"{secure}", "127.0.0.1:" + port(secure)},
                                {"{asking}", "127.0.0.1:" + port(asking)},
+                               {"{flooding}", "127.0.0.1:" + port(flooding)},
                                {"{closed}", "127.0.0.1:" + port(closed)},
                                {"{closed port}", port(closed)}};
   for (const auto& row : Support::rowsOf("QuorvelCoreSDK/Data/Proxies.txt", values)) {

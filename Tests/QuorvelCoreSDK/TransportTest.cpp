@@ -1,6 +1,7 @@
 #include "Client.h"
 
 #include <atomic>
+#include <tuple>
 
 namespace QuorvelCoreSDK {
 namespace {
@@ -48,12 +49,19 @@ TEST(TransportTest, AHostsOwnMayHandOnToTheDefaultOne) {
   const auto own =
       std::make_shared<OwnTransport>(makeTransport({.ignoreProxyEnvironment = true}).value());
   const Client client(server.origin(), {.transport = own});
-  std::promise<TransportReply> refused;
-  makeTransport().value()->send(
-      {.url = PellixPlatform::URL::parse("http://account.invalid").value()},
-      [&](TransportReply reply) { refused.set_value(std::move(reply)); });
-  EXPECT_EQ(valueOf(refused.get_future()).error->code(),
-            static_cast<std::int64_t>(CoreErrorCode::insecureUrl));
+  using Headers = decltype(TransportRequest::headers);
+  const std::tuple<std::string, Headers, CoreErrorCode> refusals[] = {
+      {"http://account.invalid", {}, CoreErrorCode::insecureUrl},
+      {server.origin(), {{"X-A", "1"}, {"X-B", "1\r\nX-C: 1"}}, CoreErrorCode::invalidHeader},
+      {server.origin(), {{"X-A: 1\nX-B", "1"}}, CoreErrorCode::invalidHeader},
+  };
+  for (const auto& [address, headers, code] : refusals) {
+    std::promise<TransportReply> refused;
+    makeTransport().value()->send(
+        {.url = PellixPlatform::URL::parse(address).value(), .headers = headers},
+        [&](TransportReply reply) { refused.set_value(std::move(reply)); });
+    EXPECT_EQ(valueOf(refused.get_future()).error->code(), static_cast<std::int64_t>(code));
+  }
   EXPECT_EQ(client.perform().status(), 503);
   EXPECT_EQ(server.requests().size(), 3U) << "libcurl repeats one of itself";
 

@@ -27,6 +27,13 @@ taken = 0
 requests = itertools.count(1)
 
 
+def end(channel):
+    channel.shutdown(socket.SHUT_WR)
+    with contextlib.suppress(OSError):
+        while channel.recv(65536):
+            pass
+
+
 def end_in_its_way(way, channel, connection, stream):
     """Returns whether the connection goes on."""
     codes = {"reset-stream-refused": h2.errors.ErrorCodes.REFUSED_STREAM,
@@ -39,9 +46,13 @@ def end_in_its_way(way, channel, connection, stream):
     elif way.startswith("go-away"):
         connection.close_connection(last_stream_id=max(0, stream - 2 * (way == "go-away-before")))
         channel.sendall(connection.data_to_send())
+        end(channel)  # else what is not read yet would have the system reset the connection
     elif way == "fall-silent":
         while channel.recv(65536):
             pass
+    elif way == "flood":
+        while True:
+            channel.sendall(bytes([0, 0, 0, 99, 0, 0, 0, 0, 0]) * 100_000)  # frames of no known type
     elif way == "say-farewell":
         channel.settimeout(1)
         channel.unwrap()  # raises, if the other side does not answer
@@ -81,10 +92,7 @@ def serve(channel):
             if ways[0] in ("answer-once", "answer-together"):
                 channel.sendall(connection.data_to_send())
                 session = "resumed" if channel.session_reused else "new"
-                channel.shutdown(socket.SHUT_WR)
-                with contextlib.suppress(OSError):
-                    while channel.recv(65536):
-                        pass
+                end(channel)
                 print(session, flush=True)
                 return
 

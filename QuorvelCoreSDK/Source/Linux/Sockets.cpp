@@ -12,6 +12,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
@@ -19,6 +20,7 @@
 #include <limits>
 #include <new>
 #include <system_error>
+#include <utility>
 
 namespace QuorvelCoreSDK {
 namespace {
@@ -102,6 +104,7 @@ struct Sockets::Socket {
   bool isClosedByPeer = false;
   bool hasBroken = false;  // as far as is known without a look
   void* tls = nullptr;
+  bool isTlsEndedByPeer = false;
   std::int64_t lastStream = std::numeric_limits<std::int64_t>::max();
   End local{};
   End peer{};
@@ -152,7 +155,8 @@ bool Sockets::isSpent(const Route& route) {
   if (!socket) return false;
   const int state = stateOf(socket->descriptor);
   const bool isClosed = (state & POLLRDHUP) != 0;
-  const bool isUnasked = (state & POLLIN) != 0 && socket->wasUsed && !speaksHttp2(socket->tls);
+  const bool hasMore = (state & POLLIN) != 0 || holdsUnread(socket->tls);
+  const bool isUnasked = hasMore && socket->wasUsed && !speaksHttp2(socket->tls);
   if (!isClosed && !isUnasked) return false;
   closeIfIdle(*socket);
   return true;
@@ -186,10 +190,37 @@ bool Sockets::wasLeftOut(const Use& use, std::int64_t stream) {
   return use && stream > use->lastStream;
 }
 
-void Sockets::noteEndOfTls(const void* tls) {
+void Sockets::noteEndOfTls(const void* tls, bool isByPeer) {
   for (const auto& [descriptor, socket] : sockets_) {
-    if (socket->tls == tls) socket->hasBroken = true;
+    if (socket->tls != tls) continue;
+    socket->hasBroken = true;
+    socket->isTlsEndedByPeer = socket->isTlsEndedByPeer || isByPeer;
   }
+}
+
+bool Sockets::mayBeCut(const Use& use) {
+  return use && use->tls && canWatchTls() && !use->isTlsEndedByPeer;
+}
+
+void Sockets::beginTurn() {
+  pieces_ = 0;
+  isOver_.reset();
+}
+
+bool Sockets::mayHaveMore(const void* reader) {
+  constexpr std::chrono::milliseconds longest(250);
+  constexpr std::size_t few = 1000;  // as a process has read that was stopped for a while
+  if (std::exchange(reader_, reader) != reader) pieces_ = 0;
+  if (++pieces_ <= few) return true;
+  const auto now = Clock::now();
+  if (!isOver_) isOver_ = now + longest;
+  return now < *isOver_;
+}
+
+bool Sockets::breakOff(const void* tls) const {
+  const auto found =
+      std::ranges::find(sockets_, tls, [](const auto& each) { return each.second->tls; });
+  return found != sockets_.end() && ::dup3(ended_, found->first, O_CLOEXEC) >= 0;
 }
 
 void Sockets::breakIfSilent(const Use& use, std::chrono::milliseconds since) {
