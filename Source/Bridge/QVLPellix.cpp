@@ -2,11 +2,11 @@
 #include "LibraryVersion.h"
 
 #include <PellixPlatform/internal/Bridge/Memory.h>
-#include <PellixPlatform/internal/FatalError.h>
 #include <QuorvelCoreSDK/internal/QuorvelHandle.h>
 #include <VeltraneProvidersSDK/internal/VeltraneHandle.h>
 
 #include <string>
+#include <utility>
 
 using namespace PellixProvidersSDK;
 using namespace PellixPlatform::Bridge;
@@ -40,5 +40,6 @@ size_t QVLPellix_version(char* bytes, size_t capacity) {
 }
 
 void QVLPellix_init() {
-  PellixPlatform::fatalUnimplementedInitializer("PellixProvidersSDK.Pellix", "init()");
+  static_cast<void>(Pellix());
+  std::unreachable();  // the constructor does not return, which compilers can't all see
 }

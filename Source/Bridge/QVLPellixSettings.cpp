@@ -1,7 +1,6 @@
 #include "Bridge/Handles.h"
 
 #include <PellixPlatform/internal/Bridge/Callbacks.h>
-#include <PellixPlatform/internal/FatalError.h>
 
 using namespace PellixProvidersSDK;
 using namespace PellixPlatform::Bridge;
@@ -21,7 +20,8 @@ void QVLPellixSettingsProvider_getSettingsWithCallback(QVLSettingsCallback callb
 }
 
 void QVLPellixSettingsProvider_init() {
-  PellixPlatform::fatalError("Source/Settings/PellixSettingsProvider:29: Fatal error: ");
+  static_cast<void>(PellixSettingsProvider());
+  std::unreachable();  // the constructor does not return, which compilers can't all see
 }
 
 const QVLPellixSettings* QVLPellixSettings_init() {
