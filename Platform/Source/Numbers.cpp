@@ -14,9 +14,9 @@ namespace {
 /// All of a text as an integer, if it is one that fits.
 std::optional<std::int64_t> integerIn(std::string_view text) {
   std::int64_t value{};
-  const auto* const end = text.data() + text.size();
-  const auto [stop, failure] = std::from_chars(text.data(), end, value);
-  return stop == end && failure == std::errc{} ? std::optional(value) : std::nullopt;
+  const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
+  const bool isAll = end == text.data() + text.size() && failure == std::errc{};
+  return isAll ? std::optional(value) : std::nullopt;
 }
 
 /// A number with a point or an exponent as it is written without; nothing if it has a fraction or
