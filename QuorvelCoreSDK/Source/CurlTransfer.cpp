@@ -116,6 +116,14 @@ bool isLength(std::string_view value) {
   return value == length;
 }
 
+/// RFC 9112, section 7.1.
+bool isChunked(std::string_view codings) {
+  constexpr std::string_view name = "chunked";
+  const auto last = codings.substr(codings.size() - std::min(codings.size(), name.size()));
+  constexpr auto small = [](char c) { return static_cast<char>(c | 0x20); };
+  return std::ranges::equal(last, name, {}, small);
+}
+
 /// Runs `body`; false if memory is missing. No exception may pass through libcurl.
 template <class Body>
 bool hasMemoryFor(Body body) {
@@ -376,6 +384,7 @@ TransportFigures CurlTransfer::takeFigures(bool hadConnection) const {
 std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t count, void* self) {
   auto& transfer = *static_cast<CurlTransfer*>(self);
   const std::string_view line(data, size * count);
+  transfer.sockets_->noteProgress();
   if (!transfer.firstByteAt_) transfer.firstByteAt_ = Clock::now();
   transfer.headerBytes_ += line.size();
   if (transfer.headerBytes_ > largestHeaders || ++transfer.headerLines_ > mostHeaderLines) {
@@ -402,6 +411,7 @@ std::size_t CurlTransfer::takeHeader(char* data, std::size_t size, std::size_t c
 
 std::size_t CurlTransfer::takeBody(char* data, std::size_t size, std::size_t count, void* self) {
   auto& transfer = *static_cast<CurlTransfer*>(self);
+  transfer.sockets_->noteProgress();
   const auto most =
       transfer.request_.maxResponseBytes.value_or(transfer.network_->maxResponseBytes);
   if (size * count > most - transfer.body_.size()) {
@@ -432,10 +442,10 @@ std::optional<PellixPlatform::Error> CurlTransfer::faultOf(
   if (length && !isLength(*length)) {
     return makeCoreError(CoreErrorCode::malformedReply, "Content-Length");
   }
+  const auto coding = response.valueForHeaderField("Transfer-Encoding");
+  const bool hasEnd = coding ? isChunked(*coding) : length.has_value();
   const bool hasNoBody = status_ == 204 || status_ == 304;
-  if (!mayBeCut_ || hasNoBody || length || response.valueForHeaderField("Transfer-Encoding")) {
-    return std::nullopt;
-  }
+  if (!mayBeCut_ || hasEnd || hasNoBody) return std::nullopt;
   return makeCoreError(CoreErrorCode::connectionLost, "TLS has not ended");
 }
 

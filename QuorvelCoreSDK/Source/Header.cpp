@@ -10,10 +10,10 @@ namespace {
 /// RFC 9110, section 5.6.2.
 constexpr auto isOfNames = [] {
   std::array<bool, 256> table{};
-  for (const unsigned char c : std::string_view("!#$%&'*+-.^_`|~0123456789"
-                                                "abcdefghijklmnopqrstuvwxyz"
-                                                "ABCDEFGHIJKLMNOPQRSTUVWXYZ")) {
-    table[c] = true;
+  for (const char c : std::string_view("!#$%&'*+-.^_`|~0123456789"
+                                       "abcdefghijklmnopqrstuvwxyz"
+                                       "ABCDEFGHIJKLMNOPQRSTUVWXYZ")) {
+    table[static_cast<unsigned char>(c)] = true;
   }
   return table;
 }();

@@ -71,6 +71,8 @@ class Sockets {
   /// connection. False if it has had so many at a stretch, for so long, that it keeps all others
   /// waiting, and has to go. libcurl itself would read as long as something comes.
   [[nodiscard]] bool mayHaveMore(const void* reader);
+  /// Says that what has come was of use.
+  void noteProgress();
   /// Ends the connection of `tls` as if it had been lost. False if it is not in use yet.
   [[nodiscard]] bool breakOff(const void* tls) const;
 
@@ -113,9 +115,10 @@ class Sockets {
   const Descriptor watch_;
   const Descriptor wake_;
   std::map<int, Use> sockets_;
-  const void* reader_ = nullptr;             // the latest
-  std::size_t pieces_ = 0;                   // that it has had in this turn
-  std::optional<Clock::time_point> isOver_;  // for those who have had many
+  const void* reader_ = nullptr;                   // the latest
+  std::size_t pieces_ = 0;                         // that it has had in this turn
+  std::size_t piecesInVain_ = 0;                   // since something was of use
+  std::optional<std::chrono::nanoseconds> begun_;  // the work on those who have had many
 };
 
 }  // namespace QuorvelCoreSDK

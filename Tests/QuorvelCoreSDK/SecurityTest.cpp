@@ -166,11 +166,20 @@ TEST_F(SecurityTest, TrustsTheSystemsFolderBesideItsFile) {
 }
 
 TEST_F(SecurityTest, TakesNoReplyForWholeThatSomebodyMayHaveCut) {
-  const LoopbackServer server(
-      replying("HTTP/1.1 200 OK\r\n\r\nhalf", Support::LoopbackReply::Then::close),
-      {.identity = makeIdentity({.issuer = &authority_})});
-  const Client client(server.origin(), {.network = {.certificateAuthorities = trusted_}});
-  EXPECT_EQ(client.perform().code(), CoreErrorCode::connectionLost);
+  const std::pair<std::string, int> fieldsAndStatus[] = {
+      {"", 0},
+      {"Transfer-Encoding: identity\r\nContent-Length: 9\r\n", 0},
+      {"Transfer-Encoding: Chunked\r\n", 200},
+  };
+  for (const auto& [fields, status] : fieldsAndStatus) {
+    const LoopbackServer server(replying("HTTP/1.1 200 OK\r\n" + fields + "\r\n1\r\n!\r\n0\r\n\r\n",
+                                         Support::LoopbackReply::Then::close),
+                                {.identity = makeIdentity({.issuer = &authority_})});
+    const Client client(server.origin(), {.network = {.certificateAuthorities = trusted_}});
+    const auto outcome = client.perform();
+    EXPECT_EQ(outcome.status(), status) << fields;
+    EXPECT_EQ(outcome.code(), status == 0 ? CoreErrorCode::connectionLost : CoreErrorCode{});
+  }
 }
 
 TEST_F(SecurityTest, ReadsTheSystemsCertificatesOnceForManyConnections) {

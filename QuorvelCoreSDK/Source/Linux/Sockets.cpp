@@ -16,6 +16,7 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <ctime>
 #include <iterator>
 #include <limits>
 #include <new>
@@ -62,6 +63,14 @@ End endOf(int (*nameOf)(int, sockaddr*, socklen_t*), int socket) {
   ::inet_ntop(name.ss_family, address, end.address.data(),
               static_cast<socklen_t>(end.address.size()));
   return end;
+}
+
+/// How long the calling thread has worked. That a process was stopped for a while, or that others
+/// were, does not count.
+std::chrono::nanoseconds workOfThread() {
+  timespec time{};
+  ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
 /// What the system has done. Errors: `std::system_error` if it has not.
@@ -204,17 +213,25 @@ bool Sockets::mayBeCut(const Use& use) {
 
 void Sockets::beginTurn() {
   pieces_ = 0;
-  isOver_.reset();
+  begun_.reset();
 }
 
 bool Sockets::mayHaveMore(const void* reader) {
-  constexpr std::chrono::milliseconds longest(250);
-  constexpr std::size_t few = 1000;  // as a process has read that was stopped for a while
-  if (std::exchange(reader_, reader) != reader) pieces_ = 0;
+  using std::chrono::milliseconds;
+  constexpr std::size_t few = 256;
+  constexpr milliseconds longest(1000);
+  constexpr milliseconds longestInVain(250);
+  if (std::exchange(reader_, reader) != reader) pieces_ = piecesInVain_ = 0;
+  ++piecesInVain_;
   if (++pieces_ <= few) return true;
-  const auto now = Clock::now();
-  if (!isOver_) isOver_ = now + longest;
-  return now < *isOver_;
+  const auto now = workOfThread();
+  if (!begun_) begun_ = now;
+  const auto work = now - *begun_;
+  return work < longest && (work < longestInVain || piecesInVain_ <= few);
+}
+
+void Sockets::noteProgress() {
+  piecesInVain_ = 0;
 }
 
 bool Sockets::breakOff(const void* tls) const {
