@@ -34,23 +34,27 @@ std::expected<TransportRequest, PellixPlatform::Error> makeRequest(Parameters&& 
                            .waitsForConnection = parameters.waitsForConnection};
   auto& headers = request.headers;
   headers.reserve(8);
+  bool areValid = true;
+  const auto add = [&](std::string name, std::string value) {
+    areValid = areValid && isHeaderValue(value);
+    headers.emplace_back(std::move(name), std::move(value));
+  };
   if (parameters.requiresAuth) {
     const auto token = session.token();
     if (!token || token->empty()) {
       return std::unexpected(makeCoreError(CoreErrorCode::missingToken));
     }
-    headers.emplace_back("Authorization", "Bearer " + *token);
+    add("Authorization", "Bearer " + *token);
   }
   headers.emplace_back("Accept", "application/json");
   if (request.body) headers.emplace_back("Content-Type", "application/json; charset=utf-8");
-  headers.emplace_back("X-Quorvel-Client", parameters.clientHeaders->client());
-  headers.emplace_back("X-Quorvel-Client-Version", parameters.clientHeaders->version());
+  add("X-Quorvel-Client", parameters.clientHeaders->client());
+  add("X-Quorvel-Client-Version", parameters.clientHeaders->version());
   for (const auto& [name, value] : parameters.clientHeaders->aditionalHeaders()) {
-    headers.emplace_back(name, value);
+    areValid = areValid && isHeaderName(name);
+    add(name, value);
   }
-  if (!std::ranges::all_of(headers, isHeader)) {
-    return std::unexpected(makeCoreError(CoreErrorCode::invalidHeader));
-  }
+  if (!areValid) return std::unexpected(makeCoreError(CoreErrorCode::invalidHeader));
   return request;
 }
 
