@@ -296,8 +296,9 @@ bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
 
 int CurlTransfer::mayHaveMore(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
   auto& transfer = *static_cast<CurlTransfer*>(self);
-  transfer.isTooLarge_ = !transfer.sockets_->mayHaveMore(self);
-  return transfer.isTooLarge_ ? 1 : 0;
+  if (transfer.sockets_->mayHaveMore(self)) return 0;
+  transfer.isTooLarge_ = true;
+  return 1;
 }
 
 int CurlTransfer::takeNote(CURL* easy, curl_infotype kind, char* text, std::size_t size,

@@ -24,13 +24,12 @@ CurlTransport::CurlTransport(Network network)
 
 void CurlTransport::send(TransportRequest request, Completion completion) {
   // A host's own transport may have changed them.
-  const auto isRefused = [&](CoreErrorCode code) {
+  const auto refuse = [&](CoreErrorCode code) {
     post(
         [completion = std::move(completion), code] { completion({.error = makeCoreError(code)}); });
   };
-  if (!isSecure(request.url)) return isRefused(CoreErrorCode::insecureUrl);
-  if (!std::ranges::all_of(request.headers, isHeader))
-    return isRefused(CoreErrorCode::invalidHeader);
+  if (!isSecure(request.url)) return refuse(CoreErrorCode::insecureUrl);
+  if (!std::ranges::all_of(request.headers, isHeader)) return refuse(CoreErrorCode::invalidHeader);
   try {
     auto& worker = CurlWorker::shared();
     worker.add(std::make_unique<CurlTransfer>(std::move(request), std::move(completion), network_));

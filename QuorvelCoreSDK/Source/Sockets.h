@@ -1,7 +1,5 @@
 #pragma once
 
-#include "Deadline.h"
-
 #include <array>
 #include <chrono>
 #include <cstdint>

@@ -271,8 +271,11 @@ TEST_F(SecurityTest, AsksThroughAProxyThatSeesNothingOfTheRequest) {
     EXPECT_EQ(outcome.response->valueForHeaderField("X-Own"), "1");
     EXPECT_FALSE(outcome.response->valueForHeaderField("X-Proxy"));
   }
+  auto small = client.parameters();
+  small.maxResponseBytes = 1;
+  EXPECT_EQ(valueOf(Client::begin(std::move(small))).code(), CoreErrorCode::replyTooLarge);
   const auto requests = proxy.requests();
-  ASSERT_EQ(requests.size(), 3U) << "both go through one tunnel";
+  ASSERT_EQ(requests.size(), 4U) << "all go through one tunnel";
   EXPECT_THAT(requests[0].head, testing::StartsWith("CONNECT account.invalid:443 "));
   EXPECT_THAT(requests[0].head, HasSubstr("\r\nProxy-Authorization: Basic dXNlcjpwYUBzcw==\r\n"));
   EXPECT_THAT(requests[0].head, Not(HasSubstr("Bearer")));
