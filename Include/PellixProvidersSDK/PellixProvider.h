@@ -16,7 +16,9 @@ namespace PellixProvidersSDK {
 ///
 /// Threads of callbacks: results come on the main queue, which the host runs
 /// (`PellixPlatform::DispatchQueue::main`). The error that says that the feature is disabled comes
-/// on the core's worker thread, or within the call when all that it takes is at hand.
+/// within the call when all that it takes is at hand, else where the core's transport completes:
+/// the default one on its worker thread, or on the main queue if the system has no descriptor for
+/// that.
 ///
 /// Errors that any operation may give:
 /// - `PellixDisabledErrorDomain`, code 1006: the feature is disabled for the account;
@@ -24,9 +26,9 @@ namespace PellixProvidersSDK {
 /// - those of the request service, such as `QuorvelCoreSDK::CoreErrorDomain`, unchanged.
 ///
 /// Memory: when it runs out, `std::bad_alloc` leaves the operation's call, or the call of the main
-/// queue's `run` or `runPending`; on the core's worker thread it ends the operation silently. The
-/// callback is released in any case. An operation whose call threw may be under way all the same:
-/// a resolution may be sent already when its vote fails.
+/// queue's `run`, `runFor` or `runPending`; on the core's worker thread it ends the operation
+/// silently. The callback is released in any case. An operation whose call threw may be under way
+/// all the same: a resolution may be sent already when its vote fails.
 ///
 /// Silent endings of any operation: no core instance; the endpoint table lacks the operation; the
 /// account's address and the endpoint's template make no URL; the body can't be encoded (a line is

@@ -26,8 +26,9 @@ class PELLIX_EXPORT PellixSettingsProvider final : public PellixPlatform::Object
   /// Asks the core library's settings service, which keeps the settings for some time and answers
   /// with the default (disabled) when there are none to be had.
   ///
-  /// The callback runs within this call if the settings are at hand, else on the core's worker
-  /// thread. Without a core instance it is never called. Thread safety: any thread.
+  /// The callback runs within this call if the settings are at hand, else where the core's
+  /// transport completes, by default its worker thread. Without a core instance it is never called.
+  /// Thread safety: any thread.
   static void getSettings(SettingsCallback callback);
 };
 

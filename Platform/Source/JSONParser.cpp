@@ -1,5 +1,6 @@
 #include "JSONParser.h"
 
+#include "ASCII.h"
 #include "JSONText.h"
 #include "UTF8.h"
 
@@ -8,10 +9,6 @@
 
 namespace PellixPlatform {
 namespace {
-
-bool isDigit(char c) {
-  return '0' <= c && c <= '9';
-}
 
 /// The grammar of RFC 8259, without recursion: depth costs memory in the tree alone.
 class Parser {
@@ -185,7 +182,7 @@ class Parser {
 
   bool skipDigits() {
     const auto begin = at_;
-    while (isDigit(peek())) ++at_;
+    while (ASCII::isDigit(peek())) ++at_;
     return at_ > begin;
   }
 

@@ -1,5 +1,7 @@
 #include "PropertyListParser.h"
 
+#include "ASCII.h"
+
 #include <expat.h>
 
 #include <algorithm>
@@ -43,15 +45,11 @@ std::string_view trimmed(std::string_view text) {
   return text;
 }
 
-bool isDigit(char c) {
-  return '0' <= c && c <= '9';
-}
-
 /// Whether a text is a decimal number, in JSON's sense but for leading zeros.
 bool isNumber(std::string_view text) {
   if (text.starts_with('-')) text.remove_prefix(1);
   const auto digits = [&text] {
-    const auto end = std::ranges::find_if_not(text, isDigit);
+    const auto end = std::ranges::find_if_not(text, ASCII::isDigit);
     const bool any = end != text.begin();
     text = {end, text.end()};
     return any;

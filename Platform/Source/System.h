@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-/// What depends on the operating system. A port to another one writes what is declared here, and
-/// `readFile` and `makeUUIDString` of the internal headers; `Posix/` shows how.
+/// What depends on the operating system here. A port to another one writes what is declared here,
+/// and `readFile` and `makeUUIDString` of the internal headers; `Posix/` shows how.
 namespace PellixPlatform::System {
 
 /// The number that a text in the form of JSON's stands for, whatever locale the host has set;

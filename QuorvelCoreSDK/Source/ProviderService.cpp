@@ -6,7 +6,6 @@
 #include <QuorvelCoreSDK/CoreError.h>
 #include <QuorvelCoreSDK/ProviderService.h>
 
-#include <algorithm>
 #include <expected>
 #include <string_view>
 #include <utility>

@@ -7,7 +7,7 @@ std::string_view sentenceOf(VeltraneErrorCode code) {
     case VeltraneErrorCode::missingArticleId:
       return "No article is named.";
     case VeltraneErrorCode::notInitialized:
-      return "Neither this library nor the core has an instance.";
+      return "The knowledge base is not set up.";
     case VeltraneErrorCode::refused:
       return "The knowledge base answered with another status than success.";
   }

@@ -43,7 +43,7 @@ class PELLIX_EXPORT DispatchQueue {
   void run();
 
   /// Runs tasks as they come until `limit` has passed, a year at most, or `stop` is called, and
-  /// says how many it ran. A task that waits already runs whatever the limit.
+  /// says how many it ran. If tasks wait already, the first one runs whatever the limit.
   std::size_t runFor(std::chrono::milliseconds limit);
 
   /// Runs the tasks that wait now, not those that they post, and says how many it ran. If any are

@@ -38,7 +38,7 @@ class PELLIX_EXPORT Error {
   [[nodiscard]] const UserInfo& userInfo() const { return userInfo_; }
 
   /// One line for people: the text under `NSLocalizedDescriptionKey`, or `DOMAIN (CODE)` without
-  /// it. Control characters, line breaks included, are replaced by blanks.
+  /// it. Control characters of ASCII, line breaks included, are replaced by blanks.
   [[nodiscard, gnu::cold]] std::string localizedDescription() const;
 
   /// One line for logs: domain, code and text.

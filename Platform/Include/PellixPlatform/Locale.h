@@ -17,8 +17,8 @@ namespace PellixPlatform::Locale {
 /// Thread safety: any thread, as long as none changes the environment meanwhile.
 [[nodiscard]] PELLIX_EXPORT std::vector<std::string> preferredLanguages();
 
-/// Replaces what the environment says, on systems that keep their languages elsewhere; nothing goes
-/// back to the environment. Thread safety: any thread.
+/// Replaces what the environment says, on systems that keep their languages elsewhere;
+/// `std::nullopt` brings the environment's back. Thread safety: any thread.
 PELLIX_EXPORT void setPreferredLanguages(std::optional<std::vector<std::string>> languages);
 
 }  // namespace PellixPlatform::Locale

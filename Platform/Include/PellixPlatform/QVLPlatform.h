@@ -213,8 +213,8 @@ bool QVLHTTPURLResponse_isEqual(const QVLHTTPURLResponse* response, const QVLObj
 /* Runs what comes until QVLMainQueue_stop is called. */
 void QVLMainQueue_run(void);
 
-/* The same, but for so many milliseconds at most; whether anything ran. A callback that waits
- * already runs whatever the time. */
+/* The same, but for so many milliseconds at most; whether anything ran. If callbacks wait
+ * already, the first one runs whatever the time. */
 bool QVLMainQueue_runFor(int64_t milliseconds);
 
 /* Runs what waits now. */

@@ -7,7 +7,8 @@
 
 namespace QuorvelCoreSDK {
 
-/// The domain of the core's own errors. What a server answered is never one of them.
+/// The domain of the core's own errors. What a server answered is none of them, but for the status
+/// of settings that could not be fetched: `transportFailed`, with the status in its text.
 PELLIX_EXPORT extern const char CoreErrorDomain[];
 
 /// The codes of that domain.

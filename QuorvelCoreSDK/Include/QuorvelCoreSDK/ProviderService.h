@@ -46,7 +46,8 @@ class PELLIX_EXPORT ProviderService {
     std::shared_ptr<const ClientHeaders> clientHeaders;
     /// JSON; nothing: no body.
     std::optional<PellixPlatform::Data> body;
-    /// Where the callback runs, borrowed until then; null: on the transport's thread.
+    /// Where the callback runs, borrowed until then; null: on the transport's thread, or on the
+    /// main queue without a core instance.
     PellixPlatform::DispatchQueue* dispatchQueue = nullptr;
     Reporter reporter = Reporter::none;
     /// Never used: nothing is cached. It may be null.

@@ -138,7 +138,8 @@ bool QVLQuorvel_shutDown(int64_t milliseconds);
 
 /* ---- The core's errors ----
  *
- * What a server answered is never one of them. */
+ * What a server answered is none of them, but for the status of settings that could not be fetched:
+ * QVLCoreErrorTransportFailed, with the status in its text. */
 
 PELLIX_EXPORT extern const char QVLCoreErrorDomain[];
 enum QVLCoreError {

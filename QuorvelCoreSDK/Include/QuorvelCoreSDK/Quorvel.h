@@ -27,8 +27,9 @@ class PELLIX_EXPORT Quorvel final : public PellixPlatform::Object {
   ~Quorvel() override;
 
   /// Sets up the core for an account and makes the result the shared instance, in place of an
-  /// earlier one. Errors: `invalidAccountUrl`, and `insecureUrl` for an address that is neither
-  /// https nor loopback; the shared instance stays as it was then.
+  /// earlier one. Errors: `invalidAccountUrl`, `insecureUrl` for an address that is neither https
+  /// nor loopback, and, unless the host brings a transport of its own, `invalidProxy`; the shared
+  /// instance stays as it was then.
   [[nodiscard]] static std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> initialize(
       const AccountDetails& accountDetails, Configuration configuration = {});
 

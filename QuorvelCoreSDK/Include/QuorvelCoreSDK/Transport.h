@@ -74,7 +74,9 @@ class PELLIX_EXPORT Transport {
   virtual ~Transport();
 
   /// Sends a request. `completion` is called once, on a thread of the transport's choosing and not
-  /// within this call, and let go of right after.
+  /// within this call, and let go of right after. The default transport lets
+  /// go of it uncalled after `Quorvel::shutDown`, in a forked child, and when memory runs out; so
+  /// it does with what is posted.
   virtual void send(TransportRequest request, Completion completion) = 0;
 
   /// Runs `task` once where completions are called, not within this call, and lets go of it.

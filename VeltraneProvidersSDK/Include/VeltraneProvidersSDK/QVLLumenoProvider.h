@@ -10,7 +10,8 @@ class PELLIX_EXPORT QVLLumenoProvider final : public LumenoProviderProtocol {
   QVLLumenoProvider();
   ~QVLLumenoProvider() override;
 
-  /// Calls back on the core's worker thread, or on the main queue if there is no core instance.
+  /// Calls back where the core's transport completes, by default its worker thread, or on the main
+  /// queue if there is no core instance.
   /// Errors: no identifier (`VeltraneErrorCode::missingArticleId`), no instance
   /// (`VeltraneErrorCode::notInitialized`), a status outside 200..299
   /// (`VeltraneErrorCode::refused`), and those of the core and of the JSON decoder.

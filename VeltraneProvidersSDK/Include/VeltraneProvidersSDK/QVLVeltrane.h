@@ -29,7 +29,7 @@ PELLIX_EXPORT extern const char QVLVeltraneErrorDomain[];
 enum QVLVeltraneError {
   /* No article is named. */
   QVLVeltraneErrorMissingArticleId = 1,
-  /* Neither this library nor the core has an instance. */
+  /* This library has no instance. */
   QVLVeltraneErrorNotInitialized = 2,
   /* The knowledge base answered with another status than success. */
   QVLVeltraneErrorRefused = 3

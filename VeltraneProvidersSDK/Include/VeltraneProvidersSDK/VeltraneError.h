@@ -13,7 +13,7 @@ PELLIX_EXPORT extern const char VeltraneErrorDomain[];
 /// The codes of that domain.
 enum class VeltraneErrorCode : std::int64_t {
   missingArticleId = 1,  ///< No article is named.
-  notInitialized = 2,    ///< Neither this library nor the core has an instance.
+  notInitialized = 2,    ///< This library has no instance.
   refused = 3,           ///< The knowledge base answered with another status than success.
 };
 
