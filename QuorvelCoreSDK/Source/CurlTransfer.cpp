@@ -273,14 +273,10 @@ bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
   const long sent = longOf(easy_, CURLINFO_REQUEST_SIZE);
   const bool isPartlySent = std::exchange(sentBefore_, sent) != sent;
   isRepeated_ = isSent_;
-  // libcurl begins anew by itself for two reasons: the connection has come to an end, or the server
-  // says that it took nothing of the request, by ending the connection at an earlier stream or by
-  // refusing this one (RFC 9113, section 8.7). Of the latter libcurl says nothing, so it is what is
-  // left if the connection was sound when libcurl gave it up.
-  const bool isRefused =
-      isMultiplexed_ && detail_[0] == 0 && (Sockets::wasLeftOut(previous, stream_) || wasSound_);
-  const bool mayHaveBeenHeard =
-      request_.method == HttpMethod::post && isRepeated_ && isPartlySent && !isRefused;
+  // libcurl begins anew by itself when the connection has come to an end, or when the server has
+  // refused the stream, which it tells from no other end.
+  const bool mayHaveBeenHeard = request_.method == HttpMethod::post && isRepeated_ &&
+                                isPartlySent && !Sockets::wasLeftOut(previous, stream_);
   isStale_ = !mayHaveBeenHeard && sockets_->isSpent(route);
   if (mayHaveBeenHeard || isStale_) return false;
   auto* const tls = tlsOf(easy_);
@@ -324,10 +320,6 @@ void CurlTransfer::readNote(std::string_view note) {
   for (const auto& [beforeNumber, behind] : streamNotes) {
     const auto opened = numberBehind(note, beforeNumber);
     if (opened && note.contains(behind)) stream_ = *opened;
-  }
-  if (note.starts_with("Connection died, retrying a fresh connect")) {
-    // A look at it later would be too late: the server closes it too once libcurl does.
-    wasSound_ = !Sockets::hasBroken(connection_);
   }
 }
 

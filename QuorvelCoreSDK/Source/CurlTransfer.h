@@ -65,7 +65,7 @@ class CurlTransfer {
   /// Runs when a connection stands, right before the request goes out, also when libcurl sends it
   /// once more by itself, because a kept connection broke before any of the reply had come. The
   /// server may have acted on it by then, so what is not idempotent is sent once (RFC 9110, section
-  /// 9.2.2), unless the server has said, or it is plain, that it took nothing of it.
+  /// 9.2.2), unless the server has said that it took nothing of it.
   static int mayBeSent(void* self, char* peer, char* local, int peerPort, int localPort);
   [[nodiscard]] bool mayBeSent(const Sockets::Route& route);
   /// Runs whenever a byte comes of what a proxy says for itself, which no other limit holds for.
@@ -102,7 +102,6 @@ class CurlTransfer {
   bool mayBeCut_;       // where its connection ended
   bool isUnheard_;
   bool isStale_ = false;     // the connection could not be used again
-  bool wasSound_ = false;    // the connection that libcurl has given up
   bool isSent_ = false;      // perhaps in part, and perhaps it was heard
   bool isRepeated_ = false;  // by libcurl itself
   bool hasEndedWell_;

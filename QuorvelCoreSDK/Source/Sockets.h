@@ -49,26 +49,23 @@ class Sockets {
   [[nodiscard]] Use beginUse(const Route& route, void* tls);
   void endUse(const Use& use) const;
 
-  /// Whether the connection, which libcurl has not closed yet, has come to an end: for a reason
-  /// that lies with the network or the other side, then.
-  [[nodiscard]] static bool hasBroken(const Use& use);
-
   /// Says that the other side will answer no stream of a connection beyond one.
   static void noteLastStream(const Use& use, std::int64_t stream);
   /// Whether a stream (0: unknown) lies beyond it.
   [[nodiscard]] static bool wasLeftOut(const Use& use, std::int64_t stream);
 
-  /// Says that one side has ended TLS on a connection.
-  void noteEndOfTls(const void* tls, bool isByPeer);
+  /// Says that the other side has ended TLS on a connection.
+  void noteEndOfTls(const void* tls);
   /// Whether somebody on the way may have ended the connection, if it has: by TLS, the other side
   /// has not (RFC 9112, section 9.8).
   [[nodiscard]] static bool mayBeCut(const Use& use);
 
   /// Says that every connection has its turn anew.
   void beginTurn();
-  /// Says that `reader` (whatever tells it from others) gets one more piece of what comes over its
-  /// connection. False if it has had so many at a stretch, for so long, that it keeps all others
-  /// waiting, and has to go. libcurl itself would read as long as something comes.
+  /// Says that `reader` (whatever tells it from others; a connection through a proxy has several)
+  /// gets one more piece of what comes over its connection. False if it has had so many at a
+  /// stretch, for so long, that it keeps all others waiting, and has to go. libcurl itself would
+  /// read as long as something comes.
   [[nodiscard]] bool mayHaveMore(const void* reader);
   /// Says that what has come was of use.
   void noteProgress();
@@ -114,8 +111,8 @@ class Sockets {
   const Descriptor watch_;
   const Descriptor wake_;
   std::map<int, Use> sockets_;
-  const void* reader_ = nullptr;                   // the latest
-  std::size_t pieces_ = 0;                         // that it has had in this turn
+  std::array<const void*, 3> readers_{};           // the latest: one connection has no more
+  std::size_t pieces_ = 0;                         // that they have had in this turn
   std::size_t piecesInVain_ = 0;                   // since something was of use
   std::optional<std::chrono::nanoseconds> begun_;  // the work on those who have had many
 };

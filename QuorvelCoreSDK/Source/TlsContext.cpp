@@ -20,8 +20,8 @@ Sockets& socketsOf(const SSL* tls) {
 }
 
 void noteAlert(const SSL* tls, int where, int) {
-  if ((where & SSL_CB_ALERT) == 0) return;  // farewells are alerts, too: RFC 8446, section 6.1
-  socketsOf(tls).noteEndOfTls(tls, (where & SSL_CB_READ) != 0);
+  // Farewells are alerts, too: RFC 8446, section 6.1.
+  if ((where & SSL_CB_READ_ALERT) == SSL_CB_READ_ALERT) socketsOf(tls).noteEndOfTls(tls);
 }
 
 void noteMessage(int isSent, int, int kind, const void*, std::size_t, SSL* tls, void*) {

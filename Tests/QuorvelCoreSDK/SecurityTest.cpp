@@ -208,9 +208,13 @@ TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationElseOfTheEnvironment) {
                               {.identity = makeIdentity({.issuer = &authority_})});
   const LoopbackServer asking(replying(httpReply("407 Proxy Authentication Required", "",
                                                  "Proxy-Authenticate: Basic realm=\"x\"\r\n")));
-  const LoopbackServer flooding(
-      replying("HTTP/1.1 407 No\r\nContent-Length: 9999999999\r\n\r\n" + std::string(1 << 20, ' '),
-               Support::LoopbackReply::Then::repeat));
+  const auto flood = [](std::size_t size) {
+    return replying(
+        "HTTP/1.1 407 No\r\nContent-Length: 9999999999\r\n\r\n" + std::string(size, ' '),
+        Support::LoopbackReply::Then::repeat);
+  };
+  const LoopbackServer flooding(flood(1 << 20));
+  const LoopbackServer dripping(flood(100), {.identity = makeIdentity({.issuer = &authority_})});
   const LoopbackServer closed(nullptr, {.isDeaf = true});
   const auto port = [](const LoopbackServer& of) { return std::to_string(of.port()); };
   const Support::Values values{{"{port}", port(server)},
@@ -220,6 +224,7 @@ TEST_F(SecurityTest, UsesTheProxyOfTheConfigurationElseOfTheEnvironment) {
                                {"{secure}", "127.0.0.1:" + port(secure)},
                                {"{asking}", "127.0.0.1:" + port(asking)},
                                {"{flooding}", "127.0.0.1:" + port(flooding)},
+                               {"{dripping}", "127.0.0.1:" + port(dripping)},
                                {"{closed}", "127.0.0.1:" + port(closed)},
                                {"{closed port}", port(closed)}};
   for (const auto& row : Support::rowsOf("QuorvelCoreSDK/Data/Proxies.txt", values)) {

@@ -41,6 +41,9 @@ def end_in_its_way(way, channel, connection, stream):
     if way in codes:
         connection.reset_stream(stream, error_code=codes[way])
         return True
+    if way == "break-protocol":
+        channel.sendall(bytes([0, 0, 1, 0, 0, 0, 0, 0, 0, 0]))  # data of no stream
+        return True
     if way == "reset-connection":
         channel.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
     elif way.startswith("go-away"):

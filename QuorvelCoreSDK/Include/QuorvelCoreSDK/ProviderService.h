@@ -22,9 +22,9 @@ namespace QuorvelCoreSDK {
 ///
 /// There are no redirects, and a request goes out once more only where that does no harm: on
 /// another connection, if nothing of it was sent because the kept one was closed, or if the server
-/// says that it took nothing of it (RFC 9113, section 8.7); and, unless it is a POST, if the kept
-/// connection broke before any byte of a reply. A server whose reply to a refused stream and whose
-/// breach of HTTP/2 look alike is taken to have refused.
+/// says, by where it ends the connection, that it took nothing of it (RFC 9113, section 6.8); and,
+/// unless it is a POST, if the kept connection broke, or its stream was refused, before any byte of
+/// a reply.
 class PELLIX_EXPORT ProviderService {
  public:
   /// Body bytes or nothing, response or null, error or nothing. Zero bytes come as nothing.

@@ -111,7 +111,6 @@ struct Sockets::Socket {
   std::size_t uses = 0;
   bool wasUsed = false;  // so that a handshake is under way no more
   bool isClosedByPeer = false;
-  bool hasBroken = false;  // as far as is known without a look
   void* tls = nullptr;
   bool isTlsEndedByPeer = false;
   std::int64_t lastStream = std::numeric_limits<std::int64_t>::max();
@@ -187,10 +186,6 @@ void Sockets::endUse(const Use& use) const {
   if (use->isClosedByPeer) closeIfIdle(*use);
 }
 
-bool Sockets::hasBroken(const Use& use) {
-  return !use || use->hasBroken || hasPeerClosed(use->descriptor);
-}
-
 void Sockets::noteLastStream(const Use& use, std::int64_t stream) {
   if (use) use->lastStream = stream;
 }
@@ -199,11 +194,9 @@ bool Sockets::wasLeftOut(const Use& use, std::int64_t stream) {
   return use && stream > use->lastStream;
 }
 
-void Sockets::noteEndOfTls(const void* tls, bool isByPeer) {
+void Sockets::noteEndOfTls(const void* tls) {
   for (const auto& [descriptor, socket] : sockets_) {
-    if (socket->tls != tls) continue;
-    socket->hasBroken = true;
-    socket->isTlsEndedByPeer = socket->isTlsEndedByPeer || isByPeer;
+    if (socket->tls == tls) socket->isTlsEndedByPeer = true;
   }
 }
 
@@ -212,16 +205,19 @@ bool Sockets::mayBeCut(const Use& use) {
 }
 
 void Sockets::beginTurn() {
-  pieces_ = 0;
+  pieces_ = piecesInVain_ = 0;
   begun_.reset();
 }
 
 bool Sockets::mayHaveMore(const void* reader) {
   using std::chrono::milliseconds;
-  constexpr std::size_t few = 256;
+  constexpr std::size_t few = 32;  // more than a handshake takes
   constexpr milliseconds longest(1000);
   constexpr milliseconds longestInVain(250);
-  if (std::exchange(reader_, reader) != reader) pieces_ = piecesInVain_ = 0;
+  if (std::ranges::find(readers_, reader) == readers_.end()) {
+    readers_ = {reader, readers_[0], readers_[1]};
+    pieces_ = piecesInVain_ = 0;
+  }
   ++piecesInVain_;
   if (++pieces_ <= few) return true;
   const auto now = workOfThread();
