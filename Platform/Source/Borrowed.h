@@ -34,7 +34,7 @@ class Borrowed {
     return parser.capacity() <= most;
   }
   static bool isWorthKeeping(const Tree& tree) {
-    return tree.ownText.capacity() <= most && tree.nodes.capacity() * sizeof(Tree::Node) <= most;
+    return tree.ownText.capacity() < most && tree.nodes.capacity() * sizeof(Tree::Node) <= most;
   }
 
   static constinit std::atomic<T*> spare;

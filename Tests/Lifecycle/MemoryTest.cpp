@@ -176,7 +176,7 @@ TEST(Memory, OfADecodingIsKeptUpToAMebibyte) {
   // The fast reader's; nodes of the other one, which are kept by powers of two; its own text.
   for (const auto& [start, times, repeated, end] : {Row{"\"", most - 2, " ", "\""},
                                                     {"[1e400", 32766, ",0", "]"},
-                                                    {"[1e400,\"\\n", most - 28, " ", "\"]"}}) {
+                                                    {"[1e400,\"\\n", most - 29, " ", "\"]"}}) {
     const auto kept = left(start, times, repeated, end);
     EXPECT_LT(left(start, times + 1, repeated, end), kept) << start;
   }
