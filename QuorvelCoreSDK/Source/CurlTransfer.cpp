@@ -284,6 +284,7 @@ bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
   connection_ = sockets_->beginUse(route, tls);
   sentAt_ = Clock::now();
   sentBytes_ = 0;
+  stream_ = 0;
   connectsBefore_ = longOf(easy_, CURLINFO_NUM_CONNECTS);
   isSent_ = true;
   curl_easy_setopt(easy_, CURLOPT_VERBOSE, 1L);  // so that what is sent is counted from here on
@@ -315,7 +316,7 @@ int CurlTransfer::takeNote(CURL* easy, curl_infotype kind, char* text, std::size
 void CurlTransfer::readNote(std::string_view note) {
   // As libcurl 7.88 and 8 say it. A note that is not understood is as good as none.
   if (const auto last = numberBehind(note, "eived GOAWAY, error=0, last_stream=")) {
-    Sockets::noteLastStream(connection_, *last);
+    sockets_->noteLastStream(connection_, *last);
   }
   for (const auto& [beforeNumber, behind] : streamNotes) {
     const auto opened = numberBehind(note, beforeNumber);

@@ -49,8 +49,9 @@ class Sockets {
   [[nodiscard]] Use beginUse(const Route& route, void* tls);
   void endUse(const Use& use) const;
 
-  /// Says that the other side will answer no stream of a connection beyond one.
-  static void noteLastStream(const Use& use, std::int64_t stream);
+  /// Says that the other side will answer no stream of a connection beyond one. Passed over if what
+  /// was read last came over another: while libcurl looks for a connection anew, it reads others.
+  void noteLastStream(const Use& use, std::int64_t stream) const;
   /// Whether a stream (0: unknown) lies beyond it.
   [[nodiscard]] static bool wasLeftOut(const Use& use, std::int64_t stream);
 
@@ -111,10 +112,13 @@ class Sockets {
   const Descriptor watch_;
   const Descriptor wake_;
   std::map<int, Use> sockets_;
-  std::array<const void*, 3> readers_{};           // the latest: one connection has no more
-  std::size_t pieces_ = 0;                         // that they have had in this turn
-  std::size_t piecesInVain_ = 0;                   // since something was of use
-  std::optional<std::chrono::nanoseconds> begun_;  // the work on those who have had many
+  const void* reader_ = nullptr;           // the latest
+  std::array<const void*, 3> readers_{};   // of one connection, which has no more
+  std::size_t pieces_ = 0;                 // that they have had in this turn
+  std::size_t piecesInVain_ = 0;           // since something was of use
+  std::chrono::nanoseconds looked_{};      // when it was last looked how long they take
+  std::chrono::nanoseconds work_{};        // on them
+  std::chrono::nanoseconds workInVain_{};  // on all who have had many, in this turn
 };
 
 }  // namespace QuorvelCoreSDK

@@ -186,8 +186,8 @@ void Sockets::endUse(const Use& use) const {
   if (use->isClosedByPeer) closeIfIdle(*use);
 }
 
-void Sockets::noteLastStream(const Use& use, std::int64_t stream) {
-  if (use) use->lastStream = stream;
+void Sockets::noteLastStream(const Use& use, std::int64_t stream) const {
+  if (use && use->tls == reader_) use->lastStream = stream;
 }
 
 bool Sockets::wasLeftOut(const Use& use, std::int64_t stream) {
@@ -206,7 +206,7 @@ bool Sockets::mayBeCut(const Use& use) {
 
 void Sockets::beginTurn() {
   pieces_ = piecesInVain_ = 0;
-  begun_.reset();
+  work_ = workInVain_ = {};
 }
 
 bool Sockets::mayHaveMore(const void* reader) {
@@ -214,16 +214,21 @@ bool Sockets::mayHaveMore(const void* reader) {
   constexpr std::size_t few = 32;  // more than a handshake takes
   constexpr milliseconds longest(1000);
   constexpr milliseconds longestInVain(250);
+  reader_ = reader;
   if (std::ranges::find(readers_, reader) == readers_.end()) {
     readers_ = {reader, readers_[0], readers_[1]};
     pieces_ = piecesInVain_ = 0;
+    work_ = {};
   }
   ++piecesInVain_;
   if (++pieces_ <= few) return true;
   const auto now = workOfThread();
-  if (!begun_) begun_ = now;
-  const auto work = now - *begun_;
-  return work < longest && (work < longestInVain || piecesInVain_ <= few);
+  const auto work = pieces_ == few + 1 ? std::chrono::nanoseconds(0) : now - looked_;
+  looked_ = now;
+  work_ += work;
+  const bool isInVain = piecesInVain_ > few;
+  if (isInVain) workInVain_ += work;
+  return work_ < longest && (!isInVain || workInVain_ < longestInVain);
 }
 
 void Sockets::noteProgress() {
