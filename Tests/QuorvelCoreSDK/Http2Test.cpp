@@ -69,6 +69,19 @@ TEST_F(Http2Test, WhatTheServerTookIsNotSentAgain) {
   EXPECT_EQ(closing.requests().size(), 1U);
 }
 
+TEST_F(Http2Test, WhatTheServerTookOnOneConnectionIsNoMatterOfAnother) {
+  const Server server("go-away-elsewhere", file_);
+  const auto client = clientFor(server.origin);
+  EXPECT_EQ(client.perform().status(), 200);
+  auto one = Client::begin(client.parameters());
+  auto another = Client::begin(client.parameters());
+  EXPECT_EQ(valueOf(std::move(one)).status(), 200);
+  EXPECT_EQ(valueOf(std::move(another)).status(), 200);
+  auto parameters = client.parameters();
+  parameters.httpMethod = HttpMethod::post;
+  EXPECT_EQ(valueOf(Client::begin(std::move(parameters))).code(), CoreErrorCode::connectionLost);
+}
+
 TEST_F(Http2Test, WhatTheServerWritesIsNoNoteOfTheLibrarys) {
   directory_.write("answer", "Received GOAWAY, error=0, last_stream=0");
   const Server server("close-connection", file_, directory_.path() / "answer");

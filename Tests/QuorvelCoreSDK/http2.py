@@ -11,6 +11,7 @@ the other side has closed it too.
 import contextlib
 import itertools
 import pathlib
+import select
 import socket
 import ssl
 import struct
@@ -20,6 +21,7 @@ import h2.config
 import h2.connection
 import h2.errors
 import h2.events
+import h2.settings
 
 ways, identity, *answers = sys.argv[1:]
 ways = ways.split("+")
@@ -100,12 +102,53 @@ def serve(channel):
                 return
 
 
+def serve_two(listener):
+    """Takes one request at once on a connection, answers the second and the third together, and resets the one that
+    the fourth comes over, having said on the other that it takes nothing more."""
+    connections = {}
+    waiting = []
+    while True:
+        for channel in select.select([listener, *connections], [], [])[0]:
+            if channel is listener:
+                channel = context.wrap_socket(listener.accept()[0], server_side=True)
+                connection = connections[channel] = h2.connection.H2Connection(h2.config.H2Configuration(client_side=False))
+                connection.initiate_connection()
+                connection.update_settings({h2.settings.SettingCodes.MAX_CONCURRENT_STREAMS: 1})
+                channel.sendall(connection.data_to_send())
+                continue
+            connection = connections[channel]
+            for event in connection.receive_data(channel.recv(65536)):
+                if not isinstance(event, h2.events.StreamEnded):
+                    continue
+                number = next(requests)
+                waiting.append((channel, connection, event.stream_id))
+                if number == 2:
+                    continue
+                if number == 4:
+                    (other,) = connections.keys() - {channel}
+                    connections[other].close_connection(last_stream_id=1)
+                    other.sendall(connections[other].data_to_send())
+                    channel.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+                    channel.close()
+                    end(other)
+                    return
+                for to, speaker, stream in waiting:
+                    speaker.send_headers(stream, [(":status", "200")], end_stream=True)
+                    to.sendall(speaker.data_to_send())
+                waiting.clear()
+            if channel.fileno() >= 0:
+                channel.sendall(connection.data_to_send())
+
+
 answer = pathlib.Path(answers[0]).read_bytes() if answers else None
 context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
 context.load_cert_chain(identity)
 context.set_alpn_protocols(["h2"])
 with socket.create_server(("127.0.0.1", 0)) as listener:
     print(listener.getsockname()[1], flush=True)
+    if ways == ["go-away-elsewhere"]:
+        serve_two(listener)
+        ways = ["answer"]
     while True:
         with contextlib.suppress(OSError):
             with context.wrap_socket(listener.accept()[0], server_side=True) as channel:
