@@ -16,6 +16,9 @@ namespace {
 constexpr std::size_t largestHeaders = std::size_t{256} << 10;  // bytes, of all fields together
 constexpr int mostHeaderLines = 1000;  // each takes a few hundred bytes, however short it is
 constexpr long trustSeconds = 300;     // for which trusted certificates that were read are kept
+// Of what is read at once. With less, libcurl 7.88 may miss the end of one of many large replies
+// without a length that come over one connection.
+constexpr long bufferBytes = 100L << 10;
 
 struct Protocol {
   long version;
@@ -163,6 +166,7 @@ void CurlTransfer::configure(CURL* easy, Sockets& sockets, const Network& networ
   // where TLS agrees on it, and shows a proxy none of a request's header fields.
   set(easy, CURLOPT_PATH_AS_IS, true);
   set(easy, CURLOPT_NOSIGNAL, true);
+  set(easy, CURLOPT_BUFFERSIZE, bufferBytes);
   set(easy, CURLOPT_QUICK_EXIT, true);  // a slow name server holds up its own request alone
   set(easy, CURLOPT_OPENSOCKETFUNCTION, openSocket);
   set(easy, CURLOPT_OPENSOCKETDATA, &sockets);
