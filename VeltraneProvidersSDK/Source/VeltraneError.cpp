@@ -7,7 +7,7 @@ std::string_view sentenceOf(VeltraneErrorCode code) {
     case VeltraneErrorCode::missingArticleId:
       return "No article is named.";
     case VeltraneErrorCode::notInitialized:
-      return "The knowledge base is not set up.";
+      return "This library has no instance.";
     case VeltraneErrorCode::refused:
       return "The knowledge base answered with another status than success.";
   }
