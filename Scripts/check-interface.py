@@ -56,7 +56,7 @@ def differing_codes(root):
         header = (root / cpp).read_text()
         name, body = re.search(r"enum class (\w+)Code .*?\{(.*?)\};", header, re.DOTALL).groups()
         bodies = re.findall(r"(\w+) = (\d+), *///< (.*)", body)
-        declared = next(root.rglob(f"Include/*/{c}")).read_text()
+        declared = (root / cpp).with_name(c).read_text()
         there = re.findall(rf"/\* (.*) \*/\n *QVL{name}(\w+) = (\d+)", declared)
         there = {(code[0].lower() + code[1:], number, says) for says, code, number in there}
         yield from (f"{c} and {cpp} differ: {each}" for each in sorted(there ^ set(bodies)))
