@@ -113,7 +113,7 @@ class Sockets {
   const Descriptor wake_;
   std::map<int, Use> sockets_;
   const void* reader_ = nullptr;           // the latest
-  std::array<const void*, 3> readers_{};   // of one connection, which has no more
+  std::array<const void*, 3> readers_{};   // the last: TLS to a proxy, TLS through it, a request
   std::size_t pieces_ = 0;                 // that they have had in this turn
   std::size_t piecesInVain_ = 0;           // since something was of use
   std::chrono::nanoseconds looked_{};      // when it was last looked how long they take
