@@ -322,9 +322,8 @@ void CurlWorker::endPatience() {
       if (mayNext || until <= now) {
         origin.waiting.splice(origin.waiting.end(), origin.patient, at);
         mayNext = stands;  // else the others wait for its connection
-      } else {
-        earliestDeadline_ = std::min(earliestDeadline_, until);
       }
+      earliestDeadline_ = std::min(earliestDeadline_, until);
       at = next;
     }
   }

@@ -210,6 +210,9 @@ TEST(ConcurrencyTest, WhoWaitsForAConnectionHasALimitToo) {
       EXPECT_EQ(valueOf(std::move(later)).code(), CoreErrorCode::timedOut);
     }
   }
+  auto obliging = hurried.parameters();
+  obliging.waitsForConnection = true;
+  EXPECT_EQ(valueOf(Client::begin(std::move(obliging))).code(), CoreErrorCode::timedOut);
   for (auto& outcome : stalled) {
     EXPECT_EQ(outcome.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
   }
