@@ -34,6 +34,17 @@ constexpr auto meanings = std::to_array<Meaning>({
     {CURLE_PROXY, CoreErrorCode::proxyFailed},
 });
 
+/// What a connection may fail with before anything goes out over it.
+constexpr auto ofConnecting = std::to_array<CoreErrorCode>({
+    CoreErrorCode::cannotResolveHost,
+    CoreErrorCode::cannotResolveProxy,
+    CoreErrorCode::cannotConnect,
+    CoreErrorCode::untrustedCertificate,
+    CoreErrorCode::secureConnectionFailed,
+    CoreErrorCode::unreadableCertificateStore,
+    CoreErrorCode::proxyFailed,
+});
+
 /// What libcurl may say, whichever version it is. A `%` stands for one word out of an address or a
 /// number, a `~` for words of letters that the system or the TLS library has for a fault, a `*` for
 /// a file's path.
@@ -128,12 +139,15 @@ constexpr auto formsForChunks = std::to_array<std::string_view>({
 
 }  // namespace
 
-PellixPlatform::Error curlFailure(CURLcode result, std::string_view detail, long proxyStatus) {
+PellixPlatform::Error curlFailure(CURLcode result, std::string_view detail, long proxyStatus,
+                                  bool mayHaveBeenHeard) {
   using enum CoreErrorCode;
   const auto meaning = std::ranges::find(meanings, result, &Meaning::result);
   auto code = meaning == meanings.end() ? transportFailed : meaning->code;
   // For these two, libcurl's code is that of a connection that breaks.
   if (proxyStatus >= 300) code = proxyFailed;
+  const bool isOfConnecting = std::ranges::find(ofConnecting, code) != ofConnecting.end();
+  if (mayHaveBeenHeard && isOfConnecting) code = connectionLost;
   const auto hasOneOf = [&detail](const auto& forms) {
     return std::ranges::any_of(forms, [&](auto form) { return hasForm(detail, form); });
   };

@@ -174,6 +174,7 @@ void CurlTransfer::configure(CURL* easy, Sockets& sockets, const Network& networ
   set(easy, CURLOPT_CLOSESOCKETDATA, &sockets);
 
   set(easy, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+  set(easy, CURLOPT_PROXY_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
   set(easy, CURLOPT_CA_CACHE_TIMEOUT, trustSeconds);
   const bool hasOwnFile = !network.certificateAuthorities.empty();
   if (hasOwnFile) {
@@ -208,6 +209,7 @@ void CurlTransfer::prepare(CURL* easy, Sockets& sockets, bool isMultiplexed) {
   isMultiplexed_ = isMultiplexed;
   detail_[0] = 0;
   sentBytes_ = 0;
+  isStale_ = false;
 
   // First, so that it refers to no earlier transfer, should memory run out.
   set(easy, CURLOPT_ERRORBUFFER, detail_);
@@ -274,15 +276,14 @@ int CurlTransfer::mayBeSent(void* self, char* peer, char*, int peerPort, int loc
 bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
   const auto previous = std::exchange(connection_, nullptr);
   sockets_->endUse(previous);
-  const long sent = longOf(easy_, CURLINFO_REQUEST_SIZE);
-  const bool isPartlySent = std::exchange(sentBefore_, sent) != sent;
   isRepeated_ = isSent_;
   // libcurl begins anew by itself when the connection has come to an end, or when the server has
-  // refused the stream, which it tells from no other end.
-  const bool mayHaveBeenHeard = request_.method == HttpMethod::post && isRepeated_ &&
-                                isPartlySent && !Sockets::wasLeftOut(previous, stream_);
-  isStale_ = !mayHaveBeenHeard && sockets_->isSpent(route);
-  if (mayHaveBeenHeard || isStale_) return false;
+  // refused the stream, which it tells from no other end, or asks for HTTP/1.1, whatever has come.
+  const bool mayHaveBeenHeard = request_.method == HttpMethod::post && sentBytes_ > 0 &&
+                                !Sockets::wasLeftOut(previous, stream_);
+  if (isRepeated_ && (mayHaveBeenHeard || headerBytes_ > 0)) return false;
+  isStale_ = sockets_->isSpent(route);
+  if (isStale_) return false;
   auto* const tls = tlsOf(easy_);
   hasSharedConnection_ = speaksHttp2(tls);
   connection_ = sockets_->beginUse(route, tls);
@@ -342,7 +343,7 @@ void CurlTransfer::leaveConnection(CURLcode result) {
       (result == CURLE_ABORTED_BY_CALLBACK && isStale_) || (result != CURLE_OK && isLeftOut);
   if (isUnheard_) isSent_ = false;
   if (result == CURLE_OPERATION_TIMEDOUT) {
-    Sockets::breakIfSilent(connection,
+    Sockets::leaveIfSilent(connection,
                            std::chrono::floor<std::chrono::milliseconds>(Clock::now() - sentAt_));
   }
   mayBeCut_ = !hasSharedConnection_ && Sockets::mayBeCut(connection);
@@ -430,7 +431,8 @@ PellixPlatform::Error CurlTransfer::errorFor(CURLcode result, long proxyStatus) 
   if (result == CURLE_OK) {
     return makeCoreError(CoreErrorCode::connectionLost, "the header fields are not complete");
   }
-  return curlFailure(result, detail_, proxyStatus);
+  const bool mayHaveBeenHeard = request_.method == HttpMethod::post && isSent_;
+  return curlFailure(result, detail_, proxyStatus, mayHaveBeenHeard);
 }
 
 std::optional<PellixPlatform::Error> CurlTransfer::faultOf(

@@ -93,15 +93,14 @@ class CurlTransfer {
   Sockets::Use connection_;  // null while there is none
   Clock::time_point sentAt_;
   std::int64_t stream_ = 0;    // of the latest attempt over HTTP/2, 0 while it is not known
-  long sentBefore_ = 0;        // as libcurl counts bytes, before the latest attempt
-  long connectsBefore_;        // as it counts connections
+  long connectsBefore_;        // as libcurl counts connections, before the latest attempt
   std::size_t sentBytes_ = 0;  // of the latest attempt
   int attempts_ = 0;
   bool hasSharedConnection_ = false;
   bool isMultiplexed_;  // like others without a value here, set before it is read
   bool mayBeCut_;       // where its connection ended
   bool isUnheard_;
-  bool isStale_ = false;     // the connection could not be used again
+  bool isStale_;             // the connection could not be used again
   bool isSent_ = false;      // perhaps in part, and perhaps it was heard
   bool isRepeated_ = false;  // by libcurl itself
   bool hasEndedWell_;

@@ -64,17 +64,18 @@ class Sockets {
   /// Says that every connection has its turn anew.
   void beginTurn();
   /// Says that `reader` (whatever tells it from others; a connection through a proxy has several)
-  /// gets one more piece of what comes over its connection. False if it has had so many at a
-  /// stretch, for so long, that it keeps all others waiting, and has to go. libcurl itself would
-  /// read as long as something comes.
+  /// gets one more piece of what comes over its connection. False if it has had so many in this
+  /// turn, for so long, that it keeps all others waiting, and has to go. libcurl itself would read
+  /// as long as something comes.
   [[nodiscard]] bool mayHaveMore(const void* reader);
   /// Says that what has come was of use.
   void noteProgress();
   /// Ends the connection of `tls` as if it had been lost. False if it is not in use yet.
   [[nodiscard]] bool breakOff(const void* tls) const;
 
-  /// Breaks the connection off if no byte has come over it for so long.
-  static void breakIfSilent(const Use& use, std::chrono::milliseconds since);
+  /// Says that a request has waited in vain for so long. If no byte has come over the connection
+  /// meanwhile, it is not used again; who uses it already may still be answered.
+  static void leaveIfSilent(const Use& use, std::chrono::milliseconds since);
 
   /// Readable when `closeIdle` has something to do, if only to take note of being woken.
   [[nodiscard]] int descriptor() const { return watch_; }
@@ -112,12 +113,15 @@ class Sockets {
   const Descriptor watch_;
   const Descriptor wake_;
   std::map<int, Use> sockets_;
+  struct Reader {
+    const void* name = nullptr;
+    std::size_t pieces = 0;           // that it has had in this turn
+    std::size_t piecesInVain = 0;     // since something was of use
+    std::chrono::nanoseconds work{};  // on it, beyond the first few
+  };
   const void* reader_ = nullptr;           // the latest
-  std::array<const void*, 3> readers_{};   // the last: TLS to a proxy, TLS through it, a request
-  std::size_t pieces_ = 0;                 // that they have had in this turn
-  std::size_t piecesInVain_ = 0;           // since something was of use
+  std::array<Reader, 3> readers_;          // the last: TLS to a proxy, TLS through it, a request
   std::chrono::nanoseconds looked_{};      // when it was last looked how long they take
-  std::chrono::nanoseconds work_{};        // on them
   std::chrono::nanoseconds workInVain_{};  // on all who have had many, in this turn
 };
 

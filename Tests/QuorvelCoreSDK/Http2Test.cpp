@@ -45,6 +45,7 @@ TEST_F(Http2Test, WhatTheServerTookIsNotSentAgain) {
       {"go-away-before", answered},
       {"reset-stream-refused", lostAndNotTaken},
       {"break-protocol", lost},
+      {"break-and-refuse-another", lost},
       {"go-away-before+go-away-before+go-away-before", answered},
       {"go-away-before+go-away-before+go-away-before+go-away-before", lostAndNotTaken},
   };
@@ -116,22 +117,42 @@ TEST_F(Http2Test, AConnectionThatHasFallenSilentIsNotUsedAgain) {
   const Server server("fall-silent", file_);
   const auto client = clientFor(server.origin);
   for (int i = 0; i < 16; ++i) EXPECT_EQ(client.perform().status(), 200);
+  auto held = Client::begin(client.parameters());
   const Server another("answer", file_);  // which takes more than a tick of the system's clock
   auto parameters = client.parameters();
   parameters.requestTimeout = std::chrono::milliseconds(300);
   EXPECT_EQ(valueOf(Client::begin(std::move(parameters))).code(), CoreErrorCode::timedOut);
   EXPECT_EQ(client.perform().data, "18");
+  EXPECT_EQ(valueOf(std::move(held)).data, "held");
+}
+
+TEST_F(Http2Test, OnlyOneReplyMakesUpAReply) {
+  const Server server("ask-for-another-version", file_);
+  const auto client = clientFor(server.origin);
+  for (int i = 0; i < 16; ++i) EXPECT_EQ(client.perform().status(), 200);
+  EXPECT_EQ(client.perform().code(), CoreErrorCode::connectionLost);
 }
 
 TEST_F(Http2Test, AServerThatFloodsItsConnectionDoesNotHoldUpOthers) {
-  const Server server("flood", file_);
+  Server server("flood", file_);
   const auto client = clientFor(server.origin);
   for (int i = 0; i < 16; ++i) EXPECT_EQ(client.perform().status(), 200);
   auto parameters = client.parameters();
   parameters.requestTimeout = std::chrono::hours(1);
   auto flooded = Client::begin(std::move(parameters));
-  const Support::LoopbackServer another(replying(Support::httpReply("200 OK")));
-  EXPECT_EQ(Client(another.origin()).perform().status(), 200);
+  server.readUntil("waits");
+  std::promise<void> isAsked;
+  const Support::LoopbackServer another(
+      [&](const auto&) {
+        isAsked.set_value();
+        server.readUntil("floods");
+        return Support::LoopbackReply{Support::httpReply("200 OK")};
+      },
+      {.identity = identity_});
+  auto answered = Client::begin(clientFor(another.origin()).parameters());
+  isAsked.get_future().wait();
+  server.type("\n");
+  EXPECT_EQ(valueOf(std::move(answered)).status(), 200);
   EXPECT_EQ(valueOf(std::move(flooded)).code(), CoreErrorCode::connectionLost);
 }
 

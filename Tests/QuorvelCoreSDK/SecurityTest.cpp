@@ -74,6 +74,22 @@ TEST_F(SecurityTest, TrustsWhomItShould) {
   }
 }
 
+TEST_F(SecurityTest, SendsOnceWhatGoesOutBitByBit) {
+  const LoopbackServer server(
+      [](const auto& request) {
+        if (request.body.empty()) return Support::LoopbackReply{httpReply("200 OK")};
+        return Support::LoopbackReply{"", Support::LoopbackReply::Then::reset};
+      },
+      {.identity = makeIdentity({.issuer = &authority_}), .isNarrow = true});
+  const Client client(server.origin(), {.network = {.certificateAuthorities = trusted_}});
+  EXPECT_EQ(client.perform().status(), 200);
+  auto parameters = client.parameters();
+  parameters.httpMethod = HttpMethod::post;
+  parameters.body = std::string(60'000, ' ');  // together with its head, more than is taken at once
+  EXPECT_EQ(valueOf(Client::begin(std::move(parameters))).code(), CoreErrorCode::connectionLost);
+  EXPECT_EQ(server.requests().size(), 2U);
+}
+
 TEST_F(SecurityTest, ResumesTheSessionsOfEarlierConnections) {
   for (const bool isOlder : {false, true}) {
     std::atomic<int> arrived = 0;

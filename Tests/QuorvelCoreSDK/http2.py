@@ -46,17 +46,41 @@ def end_in_its_way(way, channel, connection, stream):
     if way == "break-protocol":
         channel.sendall(bytes([0, 0, 1, 0, 0, 0, 0, 0, 0, 0]))  # data of no stream
         return True
-    if way == "reset-connection":
+    if way in ("reset-connection", "break-and-refuse-another"):
         channel.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+        if way != "reset-connection":
+            channel.close()
+            listener.accept()[0].close()
     elif way.startswith("go-away"):
         connection.close_connection(last_stream_id=max(0, stream - 2 * (way == "go-away-before")))
         channel.sendall(connection.data_to_send())
         end(channel)  # else what is not read yet would have the system reset the connection
-    elif way == "fall-silent":
-        while channel.recv(65536):
-            pass
+    elif way == "ask-for-another-version":
+        connection.send_headers(stream, [(":status", "200"), ("content-length", "10")])
+        connection.send_data(stream, b"not all")
+        connection.ping(b"has come")
+        channel.sendall(connection.data_to_send())
+        channel.recv(65536)
+        connection.reset_stream(stream, error_code=h2.errors.ErrorCodes.HTTP_1_1_REQUIRED)
+        channel.sendall(connection.data_to_send())
+        with context.wrap_socket(listener.accept()[0], server_side=True) as another:
+            another.recv(65536)
+            another.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 3\r\n\r\nall")
+            end(another)
+    elif way == "fall-silent":  # until a request comes over another connection
+        ways[0] = "answer-once"
+        with context.wrap_socket(listener.accept()[0], server_side=True) as another:
+            serve(another)
+        connection.send_headers(stream, [(":status", "200")])
+        connection.send_data(stream, b"held", end_stream=True)
+        channel.sendall(connection.data_to_send())
+        end(channel)
     elif way == "flood":
-        while True:
+        print("waits", flush=True)
+        sys.stdin.readline()
+        for number in itertools.count():
+            if number == 1:
+                print("floods", flush=True)
             channel.sendall(bytes([0, 0, 0, 99, 0, 0, 0, 0, 0]) * 100_000)  # frames of no known type
     elif way == "say-farewell":
         channel.settimeout(1)

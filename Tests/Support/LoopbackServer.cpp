@@ -4,6 +4,7 @@
 
 #include <linux/sockios.h>
 #include <netdb.h>
+#include <netinet/tcp.h>
 #include <openssl/ssl.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -105,6 +106,12 @@ LoopbackServer::LoopbackServer(Handler handler, Options options)
   listener_ = socket(address->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
   const int shared = 1;  // with a deaf one, and with what is left of earlier connections
   setsockopt(listener_, SOL_SOCKET, SO_REUSEADDR, &shared, sizeof shared);
+  if (options_.isNarrow) {
+    const int little = 2048;
+    const int segment = 536;
+    setsockopt(listener_, SOL_SOCKET, SO_RCVBUF, &little, sizeof little);
+    setsockopt(listener_, IPPROTO_TCP, TCP_MAXSEG, &segment, sizeof segment);
+  }
   char port[8];
   if (bind(listener_, address->ai_addr, address->ai_addrlen) != 0 ||
       getsockname(listener_, address->ai_addr, &address->ai_addrlen) != 0 ||

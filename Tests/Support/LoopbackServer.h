@@ -53,6 +53,7 @@ class LoopbackServer {
     bool answersUnasked = false;  // as soon as a connection stands
     bool isDeaf = false;          // holds the port, but refuses connections
     bool isFull = false;          // lets connections wait for ever to be made
+    bool isNarrow = false;        // takes little at once
     bool keepsRequests = true;    // for `requests`
   };
 

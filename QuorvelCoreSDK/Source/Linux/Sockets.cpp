@@ -109,8 +109,8 @@ Sockets::Sockets(std::array<int, 2> ends)
 struct Sockets::Socket {
   int descriptor;  // CURL_SOCKET_BAD: libcurl has closed it
   std::size_t uses = 0;
-  bool wasUsed = false;  // so that a handshake is under way no more
-  bool isClosedByPeer = false;
+  bool wasUsed = false;    // so that a handshake is under way no more
+  bool isToClose = false;  // as the peer has, or does not answer
   void* tls = nullptr;
   bool isTlsEndedByPeer = false;
   std::int64_t lastStream = std::numeric_limits<std::int64_t>::max();
@@ -165,7 +165,7 @@ bool Sockets::isSpent(const Route& route) {
   const bool isClosed = (state & POLLRDHUP) != 0;
   const bool hasMore = (state & POLLIN) != 0 || holdsUnread(socket->tls);
   const bool isUnasked = hasMore && socket->wasUsed && !speaksHttp2(socket->tls);
-  if (!isClosed && !isUnasked) return false;
+  if (!isClosed && !isUnasked && !socket->isToClose) return false;
   closeIfIdle(*socket);
   return true;
 }
@@ -183,7 +183,7 @@ Sockets::Use Sockets::beginUse(const Route& route, void* tls) {
 void Sockets::endUse(const Use& use) const {
   if (!use) return;
   --use->uses;
-  if (use->isClosedByPeer) closeIfIdle(*use);
+  if (use->isToClose) closeIfIdle(*use);
 }
 
 void Sockets::noteLastStream(const Use& use, std::int64_t stream) const {
@@ -205,34 +205,36 @@ bool Sockets::mayBeCut(const Use& use) {
 }
 
 void Sockets::beginTurn() {
-  pieces_ = piecesInVain_ = 0;
-  work_ = workInVain_ = {};
+  readers_ = {};
+  workInVain_ = {};
 }
 
 bool Sockets::mayHaveMore(const void* reader) {
   using std::chrono::milliseconds;
   constexpr std::size_t few = 32;  // more than a handshake takes
   constexpr milliseconds longest(1000);
-  constexpr milliseconds longestInVain(250);
+  constexpr milliseconds longestInVain(250);       // of all together
+  constexpr milliseconds longestInVainAnyway(10);  // of each, when others have used that up
   reader_ = reader;
-  if (std::ranges::find(readers_, reader) == readers_.end()) {
-    readers_ = {reader, readers_[0], readers_[1]};
-    pieces_ = piecesInVain_ = 0;
-    work_ = {};
+  auto* found = std::ranges::find(readers_, reader, &Reader::name);
+  if (found == readers_.end()) {
+    readers_ = {Reader{.name = reader}, readers_[0], readers_[1]};
+    found = readers_.begin();
   }
-  ++piecesInVain_;
-  if (++pieces_ <= few) return true;
+  ++found->piecesInVain;
+  if (++found->pieces <= few) return true;
   const auto now = workOfThread();
-  const auto work = pieces_ == few + 1 ? std::chrono::nanoseconds(0) : now - looked_;
+  const auto work = found->pieces == few + 1 ? std::chrono::nanoseconds(0) : now - looked_;
   looked_ = now;
-  work_ += work;
-  const bool isInVain = piecesInVain_ > few;
+  found->work += work;
+  const bool isInVain = found->piecesInVain > few;
   if (isInVain) workInVain_ += work;
-  return work_ < longest && (!isInVain || workInVain_ < longestInVain);
+  return isInVain ? workInVain_ < longestInVain || found->work < longestInVainAnyway
+                  : found->work < longest;
 }
 
 void Sockets::noteProgress() {
-  piecesInVain_ = 0;
+  for (auto& reader : readers_) reader.piecesInVain = 0;
 }
 
 bool Sockets::breakOff(const void* tls) const {
@@ -241,14 +243,12 @@ bool Sockets::breakOff(const void* tls) const {
   return found != sockets_.end() && ::dup3(ended_, found->first, O_CLOEXEC) >= 0;
 }
 
-void Sockets::breakIfSilent(const Use& use, std::chrono::milliseconds since) {
+void Sockets::leaveIfSilent(const Use& use, std::chrono::milliseconds since) {
   if (!use) return;
   tcp_info info{};
   socklen_t size = sizeof info;
   ::getsockopt(use->descriptor, IPPROTO_TCP, TCP_INFO, &info, &size);
-  if (std::chrono::milliseconds(info.tcpi_last_data_recv) >= since) {
-    ::shutdown(use->descriptor, SHUT_RDWR);
-  }
+  if (std::chrono::milliseconds(info.tcpi_last_data_recv) >= since) use->isToClose = true;
 }
 
 void Sockets::wake() const {
@@ -260,7 +260,7 @@ void Sockets::closeIdle() {
   ::epoll_wait(watch_, &event, 1, 0);
   const auto found = sockets_.find(event.data.fd);
   if (found == sockets_.end() || (event.events & EPOLLRDHUP) == 0) return;
-  found->second->isClosedByPeer = true;
+  found->second->isToClose = true;
   closeIfIdle(*found->second);
 }
 
