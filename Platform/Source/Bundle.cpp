@@ -5,6 +5,7 @@
 #include <PellixPlatform/internal/File.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <mutex>
 #include <system_error>
 #include <utility>
@@ -33,10 +34,10 @@ std::optional<fs::path> hostDirectory() {
 }
 
 Contents fileIn(const fs::path& directory, std::string_view fileName) {
-  const auto path = directory / fileName;
-  std::error_code ignored;
-  if (!fs::exists(path, ignored)) return std::nullopt;
-  return readFile(path);
+  auto file = readFile(directory / fileName);
+  const auto code = file ? 0 : file.error().code();
+  if (code == ENOENT || code == ENOTDIR) return std::nullopt;
+  return file;
 }
 
 Contents fileAmong(std::span<const Bundle::Resource> carried, std::string_view fileName) {

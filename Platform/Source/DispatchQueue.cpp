@@ -2,10 +2,11 @@
 #include <PellixPlatform/internal/FatalError.h>
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <mutex>
-#include <thread>
 #include <utility>
 
 namespace PellixPlatform {
@@ -18,10 +19,17 @@ struct DispatchQueue::State {
   std::deque<Task> tasks;
   bool stopped = false;
   Hook hook;
-  std::thread::id runner;  // the latest
+  std::uint64_t runner = 0;  // the latest
 };
 
 namespace {
+
+/// The calling thread's own number. The system gives the name of one that has ended to another.
+std::uint64_t threadNumber() {
+  static constinit std::atomic<std::uint64_t> latest = 0;
+  thread_local const std::uint64_t number = ++latest;
+  return number;
+}
 
 /// Notes who runs the queue, and calls its hook on leaving the scope, by return or by exception, if
 /// tasks are left behind.
@@ -30,7 +38,7 @@ class Running {
  public:
   explicit Running(State& state) : state_(state) {
     const std::lock_guard lock(state.mutex);
-    state.runner = std::this_thread::get_id();
+    state.runner = threadNumber();
   }
   Running(const Running&) = delete;
   Running& operator=(const Running&) = delete;
@@ -138,7 +146,7 @@ void DispatchQueue::assertNotOnQueue() const {
     const std::lock_guard lock(state_->mutex);
     return state_->runner;
   }();
-  if (runner != std::this_thread::get_id()) return;
+  if (runner != threadNumber()) return;
   fatalError("This thread runs the queue, so it can't wait for a task of it.");
 }
 

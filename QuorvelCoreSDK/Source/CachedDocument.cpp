@@ -98,14 +98,15 @@ std::shared_ptr<CachedDocument> CachedDocument::make(Parameters parameters) {
 }
 
 void CachedDocument::get(RecordType type, Callback callback) {
-  if (!PendingCalls::areAccepted()) return;
+  const PendingCall call(callback);
+  if (!call) return;
   if (const auto document = freshDocument()) {
-    if (const auto called = std::exchange(callback, nullptr)) called(recordIn(document, type));
+    call(recordIn(document, type));
     return;
   }
-  callback = PendingCall(callback);
+  Waiting waiting{.type = type, .callback = call};  // goes after the lock does, if it can't wait
   std::unique_lock lock(mutex_);
-  audience_.waiting.push_back({type, std::move(callback)});
+  audience_.waiting.push_back(std::move(waiting));
   if (!fetch(std::move(lock), false)) return;
   parameters_.environment.session()->documents().fetchBeside(*this);
 }

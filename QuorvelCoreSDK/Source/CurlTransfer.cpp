@@ -7,6 +7,7 @@
 #include <array>
 #include <charconv>
 #include <new>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -31,13 +32,18 @@ constexpr auto protocols = std::to_array<Protocol>({
     {CURL_HTTP_VERSION_2_0, "HTTP/2"},
 });
 
-/// What libcurl says of a stream that it opens: 7.88, and 8.
-struct StreamNote {
+/// What libcurl says of a number: 7.88, and 8. Its notes of header fields begin otherwise.
+struct Note {
   std::string_view beforeNumber;
   std::string_view behind;
 };
 
-constexpr auto streamNotes = std::to_array<StreamNote>({
+constexpr auto notesOfLastStream = std::to_array<Note>({
+    {"recveived GOAWAY, error=0, last_stream=", ""},
+    {"received GOAWAY, error=0, last_stream=", ""},
+});
+
+constexpr auto notesOfOpenedStream = std::to_array<Note>({
     {"Using Stream ID: ", " "},
     {"[HTTP/2] [", "] OPENED stream for "},
 });
@@ -73,14 +79,17 @@ int closeSocket(void* sockets, curl_socket_t socket) {
   return 0;
 }
 
-/// The number that follows a text in a note.
-std::optional<std::int64_t> numberBehind(std::string_view note, std::string_view text) {
-  const auto found = note.find(text);
-  if (found == note.npos) return std::nullopt;
-  const auto digits = note.substr(found + text.size());
-  std::int64_t number = 0;
-  const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  return read.ec == std::errc() ? std::optional(number) : std::nullopt;
+/// The number in a note that has one of the forms.
+std::optional<std::int64_t> numberIn(std::string_view note, std::span<const Note> forms) {
+  for (const auto& [beforeNumber, behind] : forms) {
+    if (!note.starts_with(beforeNumber)) continue;
+    const auto* const end = note.data() + note.size();
+    std::int64_t number = 0;
+    const auto read = std::from_chars(note.data() + beforeNumber.size(), end, number);
+    const bool fits = std::string_view(read.ptr, end).starts_with(behind);
+    if (fits && read.ec == std::errc()) return number;
+  }
+  return std::nullopt;
 }
 
 template <class Value>
@@ -279,8 +288,9 @@ bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
   isRepeated_ = isSent_;
   // libcurl begins anew by itself when the connection has come to an end, or when the server has
   // refused the stream, which it tells from no other end, or asks for HTTP/1.1, whatever has come.
-  const bool mayHaveBeenHeard = request_.method == HttpMethod::post && sentBytes_ > 0 &&
-                                !Sockets::wasLeftOut(previous, stream_);
+  // Nor does it tell what of a request has gone out, if that was not all that it had to write.
+  const bool mayHaveBeenHeard =
+      request_.method == HttpMethod::post && !Sockets::wasLeftOut(previous, stream_);
   if (isRepeated_ && (mayHaveBeenHeard || headerBytes_ > 0)) return false;
   isStale_ = sockets_->isSpent(route);
   if (isStale_) return false;
@@ -320,13 +330,10 @@ int CurlTransfer::takeNote(CURL* easy, curl_infotype kind, char* text, std::size
 
 void CurlTransfer::readNote(std::string_view note) {
   // As libcurl 7.88 and 8 say it. A note that is not understood is as good as none.
-  if (const auto last = numberBehind(note, "eived GOAWAY, error=0, last_stream=")) {
+  if (const auto last = numberIn(note, notesOfLastStream)) {
     sockets_->noteLastStream(connection_, *last);
   }
-  for (const auto& [beforeNumber, behind] : streamNotes) {
-    const auto opened = numberBehind(note, beforeNumber);
-    if (opened && note.contains(behind)) stream_ = *opened;
-  }
+  if (const auto opened = numberIn(note, notesOfOpenedStream)) stream_ = *opened;
 }
 
 bool CurlTransfer::mustStartAgain() const {

@@ -2,6 +2,7 @@
 
 #include "CurlWorker.h"
 #include "Header.h"
+#include "PendingCall.h"
 #include "SecureURL.h"
 
 #include <PellixPlatform/DispatchQueue.h>
@@ -23,6 +24,7 @@ CurlTransport::CurlTransport(Network network)
     : network_(std::make_shared<const Network>(std::move(network))) {}
 
 void CurlTransport::send(TransportRequest request, Completion completion) {
+  if (!PendingCalls::areAccepted()) return;
   // A host's own transport may have changed them.
   const auto refuse = [&](CoreErrorCode code) {
     post(
@@ -44,6 +46,7 @@ void CurlTransport::send(TransportRequest request, Completion completion) {
 }
 
 void CurlTransport::post(std::function<void()> task) {
+  if (!PendingCalls::areAccepted()) return;
   try {
     auto& worker = CurlWorker::shared();
     worker.post(std::move(task));

@@ -36,6 +36,7 @@ constexpr std::chrono::milliseconds patience(20);
 /// than a person bears if code of the host's does not come back.
 constexpr std::chrono::milliseconds longestStop(1000);
 
+constinit std::atomic<bool> isBegun = false;  // its making
 constinit std::atomic<CurlWorker*> made = nullptr;
 
 /// While it lives, a thread that this one starts receives no signal but those of its own faults:
@@ -97,20 +98,32 @@ CurlWorker::Shared makeShared() {
 }  // namespace
 
 CurlWorker& CurlWorker::shared() {
-  static auto& worker = *new CurlWorker;
+  static auto& worker = *make();
   return worker;
+}
+
+CurlWorker* CurlWorker::make() {
+  // First, for a child that is forked meanwhile would wait for the thread that makes it.
+  static const int isWatched = pthread_atfork(nullptr, nullptr, forgetInChild);
+  if (isWatched != 0) throw std::bad_alloc();
+  isBegun = true;
+  try {
+    return new CurlWorker;
+  } catch (...) {
+    isBegun = false;
+    throw;
+  }
 }
 
 CurlWorker::CurlWorker() : multi_(makeMulti()), shared_(makeShared()) {
   // Registered after what the libraries have made, so that it runs before that is torn down.
-  if (pthread_atfork(nullptr, nullptr, forgetInChild) != 0 || std::atexit(stopAtExit) != 0) {
-    throw std::bad_alloc();
-  }
+  if (std::atexit(stopAtExit) != 0) throw std::bad_alloc();
   made = this;
 }
 
 void CurlWorker::forgetInChild() {
-  if (made.exchange(nullptr)) PendingCalls::refuseInChild();
+  if (isBegun.exchange(false)) PendingCalls::refuseInChild();
+  made = nullptr;
 }
 
 void CurlWorker::stopAtExit() {
@@ -127,6 +140,10 @@ void CurlWorker::stopAtExit() {
 
 template <class Body>
 void CurlWorker::callHost(const Body& body) {
+  {
+    const std::lock_guard lock(mutex_);
+    if (isToDrop_) return;
+  }
   withMemory(body);
   stopIfEnding();
 }
@@ -176,12 +193,10 @@ void CurlWorker::dropIfAsked() {
 
 template <class Item>
 void CurlWorker::enqueue(std::list<Item>& queue, Item item) {
-  // Outside the lock, which nobody lets go of in a forked child, and where the log may come back.
-  if (!PendingCalls::areAccepted()) return;
   std::list<Item> added;
   added.push_back(std::move(item));
   const std::lock_guard lock(mutex_);
-  // Looked at once more, so that `dropAll` misses nothing.
+  // Looked at here, too, so that `dropAll` misses nothing.
   if (!PendingCalls::areAccepted()) return;
   if (!thread_.joinable()) startThread();
   queue.splice(queue.end(), added);
@@ -209,6 +224,7 @@ void CurlWorker::post(std::function<void()> task) {
 void CurlWorker::run() {
   while (true) {
     stopIfEnding();
+    dropIfAsked();
     runTasks();
     dropIfAsked();
     sortAdded();
@@ -339,6 +355,7 @@ void CurlWorker::finishDone() {
 void CurlWorker::finishLate() {
   const auto now = Clock::now();
   if (now < earliestDeadline_) return;
+  takeBackHandles();  // for what starts again may end here, and its handle refers to it
 
   earliestDeadline_ = Clock::time_point::max();
   const auto isLate = [&](const CurlTransfer& transfer) {

@@ -30,6 +30,8 @@ class CurlWorker {
   /// is sent. Until then it waits, and says whether that came to be in time.
   static bool dropAll(Clock::time_point deadline);
 
+  /// Both, and what they are called on, only while `PendingCalls::areAccepted`: in a forked child
+  /// nobody lets go of a lock.
   void add(std::unique_ptr<CurlTransfer> transfer);
   void post(std::function<void()> task);
 
@@ -41,6 +43,7 @@ class CurlWorker {
 
  private:
   CurlWorker();
+  static CurlWorker* make();
   static void stopAtExit();
   static void forgetInChild();
 
@@ -48,7 +51,8 @@ class CurlWorker {
   void enqueue(std::list<Item>& queue, Item item);
   void startThread();
   void run();
-  /// Runs code of the host's, and comes back only if the process does not end meanwhile.
+  /// Runs code of the host's, unless all is to be dropped, and comes back only if the process does
+  /// not end meanwhile.
   template <class Body>
   void callHost(const Body& body);
   /// If the process ends, the thread goes no further: neither into a library that may be gone by

@@ -53,6 +53,7 @@ void KeptDocuments::fetchBeside(const CachedDocument& one) {
 std::vector<std::shared_ptr<CachedDocument>> KeptDocuments::all() {
   std::vector<std::shared_ptr<CachedDocument>> documents;
   const std::lock_guard lock(mutex_);
+  documents.reserve(documents_.size());  // so that none goes here, which would lock once more
   for (const auto& each : documents_) {
     if (auto document = each.lock()) documents.push_back(std::move(document));
   }

@@ -95,6 +95,7 @@ void ProviderService::perform(Callback callback) && {
     return;
   }
   auto request = makeRequest(std::move(parameters_), *session);
+  if (!call) return;  // since the host was asked for a token
   if (!request) {
     Session::post(session, [call, queue, error = std::move(request.error())]() mutable {
       deliver(call, queue, {.error = std::move(error)});

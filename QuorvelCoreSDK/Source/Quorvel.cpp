@@ -68,8 +68,8 @@ std::expected<std::shared_ptr<Quorvel>, PellixPlatform::Error> Quorvel::make(
   if (!url) return std::unexpected(std::move(url).error());
 
   constexpr std::size_t largestSettings = std::size_t{256} << 10;  // bytes
-  const auto settingsTimeout =
-      std::min(configuration.network.settingsTimeout, configuration.network.requestTimeout);
+  const auto settingsTimeout = bounded(
+      std::min(configuration.network.settingsTimeout, configuration.network.requestTimeout));
   const auto maxSettingsBytes = std::min(largestSettings, configuration.network.maxResponseBytes);
   auto transport = std::move(configuration.transport);
   if (!transport) {
@@ -122,7 +122,7 @@ const ProviderModule& Quorvel::providerModule() const {
 }
 
 void Quorvel::prepare() const {
-  parts_->session->documents().prepare();
+  if (PendingCalls::areAccepted()) parts_->session->documents().prepare();
 }
 
 std::optional<SettingsFailure> Quorvel::lastSettingsFailure() const {

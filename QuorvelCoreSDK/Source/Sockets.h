@@ -74,7 +74,7 @@ class Sockets {
   [[nodiscard]] bool breakOff(const void* tls) const;
 
   /// Says that a request has waited in vain for so long. If no byte has come over the connection
-  /// meanwhile, it is not used again; who uses it already may still be answered.
+  /// meanwhile, it is not used again until one does; who uses it already may still be answered.
   static void leaveIfSilent(const Use& use, std::chrono::milliseconds since);
 
   /// Readable when `closeIdle` has something to do, if only to take note of being woken.
@@ -103,6 +103,7 @@ class Sockets {
 
   explicit Sockets(std::array<int, 2> ends);
   [[nodiscard]] Use find(const Route& route);
+  [[nodiscard]] static bool isSilent(const Socket& socket);
   void closeIfIdle(Socket& socket) const;
 
   // What libcurl has instead of a closed connection: all that is written there is taken, so that it
@@ -118,6 +119,7 @@ class Sockets {
     std::size_t pieces = 0;           // that it has had in this turn
     std::size_t piecesInVain = 0;     // since something was of use
     std::chrono::nanoseconds work{};  // on it, beyond the first few
+    std::chrono::nanoseconds workInVain{};
   };
   const void* reader_ = nullptr;           // the latest
   std::array<Reader, 3> readers_;          // the last: TLS to a proxy, TLS through it, a request

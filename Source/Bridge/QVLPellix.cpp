@@ -35,6 +35,7 @@ size_t QVLPellix_version(char* bytes, size_t capacity) {
   std::string version;  // which is empty if memory runs out
   withMemory([&] { version = libraryVersion(resourceBundle()); });
   if (capacity == 0) return version.size();
+  if (!bytes) misuse(__func__, "null where a text is to be written");
   bytes[version.copy(bytes, capacity - 1)] = '\0';
   return version.size();
 }

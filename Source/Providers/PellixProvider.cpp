@@ -120,6 +120,7 @@ struct PellixProvider::Steps {
 void PellixProvider::getDeflectionForQuery(std::string query,
                                            ResultCallback<DeflectionResponse> callback) {
   PendingCallback<DeflectionResponse> pending(std::move(callback));
+  const auto kept = weak_from_this().lock();  // whatever the log's sink lets go of
   QuorvelCoreSDK::CoreLogger::debug("UUID for deflection: " + dependencies_->UUID);
   const auto* const endpoint = findEndpoint("interaction");
   if (!endpoint) return;

@@ -67,6 +67,8 @@ TEST(Bundle, GivesWayToADirectoryWholly) {
   EXPECT_EQ(bundle.objectForInfoDictionaryKey("k"), InfoValue("first"));
   fs::create_directory(first.path() / "B.txt");
   EXPECT_EQ(contents(bundle, "B", "txt"), "error " + std::to_string(EISDIR));
+  fs::create_symlink("C.txt", first.path() / "C.txt");
+  EXPECT_EQ(contents(bundle, "C", "txt"), "error " + std::to_string(ELOOP));
 
   // A relative path is resolved once.
   const TemporaryDirectory second;

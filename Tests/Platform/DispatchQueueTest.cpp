@@ -77,6 +77,22 @@ TEST(DispatchQueue, EachWayToRunHasItsEnd) {
   EXPECT_EQ(log, "abcd");
 }
 
+TEST(DispatchQueue, AThreadIsNotTakenForAnEarlierOne) {
+  std::thread::id earlier;
+  std::thread::id later;
+  const auto run = [&] {
+    earlier = std::this_thread::get_id();
+    DispatchQueue::main().runPending();
+  };
+  const auto check = [&] {
+    later = std::this_thread::get_id();
+    DispatchQueue::main().assertNotOnQueue();
+  };
+  std::thread(run).join();
+  std::thread(check).join();
+  if (earlier != later) GTEST_SKIP() << "The system gives threads names of their own.";
+}
+
 TEST(DispatchQueue, CallsTheWakeHookWhenThereIsSomethingToRun) {
   DispatchQueue queue;
   int woken = 0;

@@ -292,16 +292,27 @@ TEST(ConcurrencyTest, WhatIsUnderWayWhenTheHostShutsDownGoesNoFurther) {
   full.wait();
   const auto transport = makeTransport().value();
   std::promise<pid_t> thread;
+  std::promise<void> mayShutDown;
+  transport->post([&] { mayShutDown.get_future().wait(); });
   transport->post([&] {
     transport->post([] { ADD_FAILURE() << "it was not dropped"; });
     outcomes.push_back(Client::begin(Client(server.origin()).parameters()));
     EXPECT_TRUE(Quorvel::shutDown(generousLimit));  // does not wait for its own thread
     thread.set_value(gettid());
   });
+  transport->post([] { ADD_FAILURE() << "it was not dropped either"; });
+  mayShutDown.set_value();
   waitUntilItSleeps(valueOf(thread.get_future()));
   EXPECT_TRUE(Quorvel::shutDown(std::chrono::seconds(15)));  // wakes it
   EXPECT_TRUE(Quorvel::shutDown(std::chrono::milliseconds::max()));
   mayGoOn.set_value();
+  const auto shutDownAndSetUp = [&] {
+    Quorvel::shutDown(std::chrono::milliseconds(0));
+    static_cast<void>(Client(server.origin()));
+    return secret;
+  };
+  outcomes.push_back(
+      Client::begin(Client(server.origin(), {.token = shutDownAndSetUp}).parameters()));
   for (auto& outcome : outcomes) EXPECT_THROW(static_cast<void>(outcome.get()), std::future_error);
   EXPECT_EQ(Client(server.origin()).perform().status(), 200);
   EXPECT_EQ(server.requests().size(), bound + 1U);

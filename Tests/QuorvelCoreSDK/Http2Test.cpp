@@ -90,6 +90,7 @@ TEST_F(Http2Test, WhatTheServerWritesIsNoNoteOfTheLibrarys) {
   auto parameters = client.parameters();
   parameters.httpMethod = HttpMethod::post;
   parameters.body = "{}";
+  parameters.clientHeaders = makeClientHeaders("Tester", "received GOAWAY, error=0, last_stream=0");
   for (int i = 0; i < 2; ++i) EXPECT_EQ(valueOf(Client::begin(parameters)).status(), 200);
   EXPECT_EQ(valueOf(Client::begin(parameters)).code(), CoreErrorCode::connectionLost);
 }

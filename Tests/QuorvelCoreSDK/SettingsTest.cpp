@@ -115,6 +115,11 @@ TEST_F(SettingsTest, AreKeptAndAnsweredAtOnce) {
   EXPECT_EQ(request.requestTimeout, std::chrono::seconds(10));
   EXPECT_EQ(request.maxResponseBytes, std::size_t{256} << 10);
   EXPECT_THAT(log_.lines(), IsEmpty());
+
+  quorvel_->providerModule().settings()->getSettings<Colour>([](const auto&) {
+    std::thread([] { EXPECT_FALSE(Quorvel::shutDown(std::chrono::milliseconds(0))); }).join();
+  });
+  EXPECT_TRUE(Quorvel::initialize({"https://account.example", "", ""}));  // for those that follow
 }
 
 TEST_F(SettingsTest, AreDecodedOnceForEachTypeOfRecord) {

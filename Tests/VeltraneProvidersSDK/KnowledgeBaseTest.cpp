@@ -73,6 +73,10 @@ TEST_F(KnowledgeBaseTest, AnswersWithoutInstances) {
     PellixPlatform::DispatchQueue::main().runPending();
     EXPECT_EQ(heard_.empty(), hasCore);  // whose thread is at hand
     EXPECT_EQ(settled(), "none.com.veltrane.providers (2): The knowledge base is not set up..");
+    ask();
+    EXPECT_TRUE(Quorvel::shutDown(std::chrono::milliseconds(0)));
+    PellixPlatform::DispatchQueue::main().runPending();
+    EXPECT_EQ(settled(), ".");
   }
 }
 

@@ -1,6 +1,5 @@
 #include "KnowledgeBase.h"
 
-#include <PellixPlatform/DispatchQueue.h>
 #include <QuorvelCoreSDK/ProviderService.h>
 #include <VeltraneProvidersSDK/Veltrane.h>
 
@@ -43,7 +42,11 @@ void postWithoutRequest(std::function<void()> task) {
   if (quorvel) {
     quorvel->post(std::move(task));
   } else {
-    PellixPlatform::DispatchQueue::main().post(std::move(task));
+    // Nowhere to, and on the main queue, where `Quorvel::shutDown` finds it.
+    QuorvelCoreSDK::ProviderService(
+        {.environment = {"", "", ""},
+         .urlComponent = PellixPlatform::URL::parse("https://account.invalid").value()})
+        .perform([task = std::move(task)](auto&&...) { task(); });
   }
 }
 

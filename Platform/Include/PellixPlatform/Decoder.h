@@ -14,6 +14,9 @@ namespace PellixPlatform {
 /// What a record is decoded from: one value of a document. It is handed to the record's decoding
 /// constructor and borrowed for its duration. A read that fails throws out of that constructor, so
 /// that no partly filled record is ever seen; the decoder that was asked turns it into an `Error`.
+///
+/// A record that may hold records of its own class takes as much of the stack as a document is
+/// deep, and has to bound that by itself, if others write the document.
 class PELLIX_EXPORT Decoder {
  public:
   Decoder(const DocumentReader& reader, Cursor root) : reader_(&reader), cursor_(root) {}

@@ -21,10 +21,9 @@ namespace QuorvelCoreSDK {
 /// One request to an account's services: a value that can be kept, copied and performed.
 ///
 /// There are no redirects, and a request goes out once more only where that does no harm: on
-/// another connection, if nothing of it was sent because the kept one was closed, or if the server
-/// says, by where it ends the connection, that it took nothing of it (RFC 9113, section 6.8); and,
-/// unless it is a POST, if the kept connection broke, or its stream was refused, before any byte of
-/// a reply.
+/// another connection, if the kept one was closed before it went out, or if the server says, by
+/// where it ends the connection, that it took nothing of it (RFC 9113, section 6.8); and, unless it
+/// is a POST, if the kept connection broke, or its stream was refused, before any byte of a reply.
 class PELLIX_EXPORT ProviderService {
  public:
   /// Body bytes or nothing, response or null, error or nothing. Zero bytes come as nothing.

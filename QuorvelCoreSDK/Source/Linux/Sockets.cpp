@@ -20,6 +20,7 @@
 #include <iterator>
 #include <limits>
 #include <new>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -63,6 +64,13 @@ End endOf(int (*nameOf)(int, sockaddr*, socklen_t*), int socket) {
   ::inet_ntop(name.ss_family, address, end.address.data(),
               static_cast<socklen_t>(end.address.size()));
   return end;
+}
+
+std::chrono::milliseconds sinceLastByte(int socket) {
+  tcp_info info{};
+  socklen_t size = sizeof info;
+  ::getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &size);
+  return std::chrono::milliseconds(info.tcpi_last_data_recv);
 }
 
 /// How long the calling thread has worked. That a process was stopped for a while, or that others
@@ -109,14 +117,21 @@ Sockets::Sockets(std::array<int, 2> ends)
 struct Sockets::Socket {
   int descriptor;  // CURL_SOCKET_BAD: libcurl has closed it
   std::size_t uses = 0;
-  bool wasUsed = false;    // so that a handshake is under way no more
-  bool isToClose = false;  // as the peer has, or does not answer
+  bool wasUsed = false;  // so that a handshake is under way no more
+  bool isClosedByPeer = false;
+  std::optional<std::chrono::steady_clock::time_point> silentAt;
   void* tls = nullptr;
   bool isTlsEndedByPeer = false;
   std::int64_t lastStream = std::numeric_limits<std::int64_t>::max();
   End local{};
   End peer{};
 };
+
+bool Sockets::isSilent(const Socket& socket) {
+  if (!socket.silentAt) return false;
+  const auto since = std::chrono::steady_clock::now() - *socket.silentAt;
+  return sinceLastByte(socket.descriptor) >= std::chrono::floor<std::chrono::milliseconds>(since);
+}
 
 int Sockets::open(int family, int type, int protocol) {
   const int descriptor = ::socket(family, type | SOCK_CLOEXEC, protocol);
@@ -165,7 +180,7 @@ bool Sockets::isSpent(const Route& route) {
   const bool isClosed = (state & POLLRDHUP) != 0;
   const bool hasMore = (state & POLLIN) != 0 || holdsUnread(socket->tls);
   const bool isUnasked = hasMore && socket->wasUsed && !speaksHttp2(socket->tls);
-  if (!isClosed && !isUnasked && !socket->isToClose) return false;
+  if (!isClosed && !isUnasked && !isSilent(*socket)) return false;
   closeIfIdle(*socket);
   return true;
 }
@@ -183,7 +198,7 @@ Sockets::Use Sockets::beginUse(const Route& route, void* tls) {
 void Sockets::endUse(const Use& use) const {
   if (!use) return;
   --use->uses;
-  if (use->isToClose) closeIfIdle(*use);
+  if (use->isClosedByPeer || isSilent(*use)) closeIfIdle(*use);
 }
 
 void Sockets::noteLastStream(const Use& use, std::int64_t stream) const {
@@ -227,10 +242,10 @@ bool Sockets::mayHaveMore(const void* reader) {
   const auto work = found->pieces == few + 1 ? std::chrono::nanoseconds(0) : now - looked_;
   looked_ = now;
   found->work += work;
-  const bool isInVain = found->piecesInVain > few;
-  if (isInVain) workInVain_ += work;
-  return isInVain ? workInVain_ < longestInVain || found->work < longestInVainAnyway
-                  : found->work < longest;
+  if (found->piecesInVain <= few) return found->work < longest;
+  found->workInVain += work;
+  workInVain_ += work;
+  return workInVain_ < longestInVain || found->workInVain < longestInVainAnyway;
 }
 
 void Sockets::noteProgress() {
@@ -244,11 +259,9 @@ bool Sockets::breakOff(const void* tls) const {
 }
 
 void Sockets::leaveIfSilent(const Use& use, std::chrono::milliseconds since) {
-  if (!use) return;
-  tcp_info info{};
-  socklen_t size = sizeof info;
-  ::getsockopt(use->descriptor, IPPROTO_TCP, TCP_INFO, &info, &size);
-  if (std::chrono::milliseconds(info.tcpi_last_data_recv) >= since) use->isToClose = true;
+  if (use && sinceLastByte(use->descriptor) >= since) {
+    use->silentAt = std::chrono::steady_clock::now();
+  }
 }
 
 void Sockets::wake() const {
@@ -259,8 +272,9 @@ void Sockets::closeIdle() {
   epoll_event event{};  // the descriptor stays readable as long as there are more
   ::epoll_wait(watch_, &event, 1, 0);
   const auto found = sockets_.find(event.data.fd);
-  if (found == sockets_.end() || (event.events & EPOLLRDHUP) == 0) return;
-  found->second->isToClose = true;
+  // A child process may hold an earlier socket of the same number open.
+  if (found == sockets_.end() || !hasPeerClosed(found->first)) return;
+  found->second->isClosedByPeer = true;
   closeIfIdle(*found->second);
 }
 
