@@ -19,7 +19,7 @@ ExitCode ask(const Pellix& pellix, const Options& options) {
         options.question,
         PellixProvidersSDK::ResultCallback<DeflectionResponse>(std::move(callback)));
   });
-  if (timings()) fmt::print(stderr, "{}", timings()->table());
+  if (timings()) tell(timings()->table());
   if (!answer) return reportSilence();
   if (!*answer) return reportFailure(answer->error());
 

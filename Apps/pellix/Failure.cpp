@@ -69,7 +69,7 @@ constexpr auto advices = std::to_array<Advice>({
 
 void complain(std::string_view what, std::string_view remedy) {
   const auto terminal = Terminal::of(stderr);
-  fmt::print(stderr, "{}{}", terminal.fit("pellix: " + oneLine(what)), terminal.fit(remedy));
+  tell(terminal.fit("pellix: " + oneLine(what)) + terminal.fit(remedy));
 }
 
 std::string_view adviceFor(const PellixPlatform::Error& error) {

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
+#include <sstream>
 #include <vector>
 
 namespace PellixApp {
@@ -154,7 +155,10 @@ std::expected<Options, ExitCode> readOptions(int argc, char** argv) {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& end) {
     if (end.get_exit_code() != 0) return std::unexpected(refuse(faultOf(app, end)));
-    app.exit(end);
+    // By way of the same stream as every result, so that a failure to write it is noticed.
+    std::ostringstream text;
+    app.exit(end, text, text);
+    fmt::print("{}", text.str());
     return std::unexpected(ExitCode::answered);
   }
 

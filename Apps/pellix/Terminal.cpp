@@ -99,4 +99,8 @@ std::string Terminal::fitBehind(std::string_view label, std::string_view text) c
   return fitted.replace(0, label.size(), label);
 }
 
+void tell(std::string_view text) {
+  std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
 }  // namespace PellixApp

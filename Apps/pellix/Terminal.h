@@ -29,4 +29,8 @@ struct Terminal {
   [[nodiscard]] std::string fitBehind(std::string_view label, std::string_view text) const;
 };
 
+/// Writes to standard error. Does not throw where that can't be written: there is nowhere left to
+/// say so, and what else there is to do, down to the exit code, is done all the same.
+void tell(std::string_view text);
+
 }  // namespace PellixApp

@@ -2,8 +2,6 @@
 
 #include "Terminal.h"
 
-#include <fmt/core.h>
-
 #include <chrono>
 #include <string_view>
 
@@ -19,9 +17,9 @@ WaitIndicator::WaitIndicator() {
     std::unique_lock lock(mutex_);
     const auto isOver = [this] { return isOver_; };
     if (changed_.wait_for(lock, aMoment, isOver)) return;
-    fmt::print(stderr, "{}", fitting);
+    tell(fitting);
     changed_.wait(lock, isOver);
-    fmt::print(stderr, "\r{:{}}\r", "", fitting.size());
+    tell("\r" + std::string(fitting.size(), ' ') + "\r");
   });
 }
 

@@ -113,10 +113,16 @@ TEST_F(CommandLine, ReportsOnAnEarlierAnswer) {
 
 TEST_F(CommandLine, SaysWhatItCouldNotWrite) {
   for (const std::string rest :
-       {"ask q >/dev/full", "doctor --json >/dev/full", "doctor --report /dev/full", "ask q >&-"}) {
+       {"ask q >/dev/full", "doctor --json >/dev/full", "doctor --report /dev/full", "ask q >&-",
+        "--help >/dev/full", "--version >/dev/full", "--version >&-"}) {
     const auto outcome = pellix({"-c", "exec " PELLIX_PROGRAM " " + rest}, {}, "", "/bin/sh");
     EXPECT_EQ(outcome.exitCode, 1) << rest;
     EXPECT_THAT(outcome.errors, StartsWith("pellix: cannot write"));
+  }
+  for (const auto& [rest, exitCode] : std::map<std::string, int>{
+           {"bogus 2>&-", 2}, {"bogus 2>/dev/full", 2}, {"ask --timings q 2>/dev/full", 0}}) {
+    const auto outcome = pellix({"-c", "exec " PELLIX_PROGRAM " " + rest}, {}, "", "/bin/sh");
+    EXPECT_EQ(outcome.exitCode, exitCode) << rest;
   }
 }
 
