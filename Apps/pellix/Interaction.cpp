@@ -6,14 +6,30 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
 
 namespace PellixApp {
 
 using PellixProvidersSDK::DeflectionResponse;
 
+/// The stream as it is given. Opened anew by a name, a file would start from its beginning again,
+/// and a socket can't be opened.
+static std::expected<PellixPlatform::Data, PellixPlatform::Error> readStandardInput() {
+  PellixPlatform::Data data;
+  char piece[16384];
+  while (const auto count = std::fread(piece, 1, sizeof piece, stdin)) data.append(piece, count);
+  const int code = errno;
+  if (std::ferror(stdin) == 0) return data;
+  return std::unexpected(PellixPlatform::Error::described(
+      PellixPlatform::FileErrorDomain, code,
+      fmt::format("Standard input can't be read: {}.", std::generic_category().message(code))));
+}
+
 std::expected<Interaction, std::string> readInteraction(const Options& options) {
   const auto& file = options.interactionFile;
-  const auto data = PellixPlatform::readFile(file == "-" ? "/dev/stdin" : file);
+  const auto data = file == "-" ? readStandardInput() : PellixPlatform::readFile(file);
   if (!data) return std::unexpected(data.error().localizedDescription());
   const auto response = PellixPlatform::JSONDecoder().decode<DeflectionResponse>(*data);
   if (!response) {

@@ -86,10 +86,11 @@ TEST_F(CommandLine, ReportsOnAnEarlierAnswer) {
   const std::int64_t first = articles[0]["article_id"];
   const std::int64_t second = articles[1]["article_id"];
   const Arguments resolve{"--verbose", "resolve", "--interaction", "-", "--article", "1"};
-  const Arguments reject{
-      "reject", "--interaction", "-", "--article-id", std::to_string(second), "--reason", "2"};
+  const Arguments reject{"-c", "read line; exec " PELLIX_PROGRAM
+                               " reject --interaction - --reason 2 --article-id " +
+                                   std::to_string(second)};
   EXPECT_EQ(pellix(resolve, {}, answer).exitCode, 0);
-  EXPECT_EQ(pellix(reject, {}, answer).exitCode, 0);
+  EXPECT_EQ(pellix(reject, {}, "What another has read.\n" + answer, "/bin/sh").exitCode, 0);
   const auto record = service.record();
   ASSERT_EQ(record.resolutions.size() + record.votes.size() + record.rejections.size(), 3U);
   EXPECT_EQ(record.resolutions.at(0).articleId, first);
