@@ -9,6 +9,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <iterator>
 #include <sstream>
@@ -167,6 +168,8 @@ std::expected<Options, ExitCode> readOptions(int argc, char** argv) {
                     : reject->parsed()  ? Command::reject
                     : doctor->parsed()  ? Command::doctor
                                         : Command::ask;
+  // No range refuses it: it is neither less nor more than anything.
+  if (std::isnan(timeout)) return std::unexpected(refuse("--timeout takes a number of seconds."));
   if (timeoutOption->empty()) timeout = options.command == Command::doctor ? 8 : 30;
   options.timeout =
       std::chrono::round<std::chrono::milliseconds>(std::chrono::duration<double>(timeout));
