@@ -29,7 +29,8 @@ std::set<std::string> inHelp(const std::string& command, const char* pattern) {
 /// What bash offers for a last word.
 std::string completionsOf(const std::string& command, const std::string& word) {
   const auto script = std::string("source ") + sources + "Completion/pellix.bash\n" +
-                      "COMP_WORDS=(pellix --locale de " + command + " '" + word + "')\n" +
+                      "COMP_WORDS=(pellix --locale de --timeout = 5 " + command + " '" + word +
+                      "')\n" +
                       "COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _pellix; echo \" ${COMPREPLY[*]} \"";
   return Support::runProcess({"/bin/bash", "-c", script}).output;
 }

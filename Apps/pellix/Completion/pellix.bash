@@ -32,7 +32,10 @@ _pellix() {
   for ((at = 1; at < COMP_CWORD; ++at)); do
     case ${COMP_WORDS[at]} in
       --verbose | --json | --timings) ;;
-      --*) ((++at)) ;;
+      --*)
+        ((++at))
+        [[ ${COMP_WORDS[at]} == = ]] && ((++at)) # bash splits --option=value there
+        ;;
       *)
         command=${COMP_WORDS[at]}
         break
