@@ -1,3 +1,4 @@
+#include "Support/PseudoTerminal.h"
 #include "Support/Rows.h"
 
 #include <AnswerService.h>
@@ -53,6 +54,16 @@ TEST_F(AnswerServiceTest, RefusesWhatIsWrong) {
       {422, R"({"via_id":1e30})", {}}};
   for (const auto& [status, body, headers] : rows) EXPECT_EQ(ask(body, headers)->status, status);
   EXPECT_EQ(service.record().queries.size(), 1U);
+}
+
+TEST(AnswerServiceProgram, OutlivesItsLog) {
+  Support::PseudoTerminal program({"/bin/sh", "-c", "exec " ANSWER_SERVICE_PROGRAM " 2>/dev/full"},
+                                  {});
+  program.readUntil("listening on ");
+  auto address = program.readUntil("\r");
+  address.pop_back();
+  httplib::Client client(address);
+  EXPECT_TRUE(client.Get(settings) && client.Get(settings));
 }
 
 TEST_F(AnswerServiceTest, SilentConnectionsShutOutNobodyAndDoNotHoldUpTheEnd) {

@@ -44,14 +44,18 @@ void describe(CLI::App& app, CommandLine& line) {
   app.add_flag("--quiet", line.isQuiet, "Do not log requests to standard error");
 }
 
+/// Does not throw where that can't be written: a full disk must not end the service.
+void tell(std::string_view line) {
+  std::fputs(fmt::format("{}\n", line).c_str(), stderr);
+}
+
 void run(CommandLine& line, const sigset_t& ending) {
-  if (!line.isQuiet) {
-    line.options.log = [](std::string_view text) { fmt::print(stderr, "{}\n", text); };
-  }
+  if (!line.isQuiet) line.options.log = tell;
   AnswerService::Service service(line.options);
   for (const std::string_view argument : line.misbehaviours) {
-    const auto equals = std::min(argument.find('='), argument.size() - 1);
-    service.setMisbehaviour(argument.substr(0, equals), argument.substr(equals + 1));
+    const auto endpoint = argument.substr(0, argument.find('='));
+    const auto what = argument.substr(std::min(endpoint.size() + 1, argument.size()));
+    service.setMisbehaviour(endpoint, what);
   }
   if (!line.certificateFile.empty()) {
     std::ofstream file(line.certificateFile, std::ios::binary);
@@ -87,7 +91,7 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : 2;
   } catch (const std::exception& error) {
-    fmt::print(stderr, "answer-service: {}\n", error.what());
+    tell(fmt::format("answer-service: {}", error.what()));
     return dynamic_cast<const std::invalid_argument*>(&error) ? 2 : 1;
   }
 }
