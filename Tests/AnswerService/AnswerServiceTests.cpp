@@ -1,11 +1,13 @@
 #include "Support/PseudoTerminal.h"
 #include "Support/Rows.h"
+#include "Support/TemporaryDirectory.h"
 
 #include <AnswerService.h>
 #include <gmock/gmock.h>
 #include <httplib.h>
 #include <netinet/in.h>
 #include <nlohmann/json.hpp>
+#include <sqlite3.h>
 #include <unistd.h>
 
 #include <thread>
@@ -54,6 +56,23 @@ TEST_F(AnswerServiceTest, RefusesWhatIsWrong) {
       {422, R"({"via_id":1e30})", {}}};
   for (const auto& [status, body, headers] : rows) EXPECT_EQ(ask(body, headers)->status, status);
   EXPECT_EQ(service.record().queries.size(), 1U);
+}
+
+TEST_F(AnswerServiceTest, ReadsARequestAlsoWhereItsDatabaseFails) {
+  const Support::TemporaryDirectory directory;
+  const std::string file = directory.path() / "database";
+  AnswerService::Service locked({.databaseFile = file});
+  locked.start();
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(file.c_str(), &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
+  httplib::Client connection(locked.baseUrl());
+  connection.set_keep_alive(true);
+  for (const char* body : {"{}", "{ }"}) {
+    const auto answer = connection.Post("/answers/v1/interactions", body, "application/json");
+    EXPECT_EQ(Json::parse(answer->body)["error"]["code"], "failed") << body;
+  }
+  sqlite3_close(other);
 }
 
 TEST(AnswerServiceProgram, OutlivesItsLog) {

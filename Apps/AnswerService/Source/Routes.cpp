@@ -35,9 +35,10 @@ std::string read(const httplib::ContentReader& content) {
 
 void answer(const Context& context, const Endpoint& endpoint, const Request& request,
             Response& response, const httplib::ContentReader* content) {
-  context.store.count(endpoint.name, 1);
-  const auto misbehaviour = context.misbehaviours.of(endpoint.name);
+  std::optional<Misbehaviour> misbehaviour;
   try {
+    context.store.count(endpoint.name, 1);
+    misbehaviour = context.misbehaviours.of(endpoint.name);
     checkHost(request);
     if (endpoint.isPost) checkBearer(request, context.options.token);
     if (!endpoint.members.empty()) checkContentType(request);
