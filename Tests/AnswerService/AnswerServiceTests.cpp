@@ -56,6 +56,8 @@ TEST_F(AnswerServiceTest, RefusesWhatIsWrong) {
       {422, R"({"via_id":1e30})", {}}};
   for (const auto& [status, body, headers] : rows) EXPECT_EQ(ask(body, headers)->status, status);
   EXPECT_EQ(service.record().queries.size(), 1U);
+  const httplib::Headers overlapping{{"Range", "bytes=0-,0-"}};
+  EXPECT_EQ(client().Get(settings, overlapping)->body, client().Get(settings)->body);
 }
 
 TEST_F(AnswerServiceTest, ReadsARequestAlsoWhereItsDatabaseFails) {

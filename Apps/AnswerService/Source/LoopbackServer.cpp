@@ -31,6 +31,9 @@ constexpr int backlog = 256;
 bool prepare(httplib::Request& request) {
   // A few compressed bytes can become any amount of memory; so they stay as they are.
   if (request.headers.erase("Content-Encoding") > 0) request.set_header("Content-Encoding", "?");
+  // Ranges that overlap can make an answer of any size; so it is sent whole.
+  request.headers.erase("Range");
+  request.ranges.clear();
   if (request.has_header("Content-Length") || request.has_header("Transfer-Encoding")) {
     // Of all others the HTTP layer leaves the body unread.
     constexpr std::string_view read[] = {"POST", "PUT", "PATCH", "DELETE"};
