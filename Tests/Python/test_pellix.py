@@ -9,13 +9,15 @@ import pathlib
 import pickle
 import random
 import re
+import signal
 import threading
 import unittest
 import urllib.request
+import warnings
 from unittest import mock
 
 import pellix
-from pellix import CoreError, DecodingError, RejectionReason, _host, _library
+from pellix import CoreError, DecodingError, RejectionReason, _client, _host, _library
 from service import TOKEN, answering
 
 NOBODY = "http://127.0.0.1:1"
@@ -129,6 +131,38 @@ class Endings(unittest.TestCase):
                     await client.ask("?")
         with answering("interaction=delay:3600000") as url:
             asyncio.run(ask())
+
+    def test_signals(self):
+        interrupt = (None, signal.SIGINT, _library.ctypes.CDLL(None)["raise"])  # as a release
+        with answering("interaction=delay:3600000") as url:
+            client = pellix.Client(url, token=TOKEN)
+            asked = [client._ask("?")]
+            _client._ask(client._provider, *_library.text("?", "question"), *interrupt)
+            asked += [client._ask("?") for _ in range(3)]
+            client._resolve(1, 1, "").exception()  # all of them have gone out before
+            with self.assertRaises(KeyboardInterrupt):
+                client.close(0)
+            for each in asked:
+                self.assertIsInstance(each.exception(60), pellix.SilentEndError)
+        end = lambda: signal.raise_signal(signal.SIGINT) or pellix.SilentEndError()
+        with (pellix.Client(NOBODY) as client, mock.patch.object(_host, "SilentEndError", end),
+              self.assertRaises(KeyboardInterrupt)):
+            _host._shut_down(0)  # from now on, operations end before their call returns
+            client._ask("?").exception(60)
+
+    def test_closing_in_a_child(self):
+        with answering("interaction=delay:3600000") as url:
+            client = pellix.Client(url, token=TOKEN)
+            client._ask("?")
+            with warnings.catch_warnings(action="ignore"):
+                child = os.fork()
+            if not child:
+                with (mock.patch.object(_host, "_wait_until_idle", return_value=False) as wait,
+                      mock.patch.object(_host, "_shut_down", return_value=False) as shut_down):
+                    client.close()
+                os._exit(wait.call_count or shut_down.call_count != 1)
+            self.assertEqual(os.waitpid(child, 0)[1], 0)
+            client.close(0)
 
 
 class Misuse(unittest.TestCase):

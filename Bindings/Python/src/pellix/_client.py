@@ -109,25 +109,30 @@ class Client(_library.OfProcess):
 
         self._quorvel: Handle | None = None
         self._number = next(_numbers)
-        _host.occupy(self)
         try:
-            with _host.calling(self):
-                configuration = Handle._owning(_make_configuration())
-                for put, value in chosen:
-                    values = value if isinstance(value, tuple) else (value,)
-                    if put(configuration, *values) is False:
-                        raise MemoryError
-                if callable(token):
-                    # The library would release it at any time and on any thread, which could be
-                    # while the interpreter goes.
-                    self._supplier = token
-                    _clients[self._number] = self
-                    _set_supplier(configuration, _supply, self._number, None)
-                _set_languages(languages, len(languages or ()))
-                self._set_up(address, configuration, override)
+            _host.apart(self._open, chosen, token, address, languages, override)
         except BaseException:
             self.close(0)
             raise
+
+    def _open(self, chosen: list[tuple[Callable[..., Any], Any]], token: str | TokenSupplier | None,
+              address: tuple[bytes, int], languages: Any,
+              override: tuple[bytes | None, int]) -> None:
+        _host.occupy(self)
+        with _host.calling(self, makes_requests=False):
+            configuration = Handle._owning(_make_configuration())
+            for put, value in chosen:
+                values = value if isinstance(value, tuple) else (value,)
+                if put(configuration, *values) is False:
+                    raise MemoryError
+            if callable(token):
+                # The library would release it at any time and on any thread, which could be
+                # while the interpreter goes.
+                self._supplier = token
+                _clients[self._number] = self
+                _set_supplier(configuration, _supply, self._number, None)
+            _set_languages(languages, len(languages or ()))
+            self._set_up(address, configuration, override)
 
     def _set_up(self, address: tuple[bytes, int], configuration: Handle,
                 override: tuple[bytes | None, int]) -> None:
@@ -169,6 +174,9 @@ class Client(_library.OfProcess):
         To be called when a help screen opens: the first question costs one round trip then. If it
         fails, there is one line in the log.
         """
+        _host.apart(self._get_ready)
+
+    def _get_ready(self) -> None:
         with _host.calling(self):
             if not _prepare(self._quorvel):
                 raise MemoryError
