@@ -5,7 +5,9 @@ import static org.junit.Assert.assertFalse;
 import static org.junit.Assert.assertThrows;
 import static org.junit.Assert.assertTrue;
 
+import com.sun.net.httpserver.HttpServer;
 import java.lang.ref.WeakReference;
+import java.net.InetSocketAddress;
 import java.time.Duration;
 import java.time.Instant;
 import java.util.ArrayDeque;
@@ -13,6 +15,7 @@ import java.util.ArrayList;
 import java.util.Collections;
 import java.util.Deque;
 import java.util.List;
+import java.util.Map;
 import java.util.concurrent.BlockingQueue;
 import java.util.concurrent.CompletableFuture;
 import java.util.concurrent.CompletionException;
@@ -70,6 +73,28 @@ public final class ClientTest {
       assertTrue(record.contains("resolutions\":[{" + about + first.articleId()));
       assertTrue(record.contains("rejections\":[{" + about + second.articleId()));
       assertTrue(record.contains("\"value\":1") && record.contains("\"reason_id\":2"));
+    }
+  }
+
+  /** Also if names are the same in Java that differ for the library. */
+  @Test
+  public void givesEachHeaderFieldItsValue() throws Exception {
+    HttpServer server = HttpServer.create(new InetSocketAddress("127.0.0.1", 0), 0);
+    server.createContext("/", exchange -> {
+      exchange.getResponseHeaders().putAll(
+          Map.of("X-\u00e8", List.of("1"), "X-\u00e9", List.of("1"), "Y", List.of("2")));
+      exchange.sendResponseHeaders(200, 0);
+      exchange.getResponseBody().write("{\"pellix\":{\"enabled\":true}}".getBytes());
+      exchange.close();
+    });
+    server.start();
+    String url = "http://127.0.0.1:" + server.getAddress().getPort();
+    try (PellixClient client = PellixClient.builder(url).token("a-token").open()) {
+      Map<String, String> fields = client.resolve(1, 1, "").join().response().allHeaderFields();
+      assertEquals("1, 1", fields.get("X-\ufffd")); // as with any field that is repeated
+      assertEquals("2", fields.get("Y"));
+    } finally {
+      server.stop(0);
     }
   }
 

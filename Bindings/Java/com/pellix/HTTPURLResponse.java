@@ -19,8 +19,10 @@ public final class HTTPURLResponse extends NativeObject {
   /** Every header field once, found without regard to case. The map can't be changed. */
   public SortedMap<String, String> allHeaderFields() {
     SortedMap<String, String> fields = new TreeMap<>(String.CASE_INSENSITIVE_ORDER);
+    String[] names = headerNames();
     String[] values = headerValues();
-    for (String name : headerNames()) fields.put(name, values[fields.size()]);
+    // Names that differ to the library may be equal here; they become one as there.
+    for (int i = 0; i < names.length; ++i) fields.merge(names[i], values[i], (a, b) -> a + ", " + b);
     return Collections.unmodifiableSortedMap(fields);
   }
 
