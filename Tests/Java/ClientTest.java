@@ -98,6 +98,16 @@ public final class ClientTest {
     }
   }
 
+  /** Not even the one that the environment names. */
+  @Test
+  public void prefersNoLanguage() throws Exception {
+    try (Service service = new Service("knowledge-settings=none");
+        PellixClient client = service.client().preferredLanguages(List.of()).open()) {
+      client.ask(question).join();
+      assertTrue(service.record().contains("\"locale\":\"\""));
+    }
+  }
+
   /** Domain and code of the error that asking ends with, or just that it ends silently. */
   private static String outcome(CompletableFuture<?> future) {
     try {

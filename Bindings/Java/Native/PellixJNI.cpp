@@ -228,7 +228,8 @@ void Java_com_pellix_Library_setPreferredLanguages(JNIEnv* java, jclass, jbyteAr
   for (std::size_t at = 0; at < each.size(); at = each.find('\0', at) + 1) {
     languages.push_back(each.data() + at);
   }
-  QVLLocale_setPreferredLanguages(languages.data(), languages.size());
+  languages.push_back(nullptr);  // without an array, the environment's are meant
+  QVLLocale_setPreferredLanguages(languages.data(), languages.size() - 1);
 }
 
 jlong Java_com_pellix_Library_configuration(JNIEnv*, jclass) {
