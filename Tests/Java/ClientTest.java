@@ -213,6 +213,15 @@ public final class ClientTest {
       assertEquals("com.quorvel.core 3", outcome(client.ask(question)));
       assertEquals("of a supplier", uncaught.take().getMessage());
     }
+    // One that drops everything, and says nothing.
+    try (Service service = new Service("interaction=delay:3600000");
+        PellixClient client = service.client().executor(task -> {}).open()) {
+      CompletableFuture<PellixDispatcherResponse> answered = client.resolve(1, 1, "");
+      CompletableFuture<DeflectionResponse> left = client.ask(question);
+      client.close(Duration.ofMillis(1));
+      assertTrue(answered.isDone() && left.isDone());
+      assertEquals("silent", outcome(left));
+    }
     // Closed within a callback, and while a question is under way.
     try (Service service = new Service("interaction=delay:3600000");
         PellixClient client = service.client().open()) {

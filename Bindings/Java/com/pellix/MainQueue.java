@@ -14,7 +14,7 @@ import java.util.concurrent.atomic.AtomicBoolean;
  */
 final class MainQueue {
   private final ExecutorService own; // null if the host has given one
-  private final Executor executor;
+  private volatile Executor executor;
   private final Queue<Runnable> endings = new ConcurrentLinkedQueue<>();
   private final AtomicBoolean isWanted = new AtomicBoolean();
   private final AtomicBoolean isRunning = new AtomicBoolean();
@@ -73,9 +73,13 @@ final class MainQueue {
     isOver = true;
   }
 
-  /** What waits still runs. */
+  /** What waits still runs: here, for a host's executor may have dropped it without a word. */
   void close() {
-    if (!isOver) wakeAgain();
+    if (own == null) executor = Runnable::run;
+    if (!isOver) {
+      isWanted.set(true);
+      submit();
+    }
     if (own != null) own.shutdown();
   }
 

@@ -308,7 +308,8 @@ public final class PellixClient implements AutoCloseable {
 
     /**
      * Where results come, one at a time; a loop of the host's own, for instance. If it throws, they
-     * come on the thread that has them.
+     * come on the thread that has them; what it has not run when the client is closed comes on the
+     * thread that closes.
      */
     public Builder executor(Executor executor) {
       this.executor = Objects.requireNonNull(executor, "executor");
