@@ -163,6 +163,7 @@ async def main(url, token, certificates, question):
     loop = asyncio.get_running_loop()
     run_pending = function("QVLMainQueue_runPending", None)
     set_hook = function("QVLMainQueue_setWakeHook", c_bool, *CALLBACK)
+    global wake  # a call of it may be on its way for as long as the process lives
     wake = CFUNCTYPE(None, c_void_p)(lambda _: loop.call_soon_threadsafe(run_pending))
     set_hook(wake, None, None)
     quorvel, provider = set_up(url, token, certificates)

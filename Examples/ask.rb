@@ -61,6 +61,7 @@ module Pellix
   def self.closure(*types, &block) = Fiddle::Closure::BlockCaller.new(Fiddle::TYPE_VOID, types, &block)
 
   CALLBACKS = [] # that the library may still call
+  SIGNALS = [] # that have come: raised within a closure, an exception would jump over the library
 
   # What an operation ends with, while the main queue runs.
   def self.await(function, *arguments)
@@ -72,7 +73,10 @@ module Pellix
     released = closure(Fiddle::TYPE_VOIDP) { ended = true }
     CALLBACKS.push(finished, released)
     public_send(function, *arguments, finished, nil, released)
-    self.QVLMainQueue_runFor(100) until ended
+    until ended
+      self.QVLMainQueue_runFor(100)
+      raise SignalException, SIGNALS.first if SIGNALS.any?
+    end
     CALLBACKS.pop(2)
     raise result if result.is_a?(Failure)
 
@@ -131,6 +135,7 @@ Pellix.QVLMainQueue_takeAllCallbacks
 LOG = Pellix.closure(Fiddle::TYPE_INT, Fiddle::TYPE_VOIDP, Fiddle::TYPE_SIZE_T,
                      Fiddle::TYPE_VOIDP) { |_, line, length, _| warn line[0, length] }
 Pellix.QVLCoreLogger_setSink(LOG, nil, nil)
+%w[INT TERM].each { |name| trap(name) { Pellix::SIGNALS.push(name) } }
 at_exit { Pellix.QVLQuorvel_shutDown(10_000) }
 begin
   quorvel = set_up(ENV['PELLIX_ACCOUNT_URL'], ENV['PELLIX_TOKEN'], ENV['PELLIX_CERTIFICATES'])
