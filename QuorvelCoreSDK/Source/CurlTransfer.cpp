@@ -297,7 +297,7 @@ bool CurlTransfer::mayBeSent(const Sockets::Route& route) {
   auto* const tls = tlsOf(easy_);
   hasSharedConnection_ = speaksHttp2(tls);
   connection_ = sockets_->beginUse(route, tls);
-  sentAt_ = Clock::now();
+  receivedBefore_ = Sockets::receivedBytes(connection_);
   sentBytes_ = 0;
   stream_ = 0;
   connectsBefore_ = longOf(easy_, CURLINFO_NUM_CONNECTS);
@@ -350,8 +350,7 @@ void CurlTransfer::leaveConnection(CURLcode result) {
       (result == CURLE_ABORTED_BY_CALLBACK && isStale_) || (result != CURLE_OK && isLeftOut);
   if (isUnheard_) isSent_ = false;
   if (result == CURLE_OPERATION_TIMEDOUT) {
-    Sockets::leaveIfSilent(connection,
-                           std::chrono::floor<std::chrono::milliseconds>(Clock::now() - sentAt_));
+    Sockets::leaveIfSilent(connection, receivedBefore_);
   }
   mayBeCut_ = !hasSharedConnection_ && Sockets::mayBeCut(connection);
   sockets_->endUse(connection);

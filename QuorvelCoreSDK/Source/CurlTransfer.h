@@ -90,11 +90,11 @@ class CurlTransfer {
   Clock::time_point started_;  // latest
   CURL* easy_ = nullptr;
   Sockets* sockets_ = nullptr;
-  Sockets::Use connection_;  // null while there is none
-  Clock::time_point sentAt_;
-  std::int64_t stream_ = 0;    // of the latest attempt over HTTP/2, 0 while it is not known
-  long connectsBefore_;        // as libcurl counts connections, before the latest attempt
-  std::size_t sentBytes_ = 0;  // of the latest attempt
+  Sockets::Use connection_;       // null while there is none
+  std::uint64_t receivedBefore_;  // over the connection
+  std::int64_t stream_ = 0;       // of the latest attempt over HTTP/2, 0 while it is not known
+  long connectsBefore_;           // as libcurl counts connections, before the latest attempt
+  std::size_t sentBytes_ = 0;     // of the latest attempt
   int attempts_ = 0;
   bool hasSharedConnection_ = false;
   bool isMultiplexed_;  // like others without a value here, set before it is read

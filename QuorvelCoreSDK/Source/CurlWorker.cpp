@@ -98,17 +98,15 @@ CurlWorker::Shared makeShared() {
 }  // namespace
 
 CurlWorker& CurlWorker::shared() {
-  static auto& worker = *make();
-  return worker;
-}
-
-CurlWorker* CurlWorker::make() {
   // First, for a child that is forked meanwhile would wait for the thread that makes it.
-  static const int isWatched = pthread_atfork(nullptr, nullptr, forgetInChild);
-  if (isWatched != 0) throw std::bad_alloc();
+  [[maybe_unused]] static const bool isWatched = [] {
+    if (pthread_atfork(nullptr, nullptr, forgetInChild) != 0) throw std::bad_alloc();
+    return true;
+  }();
   isBegun = true;
   try {
-    return new CurlWorker;
+    static auto& worker = *new CurlWorker;
+    return worker;
   } catch (...) {
     isBegun = false;
     throw;
@@ -122,8 +120,8 @@ CurlWorker::CurlWorker() : multi_(makeMulti()), shared_(makeShared()) {
 }
 
 void CurlWorker::forgetInChild() {
-  if (isBegun.exchange(false)) PendingCalls::refuseInChild();
-  made = nullptr;
+  const bool wasBegun = isBegun.exchange(false);
+  if (made.exchange(nullptr) || wasBegun) PendingCalls::refuseInChild();
 }
 
 void CurlWorker::stopAtExit() {
@@ -270,6 +268,7 @@ void CurlWorker::sortAdded() {
   {
     const std::lock_guard lock(mutex_);
     isWaiting_ = false;
+    if (isToDrop_) return;  // what is new since then is not to go with what is old
     added.splice(added.end(), added_);
   }
   while (!added.empty()) {
@@ -426,6 +425,7 @@ void CurlWorker::runTasks() {
   std::list<std::function<void()>> ready;
   {
     const std::lock_guard lock(mutex_);
+    if (isToDrop_) return;
     ready.splice(ready.end(), tasks_);
   }
   while (!ready.empty()) {

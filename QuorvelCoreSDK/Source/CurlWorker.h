@@ -43,7 +43,6 @@ class CurlWorker {
 
  private:
   CurlWorker();
-  static CurlWorker* make();
   static void stopAtExit();
   static void forgetInChild();
 

@@ -73,9 +73,11 @@ class Sockets {
   /// Ends the connection of `tls` as if it had been lost. False if it is not in use yet.
   [[nodiscard]] bool breakOff(const void* tls) const;
 
-  /// Says that a request has waited in vain for so long. If no byte has come over the connection
-  /// meanwhile, it is not used again until one does; who uses it already may still be answered.
-  static void leaveIfSilent(const Use& use, std::chrono::milliseconds since);
+  /// How many bytes have come over the connection, as the system counts them.
+  [[nodiscard]] static std::uint64_t receivedBytes(const Use& use);
+  /// Says that a request has waited in vain since there were so many. If none has come meanwhile,
+  /// the connection is not used again until one does; who uses it already may still be answered.
+  static void leaveIfSilent(const Use& use, std::uint64_t before);
 
   /// Readable when `closeIdle` has something to do, if only to take note of being woken.
   [[nodiscard]] int descriptor() const { return watch_; }

@@ -4,8 +4,8 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <linux/tcp.h>
 #include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
@@ -66,11 +66,11 @@ End endOf(int (*nameOf)(int, sockaddr*, socklen_t*), int socket) {
   return end;
 }
 
-std::chrono::milliseconds sinceLastByte(int socket) {
+std::uint64_t bytesFrom(int socket) {
   tcp_info info{};
   socklen_t size = sizeof info;
   ::getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &size);
-  return std::chrono::milliseconds(info.tcpi_last_data_recv);
+  return info.tcpi_bytes_received;
 }
 
 /// How long the calling thread has worked. That a process was stopped for a while, or that others
@@ -119,7 +119,7 @@ struct Sockets::Socket {
   std::size_t uses = 0;
   bool wasUsed = false;  // so that a handshake is under way no more
   bool isClosedByPeer = false;
-  std::optional<std::chrono::steady_clock::time_point> silentAt;
+  std::optional<std::uint64_t> silentAt;  // how many bytes had come
   void* tls = nullptr;
   bool isTlsEndedByPeer = false;
   std::int64_t lastStream = std::numeric_limits<std::int64_t>::max();
@@ -128,9 +128,7 @@ struct Sockets::Socket {
 };
 
 bool Sockets::isSilent(const Socket& socket) {
-  if (!socket.silentAt) return false;
-  const auto since = std::chrono::steady_clock::now() - *socket.silentAt;
-  return sinceLastByte(socket.descriptor) >= std::chrono::floor<std::chrono::milliseconds>(since);
+  return socket.silentAt == bytesFrom(socket.descriptor);
 }
 
 int Sockets::open(int family, int type, int protocol) {
@@ -258,10 +256,12 @@ bool Sockets::breakOff(const void* tls) const {
   return found != sockets_.end() && ::dup3(ended_, found->first, O_CLOEXEC) >= 0;
 }
 
-void Sockets::leaveIfSilent(const Use& use, std::chrono::milliseconds since) {
-  if (use && sinceLastByte(use->descriptor) >= since) {
-    use->silentAt = std::chrono::steady_clock::now();
-  }
+std::uint64_t Sockets::receivedBytes(const Use& use) {
+  return use ? bytesFrom(use->descriptor) : 0;
+}
+
+void Sockets::leaveIfSilent(const Use& use, std::uint64_t before) {
+  if (use && receivedBytes(use) == before) use->silentAt = before;
 }
 
 void Sockets::wake() const {
