@@ -6,6 +6,9 @@ set(CPACK_PACKAGE_VENDOR "The PellixProvidersSDK developers")
 set(CPACK_PACKAGE_CONTACT "The PellixProvidersSDK developers <developers@pellix.invalid>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "finds knowledge-base articles that answer a question")
 set(CPACK_STRIP_FILES ON)
+# Whatever the umask of who builds.
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL runtime development tools)
 set(CPACK_SOURCE_GENERATOR TGZ)

@@ -6,6 +6,7 @@ check-binaries.py DIRECTORY PATH...     what is installed below is hardened too,
                                         paths of this machine
 """
 
+import os
 import pathlib
 import re
 import subprocess
@@ -16,7 +17,11 @@ ENDBR64 = b"\xf3\x0f\x1e\xfa"
 
 def readelf(*arguments):
     return subprocess.run(
-        ["readelf", "--wide", *arguments], capture_output=True, text=True, check=True
+        ["readelf", "--wide", *arguments],
+        capture_output=True,
+        text=True,
+        check=True,
+        env={**os.environ, "LC_ALL": "C"},  # what it says is read
     ).stdout
 
 

@@ -7,7 +7,6 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 source Scripts/common.sh
 
-unset "${!PELLIX_@}" http_proxy https_proxy HTTPS_PROXY ALL_PROXY all_proxy NO_PROXY no_proxy
 observed=$(mktemp)
 trap 'rm -f "$observed"' EXIT
 
@@ -38,6 +37,7 @@ case "${1-}" in
     ;;
   --load)
     need_packages "${packages[@]}"
+    unset "${!PELLIX_@}" http_proxy https_proxy HTTPS_PROXY ALL_PROXY all_proxy NO_PROXY no_proxy
     build_preset release --target LoadTests
     PELLIX_LOAD_SECONDS=${2:?} PELLIX_LOAD_REPORT=$observed build/release/bin/LoadTests >&2
     insert_into Docs/Faults/Load.md
