@@ -126,6 +126,19 @@ TEST_F(Http2Test, AConnectionThatHasFallenSilentIsNotUsedAgain) {
   EXPECT_EQ(valueOf(std::move(held)).data, "held");
 }
 
+TEST_F(Http2Test, AConnectionThatAnswersOthersIsUsedAgain) {
+  const Server server("leave-unanswered+leave-unanswered", file_);  // has no time for another one
+  const auto client = clientFor(server.origin);
+  for (int i = 0; i < 16; ++i) EXPECT_EQ(client.perform().status(), 200);
+  const auto held = Client::begin(client.parameters());
+  auto parameters = client.parameters();
+  parameters.requestTimeout = std::chrono::milliseconds(300);
+  auto late = Client::begin(std::move(parameters));
+  EXPECT_EQ(client.perform().status(), 200);
+  EXPECT_EQ(valueOf(std::move(late)).code(), CoreErrorCode::timedOut);
+  EXPECT_EQ(client.perform().status(), 200);
+}
+
 TEST_F(Http2Test, OnlyOneReplyMakesUpAReply) {
   const Server server("ask-for-another-version", file_);
   const auto client = clientFor(server.origin);
