@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <iostream>
+
 namespace LifecycleTests {
 
 using Support::Shortage;
@@ -24,6 +26,7 @@ void failEveryAllocation(const char* name, Run run,
     failed += n;
   }
   EXPECT_GT(failed, 0U) << name;
+  std::cout << name << ": " << failed << " failures\n";
 }
 
 }  // namespace LifecycleTests
