@@ -225,10 +225,10 @@ void QVLMainQueue_stop(void);
 
 /* Has every callback come, and every context be released, on the main queue alone, for the rest of
  * the process; the lines of the log included. It must be called before any callback is given, or
- * null in place of one: later, it is a mistake of the host's. What can't wait comes where it always did: a wake hook, a
- * token supplier, the reports of mistakes. A host that can't be called there gives functions in C
- * for these, or none. QVLQuorvel_shutDown releases contexts on the thread that calls it all the
- * same. */
+ * null in place of one: later, it is a mistake of the host's. What can't wait comes where it always
+ * did: a wake hook, a token supplier, the reports of mistakes. A host that can't be called there
+ * gives functions in C for these, or none. QVLQuorvel_shutDown releases contexts on the thread that
+ * calls it all the same. */
 bool QVLMainQueue_takeAllCallbacks(void);
 
 /* Called, on any thread, when there is something to run: it should only wake the host's loop.
