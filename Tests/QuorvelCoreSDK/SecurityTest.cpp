@@ -136,8 +136,8 @@ class ReplacedFolder {
   ReplacedFolder(const std::filesystem::path& folder, const char* replaced)
       : isThere_(onTheThread([&] {
           return unshare(CLONE_NEWNS) == 0 &&
-                 mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-                 mount(folder.c_str(), replaced, nullptr, MS_BIND, nullptr) == 0;
+                 mount("", "/", "", MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                 mount(folder.c_str(), replaced, "", MS_BIND, nullptr) == 0;
         })) {}
   ReplacedFolder(const ReplacedFolder&) = delete;
   ReplacedFolder& operator=(const ReplacedFolder&) = delete;
