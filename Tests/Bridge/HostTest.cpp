@@ -65,6 +65,10 @@ TEST(CHost, DrivesTheMainQueueFromItsOwnLoop) {
   EXPECT_EQ(outcome.ending(), "still held, silence");
   QVLMainQueue_runPending();
   EXPECT_EQ(outcome.ending(), "record 7");
+  ask(outcome);
+  host.transport->run();
+  EXPECT_TRUE(QVLMainQueue_runFor(0));
+  EXPECT_FALSE(QVLMainQueue_runFor(0));
   EXPECT_EQ(hook.releases, 0);
   QVLMainQueue_setWakeHook(nullptr, nullptr, nullptr);
   EXPECT_EQ(hook.releases, 1);

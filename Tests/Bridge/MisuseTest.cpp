@@ -73,6 +73,8 @@ const Misuse misuses[] = {
      [] { QVLDeflectionArticle_labelNames_at(anArticle(), 1, nullptr); }},
     {"Fatal error: QVLQuorvel_initialize: null where a text is needed",
      [] { QVLQuorvel_initialize("", 0, nullptr, QVL_UNTIL_NUL, "", 0, nullptr, nullptr); }},
+    {"Fatal error: QVLPellix_version: null where a text is to be written",
+     [] { QVLPellix_version(nullptr, 1); }},
     {"Fatal error: QVLBundle_setResourceDirectory: a text longer than any can be",
      [] {
        QVLFatalError_setHandler(nullptr, nullptr, nullptr);
