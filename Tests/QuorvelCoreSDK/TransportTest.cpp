@@ -68,7 +68,7 @@ TEST(TransportTest, AHostsOwnMayHandOnToTheDefaultOne) {
   auto parameters = client.parameters();
   parameters.httpMethod = HttpMethod::post;
   parameters.body = std::string(100'000, ' ');  // does not go out together with the head
-  EXPECT_EQ(valueOf(Client::begin(std::move(parameters))).data, "12345");
+  EXPECT_EQ(valueOf(Client::begin(parameters)).data, "12345");
   ASSERT_EQ(own->figures.size(), 3U);
   const auto& first = own->figures[0];
   EXPECT_TRUE(!first.isConnectionReused && first.connected > first.queued);
@@ -85,6 +85,12 @@ TEST(TransportTest, AHostsOwnMayHandOnToTheDefaultOne) {
   EXPECT_EQ(last.protocol, "HTTP/1.1");
   EXPECT_EQ(last.sentBytes, server.requests().back().head.size() + 2 + 100'000);
   EXPECT_EQ(last.receivedBytes, httpReply("200 OK", "12345").size());
+  for (std::size_t size : {100, 0}) {
+    if (size == 0) size = server.requests().back().head.size() + 2;  // as long as its own head
+    parameters.body = std::string(size, ' ');
+    EXPECT_EQ(valueOf(Client::begin(parameters)).data, "12345");
+  }
+  EXPECT_EQ(own->figures.back().sentBytes, 2 * parameters.body->size());
 }
 
 }  // namespace
