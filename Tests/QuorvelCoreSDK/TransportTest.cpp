@@ -85,7 +85,7 @@ TEST(TransportTest, AHostsOwnMayHandOnToTheDefaultOne) {
   EXPECT_EQ(last.protocol, "HTTP/1.1");
   EXPECT_EQ(last.sentBytes, server.requests().back().head.size() + 2 + 100'000);
   EXPECT_EQ(last.receivedBytes, httpReply("200 OK", "12345").size());
-  for (std::size_t size : {100, 0}) {
+  for (std::size_t size : {100U, 0U}) {
     if (size == 0) size = server.requests().back().head.size() + 2;  // as long as its own head
     parameters.body = std::string(size, ' ');
     EXPECT_EQ(valueOf(Client::begin(parameters)).data, "12345");
