@@ -125,6 +125,18 @@ int end(std::string_view way, const std::shared_ptr<PellixProvider>& provider,
     isWorkerInHost.wait(false);
     return good;
   }
+  if (way == "alone") {  // the worker, which waits for nobody then
+    Quorvel::instance()->post([provider] {
+      std::thread([provider, worker = gettid()] {
+        while (isAccepting(*provider)) std::this_thread::yield();
+        while (!isGivenUp) {
+          if (isAsleep(worker) && !isGivenUp) std::_Exit(3);
+        }
+      }).detach();
+      std::exit(good);
+    });
+    waitForTheEnd();
+  }
   beginStorm(provider);
   if (way == "exit") std::exit(good);
   if (way == "quick_exit") std::quick_exit(good);
