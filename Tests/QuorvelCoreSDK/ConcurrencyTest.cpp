@@ -224,8 +224,7 @@ TEST(ConcurrencyTest, WhatTimesOutLeavesNoDescriptorOpen) {
     for (const int each : socketsTo(server)) descriptor = each;
     return {"", LoopbackReply::Then::stall};
   });
-  const Client client(server.origin(),
-                      {.network = {.requestTimeout = std::chrono::milliseconds(300)}});
+  const Client client(server.origin(), {.network = {.requestTimeout = std::chrono::seconds(1)}});
   EXPECT_EQ(client.perform().code(), CoreErrorCode::timedOut);
   EXPECT_NE(descriptor, -1);
   EXPECT_EQ(::fcntl(descriptor, F_GETFD), -1);
