@@ -28,6 +28,10 @@ case "${1-}" in
         }
         !/^#/ {
           count = split($3, codes, " ")
+          for (place in codes) if (!(codes[place] in says)) {
+            print "No words for the code " codes[place] ": " $1 >"/dev/stderr"
+            exit 1
+          }
           text = codes[1] ", " says[codes[1]]
           if (count > 1) text = text " or " codes[2] ", " says[codes[2]]
           print "| " $1 " | " text " |"

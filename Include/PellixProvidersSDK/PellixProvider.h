@@ -32,7 +32,8 @@ namespace PellixProvidersSDK {
 ///
 /// Silent endings of any operation: no core instance; the endpoint table lacks the operation; the
 /// account's address and the endpoint's template make no URL; the body can't be encoded (a line is
-/// printed on standard output then); neither a response nor an error came.
+/// printed on standard output then); what came was neither an error nor a response over HTTP; the
+/// host ended all deliveries (`Quorvel::shutDown`); the process is a forked child.
 class PELLIX_EXPORT PellixProvider final : public PellixPlatform::Object,
                                            public PellixProviderProtocol {
  public:

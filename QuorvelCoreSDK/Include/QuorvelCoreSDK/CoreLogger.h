@@ -11,7 +11,7 @@ namespace QuorvelCoreSDK {
 /// How grave a log line is; `off` is for the threshold alone.
 enum class LogLevel : std::uint8_t { debug, info, warn, error, off };
 
-/// `debug`, `info`, `warn` or `error`.
+/// `debug`, `info`, `warn`, `error` or `off`.
 [[nodiscard]] PELLIX_EXPORT std::string_view nameOf(LogLevel level);
 
 /// The log of all the family's libraries. Lines never hold a token or a body.
