@@ -53,8 +53,7 @@ constexpr auto advices = std::to_array<Advice>({
          "Install the system's certificates (ca-certificates), or name a file with "
          "--certificate-authorities."),
     core(CoreErrorCode::connectionLost,
-         "A question can be asked again. Whether the service acted on a report is not known: look "
-         "there before you report again."),
+         "Try again; if it happens each time, check the network and what stands on the way."),
     core(CoreErrorCode::malformedReply,
          "Check the address and its port: no web server answers there, or another protocol does."),
     core(CoreErrorCode::proxyFailed, "Check the proxy that the environment names."),
@@ -64,6 +63,16 @@ constexpr auto advices = std::to_array<Advice>({
     status(404, "The address is no answer service's: check --account-url."),
     status(429, "Too many questions: try again later."),
 });
+
+/// Whether a request that ended with the error may have reached the service.
+bool mayHaveArrived(const PellixPlatform::Error& error) {
+  using enum CoreErrorCode;
+  static constexpr auto codes =
+      std::to_array({timedOut, connectionLost, malformedReply, replyTooLarge, transportFailed});
+  if (error.domain() == PellixProvidersSDK::PellixErrorDomain) return error.code() >= 500;
+  return error.domain() == QuorvelCoreSDK::CoreErrorDomain &&
+         std::ranges::find(codes, static_cast<CoreErrorCode>(error.code())) != codes.end();
+}
 
 }  // namespace
 
@@ -103,6 +112,14 @@ ExitCode reportFailure(const PellixPlatform::Error& error) {
       "The feature is disabled for this account, as far as its settings tell: have it switched on "
       "there. 'pellix doctor' looks at them.");
   return ExitCode::disabled;
+}
+
+ExitCode reportFailureOfReport(const PellixPlatform::Error& error) {
+  const auto exitCode = reportFailure(error);
+  constexpr auto advice =
+      "Whether the service acted on the report is not known: look there before you report again.";
+  if (mayHaveArrived(error)) tell(Terminal::of(stderr).fit(advice));
+  return exitCode;
 }
 
 ExitCode reportSilence() {

@@ -22,6 +22,9 @@ void complain(std::string_view what, std::string_view remedy = {});
 /// Complains of an operation's error; the code to end with.
 [[nodiscard]] ExitCode reportFailure(const PellixPlatform::Error& error);
 
+/// The same of a report, which the service may have acted on even so.
+[[nodiscard]] ExitCode reportFailureOfReport(const PellixPlatform::Error& error);
+
 /// Complains of an operation that ended without an answer.
 [[nodiscard]] ExitCode reportSilence();
 

@@ -16,7 +16,7 @@ ExitCode finish(const std::optional<Outcome>& outcome, const Interaction& intera
                 const char* what) {
   waitUntilIdle();
   if (!outcome) return reportSilence();
-  if (!*outcome) return reportFailure(outcome->error());
+  if (!*outcome) return reportFailureOfReport(outcome->error());
   const auto title = oneLine(interaction.article->title());
   fmt::print("{}", Terminal::of(stdout).fit(fmt::format("Reported that \"{}\" {}.", title, what)));
   return ExitCode::answered;

@@ -31,10 +31,11 @@ class PELLIX_EXPORT Pellix final : public PellixPlatform::Object {
 
   /// Sets up the library for the account of `withQuorvel`. If that is null, nothing changes. If the
   /// library is set up already for the same application identifier, nothing changes either:
-  /// questions and reports go on with the earlier core instance, while settings and votes are those
-  /// of the latest. For another one, a new facade takes the place of the earlier, whose provider
-  /// ends with its last owner: so a host that changes its account, or its options, gives each an
-  /// application identifier of its own.
+  /// questions and reports go on with the earlier core instance, while the account's settings are
+  /// those of the latest, and the knowledge base's settings and votes go by the latest `Veltrane`.
+  /// For another one, a new facade takes the place of the earlier, whose provider ends with its
+  /// last owner: so a host that changes its account, or its options, gives each an application
+  /// identifier of its own.
   ///
   /// Ownership: both instances are retained. `veltrane` is not null.
   static void initialize(std::shared_ptr<QuorvelCoreSDK::Quorvel> withQuorvel,

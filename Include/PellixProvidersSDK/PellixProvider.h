@@ -61,7 +61,8 @@ class PELLIX_EXPORT PellixProvider final : public PellixPlatform::Object,
   ///
   /// `deflectionId` is the deflection's `deflectionID`, `articleId` the article's `articleId`, and
   /// the token the response's `interactionAccessToken`; all are sent as they are. The vote goes out
-  /// with the report, whatever becomes of that, and its own outcome only shows in the log.
+  /// with the report, whatever becomes of that; if it fails, that only shows in the log, at debug
+  /// level.
   void resolveWithArticle(std::int64_t deflectionId, std::int64_t articleId,
                           std::string interactionAccessToken,
                           ResultCallback<PellixDispatcherResponse> callback) override;

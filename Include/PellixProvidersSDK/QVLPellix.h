@@ -37,9 +37,10 @@ typedef struct QVLPellixDispatcherResponse QVLPellixDispatcherResponse;
 /* Sets up the library; what goes wrong is logged. `quorvel` may be null: nothing changes then,
  * whatever `veltrane` is. If the library is set up for the same application identifier already,
  * nothing changes either: questions and reports go on with the earlier instance's address and
- * token, and settings and votes with those of the core's latest instance. So a host that changes
- * its account, or its options, gives each an application identifier of its own. Call it on one
- * thread, before any other one calls QVLPellix_instance. */
+ * token, the account's settings with those of the core's latest instance, and the knowledge base's
+ * settings and votes with those of the core that the latest `veltrane` was set up over. So a host
+ * that changes its account, or its options, gives each an application identifier of its own. Call
+ * it on one thread, before any other one calls QVLPellix_instance. */
 void QVLPellix_initializeWithQuorvel_veltrane(QVLQuorvel* quorvel, QVLVeltrane* veltrane);
 
 /* Null while the library is not set up. Borrowed until the library is set up for another

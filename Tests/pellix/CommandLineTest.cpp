@@ -104,6 +104,14 @@ TEST_F(CommandLine, ReportsOnAnEarlierAnswer) {
   EXPECT_EQ(voteless.exitCode, 0);
   EXPECT_THAT(voteless.errors, HasSubstr("debug: Could not upvote article with id="));
 
+  for (const auto& [fault, isUnknown] : std::map<std::string, bool>{
+           {"status:503", true}, {"truncated", true}, {"status:404", false}}) {
+    service.setMisbehaviour("resolve", fault);
+    const auto outcome = pellix(resolve, {}, answer);
+    EXPECT_EQ(outcome.exitCode, 1) << fault;
+    EXPECT_EQ(outcome.errors.contains("look there before you report again"), isUnknown) << fault;
+  }
+
   for (const auto& row : rows["misuses"]) {
     const auto outcome = pellix(row[0], {}, answer);
     EXPECT_EQ(outcome.exitCode, 2) << row;

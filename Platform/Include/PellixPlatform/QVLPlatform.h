@@ -23,8 +23,9 @@
  * address of the one that is gone.)
  *
  * Results. A text is borrowed: a pointer to UTF-8 bytes and, through `length` (may be null), their
- * number; a NUL follows them. It lives as long as the object it was asked of. An object is a
- * pointer, and the same object always is the same pointer.
+ * number; a NUL follows them. Header fields alone are whatever bytes the server sent, UTF-8 or not.
+ * A text lives as long as the object it was asked of. An object is a pointer, and the same object
+ * always is the same pointer.
  *
  * Ownership.
  *  - "retained": the host has a reference, which it gives back with QVLRelease.
@@ -185,11 +186,12 @@ int64_t QVLHTTPURLResponse_statusCode(const QVLHTTPURLResponse* response) QVL_NO
 /* The address that answered. */
 const char* QVLHTTPURLResponse_url(const QVLHTTPURLResponse* response, size_t* length)
     QVL_NONNULL(1);
-/* The value of a header field, found without regard to case; null if there is none. */
+/* The value of a header field, found without regard to case; null if there is none. Its bytes need
+ * not be UTF-8. */
 const char* QVLHTTPURLResponse_valueForHeaderField(const QVLHTTPURLResponse* response,
                                                    const char* name, size_t nameLength,
                                                    size_t* length) QVL_NONNULL(1);
-/* Every header field once, ordered by name. */
+/* Every header field once, ordered by name; their bytes need not be UTF-8. */
 size_t QVLHTTPURLResponse_allHeaderFields_count(const QVLHTTPURLResponse* response) QVL_NONNULL(1);
 const char* QVLHTTPURLResponse_allHeaderFields_nameAt(const QVLHTTPURLResponse* response,
                                                       size_t index, size_t* length) QVL_NONNULL(1);

@@ -97,11 +97,12 @@ QVLQuorvel* QVLQuorvel_initialize(const char* accountUrl, size_t accountUrlLengt
                                   const QVLError** error) QVL_RESULT_NEEDED;
 
 /* Gets ready, in the background, for what a person is about to ask: the settings that are kept are
- * fetched if they are not at hand, and a connection to the account's server stands then. What is
- * asked meanwhile joins in. A host calls it when its help screen opens; the first question after it
- * costs one round trip. If it fails, there is one line in the log. It returns at once, and may be
- * called on any thread, again and again; false: there is no memory for it. After
- * QVLQuorvel_shutDown, and in a forked child, it does nothing. */
+ * fetched if they are not at hand (else the account's are asked for once more, at most every five
+ * seconds), and a connection to the account's server stands then. What is asked meanwhile joins in.
+ * A host calls it when its help screen opens; the first question after it costs one round trip. If
+ * it fails, there is one line in the log. It returns at once, and may be called on any thread,
+ * again and again; false: there is no memory for it. After QVLQuorvel_shutDown, and in a forked
+ * child, it does nothing. */
 bool QVLQuorvel_prepare(const QVLQuorvel* quorvel) QVL_NONNULL(1);
 
 /* Why the account's settings could not be fetched the last time that it was tried: retained; null

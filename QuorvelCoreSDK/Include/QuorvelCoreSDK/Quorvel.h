@@ -58,11 +58,12 @@ class PELLIX_EXPORT Quorvel final : public PellixPlatform::Object {
   [[nodiscard]] const ProviderModule& providerModule() const;
 
   /// Gets ready, in the background, for what a person is about to ask: the settings documents that
-  /// this library and those above it keep are fetched if they are not at hand, and a connection to
-  /// the account's server stands then. What is asked meanwhile joins in. A host calls it when its
-  /// help screen opens; the first question after it costs one round trip. If it fails, there is one
-  /// line in the log. With a settings service of the host's own, and no other library, it does
-  /// nothing; nor does it after `shutDown`, or in a forked child.
+  /// this library and those above it keep are fetched if they are not at hand (else the account's
+  /// are asked for once more, at most every five seconds), and a connection to the account's server
+  /// stands then. What is asked meanwhile joins in. A host calls it when its help screen opens; the
+  /// first question after it costs one round trip. If it fails, there is one line in the log. With
+  /// a settings service of the host's own, and no other library, it does nothing; nor does it after
+  /// `shutDown`, or in a forked child.
   /// Thread: any; it returns at once. Memory: `std::bad_alloc` leaves this call.
   void prepare() const;
 

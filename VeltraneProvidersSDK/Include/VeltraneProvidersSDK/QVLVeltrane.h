@@ -24,7 +24,7 @@ QVLVeltrane* QVLVeltrane_instance(void) QVL_RESULT_NEEDED;
 bool QVLVeltrane_setLumenoLocaleOverride(QVLVeltrane* veltrane, const char* locale,
                                          size_t localeLength) QVL_NONNULL(1);
 
-/* What went wrong with a vote; it only shows in the log. */
+/* What went wrong with a vote; it only shows in the log, at debug level. */
 PELLIX_EXPORT extern const char QVLVeltraneErrorDomain[];
 enum QVLVeltraneError {
   /* No article is named. */

@@ -147,7 +147,7 @@ public final class PellixClient implements AutoCloseable {
     handOn(() -> reject(deflectionId, articleId, interactionAccessToken, reason), executor, callback);
   }
 
-  /** Closes, and waits for ten seconds at most. */
+  /** The same, with a limit of ten seconds. */
   @Override
   public void close() {
     close(Duration.ofSeconds(10));
@@ -156,8 +156,8 @@ public final class PellixClient implements AutoCloseable {
   /**
    * Waits for so long at most until nothing is under way, votes included; what is left then ends
    * silently. Does nothing if the client is closed. Where a result has come on the library's own
-   * thread, for want of an executor that takes it, nothing is waited for. Not for token suppliers and
-   * loggers.
+   * thread, for want of an executor that takes it, nothing is waited for. Token suppliers and loggers
+   * that are running then are waited for besides, ten seconds at most. Not to be called by these.
    */
   public void close(Duration limit) {
     close(milliseconds(limit, "limit"), 10_000);
