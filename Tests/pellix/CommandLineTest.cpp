@@ -104,10 +104,12 @@ TEST_F(CommandLine, ReportsOnAnEarlierAnswer) {
   EXPECT_EQ(voteless.exitCode, 0);
   EXPECT_THAT(voteless.errors, HasSubstr("debug: Could not upvote article with id="));
 
-  for (const auto& [fault, isUnknown] : std::map<std::string, bool>{
-           {"status:503", true}, {"truncated", true}, {"status:404", false}}) {
+  for (const auto& [fault, limit, isUnknown] :
+       {std::tuple("status:404", "30", false), std::tuple("status:503", "30", true),
+        std::tuple("delay:3600000", "2", true)}) {
     service.setMisbehaviour("resolve", fault);
-    const auto outcome = pellix(resolve, {}, answer);
+    const auto outcome =
+        pellix({"--timeout", limit, "resolve", "--interaction", "-", "--article", "1"}, {}, answer);
     EXPECT_EQ(outcome.exitCode, 1) << fault;
     EXPECT_EQ(outcome.errors.contains("look there before you report again"), isUnknown) << fault;
   }
