@@ -72,14 +72,13 @@ Contender::~Contender() {
   close(socket_);
 }
 
-Run Contender::ask(std::size_t count, std::size_t inFlight) const {
+std::optional<Run> Contender::ask(std::size_t count, std::size_t inFlight) const {
   const Order order{count, inFlight};
   std::vector<double> numbers(count + 3);
   const auto bytes = numbers.size() * sizeof(double);
   if (send(socket_, &order, sizeof order, MSG_NOSIGNAL) != sizeof order ||
       recv(socket_, numbers.data(), bytes, 0) != static_cast<ssize_t>(bytes)) {
-    std::fprintf(stderr, "%s has ended.\n", name_.c_str());
-    std::exit(1);
+    return std::nullopt;
   }
   Run run;
   run.threads = takeLast(numbers);

@@ -4,6 +4,8 @@
 
 #include <sys/types.h>
 
+#include <optional>
+
 namespace Benchmarks {
 
 /// What it took to ask some questions.
@@ -28,8 +30,8 @@ class Contender {
 
   [[nodiscard]] const std::string& name() const { return name_; }
 
-  /// As `Client::ask`. Ends this program too if the client's has ended.
-  [[nodiscard]] Run ask(std::size_t count, std::size_t inFlight) const;
+  /// As `Client::ask`; nothing if the client's program has ended.
+  [[nodiscard]] std::optional<Run> ask(std::size_t count, std::size_t inFlight) const;
 
  private:
   const std::string name_;

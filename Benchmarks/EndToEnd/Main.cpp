@@ -8,7 +8,11 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <deque>
+#include <optional>
+#include <set>
+#include <vector>
 
 namespace Benchmarks {
 namespace {
@@ -43,10 +47,10 @@ class Race {
       if (protocol.isHTTP2 && !speaksHTTP2) continue;
       contenders_.emplace_back(name, make, server);
     }
-    for (const auto& contender : contenders_) static_cast<void>(contender.ask(100, 1));
+    for (std::size_t i = 0; i < contenders_.size(); ++i) static_cast<void>(ask(i, 100, 1));
   }
 
-  void measureLatency() const {
+  void measureLatency() {
     Figures latencies(contenders_.size());
     interleave(20, 200, 1, [&](std::size_t i, const Run& run) {
       latencies[i].insert(latencies[i].end(), run.microseconds.begin(), run.microseconds.end());
@@ -55,14 +59,14 @@ class Race {
       const auto name = std::string("e2e.latency.") + protocol_.prefix + percent;
       const double ours = percentile(latencies.front(), share);
       report(name + ".us", ours);
-      for (std::size_t i = 1; i < contenders_.size(); ++i) {
+      for (const auto i : rivalsLeft()) {
         reportAgainst(i, name, ours / percentile(latencies[i], share));
       }
     }
     draw("e2e_latency_us", latencies);
   }
 
-  void measureThroughput(std::size_t inFlight) const {
+  void measureThroughput(std::size_t inFlight) {
     constexpr std::size_t count = 2000;
     Figures rates(contenders_.size());
     Figures processorTimes(contenders_.size());
@@ -77,17 +81,37 @@ class Race {
     if (inFlight <= 16) draw("e2e_cpu_us_" + number, processorTimes);
   }
 
-  [[nodiscard]] double threadsOfOurs() const { return contenders_.front().ask(1, 1).threads; }
+  [[nodiscard]] double threadsOfOurs() { return ask(0, 1, 1)->threads; }
 
  private:
+  /// Nothing if that one has ended, which says why itself. It is then out of the race; without
+  /// ours, there is none.
+  std::optional<Run> ask(std::size_t i, std::size_t count, std::size_t inFlight) {
+    if (ended_.contains(i)) return std::nullopt;
+    auto run = contenders_[i].ask(count, inFlight);
+    if (run) return run;
+    std::fprintf(stderr, "%s has ended, and is left out of %s.\n", contenders_[i].name().c_str(),
+                 protocol_.title);
+    if (i == 0) std::exit(1);
+    ended_.insert(i);
+    return std::nullopt;
+  }
+
+  [[nodiscard]] std::vector<std::size_t> rivalsLeft() const {
+    std::vector<std::size_t> left;
+    for (std::size_t i = 1; i < contenders_.size(); ++i) {
+      if (!ended_.contains(i)) left.push_back(i);
+    }
+    return left;
+  }
+
   /// Every contender in turn, in another order each round.
   template <class Take>
-  void interleave(std::size_t rounds, std::size_t count, std::size_t inFlight,
-                  const Take& take) const {
+  void interleave(std::size_t rounds, std::size_t count, std::size_t inFlight, const Take& take) {
     for (std::size_t round = 0; round < rounds; ++round) {
       for (std::size_t turn = 0; turn < contenders_.size(); ++turn) {
         const auto i = (round + turn) % contenders_.size();
-        take(i, contenders_[i].ask(count, inFlight));
+        if (const auto run = ask(i, count, inFlight)) take(i, *run);
       }
     }
   }
@@ -96,7 +120,7 @@ class Race {
                     const Figures& figures) const {
     const auto name = kind + (protocol_.prefix + inFlight);
     report(name + unit, median(figures.front()));
-    for (std::size_t i = 1; i < contenders_.size(); ++i) {
+    for (const auto i : rivalsLeft()) {
       reportAgainst(i, name, medianRatio(figures.front(), figures[i]));
     }
   }
@@ -107,17 +131,20 @@ class Race {
 
   /// One bar for each contender.
   void draw(const std::string& chart, const Figures& figures) const {
-    for (std::size_t i = 0; i < contenders_.size(); ++i) {
+    const auto bar = [&](std::size_t i) {
       reportBar(chart, protocol_.title, contenders_[i].name(), median(figures[i]));
-    }
+    };
+    bar(0);
+    for (const auto i : rivalsLeft()) bar(i);
   }
 
   const Protocol protocol_;
   std::deque<Contender> contenders_;
+  std::set<std::size_t> ended_;
 };
 
 double measure(const Protocol& protocol, const Server& server) {
-  const Race race(protocol, server);
+  Race race(protocol, server);
   race.measureLatency();
   for (const std::size_t inFlight : {1U, 16U, 64U, 256U}) race.measureThroughput(inFlight);
   return race.threadsOfOurs();
